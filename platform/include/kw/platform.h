@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+// What only the stand-in of the platform offers: its system root, the control of its trace facility
+// and of its trace ring, and faults on demand. The engine uses none of it.
+#ifndef KW_PLATFORM_H_
+#define KW_PLATFORM_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "kw/export.h"
+
+namespace kw::platform {
+
+/// Puts the platform's own files, which are the paths below "/kw/", under the folder `dir`; empty
+/// text, the default, leaves them where they are. Any thread may call it.
+KW_PLATFORM_API void setSystemRoot(const std::string& dir);
+
+/// The folder last given to `setSystemRoot`.
+KW_PLATFORM_API std::string getSystemRoot();
+
+/// `path` as the platform opens it: below the system root when it is one of the platform's own.
+KW_PLATFORM_API std::string resolvePath(const std::string& path);
+
+/// Levels of trace records, as bits of a level mask.
+enum TraceLevelBit : unsigned int {
+  kTraceError = 1,
+  kTraceInfo = 2,
+  kTraceDebug = 4,
+  kTraceDebug2 = 8,
+  kTraceAll = 15,
+};
+
+/// One trace record as a listener or a reader of the ring gets it.
+struct TraceRecord {
+  std::uint64_t sequence;           ///< number of the record in its ring, from 0; 0 for a listener
+  std::uint64_t time_ns;            ///< time of writing, nanoseconds of the system clock since 1970
+  std::uint32_t process_id;         ///< process that wrote it
+  std::uint32_t thread_id;          ///< kernel thread id of the writer
+  std::uint32_t region;             ///< region handle
+  std::uint32_t level;              ///< level code as given to `kw_trace_write`
+  std::uint32_t trace_class;        ///< trace class
+  std::uint32_t id;                 ///< trace id
+  std::uint32_t length;             ///< length of the data in bytes as written
+  std::vector<unsigned char> data;  ///< the data; a ring keeps the first `kTraceDataMax` bytes
+};
+
+/// Called for every record that passes the level mask, on the writing thread, before the ring gets
+/// it. `data` is valid during the call alone. It must not write a trace record itself.
+using TraceListener = void (*)(void* context, unsigned long region, unsigned int level,
+                               unsigned short trace_class, unsigned long id, const void* data,
+                               int length);
+
+/// Installs `listener`, or none when null. Returns once no call of the one before is in progress.
+KW_PLATFORM_API void setTraceListener(TraceListener listener, void* context);
+
+/// Lets only the levels of `mask` (bits of `TraceLevelBit`) pass; the default is `kTraceAll`.
+KW_PLATFORM_API void setTraceLevels(unsigned int mask);
+
+/// Most data bytes of one record that a ring keeps.
+constexpr std::size_t kTraceDataMax = 80;
+
+/// Opens the ring file at `path` for writing, made new with room for at least `records` records;
+/// every record from now on is stored in it, the newest over the oldest. Returns 0, or -1 with
+/// `errno` set and any ring opened before still in use. One thread at a time may open and close.
+KW_PLATFORM_API int openTraceRing(const std::string& path, std::size_t records);
+
+/// Ends the writing to the ring; the file stays.
+KW_PLATFORM_API void closeTraceRing();
+
+/// Reads a ring file, also while it is being written and after its writer was killed.
+class KW_PLATFORM_API TraceRingReader {
+ public:
+  TraceRingReader();
+  TraceRingReader(const TraceRingReader&) = delete;
+  TraceRingReader& operator=(const TraceRingReader&) = delete;
+  ~TraceRingReader();
+
+  /// Opens the ring file at `path`. Returns 0, or -1 with `errno` set (EINVAL: no ring file).
+  int open(const std::string& path);
+
+  /// Takes the next record, oldest first. Returns false when there is none now; a later call may
+  /// find one. Records overwritten before they were read are skipped and counted.
+  bool next(TraceRecord& record);
+
+  /// Records that were overwritten, or torn by the death of their writer, before `next` got them.
+  std::uint64_t lost() const;
+
+ private:
+  struct Impl;
+  Impl* impl_;
+};
+
+/// Calls of the stand-in that can be told to fail.
+enum class Fault { kSemaphoreCreate, kSemaphoreGet, kPropertiesLoad };
+
+/// Lets the `nth` call of `fault` from now on fail once, counted from 1; 0 takes an order back.
+/// `kPropertiesLoad` throws `std::bad_alloc`; the others return their failure value.
+KW_PLATFORM_API void failCall(Fault fault, int nth);
+
+}  // namespace kw::platform
+
+#endif  // KW_PLATFORM_H_

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+// The trace facility: what passes the level mask goes to the listener, then to the ring. Nothing
+// in here may rely on kw_trace_write being the one called, as a program may define its own.
+#include "kw/trace.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <new>
+
+#include "kw/platform.h"
+#include "trace_published.h"
+#include "trace_ring.h"
+
+namespace kw::platform {
+
+namespace {
+
+constexpr int kFailed = -1;
+
+struct Listener {
+  TraceListener call = nullptr;
+  void* context = nullptr;
+};
+
+// Records may come before the constructors and after the destructors of any other object: all of
+// these need neither.
+Published<Listener> listener;
+Published<TraceRing> ring;
+std::atomic<unsigned int> open_levels{0};  // the level mask; 0 while nobody takes records
+
+std::mutex control_mutex;  // guards what follows and every change of the above
+unsigned int level_mask = kTraceAll;
+
+void updateOpenLevels() {
+  const bool taken = !listener.empty() || !ring.empty();
+  open_levels.store(taken ? level_mask : 0, std::memory_order_relaxed);
+}
+
+/// A level code that is none of the four counts as an error, so that it isn't lost unnoticed.
+unsigned int levelBit(unsigned int level) {
+  switch (level) {
+    case 0x8001:
+      return kTraceInfo;
+    case 0x801:
+      return kTraceDebug;
+    case 0x1:
+      return kTraceDebug2;
+    default:
+      return kTraceError;
+  }
+}
+
+int dispatch(const TraceArguments& record) {
+  const WriterId writer = writerId();
+  {
+    const Published<Listener>::Use use(listener, writer.thread);
+    if (const Listener* const to = use.get()) {
+      to->call(to->context, record.region, record.level, record.trace_class, record.id, record.data,
+               record.length);
+    }
+  }
+  const Published<TraceRing>::Use use(ring, writer.thread);
+  const TraceRing* const to = use.get();
+  return to == nullptr || to->store(record, writer) ? 0 : kFailed;
+}
+
+/// The child has one thread alone: whatever the others of its parent held is free.
+void startAnewAfterFork() {
+  forgetWriterId();
+  listener.forgetUses();
+  ring.forgetUses();
+  new (&control_mutex) std::mutex;
+}
+
+[[maybe_unused]] const int fork_handler = pthread_atfork(nullptr, nullptr, startAnewAfterFork);
+
+}  // namespace
+
+void setTraceListener(TraceListener call, void* context) {
+  const std::lock_guard<std::mutex> lock(control_mutex);
+  const Listener next{call, context};
+  listener.replace(call == nullptr ? nullptr : &next);
+  updateOpenLevels();
+}
+
+void setTraceLevels(unsigned int mask) {
+  const std::lock_guard<std::mutex> lock(control_mutex);
+  level_mask = mask & kTraceAll;
+  updateOpenLevels();
+}
+
+int openTraceRing(const std::string& path, std::size_t records) try {
+  const std::lock_guard<std::mutex> lock(control_mutex);
+  TraceRing made;
+  if (TraceRing::create(resolvePath(path), records, made) != 0) return kFailed;
+  ring.replace(&made).release();
+  updateOpenLevels();
+  return 0;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return kFailed;
+}
+
+void closeTraceRing() {
+  const std::lock_guard<std::mutex> lock(control_mutex);
+  ring.replace(nullptr).release();
+  updateOpenLevels();
+}
+
+}  // namespace kw::platform
+
+int kw_trace_write(unsigned long region, unsigned int level, unsigned short trace_class,
+                   unsigned long id, const void* data, int length) {
+  using namespace kw::platform;
+  if ((open_levels.load(std::memory_order_relaxed) & levelBit(level)) == 0) return 0;
+  return dispatch({region, level, trace_class, id, data, length});
+}

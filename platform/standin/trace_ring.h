@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writing end of a trace ring file: a handle on the mapping, copied freely and released once.
+#ifndef KW_PLATFORM_STANDIN_TRACE_RING_H_
+#define KW_PLATFORM_STANDIN_TRACE_RING_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "trace_file.h"
+#include "trace_writer_id.h"
+
+namespace kw::platform {
+
+/// One record as `kw_trace_write` got it.
+struct TraceArguments {
+  unsigned long region;
+  unsigned int level;
+  unsigned short trace_class;
+  unsigned long id;
+  const void* data;
+  int length;
+};
+
+class TraceRing {
+ public:
+  constexpr TraceRing() noexcept = default;
+
+  /// Makes the ring file at `path` with at least `records` slots, in place of any file there, and
+  /// maps it into `ring`. Returns 0, or -1 with `errno` set and everything as it was.
+  static int create(const std::string& path, std::size_t records, TraceRing& ring);
+
+  /// Ends the mapping; no thread may use any copy of the handle from then on.
+  void release() const noexcept;
+
+  /// Stores one record; false when the slot is still held by a writer a whole lap behind. Any
+  /// thread of any process that has the mapping may call it, also at the same time.
+  bool store(const TraceArguments& record, WriterId writer) const noexcept;
+
+ private:
+  TraceRing(void* mapping, std::uint32_t slots) noexcept;
+
+  trace_file::SharedHeader* header_ = nullptr;
+  trace_file::SharedSlot* slots_ = nullptr;
+  std::uint32_t slot_count_ = 0;
+};
+
+}  // namespace kw::platform
+
+#endif  // KW_PLATFORM_STANDIN_TRACE_RING_H_

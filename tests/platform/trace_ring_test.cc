@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "kw/platform.h"
+#include "kw/trace.h"
+#include "support/temp_dir.h"
+#include "trace_file.h"
+
+using kw::platform::closeTraceRing;
+using kw::platform::openTraceRing;
+using kw::platform::TraceRecord;
+using kw::platform::TraceRingReader;
+using kw::trx::testing::TempDir;
+
+namespace {
+
+class TraceRingTest : public testing::Test {
+ protected:
+  void open(std::size_t records) {
+    ASSERT_EQ(openTraceRing(path_, records), 0) << strerror(errno);
+    ASSERT_EQ(reader_.open(path_), 0) << strerror(errno);
+  }
+  ~TraceRingTest() override { closeTraceRing(); }
+
+  /// The ids of the records that there are now, each with a blank, then the count of lost ones.
+  std::string readIds() {
+    std::string ids;
+    for (TraceRecord record; reader_.next(record);) ids += std::to_string(record.id) + " ";
+    return ids + "lost " + std::to_string(reader_.lost());
+  }
+
+  const TempDir dir_;
+  const std::string path_ = dir_.path() + "/ring";
+  TraceRingReader reader_;
+};
+
+int write(unsigned long id) { return kw_trace_write(101, 0x8002, 7, id, &id, sizeof(id)); }
+
+TEST_F(TraceRingTest, KeepsEveryFieldAndTheFirstOfTheData) {
+  open(4);
+  std::string data(200, 'x');
+  data.replace(0, 3, "abc");
+  EXPECT_EQ(kw_trace_write(0xFFFFFFFFUL, 0x801, 0xFFFF, 0x1001005, data.data(), 200), 0);
+  EXPECT_EQ(kw_trace_write(1, 0x1, 0, 2, nullptr, -1), 0);
+  TraceRecord record;
+  ASSERT_TRUE(reader_.next(record));
+  EXPECT_EQ(record.sequence, 0U);
+  EXPECT_GT(record.time_ns, 1600000000000000000ULL);
+  EXPECT_EQ(record.process_id, static_cast<std::uint32_t>(getpid()));
+  EXPECT_EQ(record.thread_id, record.process_id);
+  EXPECT_EQ(record.region, 0xFFFFFFFFU);
+  EXPECT_EQ(record.level, 0x801U);
+  EXPECT_EQ(record.trace_class, 0xFFFFU);
+  EXPECT_EQ(record.id, 0x1001005U);
+  EXPECT_EQ(record.length, 200U);
+  EXPECT_EQ(std::string(record.data.begin(), record.data.end()), data.substr(0, 80));
+  ASSERT_TRUE(reader_.next(record));
+  EXPECT_EQ(record.sequence, 1U);
+  EXPECT_EQ(record.length + record.data.size(), 0U);
+}
+
+TEST_F(TraceRingTest, NewestRecordsReplaceTheOldestAndAreCounted) {
+  open(5);  // eight slots
+  EXPECT_EQ(readIds(), "lost 0");
+  for (unsigned long id = 0; id < 3; ++id) write(id);
+  EXPECT_EQ(readIds(), "0 1 2 lost 0");
+  for (unsigned long id = 3; id < 20; ++id) write(id);
+  EXPECT_EQ(readIds(), "12 13 14 15 16 17 18 19 lost 9");
+  closeTraceRing();
+  write(20);
+  EXPECT_EQ(readIds(), "lost 9");
+}
+
+TEST_F(TraceRingTest, RingThatCannotBeMadeLeavesTheOneInUse) {
+  open(8);
+  EXPECT_EQ(openTraceRing(dir_.path() + "/none/ring", 8), -1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(openTraceRing(dir_.path(), 8), -1);
+  EXPECT_EQ(openTraceRing(dir_.path() + "/other", ~std::size_t{0}), -1);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.path()), {}), 1);
+  write(1);
+  EXPECT_EQ(readIds(), "1 lost 0");
+  ASSERT_EQ(openTraceRing(path_, 8), 0);
+  write(2);
+  EXPECT_EQ(readIds(), "lost 0");
+  ASSERT_EQ(reader_.open(path_), 0);
+  EXPECT_EQ(readIds(), "2 lost 0");
+}
+
+// Each record repeats its id all over its data, so a mixture of two records shows.
+TEST_F(TraceRingTest, FollowsManyWritersWithoutAMixedOrUncountedRecord) {
+  constexpr unsigned int kThreads = 4;
+  constexpr unsigned int kRecords = 20000;
+  open(64);
+  std::atomic<unsigned int> running{kThreads};
+  std::vector<std::thread> writers;
+  for (unsigned int thread = 0; thread < kThreads; ++thread) {
+    writers.emplace_back([&running, thread] {
+      for (unsigned int i = 0; i < kRecords; ++i) {
+        std::array<std::uint32_t, 20> data;
+        data.fill(thread << 24 | i);
+        kw_trace_write(101, 0x8002, 7, data[0], data.data(), sizeof(data));
+      }
+      --running;
+    });
+  }
+  std::uint64_t found = 0;
+  std::uint64_t mixed = 0;
+  std::map<std::uint32_t, std::uint32_t> last_of_thread;
+  for (bool last_round = false;; last_round = running == 0) {
+    for (TraceRecord record; reader_.next(record); ++found) {
+      std::array<std::uint32_t, 20> data{};
+      std::memcpy(data.data(), record.data.data(), std::min(sizeof(data), record.data.size()));
+      for (const std::uint32_t word : data) mixed += word == record.id ? 0U : 1U;
+      const std::uint32_t number = record.id + 1;
+      EXPECT_LT(std::exchange(last_of_thread[record.thread_id], number), number);
+    }
+    if (last_round) break;
+  }
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_EQ(mixed, 0U);
+  EXPECT_GE(found, 1U);
+  EXPECT_EQ(found + reader_.lost(), std::uint64_t{kThreads} * kRecords);
+}
+
+TEST_F(TraceRingTest, RecordsOfAKilledChildStandBesideItsParents) {
+  open(256);
+  write(1000);
+  const pid_t child = fork();
+  if (child == 0) {
+    for (unsigned long id = 0; id < 100; ++id) write(id);
+    raise(SIGKILL);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  write(1001);
+  std::map<std::uint32_t, int> records_of;
+  for (TraceRecord record; reader_.next(record);) {
+    EXPECT_EQ(record.thread_id, record.process_id);
+    ++records_of[record.process_id];
+  }
+  EXPECT_EQ(records_of[static_cast<std::uint32_t>(child)], 100);
+  EXPECT_EQ(records_of[static_cast<std::uint32_t>(getpid())], 2);
+  EXPECT_EQ(reader_.lost(), 0U);
+}
+
+TEST_F(TraceRingTest, SlotOfADeadWriterIsPassedOverAndNotReused) {
+  namespace file = kw::platform::trace_file;
+  open(4);
+  for (unsigned long id = 0; id < 4; ++id) write(id);
+  const std::uint64_t busy = file::busyMark(1);
+  const int fd = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+  const auto slot = static_cast<off_t>(sizeof(file::HeaderCopy) + sizeof(file::SlotCopy));
+  ASSERT_EQ(pwrite(fd, &busy, sizeof(busy), slot), static_cast<ssize_t>(sizeof(busy)));
+  close(fd);
+  EXPECT_EQ(readIds(), "0 2 3 lost 1");
+  EXPECT_EQ(write(4), 0);
+  EXPECT_EQ(write(5), -1);
+  EXPECT_EQ(write(6), 0);
+  EXPECT_EQ(readIds(), "4 6 lost 2");
+}
+
+TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
+  EXPECT_EQ(reader_.open(dir_.path() + "/none"), -1);
+  EXPECT_EQ(errno, ENOENT);
+  open(16);
+  write(1);
+  closeTraceRing();
+  std::ifstream in(path_, std::ios::binary);
+  const std::string whole((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  auto changed = [&whole](std::size_t at) {
+    std::string text = whole;
+    text[at] = static_cast<char>(text[at] ^ 0x41);
+    return text;
+  };
+  const std::string damaged[] = {"",
+                                 "KWTRING",
+                                 std::string(4096, 'x'),
+                                 whole.substr(0, 128),
+                                 whole + "x",
+                                 changed(0),
+                                 changed(8),
+                                 changed(12),
+                                 changed(16),
+                                 changed(19),
+                                 whole.substr(0, whole.size() - 1)};
+  for (const std::string& text : damaged) {
+    EXPECT_EQ(TraceRingReader().open(dir_.write("damaged", text)), -1) << text.size();
+    EXPECT_EQ(errno, EINVAL);
+  }
+  EXPECT_EQ(TraceRingReader().open(dir_.path()), -1);
+  EXPECT_EQ(errno, EINVAL);
+
+  // A count of records that is nonsense loses them all, and a file cut short has no more.
+  TraceRingReader reader;
+  TraceRecord record;
+  ASSERT_EQ(reader.open(dir_.write("count", changed(64 + 7))), 0);
+  EXPECT_FALSE(reader.next(record));
+  EXPECT_GT(reader.lost(), 1ULL << 56);
+  std::filesystem::resize_file(path_, 130);
+  EXPECT_EQ(readIds(), "lost 0");
+}
+
+}  // namespace
