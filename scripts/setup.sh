@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: Apache-2.0
+# Shared by the commands of this repository; sourced, not run.
+
+# Says in one line what happens next.
+step() { printf '\n== %s\n' "$*"; }
+
+# Installs those of the given Debian packages that are missing.
+install_missing() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  step "installing ${missing[*]}"
+  local sudo=()
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      echo "These packages are missing and there is no sudo; install them first: ${missing[*]}" >&2
+      return 1
+    fi
+    sudo=(sudo)
+  fi
+  "${sudo[@]}" apt-get update -qq &&
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+packages_build=(g++ cmake ninja-build libcli11-dev)
+packages_test=(libgtest-dev)
+packages_all=(clang-format g++-arm-linux-gnueabihf qemu-user googletest)
+
+# Configures and builds the preset $1; prints the log only when that fails. Further arguments go to
+# the configuration.
+build_quietly() {
+  local preset=$1 log
+  shift
+  mkdir -p build
+  log=build/$preset.log
+  if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+    cat "$log"
+    return 1
+  fi
+}

@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kw/trx/trx.h"
+
+#include <unistd.h>
+
+#include <memory>
+
+#include "kw/dev/parts/lib_semaphore.h"
+#include "kw/sysobj/tree_path.h"
+#include "kw/trx/errors.h"
+#include "kw/trx/hap_controller.h"
+#include "kw/trx/table_controller.h"
+#include "kw/trx/trx_config.h"
+#include "kw/trx/trx_lock.h"
+#include "support/mutex_guard.h"
+#include "support/requester_id.h"
+#include "support/trace.h"
+
+namespace kw::trx::trx {
+namespace {
+
+constexpr unsigned int kPollSeconds = 1;
+
+void traceHAPRequest(const TRXInfo& info, const std::vector<kw::sysobj::Component*>& units,
+                     const std::string& name, const std::string& mode) {
+  trace(kTrxHAPName, name);
+  if (!mode.empty()) {
+    trace(kTrxHAPMode, mode);
+  }
+  for (const kw::sysobj::Component* unit : units) {
+    kw::sysobj::TreePath path;
+    unit->getTreePath(path);
+    trace(kTrxHAPUnit, path.toString());
+  }
+  trace(kTrxHAPAdmitted, info.trxId);
+}
+
+}  // namespace
+
+/// Keeps new requests out while `load` or `setHAPAPI` works: holds the engine mutex with the
+/// loading flag set, once no request is in progress.
+class TRX::LoadingScope {
+ public:
+  explicit LoadingScope(TRX& engine) : engine_(engine), lock_(engine.engine_mutex_) {}
+  LoadingScope(const LoadingScope&) = delete;
+  LoadingScope& operator=(const LoadingScope&) = delete;
+  ~LoadingScope() { engine_.loading_ = false; }
+
+  void begin() {
+    engine_.loading_ = true;
+    engine_.hapExecWaiting();
+  }
+
+ private:
+  TRX& engine_;
+  MutexGuard lock_;
+};
+
+/// Takes an admitted context out of the registry at the end of its request.
+class TRX::RunningScope {
+ public:
+  RunningScope(TRX& engine, TRXInfo* info) : engine_(engine), info_(info) {}
+  RunningScope(const RunningScope&) = delete;
+  RunningScope& operator=(const RunningScope&) = delete;
+  ~RunningScope() { engine_.deleteTRXInfo(info_); }
+
+ private:
+  TRX& engine_;
+  TRXInfo* info_;
+};
+
+std::atomic<TRX*> TRX::instance_{nullptr};
+
+TRX* TRX::getInstance() {
+  TRX* engine = instance_.load(std::memory_order_acquire);
+  if (engine == nullptr) {
+    engine = new TRX();
+    instance_.store(engine, std::memory_order_release);
+  }
+  trace(kTrxInstance, requesterId(), traceWord(engine));
+  return engine;
+}
+
+TRX::TRX() {
+  pthread_mutex_init(&engine_mutex_, nullptr);
+  pthread_mutex_init(&registry_mutex_, nullptr);
+  auto hap_controller = std::make_unique<HAPController>();
+  table_controller_ = new TableController();
+  hap_controller_ = hap_controller.release();
+}
+
+unsigned int TRX::getTRXID() { return requesterId(); }
+
+int TRX::startUp() {
+  kw::dev::parts::LibSemaphore semaphore(kExclusionSemaphoreKey);
+  const bool created = semaphore.create() == 0;
+  trace(created ? kTrxSemaphoreCreated : kTrxSemaphoreNotCreated, requesterId());
+  return 0;
+}
+
+void TRX::load(bool with_debug_modules) {
+  trace(kTrxLoadEntered, requesterId());
+  LoadingScope scope(*this);
+  trace(kTrxLoadLocked, requesterId());
+  scope.begin();
+  TRXConfig& config = TRXConfig::getInstance();
+  config.load();
+  try {
+    std::vector<std::string> files = config.getHAPModuleFiles();
+    hap_controller_->load(files, with_debug_modules);
+  } catch (...) {
+    trace(kTrxLoadHAPFailed, requesterId());
+    throw TRXException(kCodeModuleLoad);
+  }
+  try {
+    std::vector<std::string> files = config.getTableFiles();
+    table_controller_->load(files);
+  } catch (...) {
+    trace(kTrxLoadTableFailed, requesterId());
+    throw TRXException(kCodeTableLoad);
+  }
+  trace(kTrxLoadDone, requesterId());
+}
+
+void TRX::setHAPAPI(hapapi::HAPAPI* api) {
+  trace(kTrxSetAPI, requesterId(), traceWord(api));
+  LoadingScope scope(*this);
+  scope.begin();
+  if (api == nullptr) {
+    trace(kTrxSetAPINull, requesterId());
+  }
+  if (api_ != nullptr && api_ != api) {
+    trace(kTrxSetAPIOld, requesterId(), traceWord(api_));
+    delete api_;
+  }
+  api_ = api;
+}
+
+void TRX::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
+                  const std::string& hap_name, const std::string& mode, const unsigned int* para,
+                  unsigned int* out) {
+  admit(info);
+  {
+    const RunningScope running(*this, info);
+    traceHAPRequest(*info, units, hap_name, mode);
+    checkExecHAPCondition(info);
+    info->setAPI(api_);
+    try {
+      hap_controller_->execHAP(info, units, hap_name, mode, para, out, false);
+    } catch (const TRXException&) {
+      throw;
+    } catch (...) {
+      trace(kTrxHAPForeignException, info->trxId);
+      throw;
+    }
+  }
+  trace(kTrxHAPDone, hap_name);
+}
+
+void TRX::execTable(TRXInfo* info) {
+  if (stop_) {
+    trace(kTrxTableStopped, requesterId());
+    throw TRXException(kCodeStopped);
+  }
+  admit(info);
+  const RunningScope running(*this, info);
+  trace(kTrxTableAdmitted, info->trxId);
+  trace(kTrxTableName, info->getTableName());
+  info->setAPI(api_);
+  try {
+    table_controller_->execTable(info);
+  } catch (const TRXException&) {
+    throw;
+  } catch (...) {
+    trace(kTrxTableForeignException, info->trxId);
+    throw;
+  }
+}
+
+void TRX::execTable(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
+                    const std::string& table_name) {
+  if (info == nullptr || isRunning(info)) {
+    trace(kTrxTableRefused, requesterId());
+    throw TRXException(kCodeContext);
+  }
+  info->setTableUnitList(units);
+  info->setTableName(table_name);
+  execTable(info);
+}
+
+void TRX::setStopFlag(bool stop) { stop_ = stop; }
+
+bool TRX::isStopFlag() const { return stop_; }
+
+HAPController* TRX::getHAPController() const { return hap_controller_; }
+
+void TRX::hapExecWaiting() {
+  while (true) {
+    {
+      const MutexGuard guard(registry_mutex_);
+      if (registry_.empty()) {
+        return;
+      }
+    }
+    sleep(kPollSeconds);
+  }
+}
+
+void TRX::loadWaiting() {
+  while (loading_) {
+    sleep(kPollSeconds);
+  }
+}
+
+int TRX::chkAndAddTRXInfo(TRXInfo* info) {
+  const MutexGuard guard(registry_mutex_);
+  if (info == nullptr) {
+    trace(kTrxNoContext, requesterId());
+    return -1;
+  }
+  if (!registry_.insert(info).second) {
+    trace(kTrxContextRunning, info->trxId);
+    return -1;
+  }
+  return 0;
+}
+
+void TRX::deleteTRXInfo(TRXInfo* info) {
+  const MutexGuard guard(registry_mutex_);
+  registry_.erase(info);
+}
+
+void TRX::checkExecHAPCondition(TRXInfo*) {
+  if (stop_) {
+    trace(kTrxHAPStopped, requesterId());
+    throw TRXException(kCodeStopped);
+  }
+  if (!hap_controller_->isLoaded()) {
+    trace(kTrxNoModule, requesterId());
+    throw TRXException(kCodeNoModule);
+  }
+  if (api_ == nullptr) {
+    trace(kTrxNoAPI, requesterId());
+    throw TRXException(kCodeNoAPI);
+  }
+}
+
+/// Registers the context of a request; the engine mutex keeps requests out while a load works.
+void TRX::admit(TRXInfo* info) {
+  const MutexGuard guard(engine_mutex_);
+  if (chkAndAddTRXInfo(info) != 0) {
+    throw TRXException(kCodeContext);
+  }
+  loadWaiting();
+}
+
+bool TRX::isRunning(TRXInfo* info) {
+  const MutexGuard guard(registry_mutex_);
+  return registry_.count(info) != 0;
+}
+
+}  // namespace kw::trx::trx

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kw/trx/trx_lock.h"
+
+#include <sys/sem.h>
+
+#include <exception>
+
+#include "kw/trx/errors.h"
+#include "support/trace.h"
+
+namespace kw::trx::trx {
+namespace {
+
+constexpr int kNoSemaphore = -1;
+constexpr short kTake = -1;
+constexpr short kGiveBack = 1;
+
+/// One operation on the system semaphore; false when it failed, for a signal during the wait too.
+bool operate(const kw::dev::parts::LibSemaphore& semaphore, short operation) {
+  sembuf buffer{};
+  buffer.sem_num = semaphore.semNumber;
+  buffer.sem_op = operation;
+  buffer.sem_flg = semaphore.semFlags;
+  return semop(semaphore.id, &buffer, 1) >= 0;
+}
+
+}  // namespace
+
+TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control, bool outermost)
+    : semaphore_(semaphore) {
+  if (semaphore_ == nullptr || !exclusion_control || !outermost) {
+    return;
+  }
+  trace(kLockTake);
+  if (semaphore_->id == kNoSemaphore) {
+    throw TRXException(kCodeLock);
+  }
+  if (semaphore_->held && !semaphore_->unchecked) {
+    throw TRXException(kCodeLock);
+  }
+  if (!operate(*semaphore_, kTake)) {
+    throw TRXException(kCodeLock);
+  }
+  semaphore_->held = true;
+  locked_ = true;
+}
+
+TRXLock::~TRXLock() noexcept(false) {
+  if (!locked_) {
+    return;
+  }
+  try {
+    giveBack();
+  } catch (...) {
+    // A second exception would end the process: the one in flight goes on alone.
+    if (std::uncaught_exceptions() == 0) {
+      throw;
+    }
+  }
+}
+
+void TRXLock::giveBack() {
+  trace(kLockGiveBack);
+  if (semaphore_->id == kNoSemaphore) {
+    throw TRXException(kCodeUnlock);
+  }
+  if (!semaphore_->held && !semaphore_->unchecked) {
+    throw TRXException(kCodeUnlock);
+  }
+  semaphore_->held = false;
+  if (!operate(*semaphore_, kGiveBack)) {
+    throw TRXException(kCodeUnlock);
+  }
+}
+
+}  // namespace kw::trx::trx

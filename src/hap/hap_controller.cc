@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kw/trx/hap_controller.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "kw/sysobj/tree_path.h"
+#include "kw/trx/errors.h"
+#include "kw/trx/file_path.h"
+#include "kw/trx/trx_config.h"
+#include "kw/trx/trx_lock.h"
+#include "support/requester_id.h"
+#include "support/trace.h"
+
+namespace kw::trx::trx {
+namespace {
+
+constexpr char kModulePrefix[] = "libzq_hap_";
+constexpr char kDebugModulePrefix[] = "DBG";
+constexpr char kKeySeparator = '_';
+
+std::string baseName(const std::string& file) {
+  FilePath name(file);
+  name.erasePath();
+  return name.value;
+}
+
+/// The key of a module before its letters are made upper case; empty when the file name has none.
+/// A name that is all prefix and extension keeps its ".so" by the rule of hidden files, yet it has
+/// no stem to make a key of.
+std::string keyStem(const std::string& file_name) {
+  FilePath name(file_name);
+  name.erasePrefix(kModulePrefix);
+  if (name.value != file_name && !name.value.empty() && name.value.front() == '.') {
+    return std::string();
+  }
+  name.eraseFileExtension();
+  return name.value;
+}
+
+std::string toUpper(const std::string& text) {
+  FilePath upper(text);
+  upper.toUpper();
+  return upper.value;
+}
+
+bool isDebugModule(const std::string& key) { return key.rfind(kDebugModulePrefix, 0) == 0; }
+
+/// Keeps the record of one HAP call on its context for a scope.
+class HAPRecordScope {
+ public:
+  HAPRecordScope(TRXInfo& info, HAPCtlInfo& record) : info_(info) { info_.pushHAPCtlInfo(&record); }
+  HAPRecordScope(const HAPRecordScope&) = delete;
+  HAPRecordScope& operator=(const HAPRecordScope&) = delete;
+  ~HAPRecordScope() { info_.popHAPCtlInfo(); }
+
+ private:
+  TRXInfo& info_;
+};
+
+void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Component*>& units,
+                      const std::string& name, const std::string& mode) {
+  trace(kHAPExecNested, name);
+  if (!mode.empty()) {
+    trace(kHAPExecNestedMode, mode);
+  }
+  for (const kw::sysobj::Component* unit : units) {
+    kw::sysobj::TreePath path;
+    unit->getTreePath(path);
+    trace(kHAPExecNestedUnit, path.toString());
+  }
+  trace(kHAPExecNestedEntry, info.trxId);
+}
+
+}  // namespace
+
+HAPController::HAPController() = default;
+
+HAPController::~HAPController() { unload(); }
+
+void HAPController::load(std::vector<std::string>& files, bool with_debug_modules) {
+  unload();
+  const TRXConfig& config = TRXConfig::getInstance();
+  nest_limit_ = config.getHAPNestLimit();
+  for (const std::string& file : files) {
+    loadModule(file, with_debug_modules);
+  }
+  exclusion_control_ = config.isExclusionControl();
+  if (exclusion_control_) {
+    openSemaphore();
+  }
+}
+
+void HAPController::loadModule(const std::string& file, bool with_debug_modules) {
+  const bool stop_on_error = TRXConfig::getInstance().isHAPStopOnLoadError();
+  const std::string file_name = baseName(file);
+  const std::string stem = keyStem(file_name);
+  if (stem.empty()) {
+    if (stop_on_error) {
+      trace(kHAPLoadNoKey, file_name);
+      throw TRXException(kCodeModuleLoad);
+    }
+    trace(kHAPLoadNoKeySkipped, file_name);
+    trace(kHAPLoadNoKeySkippedEnd);
+    return;
+  }
+  const std::string key = toUpper(stem);
+  if (!with_debug_modules && isDebugModule(key)) {
+    return;
+  }
+  try {
+    openModule(key, file, file_name);
+  } catch (const TRXException&) {
+    if (stop_on_error) {
+      trace(kHAPLoadNotOpened, file_name);
+      throw;
+    }
+    trace(kHAPLoadNotOpenedSkipped, file_name);
+    trace(kHAPLoadNotOpenedSkippedEnd);
+  } catch (...) {
+    trace(kHAPLoadForeignException);
+    throw;
+  }
+}
+
+void HAPController::openModule(const std::string& key, const std::string& file,
+                               const std::string& file_name) {
+  // The new library is open before the old one of the same key goes: without it, the old one stays.
+  auto cache = std::make_unique<HAPCache>(file);
+  const auto old = modules_.find(key);
+  if (old != modules_.end()) {
+    trace(kHAPLoadReplaced, file_name);
+    delete old->second;
+    modules_.erase(old);
+  }
+  modules_.emplace(key, cache.get());
+  cache.release();
+}
+
+void HAPController::openSemaphore() {
+  try {
+    semaphore_ = new kw::dev::parts::LibSemaphore(kExclusionSemaphoreKey);
+    if (semaphore_->get() != 0) {
+      trace(kHAPLoadSemaphoreMissing);
+    }
+  } catch (const std::bad_alloc&) {
+    trace(kHAPLoadSemaphoreNoMemory);
+    throw;
+  } catch (...) {
+    trace(kHAPLoadSemaphoreException);
+    throw;
+  }
+}
+
+bool HAPController::isLoaded() const { return !modules_.empty(); }
+
+void HAPController::unload() {
+  if (!modules_.empty()) {
+    trace(kHAPUnload, requesterId());
+    for (const auto& module : modules_) {
+      delete module.second;
+    }
+    modules_.clear();
+  }
+  delete semaphore_;
+  semaphore_ = nullptr;
+}
+
+void HAPController::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
+                            const std::string& name, const std::string& mode,
+                            const unsigned int* para, unsigned int* out, bool err_disable) {
+  if (info == nullptr) {
+    trace(kHAPExecNoContext, requesterId());
+    throw TRXException(kCodeContext);
+  }
+  const bool nested = !info->isHAPCtlInfoEmpty() || !info->isTblCtlInfoEmpty();
+  if (nested) {
+    traceNestedEntry(*info, units, name, mode);
+  }
+  const bool outermost = info->isHAPCtlInfoEmpty();
+  const HAPFunction function = findHAP(info, name);
+  const int running = info->getSameNameHAPNestCount(name);
+  if (static_cast<unsigned int>(running) > nest_limit_) {
+    trace(kHAPExecNestLimit, name);
+    throw TRXException(kCodeHAPFailed);
+  }
+  {
+    HAPCtlInfo record(units, name, mode, para, out, err_disable);
+    const HAPRecordScope scope(*info, record);
+    if (callTraced(info, function, mode, para, out, outermost) != 0) {
+      errExecHAP(info, name);
+      if (!info->isErrDisables()) {
+        throw TRXException(kCodeHAPFailed);
+      }
+    }
+  }
+  if (nested) {
+    trace(kHAPExecNestedEnd, name);
+  }
+}
+
+HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
+  FilePath key(name);
+  key.eraseSeparatorBackFirstOf(kKeySeparator);
+  if (key.value.empty()) {
+    trace(kHAPExecNoKey, name);
+    errUndefHAP(info, name);
+  }
+  const auto module = modules_.find(key.value);
+  if (module == modules_.end()) {
+    trace(kHAPExecNoModule, key.value);
+    errUndefHAP(info, name);
+  }
+  void* address = module->second->getHAP(name);
+  if (address == nullptr) {
+    trace(kHAPExecUnresolved, key.value);
+    errUndefHAP(info, name);
+  }
+  return reinterpret_cast<HAPFunction>(address);
+}
+
+int HAPController::callTraced(TRXInfo* info, HAPFunction function, const std::string& mode,
+                              const unsigned int* para, unsigned int* out, bool outermost) {
+  try {
+    return callHAP(info, function, mode, para, out, outermost);
+  } catch (const TRXException& exception) {
+    switch (exception.getCode()) {
+      case kCodeLock:
+        trace(kHAPExecLockFailed, info->trxId);
+        break;
+      case kCodeUnlock:
+        trace(kHAPExecUnlockFailed, info->trxId);
+        break;
+      default:
+        trace(kHAPExecThrew, info->trxId, exception.getCode());
+        break;
+    }
+    throw;
+  } catch (...) {
+    trace(kHAPExecForeignException, info->trxId);
+    throw;
+  }
+}
+
+int HAPController::callHAP(TRXInfo* info, HAPFunction function, const std::string& mode,
+                           const unsigned int* para, unsigned int* out, bool outermost) {
+  const TRXLock lock(semaphore_, exclusion_control_, outermost);
+  hapapi::HAPAPI* api = outermost ? info->getAPI() : nullptr;
+  if (api == nullptr) {
+    return function(info, mode.empty() ? nullptr : mode.c_str(), para, out);
+  }
+  api->beginHAPExec(info);
+  int result = 0;
+  try {
+    result = function(info, mode.empty() ? nullptr : mode.c_str(), para, out);
+  } catch (...) {
+    api->endHAPExec(info);
+    throw;
+  }
+  api->endHAPExec(info);
+  return result;
+}
+
+}  // namespace kw::trx::trx

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "kw/trx/file_path.h"
+#include "kw/trx/hap_module.h"
+#include "support/trace.h"
+
+namespace kw::trx::trx {
+namespace {
+
+constexpr std::string::size_type kPieceLength = 47;
+
+/// Writes `message` in pieces, one record each: a text record of the trace has to stay short.
+void traceInPieces(const TracePoint& point, const char* message) {
+  const std::string text(message);
+  std::vector<std::string> pieces;
+  for (std::string::size_type begin = 0; begin < text.size(); begin += kPieceLength) {
+    pieces.push_back(text.substr(begin, kPieceLength));
+  }
+  for (const std::string& piece : pieces) {
+    trace(point, piece);
+  }
+}
+
+/// Whoever used the loader before, a host or a HAP, may have left the text of its own failure.
+void dropStaleMessage() { dlerror(); }
+
+}  // namespace
+
+HAPDynamicLib::HAPDynamicLib() = default;
+
+HAPDynamicLib::~HAPDynamicLib() { unload(); }
+
+int HAPDynamicLib::load(const std::string& path) {
+  const std::string file = "/" + path;
+  dropStaleMessage();
+  handle_ = dlopen(file.c_str(), RTLD_NOW);
+  // A constructor that runs inside dlopen can leave a text as well: only one without a handle tells
+  // of this library.
+  const char* message = dlerror();
+  if (message == nullptr || handle_ != nullptr) {
+    return 0;
+  }
+  FilePath file_name(file);
+  file_name.erasePath();
+  trace(kLibLoadFailed, file_name.value);
+  traceInPieces(kLibLoadReason, message);
+  return -1;
+}
+
+void* HAPDynamicLib::getHAP(const std::string& name) {
+  if (handle_ == nullptr) {
+    trace(kLibNotOpen, name);
+    return nullptr;
+  }
+  dropStaleMessage();
+  void* address = dlsym(handle_, name.c_str());
+  const char* message = dlerror();
+  if (message == nullptr) {
+    return address;
+  }
+  trace(kLibNoSymbol, name);
+  traceInPieces(kLibNoSymbolReason, message);
+  return nullptr;
+}
+
+void HAPDynamicLib::unload() {
+  if (handle_ == nullptr) {
+    return;
+  }
+  dlclose(handle_);
+  dropStaleMessage();
+  handle_ = nullptr;
+}
+
+}  // namespace kw::trx::trx

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/requester_id.h"
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace kw::trx::trx {
+namespace {
+
+// 0 while not known. No process or thread has the id 0, and the process id whose low 16 bits are 0
+// together with such a thread id is only fetched again each time.
+thread_local unsigned int cached_id = 0;
+
+void forget() { cached_id = 0; }
+
+// The child of a fork has the ids of its parent's thread in its copy of the cache. The one thread
+// that it has is the one that forked, so clearing its copy is enough.
+void forgetInChildren() {
+  static const int registered = pthread_atfork(nullptr, nullptr, forget);
+  static_cast<void>(registered);
+}
+
+unsigned int fetch() {
+  forgetInChildren();
+  const auto process = static_cast<unsigned int>(getpid());
+  const auto thread = static_cast<unsigned int>(syscall(SYS_gettid));
+  return process << 16 | (thread & 0xffffU);
+}
+
+}  // namespace
+
+unsigned int requesterId() {
+  if (cached_id == 0) {
+    cached_id = fetch();
+  }
+  return cached_id;
+}
+
+}  // namespace kw::trx::trx

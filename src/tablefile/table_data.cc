@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kw/trx/table_data.h"
+
+#include <fstream>
+#include <memory>
+
+#include "kw/trx/file_path.h"
+#include "kw/util/config/comma_separated_values.h"
+#include "support/parse_number.h"
+#include "support/requester_id.h"
+#include "support/trace.h"
+#include "tablefile/words.h"
+
+namespace kw::trx::trx {
+namespace {
+
+constexpr char kExtension[] = "csv";
+constexpr std::size_t kKeyValueMax = 8;
+
+}  // namespace
+
+TableData::TableData() = default;
+
+TableData::~TableData() { delete csv_; }
+
+int TableData::load(const std::string& path) {
+  if (path.empty()) {
+    trace(kDataNoPath, requesterId());
+    return -1;
+  }
+  unload();
+  file_path_ = path;
+  FilePath extension(file_path_);
+  extension.eraseNotExtension();
+  extension.toLower();
+  if (extension.value != kExtension) {
+    trace(kDataNotCSV, requesterId());
+    return -1;
+  }
+  return loadCSV();
+}
+
+int TableData::loadCSV() {
+  const std::string name = "/" + file_path_;
+  std::ifstream stream(name);
+  if (stream.fail()) {
+    FilePath file_name(name);
+    file_name.erasePath();
+    trace(kDataNotOpened, file_name.value);
+    return -1;
+  }
+  auto csv = std::make_unique<kw::util::config::CommaSeparatedValues>();
+  csv->load(stream);
+  unload();
+  csv_ = csv.release();
+  return 0;
+}
+
+void TableData::unload() {
+  delete csv_;
+  csv_ = nullptr;
+}
+
+unsigned int TableData::rowSize() const {
+  if (csv_ == nullptr) {
+    trace(kDataRowSizeEmpty, requesterId());
+    return 0;
+  }
+  return static_cast<unsigned int>(csv_->size());
+}
+
+int TableData::columnSize(const unsigned int& row) const {
+  if (csv_ == nullptr) {
+    trace(kDataColumnSizeEmpty, requesterId());
+    return 0;
+  }
+  return csv_->columnCount(static_cast<int>(row));
+}
+
+std::string TableData::getMember(const unsigned int& row, const unsigned int& col) const {
+  if (csv_ == nullptr) {
+    trace(kDataMemberEmpty, requesterId());
+    return {};
+  }
+  const int row_index = static_cast<int>(row);
+  const int column_index = static_cast<int>(col);
+  const int rows = csv_->rowCount();
+  if (rows == 0) {
+    trace(kDataNoRows, requesterId(), row, col);
+    return {};
+  }
+  if (row_index >= rows) {
+    trace(kDataNoRow, requesterId(), row, col, traceWord(rows - 1));
+    return {};
+  }
+  const int columns = row_index < 0 ? 0 : csv_->columnCount(row_index);
+  if (columns == 0) {
+    return {};
+  }
+  if (column_index >= columns) {
+    trace(kDataNoColumn, requesterId(), row, col, traceWord(columns - 1));
+    return {};
+  }
+  if (column_index < 0) {
+    return {};
+  }
+  return (*csv_)[row_index][static_cast<std::size_t>(column_index)];
+}
+
+int TableData::getTblDefKey(const std::string& key) const {
+  if (csv_ == nullptr) {
+    trace(kDataKeyEmptyFile, requesterId());
+    return -1;
+  }
+  if (key.empty()) {
+    trace(kDataNoKey, requesterId());
+    return -1;
+  }
+  unsigned int matches = 0;
+  std::string value;
+  const unsigned int rows = rowSize();
+  for (unsigned int row = 0; row < rows; ++row) {
+    if (getMember(row, kKeyColumn) == key && ++matches == 1) {
+      value = getMember(row, kKeyColumn + 1);
+    }
+  }
+  if (matches != 1) {
+    trace(kDataKeyNotOnce, key);
+    return -1;
+  }
+  if (value.empty() || value.size() > kKeyValueMax) {
+    trace(kDataKeyLength, key);
+    return -1;
+  }
+  const ParsedNumber number = parseNumber(value, kHexBase);
+  if (number.length != value.size()) {
+    trace(kDataKeyNotHex, key);
+    return -1;
+  }
+  return static_cast<int>(number.value);
+}
+
+}  // namespace kw::trx::trx

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+// Columns of format 00 and the place of its table area.
+#include "kw/trx/table_format.h"
+#include "support/requester_id.h"
+#include "support/trace.h"
+#include "tablefile/words.h"
+
+namespace kw::trx::trx {
+
+TblFmt00::TblFmt00(const std::string& name, TableData* data) : TblFmtFactory(name, data) {
+  // If memory runs out here, the base is destroyed while the caller still owns `data`.
+  table_data_ = nullptr;
+  column_map_ = {{kColumnLabel, 0}, {kColumnNumber, 1}, {kColumnCommand, 2},
+                 {kColumnName, 3},  {kColumnMode, 4},   {kColumnError, 5},
+                 {kColumnPara, 6},  {kColumnRsv1, 7},   {kColumnRsv2, 8}};
+  table_data_ = data;
+}
+
+TblFmt00::~TblFmt00() = default;
+
+int TblFmt00::getRowOfTblStart() {
+  if (tbl_start_row_ == -1) {
+    const std::vector<unsigned int> rows = findCommand(kCommandStart);
+    if (rows.empty()) {
+      trace(kFmtNoStartRow, requesterId());
+      return -1;
+    }
+    tbl_start_row_ = static_cast<int>(rows.front());
+  }
+  return tbl_start_row_;
+}
+
+int TblFmt00::getRowOfTblEnd() {
+  if (tbl_end_row_ == -1) {
+    const std::vector<unsigned int> rows = findCommand(kCommandEnd);
+    if (rows.empty()) {
+      trace(kFmtNoEndRow, requesterId());
+      return -1;
+    }
+    tbl_end_row_ = static_cast<int>(rows.back());
+  }
+  return tbl_end_row_;
+}
+
+int TblFmt00::getRowOfTblArea(unsigned int& start, unsigned int& end) {
+  const int start_row = getRowOfTblStart();
+  const int end_row = getRowOfTblEnd();
+  start = static_cast<unsigned int>(start_row);
+  end = static_cast<unsigned int>(end_row);
+  if (start_row == -1 || end_row == -1) {
+    trace(kFmtNoArea, requesterId());
+    return -1;
+  }
+  return 0;
+}
+
+std::vector<unsigned int> TblFmt00::findCommand(const std::string& command) {
+  return findEntry(columnIndex(kColumnCommand), command);
+}
+
+unsigned int TblFmt00::columnIndex(const std::string& name) {
+  return static_cast<unsigned int>(getColumn(name));
+}
+
+std::vector<unsigned int> TblFmt00::findLabel(const std::string& label, unsigned int start,
+                                              unsigned int end) {
+  return findEntry(columnIndex(kColumnLabel), label, start, end);
+}
+
+}  // namespace kw::trx::trx

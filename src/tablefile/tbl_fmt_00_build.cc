@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+// The table of a file of format 00. Everything here relies on the checks having passed.
+#include <algorithm>
+#include <memory>
+#include <string_view>
+
+#include "kw/trx/file_path.h"
+#include "kw/trx/table_commands.h"
+#include "kw/trx/table_format.h"
+#include "support/parse_number.h"
+#include "tablefile/words.h"
+
+namespace kw::trx::trx {
+namespace {
+
+constexpr int kNoIndex = -1;
+constexpr unsigned int kWaitMaxMs = 3600000;
+
+struct CommandBuilder {
+  std::string_view command;
+  HAPTableCommand* (TblFmt00::*build)(const unsigned int& number, const unsigned int& row);
+};
+
+constexpr CommandBuilder kCommandBuilders[] = {
+    {kCommandHAP, &TblFmt00::createCmdHAP},     {kCommandTable, &TblFmt00::createCmdTABLE},
+    {kCommandCheck, &TblFmt00::createCmdCHECK}, {kCommandWait, &TblFmt00::createCmdWAIT},
+    {kCommandStart, &TblFmt00::createCmdSTART}, {kCommandEnd, &TblFmt00::createCmdEND}};
+
+/// The parameter words of a PARA cell; null when it is empty.
+std::unique_ptr<unsigned int[]> readParameters(const std::string& text) {
+  const std::vector<std::string> fields =
+      FilePath(text).getSpecificStringSplitValue(kParaSeparator);
+  if (fields.empty()) {
+    return nullptr;
+  }
+  auto words = std::make_unique<unsigned int[]>(fields.size());
+  std::transform(fields.begin(), fields.end(), words.get(),
+                 [](const std::string& field) { return parseNumber(field, kHexBase).value; });
+  return words;
+}
+
+}  // namespace
+
+HAPTable* TblFmt00::createHAPTable() {
+  unsigned int start = 0;
+  unsigned int end = 0;
+  if (getRowOfTblArea(start, end) != 0) {
+    return nullptr;
+  }
+  if (table_data_->versionNo == -1) {
+    table_data_->versionNo = table_data_->getTblDefKey(kKeyVersion);
+  }
+  auto table =
+      std::make_unique<HAPTable>(table_name_, static_cast<unsigned int>(table_data_->versionNo));
+  for (unsigned int row = start; row <= end; ++row) {
+    const std::string command = getMember(row, kColumnCommand);
+    const unsigned int number = parseNumber(getMember(row, kColumnNumber), kHexBase).value;
+    const auto* entry = std::find_if(
+        std::begin(kCommandBuilders), std::end(kCommandBuilders),
+        [&command](const CommandBuilder& builder) { return builder.command == command; });
+    if (entry != std::end(kCommandBuilders)) {
+      table->addEntry((this->*entry->build)(number, row));
+    }
+  }
+  return table.release();
+}
+
+HAPTableCommand* TblFmt00::createCmdSTART(const unsigned int& number, const unsigned int& row) {
+  return new TblCmdStart(number, entryIndex(row) + 1);
+}
+
+HAPTableCommand* TblFmt00::createCmdEND(const unsigned int& number, const unsigned int& row) {
+  const std::string message = getMember(row, kColumnName);
+  auto command = std::make_unique<TblCmdEnd>(number, kNoIndex);
+  command->setRtnMsg(message);
+  return command.release();
+}
+
+HAPTableCommand* TblFmt00::createCmdHAP(const unsigned int& number, const unsigned int& row) {
+  const std::string hap_name = getMember(row, kColumnName);
+  const std::string mode = getMember(row, kColumnMode);
+  const std::string error = getMember(row, kColumnError);
+  unsigned int err_mode = kErrModeStop;
+  int jump_index = kNoIndex;
+  if (error == kErrorNop) {
+    err_mode = kErrModeNop;
+  } else if (error == kErrorStack) {
+    err_mode = kErrModeStack;
+  } else if (!error.empty()) {
+    err_mode = kErrModeJump;
+    jump_index = labelIndex(error);
+  }
+  std::unique_ptr<unsigned int[]> para = readParameters(getMember(row, kColumnPara));
+  auto command = std::make_unique<TblCmdHAP>(number, entryIndex(row) + 1);
+  command->setMember(hap_name, mode, para.get(), nullptr, err_mode,
+                     static_cast<unsigned int>(jump_index));
+  static_cast<void>(para.release());
+  return command.release();
+}
+
+HAPTableCommand* TblFmt00::createCmdCHECK(const unsigned int& number, const unsigned int& row) {
+  const std::string error = getMember(row, kColumnError);
+  const int jump_index = error.empty() ? kNoIndex : labelIndex(error);
+  auto command = std::make_unique<TblCmdCheck>(number, entryIndex(row) + 1);
+  command->setErrMode(error.empty() ? kErrModeStop : kErrModeJump,
+                      static_cast<unsigned int>(jump_index));
+  return command.release();
+}
+
+HAPTableCommand* TblFmt00::createCmdWAIT(const unsigned int& number, const unsigned int& row) {
+  const std::string time = getMember(row, kColumnMode);
+  auto command = std::make_unique<TblCmdWait>(number, entryIndex(row) + 1);
+  command->setTime(std::min(parseNumber(time, kDecimalBase).value, kWaitMaxMs));
+  return command.release();
+}
+
+HAPTableCommand* TblFmt00::createCmdTABLE(const unsigned int& number, const unsigned int& row) {
+  const std::string name = getMember(row, kColumnName);
+  auto command = std::make_unique<TblCmdTable>(number, entryIndex(row) + 1);
+  command->setTableName(name);
+  return command.release();
+}
+
+int TblFmt00::entryIndex(const unsigned int& row) {
+  return static_cast<int>(row) - getRowOfTblStart();
+}
+
+int TblFmt00::labelIndex(const std::string& label) {
+  unsigned int start = 0;
+  unsigned int end = 0;
+  if (getRowOfTblArea(start, end) != 0) {
+    return kNoIndex;
+  }
+  const std::vector<unsigned int> rows = findLabel(label, start, end);
+  return rows.empty() ? kNoIndex : entryIndex(rows.front());
+}
+
+}  // namespace kw::trx::trx

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+// The words of a table file: its header keys, columns, commands and error modes.
+#ifndef KW_TRX_TABLEFILE_WORDS_H_
+#define KW_TRX_TABLEFILE_WORDS_H_
+
+namespace kw::trx::trx {
+
+constexpr char kKeyFormat[] = "FORMAT";
+constexpr char kKeyVersion[] = "VERSION";
+/// Where a header key stands in its row; its value stands in the next cell.
+constexpr unsigned int kKeyColumn = 0;
+
+constexpr char kColumnLabel[] = "LABEL";
+constexpr char kColumnNumber[] = "NUMBER";
+constexpr char kColumnCommand[] = "COMMAND";
+constexpr char kColumnName[] = "HAP/TABLE";
+constexpr char kColumnMode[] = "MODE";
+constexpr char kColumnError[] = "ERROR";
+constexpr char kColumnPara[] = "PARA";
+constexpr char kColumnRsv1[] = "RSV1";
+constexpr char kColumnRsv2[] = "RSV2";
+
+constexpr char kCommandStart[] = "START";
+constexpr char kCommandEnd[] = "END";
+constexpr char kCommandHAP[] = "HAP";
+constexpr char kCommandCheck[] = "CHECK";
+constexpr char kCommandWait[] = "WAIT";
+constexpr char kCommandTable[] = "TABLE";
+
+constexpr char kErrorNop[] = "NOP";
+constexpr char kErrorStack[] = "STACK";
+
+/// Between the parameters of a HAP row.
+constexpr char kParaSeparator = ' ';
+
+constexpr unsigned int kHexBase = 16;
+constexpr unsigned int kDecimalBase = 10;
+
+}  // namespace kw::trx::trx
+
+#endif  // KW_TRX_TABLEFILE_WORDS_H_

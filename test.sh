@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Builds and runs the tests: ./test.sh; with --all also the format check, the sanitizers, the device
+# build under emulation, and the demo, with warnings as errors.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+. scripts/setup.sh
+
+usage() { echo "usage: ./test.sh [--all]"; }
+
+run_tests() {
+  local preset=$1
+  shift
+  step "building into build/$preset"
+  build_quietly "$preset" "$@"
+  step "running the tests of build/$preset"
+  ctest --preset "$preset" -j "$(nproc)" --progress
+}
+
+check_format() {
+  step "checking the format"
+  git ls-files -z '*.h' '*.cc' '*.c' | xargs -0 clang-format --dry-run --Werror
+}
+
+case "${1:-}" in
+  "")
+    install_missing "${packages_build[@]}" "${packages_test[@]}"
+    run_tests dev
+    ;;
+  --all)
+    install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_all[@]}"
+    check_format
+    ./demo.sh
+    for preset in asan tsan armhf dev; do
+      run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    done
+    ;;
+  -h | --help) usage ;;
+  *)
+    usage >&2
+    exit 2
+    ;;
+esac

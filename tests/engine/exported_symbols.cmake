@@ -1,0 +1,31 @@
+# SPDX-License-Identifier: Apache-2.0
+# Fails when the symbols that LIBRARY exports differ from the list in the file KEPT.
+execute_process(COMMAND ${NM} -D --defined-only -C ${LIBRARY}
+  OUTPUT_VARIABLE output RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${NM} cannot read ${LIBRARY}")
+endif()
+set(symbols "")
+string(REGEX REPLACE "\n$" "" output "${output}")
+string(REPLACE ";" "\\;" output "${output}")
+string(REPLACE "\n" ";" lines "${output}")
+foreach(line IN LISTS lines)
+  string(REGEX REPLACE "^[0-9a-f]+ [A-Za-z] " "" symbol "${line}")
+  # Instances of standard library templates are not ours, and differ between compilers.
+  if(NOT symbol MATCHES "^(std::|void std::|bool std::|typeinfo |vtable for (std|__)|__|_init|_fini)"
+     OR symbol MATCHES "^typeinfo (name )?for kw::")
+    list(APPEND symbols "${symbol}")
+  endif()
+endforeach()
+list(SORT symbols)
+list(REMOVE_DUPLICATES symbols)
+list(JOIN symbols "\n" text)
+if(DEFINED ENV{ZQM_TRX_WRITE_SYMBOLS})
+  file(WRITE ${KEPT} "${text}\n")
+endif()
+file(READ ${KEPT} kept)
+if(NOT "${text}\n" STREQUAL "${kept}")
+  file(WRITE exported_symbols.txt "${text}\n")
+  execute_process(COMMAND diff ${KEPT} exported_symbols.txt)
+  message(FATAL_ERROR "the exported symbols differ from ${KEPT}")
+endif()
