@@ -3,7 +3,7 @@
 
 #include <dlfcn.h>
 
-#include <regex>
+#include <sstream>
 #include <thread>
 
 #include "support/engine_fixture.h"
@@ -16,14 +16,18 @@ using testing::TraceCapture;
 
 /// The texts of the lines that begin with `head`, checked to be cut as they must be, in one piece.
 std::string piecesOf(const std::string& trail, const std::string& head) {
-  const std::regex line(head + " \"([^\"]*)\"\n");
   std::string text;
   std::size_t last_length = 47;
-  for (std::sregex_iterator it(trail.begin(), trail.end(), line), end; it != end; ++it) {
+  std::istringstream lines(trail);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind(head + " \"", 0) != 0) {
+      continue;
+    }
     EXPECT_EQ(last_length, 47U) << "only the last piece is shorter";
-    last_length = (*it)[1].length();
-    EXPECT_GE(last_length, 1U);
-    text += (*it)[1];
+    const std::size_t begin = head.size() + 2;
+    last_length = line.size() - begin - 1;
+    EXPECT_TRUE(last_length >= 1 && last_length <= 47);
+    text.append(line, begin, last_length);
   }
   return text;
 }
