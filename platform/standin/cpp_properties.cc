@@ -117,6 +117,9 @@ void appendUtf8(unsigned long code_point, std::string& out) {
 /// Length of an escape of one UTF-16 unit: backslash, u and four hexadecimal digits.
 constexpr std::size_t kUnitEscape = 6;
 
+/// What stands for half a surrogate pair.
+constexpr unsigned long kReplacement = 0xFFFD;
+
 /// The UTF-16 unit that `text` begins with the escape of; -1 when it begins with none.
 long escapedUnit(std::string_view text) {
   if (text.size() < kUnitEscape || text.substr(0, 2) != "\\u") return -1;
@@ -130,7 +133,6 @@ bool isLowSurrogate(long unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
 /// Takes the character that `text` begins with the escape of; false when it is no such escape.
 bool takeUnicode(std::string_view& text, std::string& out) {
-  constexpr unsigned long kReplacement = 0xFFFD;
   const long unit = escapedUnit(text);
   if (unit < 0) return false;
   text.remove_prefix(kUnitEscape);

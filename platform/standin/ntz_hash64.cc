@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/ntz_hash64.h"
 
+#include <limits>
+
 int ntz_hash64(unsigned long long value) {
-  constexpr int kBits = 64;
-  return value == 0 ? kBits : __builtin_ctzll(value);
+  return value == 0 ? std::numeric_limits<unsigned long long>::digits : __builtin_ctzll(value);
 }

@@ -75,7 +75,7 @@ void startAnewAfterFork() {
   new (&control_mutex) std::mutex;
 }
 
-[[maybe_unused]] const int fork_handler = pthread_atfork(nullptr, nullptr, startAnewAfterFork);
+[[maybe_unused]] const int kForkHandler = pthread_atfork(nullptr, nullptr, startAnewAfterFork);
 
 }  // namespace
 

@@ -4,11 +4,11 @@
 #ifndef KW_PLATFORM_STANDIN_TRACE_PUBLISHED_H_
 #define KW_PLATFORM_STANDIN_TRACE_PUBLISHED_H_
 
-#include <sched.h>
-
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <thread>
 
 namespace kw::platform {
 
@@ -62,8 +62,8 @@ class Published {
     if (value != nullptr) spare->value = *value;
     current_.store(value == nullptr ? nullptr : spare);
     if (former == nullptr) return T{};
-    for (Stripe& stripe : former->users) {
-      while (stripe.count.load() != 0) sched_yield();
+    for (const Stripe& stripe : former->users) {
+      while (stripe.count.load() != 0) std::this_thread::sleep_for(kDrainPoll);
     }
     return former->value;
   }
@@ -77,6 +77,9 @@ class Published {
 
  private:
   static constexpr std::size_t kStripes = 16;
+
+  // Sleeping lets a user run that has a lower real-time priority than the one who waits for it.
+  static constexpr std::chrono::microseconds kDrainPoll{50};
 
   struct alignas(64) Stripe {
     std::atomic<int> count{0};

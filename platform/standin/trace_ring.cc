@@ -37,8 +37,7 @@ std::uint32_t slotsFor(std::size_t records) {
 }
 
 /// Maps the new file `fd`, made long enough first; MAP_FAILED with `errno` set when it can't. The
-/// disk blocks are taken here, as a full disk would later kill the writer with SIGBUS, and the
-/// pages too, as each would cost its first writer a page fault.
+/// disk blocks are taken here, as a full disk would later kill the writer with SIGBUS.
 void* mapNew(int fd, std::size_t bytes) {
   int error = 0;
   do {
@@ -91,7 +90,7 @@ TraceRing::TraceRing(void* mapping, std::uint32_t slots) noexcept
     : header_(new (mapping) SharedHeader{}),
       slots_(reinterpret_cast<SharedSlot*>(header_ + 1)),
       slot_count_(slots) {
-  // Touches every page, so that no writer has to wait for one.
+  // This touches every page, so that no writer has to wait for one.
   std::uninitialized_value_construct_n(slots_, slots);
   header_->magic = trace_file::kMagic;
   header_->version = trace_file::kVersion;
@@ -117,9 +116,7 @@ int TraceRing::create(const std::string& path, std::size_t records, TraceRing& r
       ring = made;
       return 0;
     }
-    const int error = errno;
     made.release();
-    errno = error;
   }
   const int error = errno;
   unlink(unfinished.c_str());

@@ -69,9 +69,8 @@ void copyRecord(std::uint64_t number, const Body& body, TraceRecord& record) {
   record.data.assign(body.data, body.data + kept);
 }
 
-}  // namespace
-
-struct TraceRingReader::Impl {
+/// Follows one ring file.
+class RingFile {
  public:
   int open(const std::string& path);
   bool next(TraceRecord& record);
@@ -91,6 +90,11 @@ struct TraceRingReader::Impl {
   bool readSlots(std::uint64_t reserved, std::size_t& count);
   void sortOut(std::size_t count);
 
+  /// True when a writer that was given up holds the slot with this mark.
+  bool isDead(std::uint64_t mark) const {
+    return trace_file::isBusy(mark) && mark < trace_file::busyMark(written_off_);
+  }
+
   UniqueFd file_;
   std::uint32_t slot_count_ = 0;
   std::uint64_t position_ = 0;     // number of the first record not looked at yet
@@ -104,7 +108,7 @@ struct TraceRingReader::Impl {
   std::array<SlotCopy, kWindowSlots> after_;
 };
 
-int TraceRingReader::Impl::open(const std::string& path) {
+int RingFile::open(const std::string& path) {
   // Not blocking, as the path may be one of a pipe.
   file_.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (file_.get() < 0) return kFailed;
@@ -121,7 +125,7 @@ int TraceRingReader::Impl::open(const std::string& path) {
   return 0;
 }
 
-bool TraceRingReader::Impl::next(TraceRecord& record) {
+bool RingFile::next(TraceRecord& record) {
   if (handed_out_ == found_.size() && !fetch()) return false;
   const Found& found = found_[handed_out_++];
   copyRecord(found.number, found.body, record);
@@ -130,7 +134,7 @@ bool TraceRingReader::Impl::next(TraceRecord& record) {
 
 /// Finds complete records. A record in the middle of its writing is waited for, but not for ever,
 /// as its writer may be dead; all that were begun by then have had the same time.
-bool TraceRingReader::Impl::fetch() {
+bool RingFile::fetch() {
   found_.clear();
   handed_out_ = 0;
   std::uint64_t begun = 0;
@@ -157,18 +161,18 @@ bool TraceRingReader::Impl::fetch() {
   return true;
 }
 
-bool TraceRingReader::Impl::readReserved(std::uint64_t& reserved) const {
+bool RingFile::readReserved(std::uint64_t& reserved) const {
   return readAt(file_.get(), &reserved, sizeof(reserved), offsetof(HeaderCopy, reserved));
 }
 
-void TraceRingReader::Impl::skipOverwritten(std::uint64_t reserved) {
+void RingFile::skipOverwritten(std::uint64_t reserved) {
   if (reserved - position_ <= slot_count_) return;
   lost_ += reserved - position_ - slot_count_;
   position_ = reserved - slot_count_;
 }
 
 /// Reads the slots from `position_` up to the end of the file, `reserved` or the window's size.
-bool TraceRingReader::Impl::readSlots(std::uint64_t reserved, std::size_t& count) {
+bool RingFile::readSlots(std::uint64_t reserved, std::size_t& count) {
   const std::uint64_t slot = position_ & (slot_count_ - 1);
   count = static_cast<std::size_t>(
       std::min({reserved - position_, slot_count_ - slot, std::uint64_t{kWindowSlots}}));
@@ -181,12 +185,12 @@ bool TraceRingReader::Impl::readSlots(std::uint64_t reserved, std::size_t& count
 }
 
 /// Keeps the complete ones of the `count` slots read, up to one that may still be completed.
-void TraceRingReader::Impl::sortOut(std::size_t count) {
+void RingFile::sortOut(std::size_t count) {
   for (std::size_t i = 0; i < count; ++i, ++position_) {
     const std::uint64_t complete = trace_file::completeMark(position_);
     if (before_[i].mark == complete && after_[i].mark == complete) {
       found_.push_back({position_, slots_[i].body});
-    } else if (after_[i].mark > complete || position_ < written_off_) {
+    } else if (after_[i].mark > complete || position_ < written_off_ || isDead(after_[i].mark)) {
       ++lost_;
     } else {
       return;
@@ -194,13 +198,19 @@ void TraceRingReader::Impl::sortOut(std::size_t count) {
   }
 }
 
+}  // namespace
+
+struct TraceRingReader::Impl {
+  RingFile file;
+};
+
 TraceRingReader::TraceRingReader() : impl_(nullptr) {}
 
 TraceRingReader::~TraceRingReader() { delete impl_; }
 
 int TraceRingReader::open(const std::string& path) try {
   auto opened = std::make_unique<Impl>();
-  if (opened->open(resolvePath(path)) != 0) return kFailed;
+  if (opened->file.open(resolvePath(path)) != 0) return kFailed;
   delete impl_;
   impl_ = opened.release();
   return 0;
@@ -209,8 +219,10 @@ int TraceRingReader::open(const std::string& path) try {
   return kFailed;
 }
 
-bool TraceRingReader::next(TraceRecord& record) { return impl_ != nullptr && impl_->next(record); }
+bool TraceRingReader::next(TraceRecord& record) {
+  return impl_ != nullptr && impl_->file.next(record);
+}
 
-std::uint64_t TraceRingReader::lost() const { return impl_ == nullptr ? 0 : impl_->lost(); }
+std::uint64_t TraceRingReader::lost() const { return impl_ == nullptr ? 0 : impl_->file.lost(); }
 
 }  // namespace kw::platform

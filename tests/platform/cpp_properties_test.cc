@@ -28,23 +28,15 @@ const SyntaxCase kSyntax[] = {
     {"# x=1\n  ! y=2\na=#1\nb=!\n", {{"a", "#1"}, {"b", "!"}}, {"#", "x", "y", "!"}},
     {"# no continuation \\\na=1", {{"a", "1"}}, {}},
     {"a=1\r\nb=2\rc=3\n\r\n \t\nd=4", {{"a", "1"}, {"b", "2"}, {"c", "3"}, {"d", "4"}}, {"", "\r"}},
-    {"\xEF\xBB\xBF"
-     "a=\xC3\xA4",
-     {{"a", "\xC3\xA4"}},
-     {}},
+    {"\xEF\xBB\xBFx=\xC3\xA4", {{"x", "\xC3\xA4"}}, {}},
     {"a=1\na=2\na=\n", {{"a", ""}}, {}},
     {"a = x\\\r\n   y\\\n# z\nb=1", {{"a", "xy# z"}, {"b", "1"}}, {}},
-    {"a=x\\\\\nb=y\\\\\\\nc\nd=1\\ \ne=2\\",
-     {{"a", "x\\"}, {"b", "y\\c"}, {"d", "1 "}, {"e", "2"}},
-     {"c"}},
+    {"a=x\\\\\nb=y\\\\\\\nc\nd=1\\ \ne=2", {{"a", "x\\"}, {"b", "y\\c"}, {"d", "1 "}}, {"c"}},
+    {"a=2\\", {{"a", "2"}}, {}},
     {"a=x\\\n\nb=1\n\\\n\nc=2", {{"a", "x"}, {"b", "1"}, {"c", "2"}}, {""}},
     {"a\\ b\\:c\\=d=\\t\\n\\r\\f\\q\\\\\\#", {{"a b:c=d", "\t\n\r\fq\\#"}}, {}},
     {"a=\\u0041\\u00e4\\u20AC\\uD83D\\uDE00", {{"a", "A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"}}, {}},
-    {"a=\\uD83D\\u0041\\uDE00",
-     {{"a",
-       "\xEF\xBF\xBD"
-       "A\xEF\xBF\xBD"}},
-     {}},
+    {"a=\\uD83D\\u0078\\uDE00", {{"a", "\xEF\xBF\xBDx\xEF\xBF\xBD"}}, {}},
     {"a=\\u12g4\\u12\nb=\\\\u0041", {{"a", "u12g4u12"}, {"b", "\\u0041"}}, {}},
     {std::string("a=1\0x", 5), {{"a", std::string("1\0x", 3)}}, {}},
 };
@@ -89,21 +81,17 @@ TEST(CppPropertiesTest, FileThatCannotBeReadLeavesThePairsAsTheyWere) {
   EXPECT_EQ(properties.getProperty("a"), "1");
   properties.load(dir.write("b.conf", "b=2\n"));
   EXPECT_EQ(properties.getProperty("a") + properties.getProperty("b"), "12");
-  properties.clear();
-  EXPECT_FALSE(properties.exist("a"));
 }
 
 TEST(CppPropertiesTest, SystemRootHoldsThePlatformsOwnFilesAlone) {
   const TempDir dir;
   dir.write("kw/etc/a.conf", "a=own\n");
-  const std::string other = dir.write("b.conf", "a=other\n");
   kw::platform::setSystemRoot(dir.path());
   CppProperties properties(false);
   properties.load("/kw/etc/a.conf");
   EXPECT_EQ(properties.getProperty("a"), "own");
-  properties.load(other);
+  properties.load(dir.write("b.conf", "a=other\n"));
   EXPECT_EQ(properties.getProperty("a"), "other");
-  EXPECT_EQ(kw::platform::resolvePath("/kwx/a"), "/kwx/a");
   kw::platform::setSystemRoot("");
   EXPECT_THROW(properties.load("/kw/etc/a.conf"), std::runtime_error);
 }

@@ -35,7 +35,6 @@ class LibSemaphoreTest : public testing::Test {
 
 TEST_F(LibSemaphoreTest, OneHolderOfWhatWasCreatedOnce) {
   LibSemaphore finder(key_);
-  EXPECT_EQ(finder.id, -1);
   EXPECT_FALSE(finder.unchecked || finder.held);
   EXPECT_NE(finder.get(), 0);
   EXPECT_EQ(errno, ENOENT);
@@ -50,8 +49,6 @@ TEST_F(LibSemaphoreTest, OneHolderOfWhatWasCreatedOnce) {
   }
   EXPECT_EQ(operate(finder, -1), 0);
   EXPECT_EQ(operate(finder, -1), EAGAIN);
-  EXPECT_EQ(operate(finder, 1), 0);
-  EXPECT_EQ(operate(finder, -1), 0);
 }
 
 TEST_F(LibSemaphoreTest, HolderThatIsKilledGivesBack) {
@@ -78,9 +75,6 @@ TEST_F(LibSemaphoreTest, FailsTheCallItWasToldTo) {
   EXPECT_EQ(semaphore.get(), 0);
   EXPECT_NE(semaphore.get(), 0);
   EXPECT_EQ(semaphore.id, -1);
-  kw::platform::failCall(Fault::kSemaphoreGet, 1);
-  kw::platform::failCall(Fault::kSemaphoreGet, 0);
-  EXPECT_EQ(semaphore.get(), 0);
 }
 
 }  // namespace

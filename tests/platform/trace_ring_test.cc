@@ -9,11 +9,13 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -30,6 +32,8 @@ using kw::trx::testing::TempDir;
 
 namespace {
 
+namespace file = kw::platform::trace_file;
+
 class TraceRingTest : public testing::Test {
  protected:
   void open(std::size_t records) {
@@ -45,6 +49,14 @@ class TraceRingTest : public testing::Test {
     return ids + "lost " + std::to_string(reader_.lost());
   }
 
+  /// Changes a word of the ring file behind its writers.
+  void patch(std::size_t offset, std::uint64_t word) {
+    const int fd = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(pwrite(fd, &word, sizeof(word), static_cast<off_t>(offset)),
+              static_cast<ssize_t>(sizeof(word)));
+    close(fd);
+  }
+
   const TempDir dir_;
   const std::string path_ = dir_.path() + "/ring";
   TraceRingReader reader_;
@@ -58,21 +70,17 @@ TEST_F(TraceRingTest, KeepsEveryFieldAndTheFirstOfTheData) {
   data.replace(0, 3, "abc");
   EXPECT_EQ(kw_trace_write(0xFFFFFFFFUL, 0x801, 0xFFFF, 0x1001005, data.data(), 200), 0);
   EXPECT_EQ(kw_trace_write(1, 0x1, 0, 2, nullptr, -1), 0);
-  TraceRecord record;
-  ASSERT_TRUE(reader_.next(record));
-  EXPECT_EQ(record.sequence, 0U);
-  EXPECT_GT(record.time_ns, 1600000000000000000ULL);
-  EXPECT_EQ(record.process_id, static_cast<std::uint32_t>(getpid()));
-  EXPECT_EQ(record.thread_id, record.process_id);
-  EXPECT_EQ(record.region, 0xFFFFFFFFU);
-  EXPECT_EQ(record.level, 0x801U);
-  EXPECT_EQ(record.trace_class, 0xFFFFU);
-  EXPECT_EQ(record.id, 0x1001005U);
-  EXPECT_EQ(record.length, 200U);
-  EXPECT_EQ(std::string(record.data.begin(), record.data.end()), data.substr(0, 80));
-  ASSERT_TRUE(reader_.next(record));
-  EXPECT_EQ(record.sequence, 1U);
-  EXPECT_EQ(record.length + record.data.size(), 0U);
+  TraceRecord first;
+  TraceRecord second;
+  ASSERT_TRUE(reader_.next(first) && reader_.next(second));
+  EXPECT_EQ(std::tie(first.region, first.level, first.trace_class, first.id, first.length),
+            std::make_tuple(0xFFFFFFFFU, 0x801U, 0xFFFFU, 0x1001005U, 200U));
+  EXPECT_EQ(std::string(first.data.begin(), first.data.end()), data.substr(0, 80));
+  EXPECT_EQ(first.process_id, static_cast<std::uint32_t>(getpid()));
+  EXPECT_EQ(first.thread_id, first.process_id);
+  EXPECT_GT(first.time_ns, 1600000000000000000ULL);
+  EXPECT_EQ(second.sequence, 1U);
+  EXPECT_EQ(second.length + second.data.size(), 0U);
 }
 
 TEST_F(TraceRingTest, NewestRecordsReplaceTheOldestAndAreCounted) {
@@ -163,19 +171,23 @@ TEST_F(TraceRingTest, RecordsOfAKilledChildStandBesideItsParents) {
 }
 
 TEST_F(TraceRingTest, SlotOfADeadWriterIsPassedOverAndNotReused) {
-  namespace file = kw::platform::trace_file;
   open(4);
   for (unsigned long id = 0; id < 4; ++id) write(id);
-  const std::uint64_t busy = file::busyMark(1);
-  const int fd = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
-  const auto slot = static_cast<off_t>(sizeof(file::HeaderCopy) + sizeof(file::SlotCopy));
-  ASSERT_EQ(pwrite(fd, &busy, sizeof(busy), slot), static_cast<ssize_t>(sizeof(busy)));
-  close(fd);
+  patch(sizeof(file::HeaderCopy) + sizeof(file::SlotCopy), file::busyMark(1));
   EXPECT_EQ(readIds(), "0 2 3 lost 1");
   EXPECT_EQ(write(4), 0);
   EXPECT_EQ(write(5), -1);
   EXPECT_EQ(write(6), 0);
   EXPECT_EQ(readIds(), "4 6 lost 2");
+}
+
+TEST_F(TraceRingTest, WriterThatComesALapLateReplacesNothing) {
+  open(4);
+  for (unsigned long id = 0; id < 6; ++id) write(id);
+  patch(offsetof(file::HeaderCopy, reserved), 1);
+  EXPECT_EQ(write(7), -1);
+  patch(offsetof(file::HeaderCopy, reserved), 6);
+  EXPECT_EQ(readIds(), "2 3 4 5 lost 2");
 }
 
 TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
@@ -191,17 +203,9 @@ TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
     text[at] = static_cast<char>(text[at] ^ 0x41);
     return text;
   };
-  const std::string damaged[] = {"",
-                                 "KWTRING",
-                                 std::string(4096, 'x'),
-                                 whole.substr(0, 128),
-                                 whole + "x",
-                                 changed(0),
-                                 changed(8),
-                                 changed(12),
-                                 changed(16),
-                                 changed(19),
-                                 whole.substr(0, whole.size() - 1)};
+  std::vector<std::string> damaged = {"", "KWTRING", std::string(4096, 'x'), whole + "x",
+                                      whole.substr(0, 128)};
+  for (const std::size_t at : {0U, 8U, 12U, 16U, 19U}) damaged.push_back(changed(at));
   for (const std::string& text : damaged) {
     EXPECT_EQ(TraceRingReader().open(dir_.write("damaged", text)), -1) << text.size();
     EXPECT_EQ(errno, EINVAL);

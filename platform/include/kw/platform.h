@@ -47,29 +47,36 @@ struct TraceRecord {
 };
 
 /// Called for every record that passes the level mask, on the writing thread, before the ring gets
-/// it. `data` is valid during the call alone. It must not write a trace record itself.
+/// it. `data` is valid during the call alone. It must neither write a trace record itself nor
+/// change the listener, the levels or the ring, nor fork.
 using TraceListener = void (*)(void* context, unsigned long region, unsigned int level,
                                unsigned short trace_class, unsigned long id, const void* data,
                                int length);
 
-/// Installs `listener`, or none when null. Returns once no call of the one before is in progress.
+/// Installs `listener`, or none when null. Returns once no call of the one before is in progress,
+/// so the caller must hold nothing that one waits for. Any thread may call it.
 KW_PLATFORM_API void setTraceListener(TraceListener listener, void* context);
 
-/// Lets only the levels of `mask` (bits of `TraceLevelBit`) pass; the default is `kTraceAll`.
+/// Lets only the levels of `mask` (bits of `TraceLevelBit`) pass; the default is `kTraceAll`. Any
+/// thread may call it.
 KW_PLATFORM_API void setTraceLevels(unsigned int mask);
 
 /// Most data bytes of one record that a ring keeps.
 constexpr std::size_t kTraceDataMax = 80;
 
-/// Opens the ring file at `path` for writing, made new with room for at least `records` records;
-/// every record from now on is stored in it, the newest over the oldest. Returns 0, or -1 with
-/// `errno` set and any ring opened before still in use. One thread at a time may open and close.
+/// Opens the ring file at `path` (see `resolvePath`) for writing, made new, in place of any file of
+/// that name, with room for at least `records` records, at most 16777216 (EINVAL). Every record
+/// from now on is stored in it, the newest over the oldest; children of a fork store in it too. The
+/// file must not be cut short while it is in use. Returns 0, or -1 with `errno` set and any ring
+/// opened before still in use. Any thread may call it.
 KW_PLATFORM_API int openTraceRing(const std::string& path, std::size_t records);
 
-/// Ends the writing to the ring; the file stays.
+/// Ends the writing of this process to the ring, when no record is being stored any more; the file
+/// stays. Any thread may call it.
 KW_PLATFORM_API void closeTraceRing();
 
-/// Reads a ring file, also while it is being written and after its writer was killed.
+/// Reads a ring file, also while it is being written and after its writer was killed. The machine
+/// must have the byte order of the writer's. Not synchronised.
 class KW_PLATFORM_API TraceRingReader {
  public:
   TraceRingReader();
@@ -77,14 +84,17 @@ class KW_PLATFORM_API TraceRingReader {
   TraceRingReader& operator=(const TraceRingReader&) = delete;
   ~TraceRingReader();
 
-  /// Opens the ring file at `path`. Returns 0, or -1 with `errno` set (EINVAL: no ring file).
+  /// Opens the ring file at `path` (see `resolvePath`) in place of any opened before. Returns 0, or
+  /// -1 with `errno` set (EINVAL: no ring file) and the one before still open.
   int open(const std::string& path);
 
   /// Takes the next record, oldest first. Returns false when there is none now; a later call may
-  /// find one. Records overwritten before they were read are skipped and counted.
+  /// find one. A record that is only half written is waited for, up to 100 ms, as its writer may be
+  /// dead. Records that can't be read are skipped and counted.
   bool next(TraceRecord& record);
 
-  /// Records that were overwritten, or torn by the death of their writer, before `next` got them.
+  /// Records skipped so far: those overwritten before `next` got them, left half written by their
+  /// writer, or never stored because such a one was in their place.
   std::uint64_t lost() const;
 
  private:
