@@ -3,6 +3,7 @@
 
 #include "kw/trx/errors.h"
 #include "support/requester_id.h"
+#include "support/thread_exit.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -51,6 +52,8 @@ void TRXConfig::load() {
   KWPathConf path_conf;
   try {
     path_conf.load();
+  } catch (ThreadExit&) {
+    throw;
   } catch (...) {
     trace(kConfigNoPathFile, requesterId());
     throw TRXException(kCodeConfig);
@@ -67,6 +70,8 @@ void TRXConfig::loadTRXConf(const std::string& path) {
   kw::util::config::CppProperties properties(false);
   try {
     properties.load(path);
+  } catch (ThreadExit&) {
+    throw;
   } catch (...) {
     trace(kConfigNoFile, path);
     throw TRXException(kCodeConfig);

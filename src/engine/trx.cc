@@ -14,6 +14,8 @@
 #include "kw/trx/trx_lock.h"
 #include "support/mutex_guard.h"
 #include "support/requester_id.h"
+#include "support/stop_flag.h"
+#include "support/thread_exit.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -82,6 +84,7 @@ TRX* TRX::getInstance() {
 }
 
 TRX::TRX() {
+  watchStopFlag(&stop_);
   pthread_mutex_init(&engine_mutex_, nullptr);
   pthread_mutex_init(&registry_mutex_, nullptr);
   auto hap_controller = std::make_unique<HAPController>();
@@ -108,6 +111,8 @@ void TRX::load(bool with_debug_modules) {
   try {
     std::vector<std::string> files = config.getHAPModuleFiles();
     hap_controller_->load(files, with_debug_modules);
+  } catch (ThreadExit&) {
+    throw;
   } catch (...) {
     trace(kTrxLoadHAPFailed, requesterId());
     throw TRXException(kCodeModuleLoad);
@@ -115,6 +120,8 @@ void TRX::load(bool with_debug_modules) {
   try {
     std::vector<std::string> files = config.getTableFiles();
     table_controller_->load(files);
+  } catch (ThreadExit&) {
+    throw;
   } catch (...) {
     trace(kTrxLoadTableFailed, requesterId());
     throw TRXException(kCodeTableLoad);
@@ -179,12 +186,7 @@ void TRX::execTable(TRXInfo* info) {
 
 void TRX::execTable(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
                     const std::string& table_name) {
-  if (info == nullptr || isRunning(info)) {
-    trace(kTrxTableRefused, requesterId());
-    throw TRXException(kCodeContext);
-  }
-  info->setTableUnitList(units);
-  info->setTableName(table_name);
+  prepareTable(info, units, table_name);
   execTable(info);
 }
 
@@ -254,9 +256,17 @@ void TRX::admit(TRXInfo* info) {
   loadWaiting();
 }
 
-bool TRX::isRunning(TRXInfo* info) {
+/// Look-up and change are one step under the registry mutex: no request on the same context starts
+/// in between.
+void TRX::prepareTable(TRXInfo* info, const std::vector<kw::sysobj::Component*>& units,
+                       const std::string& table_name) {
   const MutexGuard guard(registry_mutex_);
-  return registry_.count(info) != 0;
+  if (info == nullptr || registry_.count(info) != 0) {
+    trace(kTrxTableRefused, requesterId());
+    throw TRXException(kCodeContext);
+  }
+  info->setTableUnitList(units);
+  info->setTableName(table_name);
 }
 
 }  // namespace kw::trx::trx

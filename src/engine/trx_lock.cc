@@ -27,7 +27,7 @@ bool operate(const kw::dev::parts::LibSemaphore& semaphore, short operation) {
 }  // namespace
 
 TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control, bool outermost)
-    : semaphore_(semaphore) {
+    : semaphore_(semaphore), exceptions_before_(static_cast<short>(std::uncaught_exceptions())) {
   if (semaphore_ == nullptr || !exclusion_control || !outermost) {
     return;
   }
@@ -52,15 +52,25 @@ TRXLock::~TRXLock() noexcept(false) {
   try {
     giveBack();
   } catch (...) {
-    // A second exception would end the process: the one in flight goes on alone.
-    if (std::uncaught_exceptions() == 0) {
+    // A second exception would end the process: the one that ends this scope goes on alone. One
+    // that was in flight before, while its unwinding ran a HAP, has nothing to do with it.
+    if (std::uncaught_exceptions() <= exceptions_before_) {
       throw;
     }
   }
 }
 
 void TRXLock::giveBack() {
-  trace(kLockGiveBack);
+  try {
+    trace(kLockGiveBack);
+  } catch (...) {
+    release();
+    throw;
+  }
+  release();
+}
+
+void TRXLock::release() {
   if (semaphore_->id == kNoSemaphore) {
     throw TRXException(kCodeUnlock);
   }

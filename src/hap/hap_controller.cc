@@ -11,6 +11,7 @@
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
 #include "support/requester_id.h"
+#include "support/thread_exit.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -53,11 +54,33 @@ class HAPRecordScope {
   HAPRecordScope(TRXInfo& info, HAPCtlInfo& record) : info_(info) { info_.pushHAPCtlInfo(&record); }
   HAPRecordScope(const HAPRecordScope&) = delete;
   HAPRecordScope& operator=(const HAPRecordScope&) = delete;
-  ~HAPRecordScope() { info_.popHAPCtlInfo(); }
+  ~HAPRecordScope() { end(); }
+
+  void end() {
+    if (pushed_) {
+      pushed_ = false;
+      info_.popHAPCtlInfo();
+    }
+  }
 
  private:
   TRXInfo& info_;
+  bool pushed_ = true;
 };
+
+void traceThrown(const TRXInfo& info, const TRXException& exception) {
+  switch (exception.getCode()) {
+    case kCodeLock:
+      trace(kHAPExecLockFailed, info.trxId);
+      break;
+    case kCodeUnlock:
+      trace(kHAPExecUnlockFailed, info.trxId);
+      break;
+    default:
+      trace(kHAPExecThrew, info.trxId, exception.getCode());
+      break;
+  }
+}
 
 void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Component*>& units,
                       const std::string& name, const std::string& mode) {
@@ -71,6 +94,17 @@ void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Compone
     trace(kHAPExecNestedUnit, path.toString());
   }
   trace(kHAPExecNestedEntry, info.trxId);
+}
+
+/// The exception of the HAP is the one that the caller has to get: a second one from here is
+/// dropped.
+void endAfterException(hapapi::HAPAPI& api, TRXInfo* info) {
+  try {
+    api.endHAPExec(info);
+  } catch (ThreadExit&) {
+    throw;
+  } catch (...) {  // NOLINT(bugprone-empty-catch)
+  }
 }
 
 }  // namespace
@@ -185,16 +219,8 @@ void HAPController::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& 
     trace(kHAPExecNestLimit, name);
     throw TRXException(kCodeHAPFailed);
   }
-  {
-    HAPCtlInfo record(units, name, mode, para, out, err_disable);
-    const HAPRecordScope scope(*info, record);
-    if (callTraced(info, function, mode, para, out, outermost) != 0) {
-      errExecHAP(info, name);
-      if (!info->isErrDisables()) {
-        throw TRXException(kCodeHAPFailed);
-      }
-    }
-  }
+  HAPCtlInfo record(units, name, mode, para, out, err_disable);
+  callRecorded(info, record, function, {name, mode, para, out, outermost});
   if (nested) {
     trace(kHAPExecNestedEnd, name);
   }
@@ -220,42 +246,53 @@ HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
   return reinterpret_cast<HAPFunction>(address);
 }
 
-int HAPController::callTraced(TRXInfo* info, HAPFunction function, const std::string& mode,
-                              const unsigned int* para, unsigned int* out, bool outermost) {
+void HAPController::callRecorded(TRXInfo* info, HAPCtlInfo& record, HAPFunction function,
+                                 const Call& call) {
+  HAPRecordScope scope(*info, record);
+  int result = 0;
   try {
-    return callHAP(info, function, mode, para, out, outermost);
+    result = callLocked(info, function, call);
   } catch (const TRXException& exception) {
-    switch (exception.getCode()) {
-      case kCodeLock:
-        trace(kHAPExecLockFailed, info->trxId);
-        break;
-      case kCodeUnlock:
-        trace(kHAPExecUnlockFailed, info->trxId);
-        break;
-      default:
-        trace(kHAPExecThrew, info->trxId, exception.getCode());
-        break;
-    }
+    scope.end();
+    traceThrown(*info, exception);
     throw;
   } catch (...) {
+    scope.end();
     trace(kHAPExecForeignException, info->trxId);
+    throw;
+  }
+  if (result != 0) {
+    errExecHAP(info, call.name);
+    if (!info->isErrDisables()) {
+      throw TRXException(kCodeHAPFailed);
+    }
+  }
+}
+
+int HAPController::callLocked(TRXInfo* info, HAPFunction function, const Call& call) {
+  const TRXLock lock(semaphore_, exclusion_control_, call.outermost);
+  try {
+    hapapi::HAPAPI* api = call.outermost ? info->getAPI() : nullptr;
+    return callNotified(info, api, function, call);
+  } catch (...) {
+    // A thread that exits inside a HAP unwinds without an exception that could be counted. Thrown
+    // on from here it counts, and the lock does not throw its own failure into it.
     throw;
   }
 }
 
-int HAPController::callHAP(TRXInfo* info, HAPFunction function, const std::string& mode,
-                           const unsigned int* para, unsigned int* out, bool outermost) {
-  const TRXLock lock(semaphore_, exclusion_control_, outermost);
-  hapapi::HAPAPI* api = outermost ? info->getAPI() : nullptr;
+int HAPController::callNotified(TRXInfo* info, hapapi::HAPAPI* api, HAPFunction function,
+                                const Call& call) {
+  const char* mode = call.mode.empty() ? nullptr : call.mode.c_str();
   if (api == nullptr) {
-    return function(info, mode.empty() ? nullptr : mode.c_str(), para, out);
+    return function(info, mode, call.para, call.out);
   }
   api->beginHAPExec(info);
   int result = 0;
   try {
-    result = function(info, mode.empty() ? nullptr : mode.c_str(), para, out);
+    result = function(info, mode, call.para, call.out);
   } catch (...) {
-    api->endHAPExec(info);
+    endAfterException(*api, info);
     throw;
   }
   api->endHAPExec(info);

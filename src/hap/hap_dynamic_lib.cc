@@ -13,9 +13,8 @@ namespace {
 
 constexpr std::string::size_type kPieceLength = 47;
 
-/// Writes `message` in pieces, one record each: a text record of the trace has to stay short.
-void traceInPieces(const TracePoint& point, const char* message) {
-  const std::string text(message);
+/// Writes `text` in pieces, one record each: a text record of the trace has to stay short.
+void traceInPieces(const TracePoint& point, const std::string& text) {
   std::vector<std::string> pieces;
   for (std::string::size_type begin = 0; begin < text.size(); begin += kPieceLength) {
     pieces.push_back(text.substr(begin, kPieceLength));
@@ -44,10 +43,11 @@ int HAPDynamicLib::load(const std::string& path) {
   if (message == nullptr || handle_ != nullptr) {
     return 0;
   }
+  const std::string reason(message);  // the loader drops its text at its next call
   FilePath file_name(file);
   file_name.erasePath();
   trace(kLibLoadFailed, file_name.value);
-  traceInPieces(kLibLoadReason, message);
+  traceInPieces(kLibLoadReason, reason);
   return -1;
 }
 
@@ -62,8 +62,9 @@ void* HAPDynamicLib::getHAP(const std::string& name) {
   if (message == nullptr) {
     return address;
   }
+  const std::string reason(message);
   trace(kLibNoSymbol, name);
-  traceInPieces(kLibNoSymbolReason, message);
+  traceInPieces(kLibNoSymbolReason, reason);
   return nullptr;
 }
 

@@ -15,14 +15,11 @@ thread_local unsigned int cached_id = 0;
 void forget() { cached_id = 0; }
 
 // The child of a fork has the ids of its parent's thread in its copy of the cache. The one thread
-// that it has is the one that forked, so clearing its copy is enough.
-void forgetInChildren() {
-  static const int registered = pthread_atfork(nullptr, nullptr, forget);
-  static_cast<void>(registered);
-}
+// that it has is the one that forked, so clearing its copy is enough. Without the registration
+// nothing may be cached.
+const bool forgotten_in_children = pthread_atfork(nullptr, nullptr, forget) == 0;
 
 unsigned int fetch() {
-  forgetInChildren();
   const auto process = static_cast<unsigned int>(getpid());
   const auto thread = static_cast<unsigned int>(syscall(SYS_gettid));
   return process << 16 | (thread & 0xffffU);
@@ -31,10 +28,14 @@ unsigned int fetch() {
 }  // namespace
 
 unsigned int requesterId() {
-  if (cached_id == 0) {
-    cached_id = fetch();
+  if (cached_id != 0) {
+    return cached_id;
   }
-  return cached_id;
+  const unsigned int id = fetch();
+  if (forgotten_in_children) {
+    cached_id = id;
+  }
+  return id;
 }
 
 }  // namespace kw::trx::trx

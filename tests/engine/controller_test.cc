@@ -228,6 +228,7 @@ TEST_F(ControllerTest, TracesAndPassesOnWhatAHAPThrows) {
       {"TST_Throw", {1, 0}, "other", "E 100100c (id 0 0 0)\nE 4003004 (id 0 0 0)\n"},
       {"TST_Throw", {2, 0}, "other", "E 100100c (id 0 0 0)\nE 4003004 (id 0 0 0)\n"},
       {"PLAIN_Pass", {0x1234, 0}, "TRX 1234", "E 100100b (id 1234 0 0)\n"},
+      {"TST_Reset", {0x55, 0}, "TRX 55", "E 7001000 (id 0 0 0)\nE 100100b (id 55 0 0)\n"},
   };
   TRXInfo info;
   for (const Case& c : cases) {
@@ -297,7 +298,12 @@ class NotedAPI : public QuietAPI {
     // Whoever takes the object away meanwhile, it gets the end of what it got the beginning of.
     info->setAPI(nullptr);
   }
-  void endHAPExec(TRXInfo*) override { notes_ += "end "; }
+  void endHAPExec(TRXInfo* info) override {
+    notes_ += "end ";
+    if (info->getTableName() == "throw at end") {
+      throw std::runtime_error("end");
+    }
+  }
 
  private:
   std::string& notes_;
@@ -317,8 +323,13 @@ TEST_F(ControllerTest, NotifiesTheAPIObjectAroundTheOutermostHAP) {
   info.setTableName("throw");
   EXPECT_EQ(execHAP(info, "TST_Ok"), "other");
   EXPECT_EQ(notes, "begin end begin end begin ");
+  info.setTableName("throw at end");
+  const unsigned int code[2] = {0, 0x99};
+  EXPECT_EQ(execHAP(info, "TST_Throw", "", code), "TRX 99") << "the HAP's own exception goes on";
+  EXPECT_EQ(execHAP(info, "TST_Ok"), "other");
+  notes.clear();
   engine->setHAPAPI(nullptr);
-  EXPECT_EQ(notes, "begin end begin end begin destroyed ");
+  EXPECT_EQ(notes, "destroyed ");
 }
 
 TEST_F(ControllerTest, RefusesANullContextAndSurvivesAStaleLoaderMessage) {

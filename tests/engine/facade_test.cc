@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/trx.h"
 
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -114,6 +115,35 @@ TEST_F(FacadeTest, RefusesAContextThatIsRunning) {
   });
   EXPECT_EQ(info.getTableName(), "kept");
   EXPECT_TRUE(info.getTableUnitList().empty());
+}
+
+TEST_F(FacadeTest, TwoThreadsPreparingOneContextAreKeptApart) {
+  configure({}, {});
+  engine->load(false);
+  TRXInfo info;
+  std::vector<std::thread> threads;
+  for (const char* name : {"a table with a long name", "another table with a long name"}) {
+    threads.emplace_back([&info, this, name] {
+      for (int round = 0; round < 200; ++round) {
+        const std::string outcome = outcomeOf([&] { engine->execTable(&info, units, name); });
+        EXPECT_TRUE(outcome == "TRX 7000b" || outcome == "TRX 70009") << outcome;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+TEST_F(FacadeTest, ThreadCancelledDuringALoadLeavesTheEngineUsable) {
+  configure({MODULE_TST}, {});
+  start();
+  // The cancellation is pending when the load reaches its first file.
+  std::thread([this] {
+    pthread_cancel(pthread_self());
+    engine->load(false);
+  }).join();
+  EXPECT_EQ(outcomeOf([this] { engine->load(false); }), "ok");
 }
 
 TEST_F(FacadeTest, LoadAndSetHAPAPIWaitForRunningRequestsAndHoldUpNewOnes) {

@@ -7,7 +7,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <functional>
 #include <thread>
+#include <utility>
 
 #include "support/engine_fixture.h"
 
@@ -120,6 +122,54 @@ TEST_F(LockTest, LetsTheFirstExceptionGoOn) {
               throw trx::TRXException(0x77);
             }),
             "TRX 77");
+}
+
+/// Runs a call in its destructor, so that it runs while an exception is in flight.
+class AtUnwinding {
+ public:
+  explicit AtUnwinding(std::function<void()> call) : call_(std::move(call)) {}
+  AtUnwinding(const AtUnwinding&) = delete;
+  AtUnwinding& operator=(const AtUnwinding&) = delete;
+  ~AtUnwinding() { call_(); }
+
+ private:
+  std::function<void()> call_;
+};
+
+TEST_F(LockTest, TellsItsOwnFailureWhileAnUnrelatedExceptionIsInFlight) {
+  std::string inner;
+  EXPECT_EQ(outcomeOf([&] {
+              const AtUnwinding cleanup([&] {
+                inner = outcomeOf([&] {
+                  TRXLock lock(&semaphore_, true, true);
+                  removeSemaphore();
+                });
+              });
+              throw trx::TRXException(0x77);
+            }),
+            "TRX 77");
+  EXPECT_EQ(inner, "TRX 7000d");
+}
+
+TEST_F(LockTest, ThreadThatExitsInsideAHAPLeavesNothingBehind) {
+  startExclusive();
+  QuietAPI api;
+  for (const bool with_api : {true, false}) {
+    for (const bool removed : {false, true}) {
+      trx::TRXInfo info;
+      const auto semaphore_id = static_cast<unsigned int>(semaphore_.id);
+      std::thread([&] {
+        info.setAPI(with_api ? &api : nullptr);
+        engine->getHAPController()->execHAP(&info, units, "TST_Exit", "",
+                                            removed ? &semaphore_id : nullptr, nullptr, false);
+      }).join();
+      EXPECT_TRUE(info.isHAPCtlInfoEmpty());
+      EXPECT_EQ(removed ? -1 : 1, value());
+      trx::TRX::startUp();
+      engine->load(false);
+      semaphore_.get();
+    }
+  }
 }
 
 TEST_F(LockTest, SecondThreadIsRefusedAtOnceAndNestedHAPsRunUnderTheLock) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // HAPs that do what their parameter words tell them.
 #include <dlfcn.h>
+#include <pthread.h>
+#include <sys/sem.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -68,6 +70,21 @@ ZQM_HAP(TST_Throw) {
     default:
       throw 5;
   }
+}
+
+// Ends the thread that runs it, after it removed the semaphore with the id para[0].
+ZQM_HAP(TST_Exit) {
+  if (para != nullptr) {
+    semctl(static_cast<int>(para[0]), 0, IPC_RMID);
+  }
+  pthread_exit(nullptr);
+  return 0;
+}
+
+// Empties its context in the middle of the call, then throws.
+ZQM_HAP(TST_Reset) {
+  info->initialize();
+  throw TRXException(para[0]);
 }
 
 // Runs itself on the same context until the engine refuses; counts its runs in out[0].

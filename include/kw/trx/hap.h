@@ -1,5 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0
- * The one header of a HAP module: defines a HAP, and in C++ all that a HAP may use. */
+ * The one header of a HAP module: begins the definition of a HAP, and in C++ declares what a HAP asks
+ * its context for and reports to it. A HAP that runs further HAPs includes hap_controller.h and trx.h
+ * as well. */
 #ifndef KW_TRX_HAP_H_
 #define KW_TRX_HAP_H_
 

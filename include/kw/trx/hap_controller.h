@@ -57,14 +57,23 @@ class ZQM_TRX_API HAPController {
   void errExecHAP(TRXInfo* info, const std::string& name);
 
  private:
+  /// What one call is made with, as the caller gave it.
+  struct Call {
+    const std::string& name;
+    const std::string& mode;
+    const unsigned int* para;
+    unsigned int* out;
+    bool outermost;
+  };
+
   void loadModule(const std::string& file, bool with_debug_modules);
   void openModule(const std::string& key, const std::string& file, const std::string& file_name);
   void openSemaphore();
   HAPFunction findHAP(TRXInfo* info, const std::string& name);
-  int callHAP(TRXInfo* info, HAPFunction function, const std::string& mode,
-              const unsigned int* para, unsigned int* out, bool outermost);
-  int callTraced(TRXInfo* info, HAPFunction function, const std::string& mode,
-                 const unsigned int* para, unsigned int* out, bool outermost);
+  void callRecorded(TRXInfo* info, HAPCtlInfo& record, HAPFunction function, const Call& call);
+  int callLocked(TRXInfo* info, HAPFunction function, const Call& call);
+  static int callNotified(TRXInfo* info, hapapi::HAPAPI* api, HAPFunction function,
+                          const Call& call);
 
   std::map<std::string, HAPCache*> modules_;
   unsigned int nest_limit_ = 10;

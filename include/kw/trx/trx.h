@@ -66,7 +66,8 @@ class ZQM_TRX_API TRX {
   void execTable(TRXInfo* info);
 
   /// Sets unit list (copied) and table name in the context, then does the same. A context that is
-  /// null or running is refused untouched with `kCodeContext`.
+  /// null or running is refused untouched with `kCodeContext`. Of two threads that call this at
+  /// once on one idle context, one is refused, and the other may run with the values of either.
   void execTable(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
                  const std::string& table_name);
 
@@ -102,7 +103,8 @@ class ZQM_TRX_API TRX {
   TRX();
 
   void admit(TRXInfo* info);
-  bool isRunning(TRXInfo* info);
+  void prepareTable(TRXInfo* info, const std::vector<kw::sysobj::Component*>& units,
+                    const std::string& table_name);
 
   static std::atomic<TRX*> instance_;
 

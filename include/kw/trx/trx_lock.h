@@ -28,9 +28,11 @@ class ZQM_TRX_API TRXLock {
 
  private:
   void giveBack();
+  void release();
 
   kw::dev::parts::LibSemaphore* semaphore_;
   bool locked_ = false;
+  short exceptions_before_;
 };
 
 }  // namespace kw::trx::trx
