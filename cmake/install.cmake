@@ -8,9 +8,12 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zqm_trx)
 install(TARGETS zqm_trx EXPORT zqm_trx_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS kw_platform EXPORT zqm_trx_targets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT platform NAMELINK_COMPONENT development
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+get_target_property(platform_target kw::platform ALIASED_TARGET)
+if(platform_target)
+  install(TARGETS ${platform_target} EXPORT zqm_trx_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT platform NAMELINK_COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endif()
 install(DIRECTORY include/kw platform/include/kw
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(ZQM_TRX_TOOLS)

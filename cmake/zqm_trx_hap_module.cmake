@@ -30,5 +30,5 @@ function(zqm_trx_add_hap_module stem)
     $<$<COMPILE_LANGUAGE:C>:-fexceptions>
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
   target_link_libraries(${target} PRIVATE zqm::trx ${arg_LIBRARIES})
-  target_link_options(${target} PRIVATE LINKER:-z,defs)
+  target_link_options(${target} PRIVATE LINKER:-z,defs LINKER:--as-needed)
 endfunction()
