@@ -4,4 +4,5 @@
 add_library(zqm_trx_warnings INTERFACE)
 target_compile_options(zqm_trx_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-psabi>)
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-psabi>
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>)

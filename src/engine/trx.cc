@@ -12,7 +12,6 @@
 #include "kw/trx/table_controller.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
-#include "support/mutex_guard.h"
 #include "support/requester_id.h"
 #include "support/stop_flag.h"
 #include "support/thread_exit.h"
@@ -85,8 +84,8 @@ TRX* TRX::getInstance() {
 
 TRX::TRX() {
   watchStopFlag(&stop_);
-  pthread_mutex_init(&engine_mutex_, nullptr);
-  pthread_mutex_init(&registry_mutex_, nullptr);
+  engine_mutex_.init();
+  registry_mutex_.init();
   auto hap_controller = std::make_unique<HAPController>();
   table_controller_ = new TableController();
   hap_controller_ = hap_controller.release();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/errors.h"
 #include "kw/trx/hap_module.h"
-#include "support/mutex_guard.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -10,11 +9,11 @@ HAPCache::HAPCache(const std::string& path) {
   if (library_.load(path) != 0) {
     throw TRXException(kCodeModuleLoad);
   }
-  pthread_mutex_init(&mutex_, nullptr);
+  mutex_.init();
 }
 
 HAPCache::~HAPCache() {
-  pthread_mutex_destroy(&mutex_);
+  mutex_.destroy();
   functions_.clear();
 }
 

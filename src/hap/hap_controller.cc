@@ -169,7 +169,7 @@ void HAPController::openModule(const std::string& key, const std::string& file,
     modules_.erase(old);
   }
   modules_.emplace(key, cache.get());
-  cache.release();
+  static_cast<void>(cache.release());
 }
 
 void HAPController::openSemaphore() {

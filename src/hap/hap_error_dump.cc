@@ -24,7 +24,7 @@ using Chunk = std::array<std::uint32_t, kChunkBytes / kWordBytes>;
 /// The bytes as records, the last one filled up with zeros.
 std::vector<Chunk> toChunks(const void* data, std::size_t size_bytes) {
   std::vector<Chunk> chunks((size_bytes + kChunkBytes - 1) / kChunkBytes, Chunk{});
-  if (!chunks.empty()) {
+  if (data != nullptr && size_bytes != 0) {
     std::memcpy(chunks.data(), data, size_bytes);
   }
   return chunks;

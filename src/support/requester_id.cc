@@ -17,7 +17,7 @@ void forget() { cached_id = 0; }
 // The child of a fork has the ids of its parent's thread in its copy of the cache. The one thread
 // that it has is the one that forked, so clearing its copy is enough. Without the registration
 // nothing may be cached.
-const bool forgotten_in_children = pthread_atfork(nullptr, nullptr, forget) == 0;
+const bool kForgottenInChildren = pthread_atfork(nullptr, nullptr, forget) == 0;
 
 unsigned int fetch() {
   const auto process = static_cast<unsigned int>(getpid());
@@ -32,7 +32,7 @@ unsigned int requesterId() {
     return cached_id;
   }
   const unsigned int id = fetch();
-  if (forgotten_in_children) {
+  if (kForgottenInChildren) {
     cached_id = id;
   }
   return id;

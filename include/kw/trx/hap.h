@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0
- * The one header of a HAP module: begins the definition of a HAP, and in C++ declares what a HAP asks
- * its context for and reports to it. A HAP that runs further HAPs includes hap_controller.h and trx.h
- * as well. */
+ * The one header of a HAP module: begins the definition of a HAP, and in C++ declares what a HAP
+ * asks its context for and reports to it. A HAP that runs further HAPs includes hap_controller.h
+ * and trx.h as well. */
 #ifndef KW_TRX_HAP_H_
 #define KW_TRX_HAP_H_
 

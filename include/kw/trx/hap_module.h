@@ -3,12 +3,11 @@
 #ifndef KW_TRX_HAP_MODULE_H_
 #define KW_TRX_HAP_MODULE_H_
 
-#include <pthread.h>
-
 #include <map>
 #include <string>
 
 #include "kw/trx/export.h"
+#include "kw/trx/mutex.h"
 
 namespace kw::trx::trx {
 
@@ -49,12 +48,12 @@ class ZQM_TRX_API HAPCache {
   int load(const std::string& path);
 
   /// The address of the HAP `name`, or null. The loader is asked only until it has found it once.
-  void* getHAP(const std::string& name);
+  void* getHAP(const std::string& name) ZQM_TRX_EXCLUDES(mutex_);
 
  private:
-  std::map<std::string, void*> functions_;
+  std::map<std::string, void*> functions_ ZQM_TRX_GUARDED_BY(mutex_);
   HAPDynamicLib library_;
-  pthread_mutex_t mutex_;
+  Mutex mutex_;
 };
 
 }  // namespace kw::trx::trx

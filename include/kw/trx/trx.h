@@ -3,8 +3,6 @@
 #ifndef KW_TRX_TRX_H_
 #define KW_TRX_TRX_H_
 
-#include <pthread.h>
-
 #include <atomic>
 #include <set>
 #include <string>
@@ -13,6 +11,7 @@
 #include "kw/sysobj/component.h"
 #include "kw/trx/export.h"
 #include "kw/trx/hapapi/hapapi.h"
+#include "kw/trx/mutex.h"
 #include "kw/trx/trx_info.h"
 
 namespace kw::trx::trx {
@@ -81,17 +80,17 @@ class ZQM_TRX_API TRX {
   HAPController* getHAPController() const;
 
   /// Returns when no request is in progress.
-  void hapExecWaiting();
+  void hapExecWaiting() ZQM_TRX_EXCLUDES(registry_mutex_);
 
   /// Returns when neither `load` nor `setHAPAPI` is working.
   void loadWaiting();
 
   /// Enters `info` into the registry of running contexts. Returns 0, or -1 for a context that is
   /// null or entered already.
-  int chkAndAddTRXInfo(TRXInfo* info);
+  int chkAndAddTRXInfo(TRXInfo* info) ZQM_TRX_EXCLUDES(registry_mutex_);
 
   /// Takes `info` out of the registry; an absent one is no error.
-  void deleteTRXInfo(TRXInfo* info);
+  void deleteTRXInfo(TRXInfo* info) ZQM_TRX_EXCLUDES(registry_mutex_);
 
   /// Throws `TRXException` `kCodeStopped`, `kCodeNoModule` or `kCodeNoAPI` when no HAP may run.
   void checkExecHAPCondition(TRXInfo* info);
@@ -102,20 +101,20 @@ class ZQM_TRX_API TRX {
 
   TRX();
 
-  void admit(TRXInfo* info);
+  void admit(TRXInfo* info) ZQM_TRX_EXCLUDES(engine_mutex_, registry_mutex_);
   void prepareTable(TRXInfo* info, const std::vector<kw::sysobj::Component*>& units,
-                    const std::string& table_name);
+                    const std::string& table_name) ZQM_TRX_EXCLUDES(registry_mutex_);
 
   static std::atomic<TRX*> instance_;
 
   hapapi::HAPAPI* api_ = nullptr;
   HAPController* hap_controller_;
   TableController* table_controller_;
-  pthread_mutex_t engine_mutex_;
-  pthread_mutex_t registry_mutex_;
+  Mutex engine_mutex_;  // taken before the registry mutex
+  Mutex registry_mutex_;
   std::atomic<bool> loading_{false};
   std::atomic<bool> stop_{false};
-  std::set<TRXInfo*> registry_;
+  std::set<TRXInfo*> registry_ ZQM_TRX_GUARDED_BY(registry_mutex_);
 };
 
 }  // namespace kw::trx::trx
