@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Builds and runs the tests: ./test.sh; with --all also the format check, the sanitizers, the device
-# build under emulation, and the demo, with warnings as errors.
+# Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages,
+# clang-tidy, the sanitizers and the device build under emulation, with warnings as errors.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . scripts/setup.sh
@@ -31,6 +31,11 @@ case "${1:-}" in
     install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_all[@]}"
     check_format
     ./demo.sh
+    step "checking the installed files, the packages, and another platform library"
+    scripts/check_packages.sh build/release
+    scripts/check_platform_swap.sh build/release/examples/libzq_hap_fan.so
+    step "building with clang, its thread safety analysis and clang-tidy"
+    build_quietly tidy
     for preset in asan tsan armhf dev; do
       run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done

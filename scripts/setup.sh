@@ -28,7 +28,7 @@ install_missing() {
 
 packages_build=(g++ cmake ninja-build libcli11-dev)
 packages_test=(libgtest-dev)
-packages_all=(clang-format g++-arm-linux-gnueabihf qemu-user googletest)
+packages_all=(clang clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config)
 
 # Configures and builds the preset $1; prints the log only when that fails. Further arguments go to
 # the configuration.
