@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "kw/trx/table.h"
-#include "kw/trx/trx.h"
 #include "kw/trx/trx_info.h"
+#include "support/stop_flag.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -20,10 +20,10 @@ void pushTable(TRXInfo* info, const std::string& name,
 
 /// Runs rows of `table` until it has to be left. Returns false when there is no entry at an index,
 /// which happens after a shorter table was loaded while the request was interrupted.
-bool runRows(TableDriver* driver, const TRX& engine, TRXInfo* info, const HAPTable& table) {
+bool runRows(TableDriver* driver, TRXInfo* info, const HAPTable& table) {
   int index = info->getCurTblCtlInfo()->index;
   while (index >= 0) {
-    if (engine.isStopFlag()) {
+    if (isEngineStopped()) {
       trace(kDriverStopped, info->trxId);
       driver->releaseAllTblCtlInfo(info);
       throw TRXException(kCodeTableStopped);
@@ -52,11 +52,10 @@ TableDriver::TableDriver(int nest_limit) : nest_limit_(nest_limit) {}
 TableDriver::~TableDriver() = default;
 
 void TableDriver::execTable(TRXInfo* info, TableList* tables) {
-  const TRX& engine = *TRX::getInstance();
   startOrResume(info);
   while (!info->isTblCtlInfoEmpty()) {
     const HAPTable* table = tables->getTable(info->getCurTblCtlInfo()->tableName);
-    if (table == nullptr || !runRows(this, engine, info, *table)) {
+    if (table == nullptr || !runRows(this, info, *table)) {
       endMissingTable(info);
     }
     try {

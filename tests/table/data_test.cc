@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kw/trx/table_data.h"
+
+#include <gtest/gtest.h>
+
+#include "support/temp_dir.h"
+#include "support/trace_capture.h"
+
+namespace kw::trx::testing {
+namespace {
+
+TEST(TableDataTest, LoadsCSVFilesAndReadsMissingCellsAsEmpty) {
+  TempDir dir;
+  const std::string some = dir.write("some.CsV", "a,b\n\nc\n").substr(1);
+  TraceCapture capture;
+  trx::TableData data;
+  EXPECT_EQ(data.getMember(0, 0), "");
+  EXPECT_EQ(data.getTblDefKey("a"), -1);
+  EXPECT_EQ(data.rowSize(), 0U);
+  EXPECT_EQ(data.columnSize(0), 0);
+  EXPECT_EQ(data.load(dir.path() + "/none.csv"), -1);
+  EXPECT_EQ(data.load(dir.path() + "/list"), -1);
+  EXPECT_EQ(data.load(some), 0);
+  EXPECT_EQ(data.load(""), -1);
+  EXPECT_EQ(data.rowSize(), 3U) << "an empty path leaves the file held";
+  EXPECT_EQ(data.getTblDefKey(""), -1);
+  EXPECT_EQ(capture.trail(),
+            "d a004000 (id 0 0 0)\nE a005000 (id 0 0 0)\nE a002000 (id 0 0 0)\n"
+            "E a003000 (id 0 0 0)\nE a001000 \"none.csv\"\nE a000001 (id 0 0 0)\n"
+            "E a000000 (id 0 0 0)\nE a005001 (id 0 0 0)\n");
+  const unsigned int negative = 0x80000000;
+  EXPECT_EQ(data.getMember(0, 1) + data.getMember(2, 0) + data.getMember(1, 0), "bc");
+  EXPECT_EQ(data.getMember(negative, 0) + data.getMember(0, negative), "");
+  EXPECT_EQ(data.getMember(0, 2), "");
+  EXPECT_EQ(data.getMember(3, 1), "");
+  EXPECT_EQ(data.columnSize(0), 2);
+  EXPECT_EQ(data.load(dir.write("x.txt", "a\n")), -1);
+  EXPECT_EQ(data.getMember(0, 0), "") << "any other failure forgets the file";
+  EXPECT_EQ(data.load(dir.write("empty.csv", "")), 0);
+  EXPECT_EQ(data.getMember(3, 4), "");
+  EXPECT_EQ(capture.trail(),
+            "d a004004 (id 0 2 1)\nd a004002 (id 3 1 2)\nE a000001 (id 0 0 0)\n"
+            "d a004000 (id 0 0 0)\nd a004001 (id 3 4 0)\n");
+}
+
+TEST(TableDataTest, HeaderKeysAreHexadecimalNumbersOfThirtyTwoBits) {
+  TempDir dir;
+  const std::string not_once = "E a005002 \"K\"\n";
+  const std::string length = "E a005003 \"K\"\n";
+  const std::string not_hex = "E a005004 \"K\"\n";
+  struct Case {
+    std::string rows;
+    int value;
+    std::string trail;
+  };
+  const Case cases[] = {
+      {"K,00\n", 0, ""},
+      {"a\nK,0X00001f,x\n", 31, ""},
+      {"K,-2\n", -2, ""},
+      {"K,ffffffff\n", -1, ""},
+      {"K,000000001\n", -1, length},
+      {"K\n", -1, "d a004004 (id 0 1 0)\n" + length},
+      {"K,1g\n", -1, not_hex},
+      {"K,1 \n", -1, not_hex},
+      {"K,0x\n", -1, not_hex},
+      {std::string("K,1\0", 4) + "\n", -1, not_hex},
+      {"k,1\n K,1\na,K\n", -1, not_once},
+      {"K,1\nx\nK,1\n", -1, not_once},
+  };
+  for (const Case& c : cases) {
+    trx::TableData data;
+    EXPECT_EQ(data.load(dir.write("f.csv", c.rows)), 0);
+    TraceCapture capture;
+    EXPECT_EQ(data.getTblDefKey("K"), c.value) << c.rows;
+    EXPECT_EQ(capture.trail(), c.trail) << c.rows;
+  }
+}
+
+}  // namespace
+}  // namespace kw::trx::testing
