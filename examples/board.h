@@ -37,6 +37,8 @@ inline Board& boardOf(kw::trx::trx::TRXInfo* info) {
 /// 0x40000 the API error block.
 constexpr unsigned int kErrorVoltage = 0x20001;  ///< detail: rail, millivolts asked for, limit
 constexpr unsigned int kErrorUnit = 0x20002;     ///< detail: channel
+constexpr unsigned int kErrorMeasured =
+    0x20003;  ///< detail: millivolts measured, lowest and highest allowed
 constexpr unsigned int kErrorConverter = 0x40001;
 
 }  // namespace demo

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// The demo host: loads the modules of the demo rig, runs HAPs, and says in words what came of them.
+// The demo host: loads the modules and tables of the demo rig, runs HAPs and tables, and says in
+// words what came of them.
+#include <chrono>
 #include <cstdio>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "board.h"
@@ -20,8 +23,8 @@ constexpr std::size_t kTraceRecords = 4096;
 /// What the engine notifies around each outermost HAP. A real host would reserve the hardware here.
 class DemoAPI : public kw::trx::hapapi::HAPAPI {
  public:
-  void beginHAPExec(TRXInfo*) override { std::printf("    (hardware reserved)\n"); }
-  void endHAPExec(TRXInfo*) override { std::printf("    (hardware released)\n"); }
+  void beginHAPExec(TRXInfo*) override { std::printf("    hardware reserved\n"); }
+  void endHAPExec(TRXInfo*) override { std::printf("    hardware released\n"); }
   unsigned int getTraceClass() override { return 100; }
 };
 
@@ -33,12 +36,29 @@ void printUnits(const TRXInfo& info) {
   }
 }
 
+/// Says where in the tables a request failed, and with which message.
+void printTable(const TRXInfo& info) {
+  if (!info.error.errTableName.empty()) {
+    std::printf("    first failure: table %s, row number %x\n", info.error.errTableName.c_str(),
+                info.error.errCmdNumber);
+  }
+  if (!info.getTblRtnMsg().empty()) {
+    std::printf("    message of the table: %s\n", info.getTblRtnMsg().c_str());
+  }
+}
+
 /// Says what the error record of a failed request holds.
 void printFailure(TRXInfo& info, const TRXException& exception) {
-  std::printf("    FAILED with exception code 0x%x; error code 0x%x in HAP %s\n",
-              exception.getCode(), info.error.getErrCode(), info.error.getErrHAPName().c_str());
-  if (info.error.getErrCode() == kw::trx::trx::kRecordUndefinedHAP) {
+  const unsigned int code = info.error.getErrCode();
+  std::printf("    FAILED with exception code 0x%x; error code 0x%x\n", exception.getCode(), code);
+  if (!info.error.getErrHAPName().empty()) {
+    std::printf("    the HAP that failed is %s\n", info.error.getErrHAPName().c_str());
+  }
+  if (code == kw::trx::trx::kRecordUndefinedHAP) {
     std::printf("    no loaded module defines this HAP\n");
+  }
+  if (code == kw::trx::trx::kRecordTableNotLoaded) {
+    std::printf("    no loaded table has the name that the run asked for\n");
   }
   const unsigned int size = info.error.getHAPErrorDetailSize();
   std::vector<unsigned int> detail(size / sizeof(unsigned int));
@@ -50,10 +70,11 @@ void printFailure(TRXInfo& info, const TRXException& exception) {
     }
     std::printf("\n");
   }
-  if (info.error.getAPIErrorSize() > 0) {
+  if ((code & kw::trx::trx::kRecordClassAPI) != 0 && info.error.getAPIErrorSize() > 0) {
     std::printf("    driver says: %s\n", static_cast<const char*>(info.error.getAPIError()));
   }
   printUnits(info);
+  printTable(info);
 }
 
 /// Runs one HAP in a fresh context and prints what came of it.
@@ -78,11 +99,53 @@ void run(demo::Board& board, Units& units, const std::string& hap, const std::st
   }
 }
 
-void runHAPs() {
+/// Goes on with the table of `info` until it has ended. The configuration hands waits to us: we
+/// wait and call the engine again with the same context.
+void resumeUntilEnd(TRXInfo& info) {
+  while (true) {
+    try {
+      TRX::getInstance()->execTable(&info);
+      return;
+    } catch (const TRXException& exception) {
+      if (exception.getCode() != kw::trx::trx::kCodeWaitHandOver) {
+        throw;
+      }
+      std::printf("    the table waits %u ms: we wait and resume it\n", exception.getDetail());
+      std::this_thread::sleep_for(std::chrono::milliseconds(exception.getDetail()));
+    }
+  }
+}
+
+/// Runs one table in a fresh context and prints what came of it.
+void runTable(demo::Board& board, Units& units, const std::string& table) {
+  std::printf("  table %s on rail2\n", table.c_str());
+  TRXInfo info;
+  info.setHAPAPIExpandData(new demo::BoardLink(board));
+  info.setTableUnitList(units);
+  info.setTableName(table);
+  try {
+    resumeUntilEnd(info);
+    std::printf("    ok\n");
+  } catch (const TRXException& exception) {
+    printFailure(info, exception);
+  }
+}
+
+void runTables(Units& units) {
   demo::Board board;
-  kw::sysobj::Component rack(1, 0, "rack");
-  kw::sysobj::Component rail(300, 2, "rail2", &rack);
-  Units units = {&rail};
+  std::printf("A table that ends well, resumed after its waits\n");
+  runTable(board, units, "init");
+  std::printf("A table that calls another and ends well\n");
+  runTable(board, units, "selftest");
+  std::printf("The same on a board without power\n");
+  demo::Board dead_board;
+  runTable(dead_board, units, "selftest");
+  std::printf("A table that is not loaded\n");
+  runTable(board, units, "shutdown");
+}
+
+void runHAPs(Units& units) {
+  demo::Board board;
   std::printf("HAPs that succeed\n");
   run(board, units, "PSU_SetVoltage", "", {3300});
   run(board, units, "ADC_Measure", "", {});
@@ -118,7 +181,11 @@ int main(int argc, char** argv) {
                  exception.getCode());
     return 1;
   }
-  runHAPs();
+  kw::sysobj::Component rack(1, 0, "rack");
+  kw::sysobj::Component rail(300, 2, "rail2", &rack);
+  Units units = {&rail};
+  runHAPs(units);
+  runTables(units);
   kw::platform::closeTraceRing();
   return 0;
 }
