@@ -42,7 +42,22 @@ void print(const kw::platform::TraceRecord& record) {
   std::cout << '\n';
 }
 
-int decode(const std::string& file) {
+/// The level with the name `name`, as bits that it and all graver levels have.
+unsigned int maskOf(const std::string& name) {
+  constexpr const char* kNames[] = {"error", "info", "debug", "debug2"};
+  unsigned int mask = 0;
+  for (const char* known : kNames) {
+    mask = mask << 1 | 1U;
+    if (name == known) {
+      break;
+    }
+  }
+  return mask;
+}
+
+unsigned int bitOf(unsigned int level) { return (maskOf(levelName(level)) + 1) >> 1; }
+
+int decode(const std::string& file, unsigned int mask) {
   kw::platform::TraceRingReader reader;
   if (reader.open(file) != 0) {
     std::cerr << "trxctl: " << file << ": "
@@ -51,7 +66,9 @@ int decode(const std::string& file) {
   }
   kw::platform::TraceRecord record;
   while (reader.next(record)) {
-    print(record);
+    if ((bitOf(record.level) & mask) != 0) {
+      print(record);
+    }
   }
   if (reader.lost() != 0) {
     std::cout << reader.lost() << " older records were overwritten or torn\n";
@@ -66,10 +83,14 @@ void addTraceCommand(CLI::App& app, int& status) {
       app.add_subcommand("trace", "Decodes the trace ring of a running or dead process");
   auto file = std::make_shared<std::string>();
   command->add_option("FILE", *file, "The ring file")->required();
+  auto level = std::make_shared<std::string>("debug2");
+  command->add_option("--level", *level, "Shows records of this level and graver ones")
+      ->check(CLI::IsMember({"error", "info", "debug", "debug2"}))
+      ->capture_default_str();
   command->footer(
       "Each line: time, process/thread, level, trace id, what happened, and where.\n"
-      "Example: trxctl trace /tmp/trace.ring");
-  command->callback([file, &status] { status = decode(*file); });
+      "Example: trxctl trace --level info /tmp/trace.ring");
+  command->callback([file, level, &status] { status = decode(*file, maskOf(*level)); });
 }
 
 }  // namespace kw::trx::trxctl
