@@ -33,6 +33,10 @@ bool runRows(TableDriver* driver, TRXInfo* info, const HAPTable& table) {
       return false;
     }
     index = command->exec(info);
+    if (info->isTblCtlInfoEmpty()) {
+      info->setTblErrEnd();  // a HAP emptied the context: there is nothing to go on with
+      return true;
+    }
   }
   return true;
 }
@@ -82,6 +86,9 @@ void TableDriver::startOrResume(TRXInfo* info) {
 }
 
 void TableDriver::endCurrentTable(TRXInfo* info) {
+  if (info->isTblCtlInfoEmpty()) {
+    return;
+  }
   if (info->getCurTblCtlInfo()->callTableName.empty()) {
     finishTable(info);
   } else {

@@ -10,8 +10,9 @@ namespace {
 
 /// The row that failed first stays the one that the requester is told.
 void recordFailure(TRXInfo* info, unsigned int number) {
-  if (info->error.errTableName.empty()) {
-    info->error.errTableName = info->getCurTblCtlInfo()->tableName;
+  const TblCtlInfo* current = info->getCurTblCtlInfo();
+  if (current != nullptr && info->error.errTableName.empty()) {
+    info->error.errTableName = current->tableName;
     info->error.errCmdNumber = number;
   }
 }

@@ -3,6 +3,7 @@
 #include "kw/trx/table_format.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
+#include "tablefile/label_index.h"
 #include "tablefile/words.h"
 
 namespace kw::trx::trx {
@@ -60,6 +61,12 @@ std::vector<unsigned int> TblFmt00::findCommand(const std::string& command) {
 
 unsigned int TblFmt00::columnIndex(const std::string& name) {
   return static_cast<unsigned int>(getColumn(name));
+}
+
+bool TblFmt00::isLabelOfOneRow(const std::string& label, unsigned int start, unsigned int end,
+                               LabelIndex* labels) {
+  return labels != nullptr ? labels->find(label).count == 1
+                           : findLabel(label, start, end).size() == 1;
 }
 
 std::vector<unsigned int> TblFmt00::findLabel(const std::string& label, unsigned int start,

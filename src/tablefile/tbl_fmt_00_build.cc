@@ -8,6 +8,7 @@
 #include "kw/trx/table_commands.h"
 #include "kw/trx/table_format.h"
 #include "support/parse_number.h"
+#include "tablefile/label_index.h"
 #include "tablefile/words.h"
 
 namespace kw::trx::trx {
@@ -52,6 +53,7 @@ HAPTable* TblFmt00::createHAPTable() {
   }
   auto table =
       std::make_unique<HAPTable>(table_name_, static_cast<unsigned int>(table_data_->versionNo));
+  LabelIndex labels(*table_data_, columnIndex(kColumnLabel), start, end);
   for (unsigned int row = start; row <= end; ++row) {
     const std::string command = getMember(row, kColumnCommand);
     const unsigned int number = parseNumber(getMember(row, kColumnNumber), kHexBase).value;
@@ -59,7 +61,9 @@ HAPTable* TblFmt00::createHAPTable() {
         std::begin(kCommandBuilders), std::end(kCommandBuilders),
         [&command](const CommandBuilder& builder) { return builder.command == command; });
     if (entry != std::end(kCommandBuilders)) {
-      table->addEntry((this->*entry->build)(number, row));
+      table->addEntry(command == kCommandHAP     ? createHAPRow(number, row, &labels)
+                      : command == kCommandCheck ? createCheckRow(number, row, &labels)
+                                                 : (this->*entry->build)(number, row));
     }
   }
   return table.release();
@@ -77,6 +81,11 @@ HAPTableCommand* TblFmt00::createCmdEND(const unsigned int& number, const unsign
 }
 
 HAPTableCommand* TblFmt00::createCmdHAP(const unsigned int& number, const unsigned int& row) {
+  return createHAPRow(number, row, nullptr);
+}
+
+HAPTableCommand* TblFmt00::createHAPRow(const unsigned int& number, const unsigned int& row,
+                                        LabelIndex* labels) {
   const std::string hap_name = getMember(row, kColumnName);
   const std::string mode = getMember(row, kColumnMode);
   const std::string error = getMember(row, kColumnError);
@@ -88,7 +97,7 @@ HAPTableCommand* TblFmt00::createCmdHAP(const unsigned int& number, const unsign
     err_mode = kErrModeStack;
   } else if (!error.empty()) {
     err_mode = kErrModeJump;
-    jump_index = labelIndex(error);
+    jump_index = labelIndex(error, labels);
   }
   std::unique_ptr<unsigned int[]> para = readParameters(getMember(row, kColumnPara));
   auto command = std::make_unique<TblCmdHAP>(number, entryIndex(row) + 1);
@@ -99,8 +108,13 @@ HAPTableCommand* TblFmt00::createCmdHAP(const unsigned int& number, const unsign
 }
 
 HAPTableCommand* TblFmt00::createCmdCHECK(const unsigned int& number, const unsigned int& row) {
+  return createCheckRow(number, row, nullptr);
+}
+
+HAPTableCommand* TblFmt00::createCheckRow(const unsigned int& number, const unsigned int& row,
+                                          LabelIndex* labels) {
   const std::string error = getMember(row, kColumnError);
-  const int jump_index = error.empty() ? kNoIndex : labelIndex(error);
+  const int jump_index = error.empty() ? kNoIndex : labelIndex(error, labels);
   auto command = std::make_unique<TblCmdCheck>(number, entryIndex(row) + 1);
   command->setErrMode(error.empty() ? kErrModeStop : kErrModeJump,
                       static_cast<unsigned int>(jump_index));
@@ -125,7 +139,11 @@ int TblFmt00::entryIndex(const unsigned int& row) {
   return static_cast<int>(row) - getRowOfTblStart();
 }
 
-int TblFmt00::labelIndex(const std::string& label) {
+int TblFmt00::labelIndex(const std::string& label, LabelIndex* labels) {
+  if (labels != nullptr) {
+    const LabelIndex::Rows rows = labels->find(label);
+    return rows.count == 0 ? kNoIndex : entryIndex(rows.first);
+  }
   unsigned int start = 0;
   unsigned int end = 0;
   if (getRowOfTblArea(start, end) != 0) {

@@ -10,6 +10,7 @@
 #include "support/parse_number.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
+#include "tablefile/label_index.h"
 #include "tablefile/words.h"
 
 namespace kw::trx::trx {
@@ -176,6 +177,7 @@ int TblFmt00::checkTblCmd() {
   if (getRowOfTblArea(start, end) != 0) {
     return -1;
   }
+  LabelIndex labels(*table_data_, columnIndex(kColumnLabel), start, end);
   for (unsigned int row = start; row <= end; ++row) {
     const std::string command = getMember(row, kColumnCommand);
     const auto* entry =
@@ -185,7 +187,9 @@ int TblFmt00::checkTblCmd() {
       trace(kFmtUnknownCommand, command);
       return -1;
     }
-    const int result = (this->*entry->check)(row);
+    const int result = command == kCommandHAP     ? checkHAPRow(row, &labels)
+                       : command == kCommandCheck ? checkCheckRow(row, &labels)
+                                                  : (this->*entry->check)(row);
     if (result != 0) {
       return result;
     }
@@ -209,7 +213,9 @@ int TblFmt00::checkCmdTABLE(const unsigned int& row) {
   return checkItems(*this, row, {kNameSet, kNone, kNone, kNone});
 }
 
-int TblFmt00::checkCmdHAP(const unsigned int& row) {
+int TblFmt00::checkCmdHAP(const unsigned int& row) { return checkHAPRow(row, nullptr); }
+
+int TblFmt00::checkHAPRow(const unsigned int& row, LabelIndex* labels) {
   if (checkItems(*this, row, {kNameSet, kNameSet, kNameSet, kParameterSet}) != 0) {
     return -1;
   }
@@ -225,14 +231,16 @@ int TblFmt00::checkCmdHAP(const unsigned int& row) {
   }
   const std::string error = getMember(row, kColumnError);
   const bool is_label = !error.empty() && error != kErrorNop && error != kErrorStack;
-  if (is_label && findLabel(error, start, end).size() != 1) {
+  if (is_label && !isLabelOfOneRow(error, start, end, labels)) {
     trace(kFmtHAPLabel, requesterId(), row, columnIndex(kColumnError));
     return -1;
   }
   return 0;
 }
 
-int TblFmt00::checkCmdCHECK(const unsigned int& row) {
+int TblFmt00::checkCmdCHECK(const unsigned int& row) { return checkCheckRow(row, nullptr); }
+
+int TblFmt00::checkCheckRow(const unsigned int& row, LabelIndex* labels) {
   if (checkItems(*this, row, {kNone, kNone, kLabelSet, kNone}) != 0) {
     return -1;
   }
@@ -243,7 +251,7 @@ int TblFmt00::checkCmdCHECK(const unsigned int& row) {
     return -1;
   }
   const std::string error = getMember(row, kColumnError);
-  if (!error.empty() && findLabel(error, start, end).size() != 1) {
+  if (!error.empty() && !isLabelOfOneRow(error, start, end, labels)) {
     trace(kFmtCheckLabel, requesterId(), row, columnIndex(kColumnError));
     return -1;
   }

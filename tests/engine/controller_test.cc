@@ -76,7 +76,7 @@ TEST_F(ControllerTest, LoadSkipsOrStopsAtUnusableFiles) {
       EXPECT_EQ(trail.substr(absent.size()), c.trail);
     }
     EXPECT_TRUE(engine->getHAPController()->isLoaded()) << "what was loaded before stays";
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     EXPECT_EQ(execHAP(info, "PLAIN_Pass"), "TRX 70008") << "loaded, but no API object is installed";
   }
 }
@@ -85,7 +85,7 @@ TEST_F(ControllerTest, SkipsDebugModulesInSilenceUnlessAskedFor) {
   configure({MODULE_TST, MODULE_DBGTOOL}, {});
   TraceCapture capture(kErrorsAndInfos);
   start();
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   EXPECT_EQ(capture.trail(), "");
   EXPECT_EQ(execHAP(info, "DBGTOOL_Ok"), "TRX 7000a");
   EXPECT_EQ(load(true), "ok");
@@ -96,7 +96,7 @@ TEST_F(ControllerTest, LaterFileOfAKeyReplacesTheEarlierOnceItIsOpen) {
   const std::string good = copyOfModule("a/libzq_hap_tst.so");
   const std::string bad = dir.write("b/libzq_hap_Tst.so", "no library");
   const std::string continue_mode = "hapmodule.loading.err.mode=continue\n";
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   TraceCapture capture(kErrorsAndInfos);
   configure({good, bad}, {}, continue_mode);
   start();
@@ -113,7 +113,7 @@ TEST_F(ControllerTest, LaterFileOfAKeyReplacesTheEarlierOnceItIsOpen) {
 TEST_F(ControllerTest, PassesModeParametersAndResultArea) {
   configure({MODULE_TST}, {});
   start();
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   TraceCapture capture(kErrorsAndInfos);
   const unsigned int para = 77;
   for (const auto& [mode, length] : {std::pair<const char*, unsigned int>("", ~0U), {" ", 1}}) {
@@ -145,7 +145,7 @@ TEST_F(ControllerTest, RefusesUndefinedHAPs) {
       {"TST_None", "E 2 \"TST_None\"\nE 1001007 \"TST\"\n"},
   };
   for (const Case& c : cases) {
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     TraceCapture capture(kw::platform::kTraceError);
     EXPECT_EQ(execHAP(info, c.name), "TRX 7000a");
     std::string trail = capture.trail();
@@ -197,11 +197,11 @@ TEST_F(ControllerTest, WritesTheErrorRecordOfAFailedHAP) {
        "E 1003008 [63626160 67666564 6b6a6968 6f6e6d6c 73727170 77767574 7b7a7978 7f7e7d7c]\n"},
   };
   for (const Case& c : cases) {
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     TraceCapture capture(kw::platform::kTraceError);
     EXPECT_EQ(execHAP(info, c.hap, "", c.para.data()), "TRX 7000a");
     std::string trail = capture.trail();
-    const std::string head = std::string("E 1003000 (id 0 0 0)\nE 1003001 \"") + c.hap + "\"\n";
+    const std::string head = std::string("E 1003000 (51 0 0 0)\nE 1003001 \"") + c.hap + "\"\n";
     const std::size_t at = trail.find(head);
     ASSERT_NE(at, std::string::npos) << trail;
     EXPECT_EQ(trail.substr(at + head.size()), c.trail);
@@ -222,15 +222,15 @@ TEST_F(ControllerTest, TracesAndPassesOnWhatAHAPThrows) {
     const char* trail;
   };
   const Case cases[] = {
-      {"TST_Throw", {0, 0x70001}, "TRX 70001", "E 100100b (id 70001 0 0)\n"},
-      {"TST_Throw", {0, 0x7000c}, "TRX 7000c", "E 1001009 (id 0 0 0)\n"},
-      {"TST_Throw", {0, 0x7000d}, "TRX 7000d", "E 100100a (id 0 0 0)\n"},
-      {"TST_Throw", {1, 0}, "other", "E 100100c (id 0 0 0)\nE 4003004 (id 0 0 0)\n"},
-      {"TST_Throw", {2, 0}, "other", "E 100100c (id 0 0 0)\nE 4003004 (id 0 0 0)\n"},
-      {"PLAIN_Pass", {0x1234, 0}, "TRX 1234", "E 100100b (id 1234 0 0)\n"},
-      {"TST_Reset", {0x55, 0}, "TRX 55", "E 7001000 (id 0 0 0)\nE 100100b (id 55 0 0)\n"},
+      {"TST_Throw", {0, 0x70001}, "TRX 70001", "E 100100b (51 70001 0 0)\n"},
+      {"TST_Throw", {0, 0x7000c}, "TRX 7000c", "E 1001009 (51 0 0 0)\n"},
+      {"TST_Throw", {0, 0x7000d}, "TRX 7000d", "E 100100a (51 0 0 0)\n"},
+      {"TST_Throw", {1, 0}, "other", "E 100100c (51 0 0 0)\nE 4003004 (51 0 0 0)\n"},
+      {"TST_Throw", {2, 0}, "other", "E 100100c (51 0 0 0)\nE 4003004 (51 0 0 0)\n"},
+      {"PLAIN_Pass", {0x1234, 0}, "TRX 1234", "E 100100b (51 1234 0 0)\n"},
+      {"TST_Reset", {0x55, 0}, "TRX 55", "E 7001000 (id 0 0 0)\nE 100100b (51 55 0 0)\n"},
   };
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   for (const Case& c : cases) {
     TraceCapture capture(kw::platform::kTraceError);
     EXPECT_EQ(execHAP(info, c.hap, "", c.para), c.outcome);
@@ -245,22 +245,22 @@ TEST_F(ControllerTest, TracesNestedCallsAndRefusesTooManyOfOneName) {
   kw::sysobj::Component board(1, 0, "board");
   kw::sysobj::Component rail(300, 1, "rail", &board);
   units = {&rail};
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   TraceCapture capture(kErrorsAndInfos | kw::platform::kTraceDebug);
   unsigned int out[1] = {0};
   EXPECT_EQ(execHAP(info, "TST_Nest", "", nullptr, out), "TRX 7000a");
   EXPECT_EQ(out[0], 3U);
   const std::string nested =
-      "I 1001001 \"TST_Nest\"\nI 1001003 \"board/rail\"\nD 1001004 (id 0 0 0)\n";
+      "I 1001001 \"TST_Nest\"\nI 1001003 \"board/rail\"\nD 1001004 (51 0 0 0)\n";
   std::string trail = capture.trail();
   for (std::size_t at = trail.find("D 4000001"); at != std::string::npos;
        at = trail.find("D 4000001")) {
     trail.erase(at, trail.find('\n', at) + 1 - at);
   }
-  EXPECT_EQ(trail, "I 4003000 \"TST_Nest\"\nI 4003002 \"board/rail\"\nD 4003003 (id 0 0 0)\n" +
+  EXPECT_EQ(trail, "I 4003000 \"TST_Nest\"\nI 4003002 \"board/rail\"\nD 4003003 (51 0 0 0)\n" +
                        nested + nested + nested +
-                       "E 1001008 \"TST_Nest\"\nE 100100b (id 7000a 0 0)\n"
-                       "E 100100b (id 7000a 0 0)\nE 100100b (id 7000a 0 0)\n");
+                       "E 1001008 \"TST_Nest\"\nE 100100b (51 7000a 0 0)\n"
+                       "E 100100b (51 7000a 0 0)\nE 100100b (51 7000a 0 0)\n");
   EXPECT_EQ(info.error.getErrCode(), 0U) << "the error record is not touched";
 
   configure({MODULE_TST}, {});
@@ -273,7 +273,7 @@ TEST_F(ControllerTest, TracesNestedCallsAndRefusesTooManyOfOneName) {
 TEST_F(ControllerTest, TracesACallOnAContextWithAnInterruptedTable) {
   configure({MODULE_TST}, {});
   start();
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   info.pushTblCtlInfo(new trx::TblCtlInfo("t", units));
   info.setErrDisable(true);
   const unsigned int para[2] = {1, 0};
@@ -314,7 +314,7 @@ TEST_F(ControllerTest, NotifiesTheAPIObjectAroundTheOutermostHAP) {
   configure({MODULE_TST}, {});
   start();
   engine->setHAPAPI(new NotedAPI(notes));
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   const unsigned int thrown[2] = {1, 0};
   EXPECT_EQ(execHAP(info, "TST_Call", "TST_Ok"), "ok");
   EXPECT_EQ(notes, "begin end ");
@@ -342,7 +342,7 @@ TEST_F(ControllerTest, RefusesANullContextAndSurvivesAStaleLoaderMessage) {
             }),
             "TRX 70009");
   EXPECT_EQ(capture.trail(), "E 1001000 (id 0 0 0)\n");
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   EXPECT_EQ(execHAP(info, "TST_Stale"), "ok");
   EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
   EXPECT_EQ(load(), "ok");
@@ -374,7 +374,7 @@ TEST_F(ControllerTest, MakesMaskAndChannelOfTheUnits) {
     for (const auto& [type, no] : c.units) {
       units.push_back(&held.emplace_back(type, no, "u"));
     }
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     unsigned int out[4] = {};
     TraceCapture capture(kw::platform::kTraceError);
     EXPECT_EQ(execHAP(info, "TST_Units", "", nullptr, out), "ok");

@@ -39,32 +39,32 @@ TEST_F(CommandTest, EachRowTracesMovesAndRecords) {
     const char* after;  ///< error end, called table, message, table that failed, mark
   };
   const Case cases[] = {
-      {",0,START", "I 10000000 (id 0 0 0)\n", 1, ""},
-      {",1e,TABLE,b", "I 11000000 (id 1e 0 0)\nI 11000001 \"b\"\n", 2, " b"},
-      {",1e,END", "I e000001 (id 1e 0 0)\n", -1, ""},
-      {",1e,END,M", "I e000000 (id 1e 0 0)\n", -1, "end M"},
-      {",1e,WAIT,,0", "I 12000000 (id 1e 0 0)\n", 2, ""},
-      {",1e,WAIT,,3599999", "I 12000000 (id 1e 36ee7f 0)\n", 2, "TRX 70003/3599999"},
-      {",1e,WAIT,,3600001", "I 12000000 (id 1e 36ee80 0)\n", 2, "TRX 70003/3600000"},
-      {",1e,WAIT,,4294967297", "I 12000000 (id 1e 36ee80 0)\n", 2, "TRX 70003/3600000"},
-      {",1e,HAP,TBL_Run", "I f000000 (id 1e 0 0)\n", 2, ""},
-      {",1e,HAP,TBL_Run,fail", "I f000000 (id 1e 0 0)\nE f000004 (id 7000a 0 0)\n", -1, "end t1e"},
-      {",1e,HAP,TBL_Run,fail,NOP", "I f000000 (id 1e 0 0)\n", 2, ""},
-      {",1e,HAP,TBL_Run,trx,NOP", "I f000000 (id 1e 0 0)\nd f000001 (id 12345 0 0)\n", 2, ""},
-      {",1e,HAP,TBL_Run,trx,STACK", "I f000000 (id 1e 0 0)\nE f000002 (id 12345 0 0)\n", 2,
+      {",0,START", "I 10000000 (51 0 0 0)\n", 1, ""},
+      {",1e,TABLE,b", "I 11000000 (51 1e 0 0)\nI 11000001 \"b\"\n", 2, " b"},
+      {",1e,END", "I e000001 (51 1e 0 0)\n", -1, ""},
+      {",1e,END,M", "I e000000 (51 1e 0 0)\n", -1, "end M"},
+      {",1e,WAIT,,0", "I 12000000 (51 1e 0 0)\n", 2, ""},
+      {",1e,WAIT,,3599999", "I 12000000 (51 1e 36ee7f 0)\n", 2, "TRX 70003/3599999"},
+      {",1e,WAIT,,3600001", "I 12000000 (51 1e 36ee80 0)\n", 2, "TRX 70003/3600000"},
+      {",1e,WAIT,,4294967297", "I 12000000 (51 1e 36ee80 0)\n", 2, "TRX 70003/3600000"},
+      {",1e,HAP,TBL_Run", "I f000000 (51 1e 0 0)\n", 2, ""},
+      {",1e,HAP,TBL_Run,fail", "I f000000 (51 1e 0 0)\nE f000004 (51 7000a 0 0)\n", -1, "end t1e"},
+      {",1e,HAP,TBL_Run,fail,NOP", "I f000000 (51 1e 0 0)\n", 2, ""},
+      {",1e,HAP,TBL_Run,trx,NOP", "I f000000 (51 1e 0 0)\nd f000001 (51 12345 0 0)\n", 2, ""},
+      {",1e,HAP,TBL_Run,trx,STACK", "I f000000 (51 1e 0 0)\nE f000002 (51 12345 0 0)\n", 2,
        " t1e mark"},
-      {"x,1e,HAP,TBL_Run,trx,x", "I f000000 (id 1e 0 0)\nE f000003 (id 12345 0 0)\n", 1, " t1e"},
-      {",1e,HAP,TBL_Run,other,NOP", "I f000000 (id 1e 0 0)\nE f000005 (id 0 0 0)\n", 1, "other"},
-      {",1e,CHECK,,,to", "I d000000 (id 1e 0 0)\n", 2, ""},
-      {"mark,1e,CHECK,,,mark", "I d000000 (id 1e 0 0)\nE d000001 (id 0 0 0)\n", 1, " mark"},
-      {"NOP,1e,CHECK,,,NOP", "I d000000 (id 1e 0 0)\n", 2, ""},
-      {"mark,1e,CHECK", "I d000000 (id 1e 0 0)\nE d000002 (id 0 0 0)\n", -1, "end mark"},
+      {"x,1e,HAP,TBL_Run,trx,x", "I f000000 (51 1e 0 0)\nE f000003 (51 12345 0 0)\n", 1, " t1e"},
+      {",1e,HAP,TBL_Run,other,NOP", "I f000000 (51 1e 0 0)\nE f000005 (51 0 0 0)\n", 1, "other"},
+      {",1e,CHECK,,,to", "I d000000 (51 1e 0 0)\n", 2, ""},
+      {"mark,1e,CHECK,,,mark", "I d000000 (51 1e 0 0)\nE d000001 (51 0 0 0)\n", 1, " mark"},
+      {"NOP,1e,CHECK,,,NOP", "I d000000 (51 1e 0 0)\n", 2, ""},
+      {"mark,1e,CHECK", "I d000000 (51 1e 0 0)\nE d000002 (51 0 0 0)\n", -1, "end mark"},
   };
   for (const Case& c : cases) {
     const bool start = c.records[2] == '1' && c.records[3] == '0';
     const auto table = build((start ? "" : ",0,START\n") + std::string(c.row) + "\nto,ff,END\n");
     EXPECT_EQ(table->name + std::to_string(table->getVersion()), "name31");
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     push(info);
     obeyModes(info);
     if (c.row[0] == 'm') info.setTblCmdErrStack();
@@ -87,7 +87,7 @@ TEST_F(CommandTest, ParametersAreHexadecimalWordsOfThirtyTwoBits) {
   const std::pair<const char*, Words> cases[] = {
       {"", {}}, {"ffffffff", {0xffffffff}}, {"-1 -fffffff 1-2 - 0", {~0U, 0xf0000001, 1, 0, 0}}};
   for (const auto& [para, words] : cases) {
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     push(info);
     Words seen{42};
     follow(info, [&, &want = words](TRXInfo*, const std::string& mode, const unsigned int* got) {
@@ -103,7 +103,7 @@ TEST_F(CommandTest, ParametersAreHexadecimalWordsOfThirtyTwoBits) {
 }
 
 TEST_F(CommandTest, WaitIsFixedWhenItIsMadeAndSurvivesSignals) {
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   push(info);
   trx::TblCmdWait handed_over(3, 4);
   load({});

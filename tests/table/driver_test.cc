@@ -28,6 +28,8 @@ TEST_F(DriverTest, RunsCalledTablesAndTakesAnErrorEndToTheTop) {
         {"ring2", ",11,START\n,12,TABLE,ring\n" + end},
         {"stop", ",1,START\n,2,TABLE,stop2\n" + end},
         {"stop2", ",11,START\n,12,HAP,TBL_Run,stop\n" + end},
+        {"drop", ",1,START\n,2,TABLE,drop2\n" + end},
+        {"drop2", ",11,START\n,12,HAP,TBL_Run,drop\n" + end},
         {"deep", ",1,START\n,2,TABLE,c\n" + end},
         {"c", ",11,START\n,12,TABLE,d\n,13,HAP,TBL_None\n" + end},
         {"d", ",21,START\n,22,HAP,TBL_Run,fail,to\n,23,CHECK\nto,24,HAP,TBL_Run,fail\n" + end}},
@@ -44,23 +46,28 @@ TEST_F(DriverTest, RunsCalledTablesAndTakesAnErrorEndToTheTop) {
        "0 0 0"},
       {"lost",
        "b000000\"lost\" START1 TABLE2 11000001\"B\" c001000\"B\" b000002\"B\" b001001\"lost\" "
-       "b000004 -> TRX 7000b",
+       "b000004(51 -> TRX 7000b",
        "16777218 0 1"},
-      {"x", "b000000\"x\" c001000\"x\" b000002\"x\" b000004 -> TRX 7000b", "16777218 0 1"},
+      {"x", "b000000\"x\" c001000\"x\" b000002\"x\" b000004(51 -> TRX 7000b", "16777218 0 1"},
       {"nameless", "b000000\"nameless\" START1 TABLE2 11000001\"\" -> ok", "0 0 0"},
       {"ring",
        "b000000\"ring\" START1 TABLE2 11000001\"ring2\" START11 TABLE12 11000001\"ring\" "
        "b001000\"ring\" -> TRX 7000b",
        "0 0 0"},
-      {"stop", "b000000\"stop\" START1 TABLE2 11000001\"stop2\" START11 HAP12 b000003 -> TRX 70002",
+      {"stop",
+       "b000000\"stop\" START1 TABLE2 11000001\"stop2\" START11 HAP12 b000003(51 -> TRX 70002",
        "0 0 0"},
+      {"drop",
+       "b000000\"drop\" START1 TABLE2 11000001\"drop2\" START11 HAP12 f000004(51 "
+       "b000004(51 -> TRX 7000b",
+       "119 0 1"},
       {"deep",
        "b000000\"deep\" START1 TABLE2 11000001\"c\" START11 TABLE12 11000001\"d\" START21 HAP22 "
-       "f000003 HAP24 f000004 b001001\"c\" b001001\"deep\" b000004 -> TRX 7000b",
+       "f000003(51 HAP24 f000004(51 b001001\"c\" b001001\"deep\" b000004(51 -> TRX 7000b",
        "119 d34 1"},
   };
   for (const Case& c : cases) {
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     obeyModes(info);
     EXPECT_EQ(flow(info, c.table), c.flow);
     EXPECT_TRUE(info.isTblCtlInfoEmpty());
@@ -79,7 +86,7 @@ TEST_F(DriverTest, AHandedOverWaitGoesOnBehindItsRowWithTheUnitsOfTheCaller) {
   kw::sysobj::Component unit(300, 1, "u");
   units = {&unit};
   std::vector<kw::sysobj::Component*> seen;
-  TRXInfo info;
+  TRXInfo info(0x51, 126);
   follow(info, [&seen](TRXInfo* context, const std::string&, const unsigned int*) {
     context->getHAPUnitList(seen);
     return 0;
@@ -100,20 +107,20 @@ TEST_F(DriverTest, AnInterruptedRequestFindsItsTablesByName) {
     unsigned int err_code;
   };
   const Case cases[] = {
-      {tables, "b000001\"a\" HAP3 f000005 9001001 -> other", 0},
+      {tables, "b000001\"a\" HAP3 f000005(51 9001001(51 -> other", 0},
       {{{"a", ",21,START\n,22,END\n,23,HAP,TBL_None,,NOP\n,24,END\n"}},
-       "b000001\"a\" HAP23 f000001 END24 -> ok",
+       "b000001\"a\" HAP23 f000001(51 END24 -> ok",
        0x1000001},
       {{{"a", ",21,START\n,22,END\n"}},
-       "b000001\"a\" b000002\"a\" b000004 -> TRX 7000b",
+       "b000001\"a\" b000002\"a\" b000004(51 -> TRX 7000b",
        0x1000002},
-      {{}, "b000001\"a\" c001000\"a\" b000002\"a\" b000004 -> TRX 7000b", 0x1000002},
+      {{}, "b000001\"a\" c001000\"a\" b000002\"a\" b000004(51 -> TRX 7000b", 0x1000002},
   };
   for (const Case& c : cases) {
     load(tables);
-    TRXInfo info;
+    TRXInfo info(0x51, 126);
     obeyModes(info);
-    EXPECT_EQ(flow(info, "a"), "b000000\"a\" START1 CHECK2 HAP3 f000005 9001001 -> other");
+    EXPECT_EQ(flow(info, "a"), "b000000\"a\" START1 CHECK2 HAP3 f000005(51 9001001(51 -> other");
     load(c.reloaded);
     EXPECT_EQ(flow(info), c.flow);
     EXPECT_EQ(info.error.getErrCode(), c.err_code);

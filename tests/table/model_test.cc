@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
-
 #include "kw/trx/table_commands.h"
 #include "kw/trx/table_format.h"
 #include "support/trace_capture.h"
@@ -56,15 +53,6 @@ TEST(TableModelTest, ListOwnsTablesAndTablesOwnCommands) {
   EXPECT_EQ(capture.trail(), "E 3001000 (ffffffff 0 0 0)\nI 3002000 (0 0 0 0)\n");
 }
 
-/// Slot of a virtual operation. A member pointer holds the offset of the slot, with 1 added where
-/// the architecture has no other place for the mark of a virtual one.
-template <typename Class, typename Result, typename... Arguments>
-std::size_t slotOf(Result (Class::*operation)(Arguments...)) {
-  std::uintptr_t word = 0;
-  std::memcpy(&word, &operation, sizeof(word));
-  return word / sizeof(void*);
-}
-
 TEST(TableModelTest, SetMemberReleasesWhatWasHeldBefore) {
   TblCmdHAP hap(3, 4);
   auto* para = new unsigned int[2]{};
@@ -72,31 +60,6 @@ TEST(TableModelTest, SetMemberReleasesWhatWasHeldBefore) {
   hap.setMember("a", "", para, nullptr, kErrModeStack, 9);
   hap.setMember("a", "", para, nullptr, kErrModeJump, 9);
   EXPECT_TRUE(hap.isErrJump() && !hap.isErrStack() && !hap.isErrNop() && !hap.isErrStop());
-}
-
-TEST(TableModelTest, VirtualOperationsKeepTheirPlaces) {
-  using Row = const unsigned int&;
-  using Text = const std::string&;
-  using Rows = std::vector<unsigned int>;
-  using Format = TblFmtFactory;
-  // Slots 0 and 1 are the two forms of the destructor.
-  const std::size_t slots[][8] = {
-      {slotOf(&HAPTableCommand::exec), slotOf(&HAPTableCommand::getNextIndex),
-       slotOf(&HAPTableCommand::getNumber), slotOf(&TblCmdEnd::setRtnMsg)},
-      {2, 3, 4, slotOf(&TblCmdHAP::setMember), slotOf(&TblCmdHAP::isErrStop),
-       slotOf(&TblCmdHAP::isErrNop), slotOf(&TblCmdHAP::isErrStack), slotOf(&TblCmdHAP::isErrJump)},
-      {2, 3, 4, slotOf(&TblCmdCheck::setErrMode), slotOf(&TblCmdCheck::isErrStop),
-       slotOf(&TblCmdCheck::isErrJump)},
-      {2, 3, 4, slotOf(&TblCmdWait::setTime)},
-      {2, 3, 4, slotOf(&TblCmdTable::setTableName)},
-      {slotOf(&Format::checkFormat), slotOf(&Format::createHAPTable), slotOf(&Format::getColumn),
-       slotOf<Format, std::string, Row, Text>(&Format::getMember),
-       slotOf<Format, std::string, Row, Row>(&Format::getMember),
-       slotOf<Format, Rows, Row, Text, Row, Row>(&Format::findEntry),
-       slotOf<Format, Rows, Row, Text>(&Format::findEntry), slotOf(&TblFmt00::checkTblCmd)}};
-  for (const auto& operations : slots) {
-    for (std::size_t at = 0; at < 8 && operations[at] != 0; ++at) EXPECT_EQ(operations[at], at + 2);
-  }
 }
 
 }  // namespace

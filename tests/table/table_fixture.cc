@@ -31,7 +31,7 @@ std::string flowOf(const std::string& trail) {
     if (command != commands.end()) {
       flow += command->second + rest.substr(1, rest.find(' ', 1) - 1);
     } else {
-      flow += value[0] == '"' ? id + value : id;
+      flow += id + value;
     }
   }
   return flow;
@@ -56,7 +56,8 @@ void TableFixture::obeyModes(trx::TRXInfo& info) {
     if (mode == "trx") throw trx::TRXException(0x12345);
     if (mode == "other") throw std::runtime_error("other");
     if (mode == "stop") engine->setStopFlag(true);
-    if (mode != "fail") return 0;
+    if (mode == "drop") context->releaseTblCtlInfo();
+    if (mode != "fail" && mode != "drop") return 0;
     context->error.setErrCode(0x77);
     return 1;
   });

@@ -22,7 +22,7 @@ constexpr char kRequester[] = "haptable.tblcmd.wait.handler=requester\n";
 using Tables = std::vector<std::pair<std::string, std::string>>;
 
 /// Of a trail, the records of the table side; and these as the flow in one line: each row as its
-/// command and NUMBER, any other record as its id and text.
+/// command and NUMBER, any other record as its id and its text or first word.
 std::string recordsOf(const std::string& trail);
 std::string flowOf(const std::string& trail);
 
@@ -35,7 +35,8 @@ class TableFixture : public EngineFixture {
   static void follow(trx::TRXInfo& info, Script::Function script);
 
   /// Makes the HAPs of `info` do what their mode says: "fail" returns 1 with error code 0x77, "trx"
-  /// and "other" throw, "stop" sets the stop flag; others succeed.
+  /// and "other" throw, "stop" sets the stop flag, "drop" takes all tables off the context and
+  /// fails too; others succeed.
   void obeyModes(trx::TRXInfo& info);
 
   /// Outcome of a table request; without a name, of another call with the same context.

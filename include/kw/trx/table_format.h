@@ -15,6 +15,8 @@
 
 namespace kw::trx::trx {
 
+class LabelIndex;
+
 /// Base of the formats: cells by column name, searches, and the choice of the format of a file.
 /// Failures are told by the result and a trace record; only `std::bad_alloc` is thrown.
 class ZQM_TRX_API TblFmtFactory {
@@ -122,8 +124,16 @@ class ZQM_TRX_API TblFmt00 : public TblFmtFactory {
   std::vector<unsigned int> findCommand(const std::string& command);
   std::vector<unsigned int> findLabel(const std::string& label, unsigned int start,
                                       unsigned int end);
+  int checkHAPRow(const unsigned int& row, LabelIndex* labels);
+  int checkCheckRow(const unsigned int& row, LabelIndex* labels);
+  bool isLabelOfOneRow(const std::string& label, unsigned int start, unsigned int end,
+                       LabelIndex* labels);
+  HAPTableCommand* createHAPRow(const unsigned int& number, const unsigned int& row,
+                                LabelIndex* labels);
+  HAPTableCommand* createCheckRow(const unsigned int& number, const unsigned int& row,
+                                  LabelIndex* labels);
   int entryIndex(const unsigned int& row);
-  int labelIndex(const std::string& label);
+  int labelIndex(const std::string& label, LabelIndex* labels);
 };
 
 }  // namespace kw::trx::trx

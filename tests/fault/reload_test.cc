@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+// Loads while many threads run requests, and the stop flag while tables run.
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+#include "support/engine_fixture.h"
+
+namespace kw::trx::testing {
+namespace {
+
+/// Runs `body` in `count` threads until `during` has returned.
+void inThreads(int count, const std::function<void()>& body, const std::function<void()>& during) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) {
+    threads.emplace_back([&] {
+      while (!stop) {
+        body();
+      }
+    });
+  }
+  during();
+  stop = true;
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+/// Resident memory of this process in kilobytes.
+long residentKb() {
+  std::ifstream statm("/proc/self/statm");
+  long pages = 0;
+  statm >> pages >> pages;
+  return pages * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+class ReloadTest : public EngineFixture {
+ protected:
+  void configureTables(const std::string& handler) {
+    const std::string inner = dir.write(
+        "inner.csv", "FORMAT,0\nVERSION,1\n,1,START\n,2,WAIT,,1\n,3,HAP,TST_Ok\n,4,END\n");
+    const std::string outer = dir.write(
+        "outer.csv", "FORMAT,0\nVERSION,1\n,1,START\nagain,2,HAP,TST_Ok\n,3,TABLE,inner\n,4,END\n");
+    const std::string endless = dir.write(
+        "endless.csv", "FORMAT,0\nVERSION,1\n,1,START\nagain,2,HAP,TST_None,,again\n,3,END\n");
+    configure({MODULE_TST, MODULE_PLAIN}, {inner, outer, endless},
+              "haptable.tblcmd.wait.handler=" + handler + "\n");
+    start();
+  }
+
+  /// Runs a table to its end, with its waits; false when it fails.
+  bool runTable(trx::TRXInfo& info, const std::string& name) {
+    info.initialize();
+    std::string outcome = outcomeOf([&] { engine->execTable(&info, units, name); });
+    while (outcome == "TRX 70003/1") {
+      outcome = outcomeOf([&] { engine->execTable(&info); });
+    }
+    return outcome == "ok";
+  }
+};
+
+TEST_F(ReloadTest, NoRequestIsLostWhileModulesTablesAndAPIObjectAreReplaced) {
+  configureTables("requester");
+  std::atomic<int> failures{0};
+  std::atomic<int> runs{0};
+  inThreads(
+      4,
+      [&] {
+        trx::TRXInfo info;
+        failures += runTable(info, "outer") ? 0 : 1;
+        info.initialize();
+        failures += execHAP(info, "PLAIN_Pass") == "ok" ? 0 : 1;
+        ++runs;
+      },
+      [&] {
+        for (int round = 0; round < 4; ++round) {
+          engine->load(false);
+          engine->setHAPAPI(new QuietAPI);
+        }
+      });
+  EXPECT_EQ(failures, 0);
+  EXPECT_GT(runs, 0);
+}
+
+TEST_F(ReloadTest, MemoryStaysFlatOverManyReloads) {
+  configureTables("engine");
+  trx::TRXInfo info;
+  long warm = 0;
+  for (int round = 0; round < 1000; ++round) {
+    engine->load(false);
+    if (round % 100 == 0) {
+      ASSERT_TRUE(runTable(info, "outer"));
+    }
+    if (round == 200) {
+      warm = residentKb();
+    }
+  }
+  EXPECT_LE(residentKb(), warm + 2048) << "kilobytes after 200 and after 1000 loads";
+}
+
+TEST_F(ReloadTest, StopFlagEndsRunningTablesBeforeTheirNextRow) {
+  configureTables("engine");
+  std::vector<std::string> outcomes(3);
+  std::vector<std::thread> threads;
+  for (std::string& outcome : outcomes) {
+    threads.emplace_back([&] {
+      trx::TRXInfo info;
+      outcome = outcomeOf([&] { engine->execTable(&info, units, "endless"); });
+      EXPECT_TRUE(info.isTblCtlInfoEmpty());
+    });
+  }
+  usleep(20000);
+  engine->setStopFlag(true);
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  for (const std::string& outcome : outcomes) {
+    EXPECT_TRUE(outcome == "TRX 70002" || outcome == "TRX 70001") << outcome;
+  }
+  engine->setStopFlag(false);
+  trx::TRXInfo info;
+  EXPECT_TRUE(runTable(info, "outer"));
+}
+
+}  // namespace
+}  // namespace kw::trx::testing
