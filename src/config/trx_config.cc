@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/trx_config.h"
 
+#include "config/config_keys.h"
 #include "kw/trx/errors.h"
 #include "support/requester_id.h"
 #include "support/thread_exit.h"
@@ -8,24 +9,6 @@
 
 namespace kw::trx::trx {
 namespace {
-
-constexpr char kPathFile[] = "/kw/etc/kwpath.conf";
-constexpr char kKeyTRXConf[] = "path.trx.conf";
-
-constexpr char kKeyHAPErrMode[] = "hapmodule.loading.err.mode";
-constexpr char kKeyHAPNumber[] = "hapmodule.number";
-constexpr char kPrefixHAPFile[] = "hapmodule.file.";
-constexpr char kKeyHAPNestLimit[] = "hapmodule.nest.exec.limit";
-constexpr char kKeyExclusionControl[] = "hapmodule.exec.exclusion.control";
-constexpr char kKeyTableErrMode[] = "haptable.loading.err.mode";
-constexpr char kKeyTableNumber[] = "haptable.number";
-constexpr char kPrefixTableFile[] = "haptable.file.";
-constexpr char kKeyTableNestLimit[] = "haptable.nest.exec.limit";
-constexpr char kKeyWaitHandler[] = "haptable.tblcmd.wait.handler";
-
-constexpr char kWordContinue[] = "continue";
-constexpr char kWordOff[] = "off";
-constexpr char kWordRequester[] = "requester";
 
 constexpr unsigned int kDefaultNestLimit = 10;
 

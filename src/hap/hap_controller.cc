@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "hap/module_key.h"
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/file_path.h"
@@ -17,36 +18,11 @@
 namespace kw::trx::trx {
 namespace {
 
-constexpr char kModulePrefix[] = "libzq_hap_";
-constexpr char kDebugModulePrefix[] = "DBG";
-constexpr char kKeySeparator = '_';
-
 std::string baseName(const std::string& file) {
   FilePath name(file);
   name.erasePath();
   return name.value;
 }
-
-/// The key of a module before its letters are made upper case; empty when the file name has none.
-/// A name that is all prefix and extension keeps its ".so" by the rule of hidden files, yet it has
-/// no stem to make a key of.
-std::string keyStem(const std::string& file_name) {
-  FilePath name(file_name);
-  name.erasePrefix(kModulePrefix);
-  if (name.value != file_name && !name.value.empty() && name.value.front() == '.') {
-    return std::string();
-  }
-  name.eraseFileExtension();
-  return name.value;
-}
-
-std::string toUpper(const std::string& text) {
-  FilePath upper(text);
-  upper.toUpper();
-  return upper.value;
-}
-
-bool isDebugModule(const std::string& key) { return key.rfind(kDebugModulePrefix, 0) == 0; }
 
 /// Keeps the record of one HAP call on its context for a scope.
 class HAPRecordScope {
@@ -129,8 +105,8 @@ void HAPController::load(std::vector<std::string>& files, bool with_debug_module
 void HAPController::loadModule(const std::string& file, bool with_debug_modules) {
   const bool stop_on_error = TRXConfig::getInstance().isHAPStopOnLoadError();
   const std::string file_name = baseName(file);
-  const std::string stem = keyStem(file_name);
-  if (stem.empty()) {
+  const std::string key = moduleKey(file_name);
+  if (key.empty()) {
     if (stop_on_error) {
       trace(kHAPLoadNoKey, file_name);
       throw TRXException(kCodeModuleLoad);
@@ -139,7 +115,6 @@ void HAPController::loadModule(const std::string& file, bool with_debug_modules)
     trace(kHAPLoadNoKeySkippedEnd);
     return;
   }
-  const std::string key = toUpper(stem);
   if (!with_debug_modules && isDebugModule(key)) {
     return;
   }

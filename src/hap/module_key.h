@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// How module files and HAP names give the key of a module.
+#ifndef KW_TRX_HAP_MODULE_KEY_H_
+#define KW_TRX_HAP_MODULE_KEY_H_
+
+#include <string>
+
+#include "kw/trx/file_path.h"
+
+namespace kw::trx::trx {
+
+constexpr char kModulePrefix[] = "libzq_hap_";
+constexpr char kDebugModulePrefix[] = "DBG";
+/// Ends the key at the beginning of a HAP name.
+constexpr char kKeySeparator = '_';
+
+/// The key of the module with this file name; empty when the name has none. A name that is all
+/// prefix and extension keeps its ".so" by the rule of hidden files, yet it has no stem to make a
+/// key of.
+inline std::string moduleKey(const std::string& file_name) {
+  FilePath name(file_name);
+  name.erasePrefix(kModulePrefix);
+  if (name.value != file_name && !name.value.empty() && name.value.front() == '.') {
+    return std::string();
+  }
+  name.eraseFileExtension();
+  name.toUpper();
+  return name.value;
+}
+
+inline bool isDebugModule(const std::string& key) { return key.rfind(kDebugModulePrefix, 0) == 0; }
+
+}  // namespace kw::trx::trx
+
+#endif  // KW_TRX_HAP_MODULE_KEY_H_
