@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace {
 
@@ -124,6 +124,15 @@ TEST_F(MemoryTest, EveryFailingAllocationOfATableLeavesTheEngineUsable) {
         return outcomeOf([&] { engine->execTable(&info, units, "main"); });
       },
       "TRX 7000b", [] {});
+}
+
+TEST_F(MemoryTest, ManyReloadsLeaveNothingBehind) {
+  engine->load(false);
+  const long before = living;
+  for (int round = 0; round < 1000; ++round) {
+    engine->load(false);
+  }
+  EXPECT_EQ(living, before);
 }
 
 }  // namespace

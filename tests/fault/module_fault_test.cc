@@ -2,7 +2,7 @@
 // Modules that misbehave, or change between two loads.
 #include <filesystem>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -3,10 +3,9 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <fstream>
 #include <thread>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -27,14 +26,6 @@ void inThreads(int count, const std::function<void()>& body, const std::function
   for (std::thread& thread : threads) {
     thread.join();
   }
-}
-
-/// Resident memory of this process in kilobytes.
-long residentKb() {
-  std::ifstream statm("/proc/self/statm");
-  long pages = 0;
-  statm >> pages >> pages;
-  return pages * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 class ReloadTest : public EngineFixture {
@@ -83,22 +74,6 @@ TEST_F(ReloadTest, NoRequestIsLostWhileModulesTablesAndAPIObjectAreReplaced) {
       });
   EXPECT_EQ(failures, 0);
   EXPECT_GT(runs, 0);
-}
-
-TEST_F(ReloadTest, MemoryStaysFlatOverManyReloads) {
-  configureTables("engine");
-  trx::TRXInfo info;
-  long warm = 0;
-  for (int round = 0; round < 1000; ++round) {
-    engine->load(false);
-    if (round % 100 == 0) {
-      ASSERT_TRUE(runTable(info, "outer"));
-    }
-    if (round == 200) {
-      warm = residentKb();
-    }
-  }
-  EXPECT_LE(residentKb(), warm + 2048) << "kilobytes after 200 and after 1000 loads";
 }
 
 TEST_F(ReloadTest, StopFlagEndsRunningTablesBeforeTheirNextRow) {

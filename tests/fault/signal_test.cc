@@ -8,8 +8,8 @@
 #include <chrono>
 #include <thread>
 
+#include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/trx_lock.h"
-#include "support/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {
