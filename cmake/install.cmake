@@ -22,6 +22,17 @@ endif()
 
 install(EXPORT zqm_trx_targets NAMESPACE zqm_trx:: DESTINATION ${package_dir}
   COMPONENT development)
+# A kit on a GoogleTest built along with it could not be linked anywhere else.
+if(TARGET zqm_trx_testkit AND NOT CMAKE_CROSSCOMPILING)
+  install(TARGETS zqm_trx_testkit EXPORT zqm_trx_testkit_targets
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(DIRECTORY testkit/include/kw
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+  install(FILES cmake/zqm_trx_module_test.cmake DESTINATION ${package_dir} COMPONENT development)
+  install(EXPORT zqm_trx_testkit_targets NAMESPACE zqm_trx:: DESTINATION ${package_dir}
+    COMPONENT development)
+endif()
 configure_package_config_file(cmake/zqm_trx-config.cmake.in zqm_trx-config.cmake
   INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(zqm_trx-config-version.cmake COMPATIBILITY SameMajorVersion)
@@ -52,6 +63,7 @@ set(CPACK_DEBIAN_PLATFORM_PACKAGE_NAME libkw-platform)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzqm-trx-dev)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zqm-trx-tools)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6, libstdc++6")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS libgtest-dev)
 set(CPACK_DEBIAN_PLATFORM_PACKAGE_DEPENDS "libc6, libstdc++6")
 set(CPACK_COMPONENT_RUNTIME_DEPENDS platform)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)

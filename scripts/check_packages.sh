@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Builds the demo rig outside the tree, once against an installed prefix and once against the unpacked
-# Debian packages, and runs it: scripts/check_packages.sh BUILD_FOLDER
+# Builds the demo rig and its tests outside the tree, once against an installed prefix and once against
+# the unpacked Debian packages, and runs both: scripts/check_packages.sh BUILD_FOLDER
 set -euo pipefail
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$(cd "$1" && pwd)
@@ -15,7 +15,8 @@ build_rig_against() {
   cmake --build "$rig" >/dev/null
   "$rig/demo_host" "$rig/root" >"$rig/output"
   grep -q 'message of the table: SELFTEST_FAILED' "$rig/output"
-  echo "demo rig built and run against $(basename "$prefix")"
+  ctest --test-dir "$rig" --no-tests=error >"$rig/tests" || { cat "$rig/tests"; return 1; }
+  echo "demo rig and its tests built and run against $(basename "$prefix")"
 }
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null

@@ -26,7 +26,7 @@ install_missing() {
       apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-packages_build=(g++ cmake ninja-build libcli11-dev)
+packages_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz)
 packages_test=(libgtest-dev)
 packages_all=(clang clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config)
 

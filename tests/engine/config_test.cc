@@ -3,7 +3,7 @@
 
 #include <sstream>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -3,8 +3,8 @@
 #include <thread>
 
 #include "kw/trx/table_driver.h"
+#include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/trx_info.h"
-#include "support/engine_fixture.h"
 
 namespace kw::trx::trx {
 namespace {

@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "kw/trx/table_driver.h"
+#include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/unit_functions.h"
-#include "support/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -9,7 +9,7 @@
 #include <atomic>
 #include <thread>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {

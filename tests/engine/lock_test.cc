@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "kw/platform.h"
-#include "support/trace_capture.h"
+#include "kw/trx/testing/trace_capture.h"
 
 namespace kw::clib_trx {
 namespace {

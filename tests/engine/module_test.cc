@@ -6,7 +6,7 @@
 #include <sstream>
 #include <thread>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::trx {
 namespace {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "support/temp_dir.h"
+#include "kw/trx/testing/temp_dir.h"
 
 using kw::trx::testing::TempDir;
 using kw::util::config::CommaSeparatedValues;

@@ -21,7 +21,7 @@
 
 #include "kw/platform.h"
 #include "kw/trace.h"
-#include "support/temp_dir.h"
+#include "kw/trx/testing/temp_dir.h"
 #include "trace_file.h"
 
 using kw::platform::closeTraceRing;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "kw/platform.h"
-#include "support/temp_dir.h"
+#include "kw/trx/testing/temp_dir.h"
 
 using kw::trx::testing::TempDir;
 

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/temp_dir.h"
-#include "support/trace_capture.h"
+#include "kw/trx/testing/temp_dir.h"
+#include "kw/trx/testing/trace_capture.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -4,7 +4,7 @@
 #include <map>
 #include <set>
 
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "kw/trx/table_commands.h"
 #include "kw/trx/table_format.h"
-#include "support/trace_capture.h"
+#include "kw/trx/testing/trace_capture.h"
 
 namespace kw::trx::testing {
 namespace {

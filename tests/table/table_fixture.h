@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "kw/trx/table_driver.h"
+#include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/trx_info.h"
 #include "script.h"
-#include "support/engine_fixture.h"
 
 namespace kw::trx::testing {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A folder for the files of one test.
-#ifndef KW_TRX_TESTS_SUPPORT_TEMP_DIR_H_
-#define KW_TRX_TESTS_SUPPORT_TEMP_DIR_H_
+// A folder for the files of one test. Not synchronised; the folder lives as long as its object.
+#ifndef KW_TRX_TESTING_TEMP_DIR_H_
+#define KW_TRX_TESTING_TEMP_DIR_H_
 
 #include <string>
 
@@ -10,11 +10,13 @@ namespace kw::trx::testing {
 /// Makes a new folder and removes it with all it holds at the end of its scope.
 class TempDir {
  public:
+  /// Throws `std::runtime_error` when no folder can be made.
   TempDir();
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
   ~TempDir();
 
+  /// Full path, without a slash at its end.
   std::string path() const { return path_; }
 
   /// Writes the file `name`, which may begin with folders, and returns its full path.
@@ -26,4 +28,4 @@ class TempDir {
 
 }  // namespace kw::trx::testing
 
-#endif  // KW_TRX_TESTS_SUPPORT_TEMP_DIR_H_
+#endif  // KW_TRX_TESTING_TEMP_DIR_H_

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/temp_dir.h"
+#include "kw/trx/testing/temp_dir.h"
 
 #include <stdlib.h>
 

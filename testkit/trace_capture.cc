@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/trace_capture.h"
+#include "kw/trx/testing/trace_capture.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/engine_fixture.h"
+#include "kw/trx/testing/engine_fixture.h"
 
 #include <sstream>
 
@@ -19,6 +19,33 @@ std::string outcomeOf(const std::function<void()>& call) {
     return "other";
   }
   return "ok";
+}
+
+std::string errorOf(trx::TRXInfo& info) {
+  std::ostringstream out;
+  out << std::hex << info.error.getErrHAPName() << ' ' << info.error.getErrCode();
+  const unsigned int size = info.error.getHAPErrorDetailSize();
+  if (size != 0) {
+    std::vector<unsigned int> words((size + sizeof(unsigned int) - 1) / sizeof(unsigned int));
+    info.error.getHAPErrorDetail(words.data(), size);
+    const char* separator = " [";
+    for (const unsigned int word : words) {
+      out << separator << word;
+      separator = " ";
+    }
+    out << ']';
+  }
+  std::vector<kw::sysobj::Component*> concerned;
+  info.error.getErrUnitList(concerned);
+  const char* label = " units ";
+  for (const kw::sysobj::Component* unit : concerned) {
+    out << label << unit->getType() << '.' << unit->getNo();
+    label = " ";
+  }
+  if (!info.error.errTableName.empty()) {
+    out << " row " << info.error.errTableName << ':' << info.error.errCmdNumber;
+  }
+  return out.str();
 }
 
 EngineFixture::EngineFixture() : engine(trx::TRX::getInstance()) {
@@ -56,6 +83,23 @@ std::string EngineFixture::execHAP(trx::TRXInfo& info, const std::string& name,
                                    const std::string& mode, const unsigned int* para,
                                    unsigned int* out) {
   return outcomeOf([&] { engine->execHAP(&info, units, name, mode, para, out); });
+}
+
+std::string EngineFixture::execTable(trx::TRXInfo& info, const std::string& name) {
+  return outcomeOf([&] {
+    info.setTableUnitList(units);
+    info.setTableName(name);
+    while (true) {
+      try {
+        engine->execTable(&info);
+        return;
+      } catch (const trx::TRXException& exception) {
+        if (exception.getCode() != trx::kCodeWaitHandOver) {
+          throw;
+        }
+      }
+    }
+  });
 }
 
 }  // namespace kw::trx::testing

@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Runs the same modules, tables and requests in a build for this machine and in one for the device,
+# and compares their trace records: scripts/compare_architectures.sh BUILD_FOLDER DEVICE_BUILD_FOLDER
+set -euo pipefail
+native=$(realpath "$1")
+device=$(realpath "$2")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+record() {
+  local output=$1
+  shift
+  rm -rf "$work/files"
+  "$@" "$work/files" >"$work/$output"
+}
+record native "$native/tests/compare/record_trail"
+record device qemu-arm -L /usr/arm-linux-gnueabihf "$device/tests/compare/record_trail"
+
+if ! cmp -s "$work/native" "$work/device"; then
+  line=$(cmp "$work/native" "$work/device" 2>&1 | sed -n 's/.*line \([0-9]*\)$/\1/p')
+  echo "The records differ first in line $line, in the part"
+  head -n "$line" "$work/native" | grep '^#' | tail -n 1
+  echo "here:   $(sed -n "${line}p" "$work/native")"
+  echo "device: $(sed -n "${line}p" "$work/device")"
+  exit 1
+fi
+echo "$(grep -c '^[EIDd] ' "$work/native") trace records, of $(grep -c '^#' "$work/native") parts, are the same"
