@@ -2,12 +2,9 @@
 #include "trxctl/trace_catalogue.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <sstream>
-#include <utility>
-#include <vector>
 
 #include "support/trace.h"
 
@@ -19,25 +16,11 @@ using trx::kLevelDebug2;
 using trx::kLevelError;
 using trx::kLevelInfo;
 
-struct Point {
-  unsigned int id;
-  const char* origin;
-  const char* values;
-  const char* sentence;
-};
-
 constexpr Point kPoints[] = {
 #define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
-  {id, #class_name "::" #operation, values, sentence},
+  {id, level, #class_name "::" #operation, values, sentence},
 #include "support/trace_catalogue.def"
 };
-
-const Point* find(unsigned int id) {
-  const auto* found =
-      std::lower_bound(std::begin(kPoints), std::end(kPoints), id,
-                       [](const Point& point, unsigned int wanted) { return point.id < wanted; });
-  return found != std::end(kPoints) && found->id == id ? found : nullptr;
-}
 
 std::string wordText(std::uint32_t word, char form) {
   std::ostringstream out;
@@ -55,44 +38,7 @@ std::string wordText(std::uint32_t word, char form) {
   return out.str();
 }
 
-/// A text of a record without its NUL, with other control characters made visible.
-std::string shown(const std::vector<unsigned char>& data) {
-  std::string text;
-  for (const unsigned char c : data) {
-    if (c == '\0') {
-      break;
-    }
-    const bool control = c < ' ' || c == 0x7f;
-    text += control ? '?' : static_cast<char>(c);
-  }
-  return text;
-}
-
-using Values = std::vector<std::pair<std::string, std::string>>;
-
-/// The named values of a record; false when its data is too short for them.
-bool valuesOf(const Point& point, const std::vector<unsigned char>& data, Values& values) {
-  std::istringstream names(point.values);
-  std::size_t at = 0;
-  for (std::string item; names >> item;) {
-    const std::string name = item.substr(0, item.find(':'));
-    const char form = item.back();
-    if (form == 's') {
-      values.emplace_back(name, shown(data));
-      continue;
-    }
-    std::uint32_t word = 0;
-    if (data.size() < at + sizeof(word)) {
-      return false;
-    }
-    std::memcpy(&word, data.data() + at, sizeof(word));
-    at += sizeof(word);
-    values.emplace_back(name, wordText(word, form));
-  }
-  return true;
-}
-
-std::string filledIn(const std::string& sentence, const Values& values) {
+std::string filledIn(const std::string& sentence, const std::vector<Value>& values) {
   std::string text;
   std::size_t begin = 0;
   for (std::size_t open = sentence.find('{'); open != std::string::npos;
@@ -100,9 +46,9 @@ std::string filledIn(const std::string& sentence, const Values& values) {
     const std::size_t close = sentence.find('}', open);
     text.append(sentence, begin, open - begin);
     const std::string name = sentence.substr(open + 1, close - open - 1);
-    for (const auto& value : values) {
-      if (value.first == name) {
-        text += value.second;
+    for (const Value& value : values) {
+      if (value.name == name) {
+        text += value.text;
       }
     }
     begin = close + 1;
@@ -121,6 +67,58 @@ std::string rawText(const kw::platform::TraceRecord& record) {
 
 }  // namespace
 
+const Point* findPoint(unsigned int id) {
+  const auto* found =
+      std::lower_bound(std::begin(kPoints), std::end(kPoints), id,
+                       [](const Point& point, unsigned int wanted) { return point.id < wanted; });
+  return found != std::end(kPoints) && found->id == id ? found : nullptr;
+}
+
+std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
+  const Point* point = findPoint(record.id);
+  std::vector<Value> values;
+  std::istringstream names(point == nullptr ? "" : point->values);
+  std::size_t at = 0;
+  for (std::string item; names >> item;) {
+    const std::string name = item.substr(0, item.find(':'));
+    const char form = item.back();
+    if (form == 's') {
+      values.push_back({name, textOf(record)});
+      continue;
+    }
+    std::uint32_t word = 0;
+    if (record.data.size() < at + sizeof(word)) {
+      return {};
+    }
+    std::memcpy(&word, record.data.data() + at, sizeof(word));
+    at += sizeof(word);
+    values.push_back({name, wordText(word, form), word});
+  }
+  return values;
+}
+
+std::uint32_t wordOf(const kw::platform::TraceRecord& record, const std::string& name,
+                     std::uint32_t otherwise) {
+  for (const Value& value : valuesOf(record)) {
+    if (value.name == name) {
+      return value.word;
+    }
+  }
+  return otherwise;
+}
+
+std::string textOf(const kw::platform::TraceRecord& record) {
+  std::string text;
+  for (const unsigned char c : record.data) {
+    if (c == '\0') {
+      break;
+    }
+    const bool control = c < ' ' || c == 0x7f;
+    text += control ? '?' : static_cast<char>(c);
+  }
+  return text;
+}
+
 std::string levelName(unsigned int level) {
   switch (level) {
     case kLevelError:
@@ -137,16 +135,16 @@ std::string levelName(unsigned int level) {
 }
 
 std::string describe(const kw::platform::TraceRecord& record) {
-  const Point* point = find(record.id);
-  Values values;
-  if (point == nullptr || !valuesOf(*point, record.data, values)) {
+  const Point* point = findPoint(record.id);
+  const std::vector<Value> values = valuesOf(record);
+  if (point == nullptr || (values.empty() && *point->values != '\0')) {
     return rawText(record);
   }
   return filledIn(point->sentence, values);
 }
 
 std::string originOf(unsigned int id) {
-  const Point* point = find(id);
+  const Point* point = findPoint(id);
   return point == nullptr ? std::string() : point->origin;
 }
 

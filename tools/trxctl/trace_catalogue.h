@@ -3,11 +3,42 @@
 #ifndef KW_TRX_TOOLS_TRXCTL_TRACE_CATALOGUE_H_
 #define KW_TRX_TOOLS_TRXCTL_TRACE_CATALOGUE_H_
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "kw/platform.h"
 
 namespace kw::trx::trxctl {
+
+/// One trace point of the catalogue.
+struct Point {
+  unsigned int id;
+  unsigned int level;
+  const char* origin;    ///< such as "TRX::execHAP"
+  const char* values;    ///< names and forms of the values
+  const char* sentence;  ///< with the names of values in braces
+};
+
+/// One value of a record: a word, or the text of the record.
+struct Value {
+  std::string name;
+  std::string text;        ///< the value as the catalogue shows it
+  std::uint32_t word = 0;  ///< 0 for a text
+};
+
+/// The trace point with this id; null when the catalogue has none.
+const Point* findPoint(unsigned int id);
+
+/// The values of `record` that the catalogue names; none when its data is too short for them.
+std::vector<Value> valuesOf(const kw::platform::TraceRecord& record);
+
+/// The word called `name` in `record`, or `otherwise`.
+std::uint32_t wordOf(const kw::platform::TraceRecord& record, const std::string& name,
+                     std::uint32_t otherwise);
+
+/// The text of a text record, control characters made visible.
+std::string textOf(const kw::platform::TraceRecord& record);
 
 /// "error", "info", "debug" or "debug2"; the number of any other level.
 std::string levelName(unsigned int level);

@@ -1,22 +1,50 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 
 #include "kw/platform.h"
+#include "support/trace.h"
 #include "trxctl/commands.h"
 #include "trxctl/trace_catalogue.h"
+#include "trxctl/trace_slices.h"
 
 namespace kw::trx::trxctl {
 namespace {
 
+using Json = nlohmann::ordered_json;
+using kw::platform::TraceRecord;
+
 constexpr std::uint64_t kNanosPerSecond = 1000000000;
 constexpr std::uint64_t kNanosPerMicro = 1000;
+constexpr std::chrono::milliseconds kFollowPoll{100};
+constexpr char kDefaultRing[] = "/trace.ring";
+constexpr const char* kLevels[] = {"error", "info", "debug", "debug2"};
+
+struct TraceOptions {
+  std::string file;
+  std::string level = "debug2";
+  std::string request, hap, table;
+  std::string perfetto;
+  bool follow = false;
+  bool json = false;
+};
+
+std::atomic<bool> interrupted{false};
 
 std::string timeText(std::uint64_t time_ns) {
   const auto seconds = static_cast<std::time_t>(time_ns / kNanosPerSecond);
@@ -30,67 +58,229 @@ std::string timeText(std::uint64_t time_ns) {
   return std::string(clock) + micros;
 }
 
-void print(const kw::platform::TraceRecord& record) {
-  char head[96];
-  std::snprintf(head, sizeof(head), "%s %u/%u %-6s %08x ", timeText(record.time_ns).c_str(),
-                record.process_id, record.thread_id, levelName(record.level).c_str(), record.id);
-  std::cout << head << describe(record);
+void print(const TraceRecord& record) {
+  const std::string level = levelName(record.level);
+  char head[64];
+  std::snprintf(head, sizeof(head), "%s %u/%u ", timeText(record.time_ns).c_str(),
+                record.process_id, record.thread_id);
+  char kind[32];
+  std::snprintf(kind, sizeof(kind), "%-6s %08x ", level.c_str(), record.id);
   const std::string origin = originOf(record.id);
-  if (!origin.empty()) {
-    std::cout << "  (" << origin << ')';
-  }
-  std::cout << '\n';
+  std::cout << head << (record.level == trx::kLevelError ? paint(Colour::kRed, kind) : kind)
+            << describe(record)
+            << (origin.empty() ? "" : paint(Colour::kGrey, "  (" + origin + ")")) << '\n';
 }
 
-/// The level with the name `name`, as bits that it and all graver levels have.
-unsigned int maskOf(const std::string& name) {
-  constexpr const char* kNames[] = {"error", "info", "debug", "debug2"};
-  unsigned int mask = 0;
-  for (const char* known : kNames) {
-    mask = mask << 1 | 1U;
-    if (name == known) {
-      break;
+void printJson(const TraceRecord& record, const SliceTracker::Place& place) {
+  Json line = {{"timeNs", record.time_ns},         {"process", record.process_id},
+               {"thread", record.thread_id},       {"request", hexText(place.request)},
+               {"level", levelName(record.level)}, {"id", hexText(record.id)},
+               {"origin", originOf(record.id)},    {"words", describe(record)}};
+  for (const Value& value : valuesOf(record)) {
+    line["values"][value.name] = value.text;
+  }
+  std::cout << line.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+/// Collects what goes into a timeline.
+class Timeline {
+ public:
+  void add(const Slice& slice) {
+    constexpr const char* kinds[] = {"request", "table", "hap"};
+    events_.push_back({{"name", slice.name},
+                       {"cat", kinds[static_cast<int>(slice.kind)]},
+                       {"ph", "X"},
+                       {"ts", sinceStart(slice.begin_ns)},
+                       {"dur", micros(slice.end_ns - slice.begin_ns)},
+                       {"pid", slice.process_id},
+                       {"tid", slice.thread_id},
+                       {"args", {{"request", hexText(slice.request)}}}});
+  }
+
+  void addError(const TraceRecord& record) {
+    events_.push_back({{"name", describe(record)},
+                       {"cat", "error"},
+                       {"ph", "i"},
+                       {"s", "t"},
+                       {"ts", sinceStart(record.time_ns)},
+                       {"pid", record.process_id},
+                       {"tid", record.thread_id},
+                       {"args", {{"id", hexText(record.id)}}}});
+  }
+
+  int write(const std::string& path) const {
+    std::ofstream file(path);
+    file << Json{{"traceEvents", events_}, {"displayTimeUnit", "ms"}}.dump(
+                1, ' ', false, Json::error_handler_t::replace)
+         << '\n';
+    file.close();
+    return file.fail() ? fail(path + ": " + std::strerror(errno)) : kExitOk;
+  }
+
+ private:
+  static double micros(std::uint64_t time_ns) {
+    return static_cast<double>(time_ns) / static_cast<double>(kNanosPerMicro);
+  }
+
+  /// Counted from about the first slice that ended, so that no digit is lost. A slice began at most
+  /// so long before.
+  double sinceStart(std::uint64_t time_ns) {
+    constexpr std::uint64_t margin_ns = 3600 * kNanosPerSecond;
+    start_ns_ = start_ns_ == 0 ? time_ns - std::min(time_ns, margin_ns) : start_ns_;
+    return micros(time_ns - std::min(time_ns, start_ns_));
+  }
+
+  std::uint64_t start_ns_ = 0;
+  Json events_ = Json::array();
+};
+
+/// Shows the records of one ring.
+class TraceReader {
+ public:
+  explicit TraceReader(const TraceOptions& options)
+      : options_(options),
+        tracker_([this](const Slice& slice) { timeline_.add(slice); }),
+        depth_(std::find(std::begin(kLevels), std::end(kLevels), options.level) - kLevels),
+        filters_(!options.request.empty() || !options.hap.empty() || !options.table.empty()) {}
+
+  int run() {
+    kw::platform::TraceRingReader reader;
+    if (reader.open(options_.file) != 0) {
+      return fail(options_.file + ": " +
+                  (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
+                                     "openTraceRing"
+                                   : std::strerror(errno)));
+    }
+    TraceRecord record;
+    while (!interrupted) {
+      while (reader.next(record)) {
+        take(record);
+      }
+      std::cout.flush();
+      if (!options_.follow) {
+        break;
+      }
+      std::this_thread::sleep_for(kFollowPoll);
+    }
+    for (const auto& held : held_) {
+      showHeld(held.first, {});
+    }
+    if (reader.lost() != 0) {
+      std::cerr << "trxctl: " << reader.lost() << " older records were overwritten or torn\n";
+    }
+    tracker_.finish();
+    return options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
+  }
+
+ private:
+  using Thread = std::pair<std::uint32_t, std::uint32_t>;
+
+  void take(const TraceRecord& record) {
+    const SliceTracker::Place place = tracker_.take(record);
+    if (!options_.perfetto.empty()) {
+      return record.level == trx::kLevelError ? timeline_.addError(record) : void();
+    }
+    // The first records of a HAP request do not say whose it is: the next one does.
+    const Thread thread{record.process_id, record.thread_id};
+    if (filters_ && (record.id == trx::kTrxHAPName.id || record.id == trx::kTrxHAPMode.id ||
+                     record.id == trx::kTrxHAPUnit.id)) {
+      held_[thread].push_back(record);
+      return;
+    }
+    showHeld(thread, place);
+    show(record, place);
+  }
+
+  void showHeld(const Thread& thread, const SliceTracker::Place& place) {
+    const auto held = held_.find(thread);
+    if (held != held_.end()) {
+      for (const TraceRecord& record : held->second) {
+        show(record, place);
+      }
+      held->second.clear();
     }
   }
-  return mask;
-}
 
-unsigned int bitOf(unsigned int level) { return (maskOf(levelName(level)) + 1) >> 1; }
-
-int decode(const std::string& file, unsigned int mask) {
-  kw::platform::TraceRingReader reader;
-  if (reader.open(file) != 0) {
-    std::cerr << "trxctl: " << file << ": "
-              << (errno == EINVAL ? "is no trace ring" : std::strerror(errno)) << '\n';
-    return kExitFailed;
-  }
-  kw::platform::TraceRecord record;
-  while (reader.next(record)) {
-    if ((bitOf(record.level) & mask) != 0) {
+  void show(const TraceRecord& record, const SliceTracker::Place& place) const {
+    const auto level =
+        std::find(std::begin(kLevels), std::end(kLevels), levelName(record.level)) - kLevels;
+    const bool known = level < std::end(kLevels) - std::begin(kLevels);
+    if ((known && level > depth_) || !passes(place)) {
+      return;
+    }
+    if (options_.json) {
+      printJson(record, place);
+    } else {
       print(record);
     }
   }
-  if (reader.lost() != 0) {
-    std::cout << reader.lost() << " older records were overwritten or torn\n";
+
+  bool passes(const SliceTracker::Place& place) const {
+    const auto inside = [&place](Slice::Kind kind, const std::string& name) {
+      return name.empty() ||
+             std::any_of(place.slices.begin(), place.slices.end(), [&](const Slice& slice) {
+               return slice.kind == kind && slice.name == name;
+             });
+    };
+    return (options_.request.empty() ||
+            std::strtoul(options_.request.c_str(), nullptr, 16) == place.request) &&
+           inside(Slice::Kind::kHAP, options_.hap) && inside(Slice::Kind::kTable, options_.table);
   }
-  return kExitOk;
+
+  const TraceOptions& options_;
+  Timeline timeline_;
+  SliceTracker tracker_;
+  const std::ptrdiff_t depth_;
+  const bool filters_;
+  std::map<Thread, std::vector<TraceRecord>> held_;
+};
+
+int showTrace(TraceOptions& options) {
+  if (options.file.empty()) {
+    if (kw::platform::getSystemRoot().empty()) {
+      return fail(
+          "which ring? Name its file, or the system root that holds trace.ring with --root");
+    }
+    options.file = kw::platform::getSystemRoot() + kDefaultRing;
+  }
+  static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
+  return TraceReader(options).run();
 }
 
 }  // namespace
 
 void addTraceCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("trace", "Decodes the trace ring of a running or dead process");
-  auto file = std::make_shared<std::string>();
-  command->add_option("FILE", *file, "The ring file")->required();
-  auto level = std::make_shared<std::string>("debug2");
-  command->add_option("--level", *level, "Shows records of this level and graver ones")
+  auto options = std::make_shared<TraceOptions>();
+  CLI::App* command = addCommand(
+      app, "trace", "Decodes the trace ring of a running or dead process",
+      "Each line: time, process/thread, level, trace id, what happened, and where. The id of a\n"
+      "request is the low half of its process id and that of the thread that made its context.\n"
+      "Example: trxctl trace --level info --table selftest /tmp/trace.ring\n"
+      "Exit status: 0 the ring was read, also when records are lost; 2 it cannot be read.");
+  command->add_option("FILE", options->file, "The ring file; else trace.ring in the system root");
+  command->add_option("--level", options->level, "Show records of this level and graver ones")
       ->check(CLI::IsMember({"error", "info", "debug", "debug2"}))
       ->capture_default_str();
-  command->footer(
-      "Each line: time, process/thread, level, trace id, what happened, and where.\n"
-      "Example: trxctl trace --level info /tmp/trace.ring");
-  command->callback([file, level, &status] { status = decode(*file, maskOf(*level)); });
+  command->add_option("--request", options->request, "Show the records of the request with this id")
+      ->type_name("ID")
+      ->check([](const std::string& id) {
+        return id.find_first_not_of("0123456789abcdefABCDEFx") == std::string::npos
+                   ? std::string()
+                   : "'" + id + "' is no hexadecimal number";
+      });
+  command->add_option("--hap", options->hap, "Show what happened inside HAPs of this name")
+      ->type_name("NAME");
+  command->add_option("--table", options->table, "Show what happened inside runs of this table")
+      ->type_name("NAME");
+  command->add_flag("--json", options->json, "Print each record as a line of JSON");
+  CLI::Option* follow =
+      command->add_flag("--follow", options->follow, "Go on with new records until interrupted");
+  command
+      ->add_option("--perfetto", options->perfetto,
+                   "Print nothing, but write a timeline that ui.perfetto.dev opens")
+      ->type_name("FILE")
+      ->excludes(follow);
+  command->callback([options, &status] { status = showTrace(*options); });
 }
 
 }  // namespace kw::trx::trxctl

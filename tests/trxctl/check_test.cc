@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+// trxctl check says of table files what the engine does with them.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "kw/trx/errors.h"
+#include "kw/trx/table_controller.h"
+#include "kw/trx/testing/temp_dir.h"
+#include "tool.h"
+
+namespace kw::trx::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(CheckTest, TheFilesOfTheGuideGiveTheErrorsThatTheyAreNamedFor) {
+  EXPECT_EQ(runTool("check right-*.csv wrong-*.csv", GUIDE_TABLES),
+            readFile(GOLDEN "/guide_tables.txt"));
+}
+
+TEST(CheckTest, EveryFaultIsFoundAtItsLineAndCell) {
+  const TempDir dir;
+  dir.write("faults.csv",
+            "FORMAT,00\r\n"
+            "VERSION,1g\r\n"
+            "\"a title\r\nof two lines\"\r\n"
+            "top,1,START,,,top\r\n"
+            ",2,HAP,PSU.On,off!,nowhere,1  2,x\r\n"
+            ",\"two\nlines\",WAIT,,1s\r\n"
+            ",,wait,,5,NOP,G\r\n"
+            "a b,0,CHECK,,,NOP\r\n"
+            "top,3,TABLE,init\r\n"
+            "VERSION,ffffffff,END,\"a\"\"b\"\r\n");
+  EXPECT_EQ(runTool("check faults.csv", dir.path()), readFile(GOLDEN "/faults.txt"));
+  dir.write("lost.csv", "FORMAT,1\n,1,START\n,2,HAP,A.B\n,3,Start\n,4,START\n,x,CHECK\n");
+  EXPECT_EQ(runTool("check lost.csv nowhere.csv notes.txt", dir.path()),
+            "lost.csv: error: no row has VERSION in column A [0xa005002]\n"
+            "lost.csv: error: no row has the command END [0x13001003]\n"
+            "lost.csv:1 (B): error: '1' is no format that the engine knows: only 0 is [0x9000009]\n"
+            "lost.csv:3 (D, HAP/TABLE): error: '.' is not allowed here: only digits, letters and _ "
+            "[0x14000000]\n"
+            "lost.csv:4 (C, COMMAND): error: 'Start' is no command; did you mean START? "
+            "[0x13007000]\n"
+            "lost.csv:5 (C, COMMAND): error: a second START row; exactly one may stand in a file "
+            "[0x13001002]\n"
+            "lost.csv:6 (B, NUMBER): error: 'x' is not a hexadecimal number [0x13002001]\n"
+            "nowhere.csv: error: No such file or directory [0xa001000]\n"
+            "notes.txt: error: its extension is not csv [0xa000001]\n"
+            "= 2\n");
+}
+
+TEST(CheckTest, WhatLoadsButIsNotMeantGivesWarnings) {
+  const TempDir dir;
+  dir.write("kw/etc/kwpath.conf", "path.trx.conf=" + dir.path() + "/trx.conf\n");
+  dir.write("trx.conf", "hapmodule.number=1\nhapmodule.file.0=" MODULE_TST
+                        "\nhaptable.number=1\nhaptable.file.0=" +
+                            dir.write("listed.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,END\n"));
+  dir.write("odd.csv",
+            "FORMAT,00\nVERSION,1e5\n,1,START\n"
+            "unused,2,HAP,TST_OK,007\n,3,HAP,TST_Fail,,lost,1e5\n,+4,TABLE,listed\n"
+            ",5,TABLE,litsed\n,6,WAIT,,3600001\n,7,WAIT,,0500\n,8,TABLE,even\n,9,END,DONE\n"
+            ",a,WAIT\nlost,b,END,0001E0\n");
+  dir.write("even.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,odder\n,3,END\n");
+  dir.write("odder.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,even\n,3,END\n");
+  EXPECT_EQ(runTool("check --strict --root . odd.csv even.csv odder.csv", dir.path()),
+            readFile(GOLDEN "/warnings.txt"));
+  EXPECT_EQ(runTool("check --strict odder.csv listed.csv", dir.path()),
+            "odder.csv:4 (D, HAP/TABLE): warning: no table 'even' is among the files or the "
+            "configuration\n= 1\n");
+}
+
+/// Whether the engine itself loads a file.
+bool loads(const std::string& file) {
+  trx::TableController controller;
+  std::vector<std::string> files = {file};
+  try {
+    controller.load(files);
+  } catch (const trx::TRXException&) {
+    return false;
+  }
+  return true;
+}
+
+/// Changes one place of a table file to something that such files are made of.
+void mutate(std::string& text, std::mt19937& random) {
+  const auto below = [&random](std::size_t limit) { return random() % limit; };
+  const std::string pieces[] = {",", "\n",     "\"",    "0",     "f",   "-",  "_",  " ",
+                                "x", "HAP",    "START", "CHECK", "END", "A",  "\r", "+",
+                                ".", "FORMAT", "NOP",   "again", "0x",  ",,", "1",  "z"};
+  const std::size_t at = below(text.size() + 1);
+  switch (below(3)) {
+    case 0:
+      text.insert(at, pieces[below(std::size(pieces))]);
+      break;
+    case 1:
+      text.erase(at, 1 + below(3));
+      break;
+    default:
+      text.insert(text.find('\n', at) + 1, text.substr(at, below(20)));
+      break;
+  }
+}
+
+TEST(CheckTest, AnErrorIsReportedForExactlyTheFilesThatTheEngineRefuses) {
+  std::mt19937 random(20240607);
+  std::vector<std::string> seeds;
+  for (const fs::directory_entry& file : fs::directory_iterator(GUIDE_TABLES)) {
+    seeds.push_back(readFile(file.path()));
+  }
+  std::sort(seeds.begin(), seeds.end());
+  const TempDir dir;
+  for (int i = 0; i < 1000; ++i) {
+    std::string text = seeds[random() % seeds.size()];
+    for (auto count = random() % 4; count > 0; --count) {
+      mutate(text, random);
+    }
+    dir.write("t" + std::to_string(i) + ".csv", text);
+  }
+  std::map<bool, int> met;
+  for (const auto& file : nlohmann::json::parse(outputOf("check --json *.csv", dir.path()))) {
+    const std::string path = dir.path() + "/" + file["file"].get<std::string>();
+    const bool loaded = loads(path);
+    ASSERT_EQ(file["loads"], loaded) << readFile(path) << file;
+    ASSERT_NE(file.dump().find("\"error\"") != std::string::npos, loaded) << file;
+    ++met[loaded];
+  }
+  EXPECT_EQ(met[true] + met[false], 1000);
+  EXPECT_GT(met[true], 50) << "files that load came up";
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

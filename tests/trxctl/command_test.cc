@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: Apache-2.0
+// The commands of trxctl on real files: each test compares all that a run prints.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "kw/trx/testing/temp_dir.h"
+#include "support/trace.h"
+#include "tool.h"
+
+namespace kw::trx::testing {
+namespace {
+
+constexpr trx::TracePoint kPoints[] = {
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) trx::constant,
+#include "support/trace_catalogue.def"
+};
+
+class CommandTest : public ::testing::Test {
+ protected:
+  CommandTest() { dir.write("kw/etc/kwpath.conf", "path.trx.conf=" + dir.path() + "/trx.conf\n"); }
+
+  /// A configuration with the module TST, the tables `tables` of the folder, and further lines.
+  void configure(const std::vector<std::string>& tables, const std::string& lines = "") const {
+    std::string text = "hapmodule.number=1\nhapmodule.file.0=" MODULE_TST "\nhaptable.number=" +
+                       std::to_string(tables.size()) + "\n";
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+      text += "haptable.file." + std::to_string(i) + "=" + dir.path() + "/" + tables[i] + "\n";
+    }
+    dir.write("trx.conf", text + lines);
+  }
+
+  void writeTable(const std::string& name, const std::string& rows) const {
+    dir.write(name, "FORMAT,0\nVERSION,1\n" + rows);
+  }
+
+  /// What a run in the folder prints, without what changes from run to run.
+  std::string run(const std::string& arguments) const {
+    std::string text = runTool(arguments, dir.path());
+    for (std::size_t at = text.find(" after "); at != std::string::npos;
+         at = text.find(" after ", at + 1)) {
+      text.erase(at, text.find('\n', at) - at);
+    }
+    return replaced(replaced(text, dir.path(), "DIR"), MODULE_TST, "TST.so");
+  }
+
+  /// The same without the times in front of rows.
+  std::string runRows(const std::string& arguments) const {
+    std::string text = run(arguments);
+    for (std::size_t at = text.find(" s  "); at != std::string::npos; at = text.find(" s  ", at)) {
+      const std::size_t begin = text.rfind('\n', at) + 1;
+      text.erase(begin, at + 4 - begin);
+    }
+    return text;
+  }
+
+  TempDir dir;
+};
+
+TEST_F(CommandTest, ConfigShowsWhereEachValueComesFromAndWhatIsOdd) {
+  writeTable("here.csv", ",1,START\n,2,END\n");
+  dir.write("trx.conf",
+            "# a comment\n"
+            "hapmodule.number : 1\n"
+            "hapmodule.file.0=" MODULE_TST
+            "\n"
+            "hapmodule.file.1=/opt/never.so\n"
+            "hapmodule.nest.exec.limit=ten\n"
+            "hapmodule.exec.exclusion.control=off \n"
+            "haptable.number=3\n"
+            "haptable.loading.err.mode=Continue\n"
+            "haptable.loading.err.mode=\\\n"
+            "   continue\n"
+            "haptable.file.0=" +
+                dir.path() +
+                "/here.csv\n"
+                "haptable.file.1=/no/such/table.csv\n"
+                "haptable.flie.2=gone.csv\n"
+                "colour=red\n");
+  EXPECT_EQ(run("config --root ."), readFile(GOLDEN "/config.txt"));
+  const std::string strict = run("config --root . --strict");
+  EXPECT_EQ(strict.substr(strict.size() - 4), "= 1\n");
+  dir.write("trx.conf", "hapmodule.number=0\nhaptable.numbr=0\n");
+  EXPECT_EQ(run("config --root . 2>&1 | tail -n 2"),
+            "DIR/trx.conf:2: warning: unknown key haptable.numbr; did you mean haptable.number?\n"
+            "trxctl: the configuration has no key haptable.number, the number of files; correct "
+            "DIR/trx.conf\n"
+            "= 0\n");
+  dir.write("kw/etc/kwpath.conf", "");
+  EXPECT_EQ(
+      run("config --root ."),
+      "path.trx.conf =   (default)\n"
+      "! trxctl: the path file DIR/kw/etc/kwpath.conf has no value for the key path.trx.conf; "
+      "correct DIR/kw/etc/kwpath.conf\n"
+      "= 2\n");
+}
+
+TEST_F(CommandTest, ModulesTellWhatTheyExportAndWhetherTheyWouldLoad) {
+  const auto copy = [this](const char* from, const std::string& to, std::size_t at, char byte) {
+    std::string bytes = readFile(from);
+    if (at != 0) {
+      bytes[at] = byte;
+    }
+    dir.write(to, bytes);
+  };
+  constexpr std::size_t machine_offset = 18;
+  constexpr char machine_arm = 40;
+  copy(MODULE_TORN, "libzq_hap_torn.so", 0, 0);
+  copy(MODULE_DBGTOOL, "libzq_hap_dbgtool.so", 0, 0);
+  copy(MODULE_PLAIN, "a/libzq_hap_plain.so", 0, 0);
+  copy(MODULE_PLAIN, "libzq_hap_plain.so", 0, 0);
+  copy(MODULE_PLAIN, "libzq_hap_arm.so", machine_offset, machine_arm);
+  dir.write("libzq_hap_text.so", "no library\n");
+  dir.write("libzq_hap_short.so", readFile(MODULE_PLAIN).substr(0, 1000));
+  const std::string text =
+      run("modules a/libzq_hap_plain.so libzq_hap_plain.so libzq_hap_torn.so libzq_hap_dbgtool.so "
+          "libzq_hap_arm.so libzq_hap_text.so libzq_hap_short.so libzq_hap_.so " TRXCTL);
+  EXPECT_EQ(replaced(text, TRXCTL, "TRXCTL"), readFile(GOLDEN "/modules.txt"));
+  configure({});
+  EXPECT_EQ(run("modules --root . | head -n 3"),
+            "TST.so: key TST, would load\n  TST_Call\n  TST_Exit\n= 0\n");
+}
+
+TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
+  configure({});
+  EXPECT_EQ(run("hap TST_Ok --root . --para 0xce4 --mode fast"),
+            "HAP TST_Ok succeeded\n"
+            "  result word 0: 3300 (0xce4)\n"
+            "  result word 1: 4 (0x4)\n"
+            "= 0\n");
+  EXPECT_EQ(run("hap TST_Units --root . --unit 300:2:rack/rail --unit 301:1 --results 3"),
+            "HAP TST_Units succeeded\n"
+            "  result word 0: 262146 (0x40002)\n"
+            "  result word 1: 0 (0x0)\n"
+            "  result word 2: 1 (0x1)\n"
+            "= 0\n");
+  EXPECT_EQ(run("hap TST_FailDetail --root . --para 0x20005 --para 8 --para 1 --para 0xff"),
+            "HAP TST_FailDetail failed with 0x7000a: a HAP failed\n"
+            "  HAP: TST_FailDetail\n"
+            "  error code: 0x20005, a HAP's own error, with its detail\n"
+            "  detail: 0x1 0xff\n"
+            "= 1\n");
+  EXPECT_EQ(run("hap TST_FailAPI --root . --para 0x40001 --para 6"),
+            "HAP TST_FailAPI failed with 0x7000a: a HAP failed\n"
+            "  HAP: TST_FailAPI\n"
+            "  error code: 0x40001, an error of the HAP API, with its data\n"
+            "  API data: 0x3020100 0x504\n"
+            "= 1\n");
+  EXPECT_EQ(run("hap TST_Throw --root . --para 1"),
+            "HAP TST_Throw failed with an exception that is not the engine's: test\n= 1\n");
+  EXPECT_EQ(run("hap TST_Ok --root . --unit rail2"),
+            "! --unit: 'rail2' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2\n"
+            "! Run with --help for more information.\n"
+            "= 2\n");
+  configure({"gone.csv"});
+  EXPECT_EQ(
+      run("hap TST_Ok --root ."),
+      "! trxctl: 0x70006: the HAP tables cannot be loaded\n"
+      "!   table file gone.csv cannot be opened\n"
+      "!   table file gone.csv cannot be read; loading stops\n"
+      "!   run trxctl check on the files; haptable.loading.err.mode=continue skips such tables\n"
+      "= 2\n");
+}
+
+TEST_F(CommandTest, TableShowsItsRowsAsTheyRun) {
+  writeTable("outer.csv",
+             ",1,START\n,2,HAP,TST_Ok,,STACK,5\n,3,HAP,TST_Fail,,NOP,1 0\n,4,TABLE,inner\n"
+             ",5,HAP,TST_None,,jump\n,6,END\njump,7f,CHECK,,,last\n,8,TABLE,gone\nlast,9,END\n");
+  writeTable("inner.csv", ",1,START\n,2,WAIT,,20\n,a,HAP,TST_Fail,,STACK,1 99\n,3,END\n");
+  writeTable("bad.csv", ",1,START\n,2,TABLE,gone\n,3,END\n");
+  writeTable("no.csv", ",1,START\n,2,END,NO_POWER\n");
+  configure({"outer.csv", "inner.csv", "bad.csv", "no.csv"},
+            "haptable.tblcmd.wait.handler=requester\n");
+  EXPECT_EQ(runRows("table outer --root . --unit 300:2:rack/rail"), readFile(GOLDEN "/table.txt"));
+  EXPECT_EQ(runRows("table bad --root ."),
+            "bad             1  START\n"
+            "bad             2  TABLE gone\n"
+            "             table gone is not loaded\n"
+            "table bad failed with 0x7000b: the table ended with error\n"
+            "  error code: 0x1000002, a table that the run names is not loaded\n"
+            "= 1\n");
+  EXPECT_EQ(runRows("table no --root ."),
+            "no              1  START\n"
+            "no              2  END NO_POWER\n"
+            "table no failed with 0x7000b: the table ended with error\n"
+            "  message of the table: NO_POWER\n"
+            "= 1\n");
+}
+
+TEST_F(CommandTest, GraphDrawsRowsErrorsAndCalls) {
+  writeTable("flow.csv",
+             ",1,START\n,2,HAP,TST_Ok,fast,NOP,1 ff\n,3,HAP,TST_Ok,,out\n,4,TABLE,called\n"
+             ",5,CHECK\n,6,END\n,7,WAIT,,5\nout,8,END,FAILED\n");
+  writeTable("called.csv", ",1,START\n,2,TABLE,other\n,3,END\n");
+  EXPECT_EQ(run("graph flow.csv called.csv"), readFile(GOLDEN "/graph.txt"));
+  EXPECT_EQ(run("graph flow.csv --format svg -o flow.svg"), "= 0\n");
+  EXPECT_NE(readFile(dir.path() + "/flow.svg").find(">2 &#160;HAP TST_Ok fast 1 ff</text>"),
+            std::string::npos);
+  EXPECT_EQ(run("graph flow.csv --format png -o none/flow.png 2>/dev/null | grep -c x"),
+            "0\n= 1\n");
+  dir.write("wrong.csv", "FORMAT,0\n");
+  EXPECT_EQ(run("graph wrong.csv"),
+            "! trxctl: wrong.csv: the engine does not load this table; trxctl check tells why\n"
+            "= 2\n");
+}
+
+TEST_F(CommandTest, ExplainKnowsCodesAndTraceIds) {
+  EXPECT_EQ(run("explain 1000001"),
+            "0x1000001 as an error code: kRecordUndefinedHAP\n"
+            "  means:  the HAP is not defined\n"
+            "  causes: no loaded module has the key before the first _ of its name, or the module "
+            "does not export it; letter case counts\n"
+            "  do:     run trxctl modules and compare the names\n"
+            "0x1000001 as a trace id: debug2 record of HAPController::load\n"
+            "  means:  it is skipped; loading continues\n"
+            "= 0\n");
+  EXPECT_EQ(run("explain 0x13002002"),
+            "0x13002002 as a trace id: error record of TblFmt00::checkNumber\n"
+            "  means:  the NUMBER {number} of row {row} is used twice\n"
+            "  values: request:x row:u column:u number:x\n"
+            "  causes: the file breaks a rule of table files\n"
+            "  do:     run trxctl check on the file: it names line, column and reason of every "
+            "fault\n"
+            "= 0\n");
+  EXPECT_EQ(run("explain 0x60001"),
+            "0x60001 is no code of the engine. As an error code of a request:\n"
+            "  means:  a HAP's own error, with its detail\n"
+            "  do:     look into the documentation of the HAP that failed\n"
+            "= 0\n");
+  EXPECT_EQ(run("explain 7000g"),
+            "! trxctl: '7000g' is no hexadecimal code; write one such as 7000a or 0x7000a\n= 2\n");
+}
+
+TEST_F(CommandTest, EveryErrorOfTheCatalogueComesWithAdvice) {
+  std::ostringstream codes;
+  for (const trx::TracePoint& point : kPoints) {
+    if (point.level == trx::kLevelError) {
+      codes << " 0x" << std::hex << point.id;
+    }
+  }
+  std::istringstream explained(run("explain" + codes.str()));
+  std::string unexplained;
+  for (std::string line; std::getline(explained, line);) {
+    if (line.find("as a trace id: error") != std::string::npos) {
+      EXPECT_EQ(unexplained, "");
+      unexplained = line;
+    } else if (line.rfind("  do: ", 0) == 0) {
+      unexplained.clear();
+    }
+  }
+  EXPECT_EQ(unexplained, "");
+}
+
+TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
+  for (const std::string command :
+       {"check", "graph", "modules", "config", "hap", "table", "trace", "explain"}) {
+    const std::string help = run(command + " --help");
+    EXPECT_NE(help.find("Usage: trxctl " + command), std::string::npos) << help;
+    EXPECT_NE(help.find("\nExample: trxctl " + command + " "), std::string::npos) << help;
+    EXPECT_NE(help.find("\nExit status: 0 "), std::string::npos) << help;
+    EXPECT_NE(help.find("--root DIR"), std::string::npos) << help;
+  }
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: Apache-2.0
+// trxctl trace on rings of real engines, living and dead.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "kw/platform.h"
+#include "kw/trx/logger.h"
+#include "kw/trx/testing/engine_fixture.h"
+#include "tool.h"
+
+namespace kw::trx::testing {
+namespace {
+
+using nlohmann::json;
+
+constexpr unsigned long kHAPRequested = 0x4003000;
+
+void writeRecord(int number) {
+  const std::string text = "HAP_" + std::to_string(number);
+  clib_trx::Logger::getLogger()->info(-1, kHAPRequested, text.c_str());
+}
+
+/// Writes `count` records to a new ring in a process of its own, which then is killed.
+void writeAndDie(const std::string& ring, int count) {
+  const pid_t writer = fork();
+  if (writer == 0) {
+    kw::platform::openTraceRing(ring, static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+      writeRecord(i);
+    }
+    raise(SIGKILL);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(writer, &status, 0), writer);
+  ASSERT_TRUE(WIFSIGNALED(status));
+}
+
+/// The names of the HAPs in the records, in order.
+std::vector<std::string> namesOf(const std::string& lines) {
+  std::vector<std::string> names;
+  std::istringstream in(lines);
+  for (std::string line; std::getline(in, line);) {
+    names.push_back(json::parse(line)["values"]["hap"]);
+  }
+  return names;
+}
+
+class TraceToolTest : public EngineFixture {
+ protected:
+  TraceToolTest() : ring(dir.path() + "/trace.ring") {}
+
+  const std::string ring;
+};
+
+TEST_F(TraceToolTest, RecordsOfAKilledProcessAreAllThere) {
+  constexpr int count = 1024;
+  writeAndDie(ring, count);
+  std::vector<std::string> expected;
+  for (int i = 0; i < count; ++i) {
+    expected.push_back("HAP_" + std::to_string(i));
+  }
+  EXPECT_EQ(namesOf(outputOf("trace --json --root " + dir.path())), expected);
+}
+
+TEST_F(TraceToolTest, TornRecordsAreCountedAndTheOthersShown) {
+  writeAndDie(ring, 64);
+  std::string bytes = readFile(ring);
+  std::vector<std::string> expected;
+  for (int i = 0; i < 64; ++i) {
+    const std::string name = "HAP_" + std::to_string(i);
+    const std::size_t at = bytes.find(name + '\0');
+    ASSERT_NE(at, std::string::npos);
+    if (i % 5 == 3) {
+      // The mark of a slot stands before its data; with it go neither the slots beside it.
+      bytes.replace(at - 48, 48, 48, '\0');
+    } else {
+      expected.push_back(name);
+    }
+  }
+  dir.write("trace.ring", bytes);
+  const std::string run = runTool("trace --json " + ring);
+  const std::size_t end = run.find("! ");
+  EXPECT_EQ(namesOf(run.substr(0, end)), expected);
+  EXPECT_EQ(run.substr(end), "! trxctl: 13 older records were overwritten or torn\n= 0\n");
+  dir.write("cut.ring", bytes.substr(0, bytes.size() / 2));
+  EXPECT_EQ(runTool("trace cut.ring", dir.path()),
+            "! trxctl: cut.ring: is no trace ring; name the file that the host gave to "
+            "openTraceRing\n= 2\n");
+}
+
+TEST_F(TraceToolTest, FollowShowsRecordsAsTheyAreWritten) {
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
+  writeRecord(1);
+  std::FILE* tool = popen(("echo $$; exec " TRXCTL " trace --follow --json " + ring).c_str(), "r");
+  ASSERT_NE(tool, nullptr);
+  char line[1024];
+  ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
+  const pid_t process = std::stoi(line);
+  for (int number = 1; number < 4; ++number) {
+    ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
+    EXPECT_EQ(json::parse(line)["values"]["hap"], "HAP_" + std::to_string(number));
+    writeRecord(number + 1);
+  }
+  kw::platform::closeTraceRing();
+  EXPECT_EQ(kill(process, SIGINT), 0);
+  EXPECT_EQ(pclose(tool), 0);
+}
+
+/// Slices as a tree: each with those inside it, in the order of their begin. Fails when two of a
+/// thread overlap without one lying inside the other.
+std::string treeOf(const json& events) {
+  struct Span {
+    long long begin, end;
+    std::string name;
+  };
+  std::map<int, std::vector<Span>> threads;
+  for (const json& event : events) {
+    if (event["ph"] == "X") {
+      const auto nanos = [&](const char* key) {
+        return std::llround(event[key].get<double>() * 1e3);
+      };
+      threads[event["tid"]].push_back(
+          {nanos("ts"), nanos("ts") + nanos("dur"),
+           event["cat"].get<std::string>() + " " + event["name"].get<std::string>()});
+    }
+  }
+  std::string tree;
+  for (auto& [id, spans] : threads) {
+    // Slices are written inner ones first: of two with the same times the later one is outside.
+    std::reverse(spans.begin(), spans.end());
+    std::stable_sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) {
+      return a.begin != b.begin ? a.begin < b.begin : a.end > b.end;
+    });
+    std::vector<Span> open;
+    for (const Span& span : spans) {
+      while (!open.empty() && open.back().end <= span.begin && open.back().begin < span.begin) {
+        open.pop_back();
+      }
+      if (!open.empty()) {
+        EXPECT_LE(span.end, open.back().end) << span.name << " in " << open.back().name;
+      }
+      tree += std::string(2 * open.size(), ' ') + span.name + "\n";
+      open.push_back(span);
+    }
+  }
+  return tree;
+}
+
+TEST_F(TraceToolTest, TheTimelineNestsRequestsTablesAndHAPs) {
+  const std::string head = "FORMAT,0\nVERSION,1\n,1,START\n";
+  configure({MODULE_TST},
+            {dir.write("outer.csv", head + ",2,HAP,TST_Fail,,NOP,1 0\n,3,TABLE,inner\n,4,HAP,"
+                                           "TST_Ok\n,5,END\n"),
+             dir.write("inner.csv", head + ",2,WAIT,,1\n,3,HAP,TST_Fail,,,1 0\n,4,END\n"),
+             dir.write("well.csv", head + ",2,HAP,TST_Call,TST_Ok\n,3,END\n")},
+            "haptable.tblcmd.wait.handler=requester\n");
+  start();
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 4096), 0);
+  trx::TRXInfo info;
+  EXPECT_EQ(outcomeOf([&] { engine->execTable(&info, units, "outer"); }), "TRX 70003/1");
+  EXPECT_EQ(outcomeOf([&] { engine->execTable(&info); }), "TRX 7000b");
+  const unsigned int para[] = {1, 0};
+  EXPECT_EQ(execHAP(info, "TST_Fail", "", para), "TRX 7000a");
+  info.initialize();
+  EXPECT_EQ(outcomeOf([&] { engine->execTable(&info, units, "well"); }), "ok");
+  const std::string file = dir.path() + "/timeline.json";
+  ASSERT_EQ(runTool("trace --perfetto " + file + " " + ring), "= 0\n");
+  EXPECT_EQ(treeOf(json::parse(readFile(file))["traceEvents"]), readFile(GOLDEN "/timeline.txt"));
+  const std::string table = outputOf("trace --table inner --level info --json " + ring);
+  EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 11) << table;
+  const std::string hap = outputOf("trace --hap TST_Call --json " + ring);
+  EXPECT_EQ(hap.find("TST_Fail"), std::string::npos) << hap;
+  EXPECT_NE(hap.find("TST_Ok"), std::string::npos) << hap;
+
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 4096), 0);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this] {
+      std::vector<kw::sysobj::Component*> none;
+      for (int round = 0; round < 20; ++round) {
+        trx::TRXInfo own;
+        for (const char* name : {"outer", "well"}) {
+          while (outcomeOf([&] { engine->execTable(&own, none, name); }) == "TRX 70003/1") {
+          }
+          own.initialize();
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  kw::platform::closeTraceRing();
+  ASSERT_EQ(runTool("trace --perfetto " + file + " " + ring + " 2>/dev/null"), "= 0\n");
+  const std::string tree = treeOf(json::parse(readFile(file))["traceEvents"]);
+  EXPECT_NE(tree.find("request table well\n  table well\n    hap TST_Call\n      hap TST_Ok\n"),
+            std::string::npos);
+}
+
+TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
+  configure({MODULE_TST}, {});
+  start();
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 1024), 0);
+  trx::TRXInfo first(0xabc, 126);
+  trx::TRXInfo second(0xdef, 126);
+  const unsigned int para[] = {1, 0};
+  EXPECT_EQ(execHAP(first, "TST_Ok"), "ok");
+  EXPECT_EQ(execHAP(second, "TST_Fail", "", para), "TRX 7000a");
+  kw::platform::closeTraceRing();
+  std::string shown;
+  std::istringstream lines(outputOf("trace --request 0xdef --level info " + ring));
+  for (std::string line; std::getline(lines, line);) {
+    shown += line.substr(line.find(' ', line.find('/')) + 1) + "\n";
+  }
+  EXPECT_EQ(shown,
+            "info   04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
+            "error  01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
+            "error  01003001 the HAP that failed is TST_Fail  (HAPController::errExecHAP)\n"
+            "error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
+            "error  01003003 the error has no detail  (HAPController::errExecHAP)\n");
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// HAP modules as files: what they export and whether they would load, without running their code.
+#ifndef KW_TRX_TOOLS_TRXCTL_ELF_MODULE_H_
+#define KW_TRX_TOOLS_TRXCTL_ELF_MODULE_H_
+
+#include <string>
+#include <vector>
+
+namespace kw::trx::trxctl {
+
+/// One module file.
+struct ModuleFile {
+  std::string key;                    ///< empty: its name gives none
+  std::vector<std::string> haps;      ///< HAPs that it exports, sorted
+  std::vector<std::string> problems;  ///< why it would not load into a host like this tool
+  bool is_debug = false;              ///< loaded only on request
+};
+
+/// Looks at the module `file`, a path as the engine takes it.
+ModuleFile inspectModule(const std::string& file);
+
+}  // namespace kw::trx::trxctl
+
+#endif  // KW_TRX_TOOLS_TRXCTL_ELF_MODULE_H_

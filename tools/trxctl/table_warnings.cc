@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/table_warnings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <regex>
+#include <sstream>
+
+#include "kw/trx/table_format.h"
+#include "tablefile/words.h"
+#include "trxctl/commands.h"
+#include "trxctl/record_collector.h"
+
+namespace kw::trx::trxctl {
+namespace {
+
+/// The longest wait of a WAIT row, which longer ones are cut to.
+constexpr unsigned long kWaitMaxMs = 3600000;
+
+/// Numbers below it are saved with all their digits.
+constexpr double kPlainNumberMax = 1e15;
+
+enum class Meaning { kText, kHex, kDecimal };
+
+/// What a spreadsheet makes of a cell when it reads and saves it; the cell itself when it stays.
+std::string savedBySpreadsheet(const std::string& cell) {
+  static const std::regex number(R"( *[-+]?[0-9]+(\.[0-9]*)?([eE][-+]?[0-9]+)? *)");
+  if (!cell.empty() && cell[0] == '=') {
+    return "the result of a formula";
+  }
+  if (!std::regex_match(cell, number)) {
+    return cell;
+  }
+  const double value = std::strtod(cell.c_str(), nullptr);
+  if (value != std::floor(value) || std::abs(value) >= kPlainNumberMax) {
+    return cell.find_first_of("eE") == std::string::npos ? cell : "another number";
+  }
+  std::ostringstream out;
+  out << std::fixed;
+  out.precision(0);
+  out << (value == 0 ? 0.0 : value);
+  return out.str();
+}
+
+bool meansTheSame(const std::string& a, const std::string& b, Meaning meaning) {
+  if (a == b || meaning == Meaning::kText) {
+    return a == b;
+  }
+  const int base = meaning == Meaning::kHex ? trx::kHexBase : trx::kDecimalBase;
+  char* end = nullptr;
+  const unsigned long number = std::strtoul(b.c_str(), &end, base);
+  return *end == '\0' && std::strtoul(a.c_str(), nullptr, base) == number;
+}
+
+Meaning meaningOf(const std::string& command, const std::string& column) {
+  if (column == trx::kColumnNumber || column == trx::kColumnPara) {
+    return Meaning::kHex;
+  }
+  const bool is_time = command == trx::kCommandWait && column == trx::kColumnMode;
+  return is_time ? Meaning::kDecimal : Meaning::kText;
+}
+
+/// What to say of a cell; empty when nothing.
+std::string spreadsheetWords(const std::string& cell, Meaning meaning) {
+  static const std::regex rewritten(R"([-+]?[0-9](\.[0-9]+)?E[-+][0-9]+)");
+  if (std::regex_match(cell, rewritten)) {
+    return "'" + cell + "' looks like what a spreadsheet makes of a cell such as 1e5";
+  }
+  const std::string saved = savedBySpreadsheet(cell);
+  if (meansTheSame(cell, saved, meaning)) {
+    return {};
+  }
+  return "a spreadsheet saves '" + cell + "' as " + saved + ", which means something else here";
+}
+
+class FlowWarner {
+ public:
+  FlowWarner(const TableFlow& flow, const Surroundings& surroundings)
+      : flow_(flow), around_(surroundings), reached_(flow.reached(true)) {}
+
+  std::vector<Finding> run() {
+    const std::vector<bool> without_errors = flow_.reached(false);
+    for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
+      const FlowRow& row = flow_.rows[at];
+      if (!reached_[at]) {
+        add(row, trx::kColumnCommand, "no path reaches this row");
+      }
+      if (row.command == trx::kCommandEnd && !row.name.empty() && without_errors[at]) {
+        add(row, trx::kColumnName,
+            "a run without any failure gets here, and the message '" + row.name +
+                "' makes it an error end");
+      }
+      warnOfLabel(row, at);
+      warnOfName(row);
+      warnOfWait(row);
+    }
+    warnOfEndlessCalls();
+    return findings_;
+  }
+
+ private:
+  void add(const FlowRow& row, const char* column, const std::string& words) {
+    findings_.push_back({false, row.line, flow_.titles.at(column), words});
+  }
+
+  void warnOfLabel(const FlowRow& row, std::size_t at) {
+    const bool named =
+        std::any_of(flow_.rows.begin(), flow_.rows.end(),
+                    [at](const FlowRow& other) { return other.jump == static_cast<int>(at); });
+    if (!row.label.empty() && !named) {
+      add(row, trx::kColumnLabel, "no row names the label '" + row.label + "'");
+    }
+  }
+
+  void warnOfName(const FlowRow& row) {
+    if (row.command == trx::kCommandTable && row.name.empty()) {
+      add(row, trx::kColumnName, "a TABLE row without a name ends its table");
+    } else if (row.command == trx::kCommandTable && around_.tables.count(row.name) == 0) {
+      std::vector<std::string> names;
+      for (const auto& table : around_.tables) {
+        names.push_back(table.first);
+      }
+      add(row, trx::kColumnName,
+          "no table '" + row.name + "' is among the files or the configuration" + hint(row, names));
+    }
+    if (row.command == trx::kCommandHAP && around_.haps && around_.haps->count(row.name) == 0) {
+      add(row, trx::kColumnName,
+          "no listed module exports the HAP '" + row.name + "'" +
+              hint(row, {around_.haps->begin(), around_.haps->end()}));
+    }
+  }
+
+  static std::string hint(const FlowRow& row, const std::vector<std::string>& known) {
+    const std::string near = nearestOf(row.name, known);
+    return near.empty() ? "" : "; did you mean " + near + "?";
+  }
+
+  void warnOfWait(const FlowRow& row) {
+    if (row.command == trx::kCommandWait &&
+        std::strtoul(row.mode.c_str(), nullptr, trx::kDecimalBase) > kWaitMaxMs) {
+      add(row, trx::kColumnMode, "the wait is cut to one hour, 3600000 ms");
+    }
+  }
+
+  /// Every run of such a table calls a table that cannot end either, until the nest limit.
+  void warnOfEndlessCalls() {
+    const std::map<std::string, bool> ends = canEnd(around_.tables);
+    const auto own = ends.find(flow_.name);
+    if (own == ends.end() || own->second) {
+      return;
+    }
+    for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
+      const FlowRow& row = flow_.rows[at];
+      const auto called = ends.find(row.name);
+      if (reached_[at] && row.command == trx::kCommandTable && called != ends.end() &&
+          !called->second) {
+        add(row, trx::kColumnName,
+            "every run gets to a call like this one and cannot end: the tables call themselves "
+            "without a way out");
+        return;
+      }
+    }
+  }
+
+  const TableFlow& flow_;
+  const Surroundings& around_;
+  const std::vector<bool> reached_;
+  std::vector<Finding> findings_;
+};
+
+}  // namespace
+
+std::vector<Finding> spreadsheetWarnings(const std::string& file) {
+  const RecordCollector quiet;
+  std::vector<Finding> findings;
+  auto data = std::make_unique<trx::TableData>();
+  if (data->load(absolutePath(file)) != 0) {
+    return findings;
+  }
+  const trx::TableData& cells = *data;
+  trx::TblFmt00 format(tableNameOf(file), data.get());
+  static_cast<void>(data.release());
+  const std::vector<unsigned int> lines = linesOfRows(cells);
+  const auto warn = [&](unsigned int row, unsigned int column, Meaning meaning, bool is_named) {
+    const std::string words = spreadsheetWords(cells.getMember(row, column), meaning);
+    if (!words.empty()) {
+      findings.push_back({false, lines[row], columnTitle(format, column, is_named), words});
+    }
+  };
+  for (const char* key : {trx::kKeyFormat, trx::kKeyVersion}) {
+    for (const unsigned int row : format.findEntry(trx::kKeyColumn, key)) {
+      warn(row, trx::kKeyColumn + 1, Meaning::kHex, false);
+    }
+  }
+  unsigned int start = 0;
+  unsigned int end = 0;
+  if (format.getRowOfTblArea(start, end) != 0) {
+    return findings;
+  }
+  for (unsigned int row = start; row <= end; ++row) {
+    const std::string command = format.getMember(row, trx::kColumnCommand);
+    for (const char* column : {trx::kColumnLabel, trx::kColumnNumber, trx::kColumnName,
+                               trx::kColumnMode, trx::kColumnError, trx::kColumnPara}) {
+      warn(row, static_cast<unsigned int>(format.getColumn(column)), meaningOf(command, column),
+           true);
+    }
+  }
+  return findings;
+}
+
+std::vector<Finding> flowWarnings(const TableFlow& flow, const Surroundings& surroundings) {
+  return FlowWarner(flow, surroundings).run();
+}
+
+}  // namespace kw::trx::trxctl
