@@ -36,9 +36,13 @@ case "${1:-}" in
     scripts/check_platform_swap.sh build/release/examples/libzq_hap_fan.so
     step "building with clang, its thread safety analysis and clang-tidy"
     build_quietly tidy
-    for preset in asan tsan armhf dev; do
+    for preset in asan tsan armhf; do
       run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done
+    step "comparing the trace records of this machine and of the device"
+    build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    scripts/compare_architectures.sh build/dev build/armhf
+    run_tests dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     ;;
   -h | --help) usage ;;
   *)
