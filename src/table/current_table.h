@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What every command does with the record of the table that it runs in. A HAP that empties its context
-// takes the record away; the driver then ends the run, and the commands only have to survive.
+// What every command does with the record of the table that it runs in. A HAP that empties its
+// context takes the record away; the driver then ends the run, and the commands only have to
+// survive.
 #ifndef KW_TRX_TABLE_CURRENT_TABLE_H_
 #define KW_TRX_TABLE_CURRENT_TABLE_H_
 
