@@ -61,7 +61,8 @@ TEST(CheckTest, WhatLoadsButIsNotMeantGivesWarnings) {
                             dir.write("listed.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,END\n"));
   dir.write("odd.csv",
             "FORMAT,00\nVERSION,1e5\n,1,START\n"
-            "unused,2,HAP,TST_OK,007\n,3,HAP,TST_Fail,,lost,1e5\n,+4,TABLE,listed\n"
+            "unused,2,HAP,TST_OK,007\n,3,HAP,TST_Fail,,lost,1e5\n,3a,HAP,TST_Ok,,,1ee5\n,+4,TABLE,"
+            "listed\n"
             ",5,TABLE,litsed\n,6,WAIT,,3600001\n,7,WAIT,,0500\n,8,TABLE,even\n,9,END,DONE\n"
             ",a,WAIT\nlost,b,END,0001E0\n");
   dir.write("even.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,odder\n,3,END\n");

@@ -59,11 +59,11 @@ int fail(const std::string& message) {
 
 std::string paint(Colour colour, const std::string& text) {
   static const bool has_colours = hasColours();
-  constexpr const char* kCodes[] = {"31", "33", "32", "90"};
+  constexpr const char* codes[] = {"31", "33", "32", "90"};
   if (!has_colours) {
     return text;
   }
-  return std::string("\x1b[") + kCodes[static_cast<int>(colour)] + "m" + text + "\x1b[0m";
+  return std::string("\x1b[") + codes[static_cast<int>(colour)] + "m" + text + "\x1b[0m";
 }
 
 std::string hexText(unsigned long number) {

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
-#include <regex>
 #include <sstream>
 
 #include "kw/platform.h"
@@ -132,14 +131,20 @@ Units::Units(const std::vector<std::string>& texts) {
 }
 
 void Units::add(const std::string& text) {
-  static const std::regex form("([0-9]{1,9}):([0-9]{1,9})(:(.+))?");
-  std::smatch parts;
-  if (!std::regex_match(text, parts, form)) {
+  std::istringstream in(text);
+  int type = -1;
+  int no = -1;
+  char colon = '\0';
+  std::string names_text = text;
+  const bool has_numbers = in >> type >> colon >> no && colon == ':' && type >= 0 && no >= 0;
+  const bool has_names = has_numbers && in.peek() == ':' && in.ignore() &&
+                         std::getline(in, names_text) && !names_text.empty();
+  if (!has_numbers || (!has_names && in.peek() != std::istringstream::traits_type::eof())) {
     throw CLI::ValidationError("--unit", "'" + text +
-                                             "' is not TYPE:NO or TYPE:NO:PATH, such as "
-                                             "300:2 or 300:2:rack/rail2");
+                                             "' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or "
+                                             "300:2:rack/rail2");
   }
-  std::istringstream path(parts[4].matched ? parts[4].str() : text);
+  std::istringstream path(names_text);
   std::vector<std::string> names;
   for (std::string name; std::getline(path, name, '/');) {
     names.push_back(name);
@@ -149,8 +154,7 @@ void Units::add(const std::string& text) {
     owned_.push_back(std::make_unique<kw::sysobj::Component>(kNoType, 0, names[i], parent));
     parent = owned_.back().get();
   }
-  owned_.push_back(std::make_unique<kw::sysobj::Component>(std::stoi(parts[1]), std::stoi(parts[2]),
-                                                           names.back(), parent));
+  owned_.push_back(std::make_unique<kw::sysobj::Component>(type, no, names.back(), parent));
   list_.push_back(owned_.back().get());
 }
 

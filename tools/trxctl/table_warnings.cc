@@ -2,11 +2,11 @@
 #include "trxctl/table_warnings.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 #include "kw/trx/table_format.h"
@@ -25,13 +25,44 @@ constexpr double kPlainNumberMax = 1e15;
 
 enum class Meaning { kText, kHex, kDecimal };
 
+/// A cell cut into the parts that a number has; each may be empty.
+struct NumberParts {
+  std::string blanks, sign, whole, fraction, exponent;
+  bool is_number = false;  ///< nothing else stands in the cell, and `whole` is not empty
+};
+
+/// True for no exponent, and for a letter, at most one sign and digits.
+bool isExponent(const std::string& text) {
+  const bool has_sign = text.size() > 1 && (text[1] == '+' || text[1] == '-');
+  const std::size_t digits = has_sign ? 2 : 1;
+  return text.empty() || (digits < text.size() &&
+                          text.find_first_not_of("0123456789", digits) == std::string::npos);
+}
+
+NumberParts cutNumber(const std::string& cell) {
+  std::size_t at = 0;
+  const auto take = [&](const char* set) {
+    const std::size_t begin = at;
+    at = std::min(cell.find_first_not_of(set, begin), cell.size());
+    return cell.substr(begin, at - begin);
+  };
+  NumberParts parts{take(" "), take("+-"), take("0123456789"), take(".0123456789"), ""};
+  if (at < cell.size() && (cell[at] == 'e' || cell[at] == 'E')) {
+    parts.exponent = take("eE+-0123456789");
+  }
+  parts.blanks += take(" ");
+  parts.is_number = at == cell.size() && !parts.whole.empty() && parts.sign.size() < 2 &&
+                    (parts.fraction.empty() || parts.fraction.rfind('.') == 0) &&
+                    isExponent(parts.exponent);
+  return parts;
+}
+
 /// What a spreadsheet makes of a cell when it reads and saves it; the cell itself when it stays.
 std::string savedBySpreadsheet(const std::string& cell) {
-  static const std::regex number(R"( *[-+]?[0-9]+(\.[0-9]*)?([eE][-+]?[0-9]+)? *)");
   if (!cell.empty() && cell[0] == '=') {
     return "the result of a formula";
   }
-  if (!std::regex_match(cell, number)) {
+  if (!cutNumber(cell).is_number) {
     return cell;
   }
   const double value = std::strtod(cell.c_str(), nullptr);
@@ -65,8 +96,10 @@ Meaning meaningOf(const std::string& command, const std::string& column) {
 
 /// What to say of a cell; empty when nothing.
 std::string spreadsheetWords(const std::string& cell, Meaning meaning) {
-  static const std::regex rewritten(R"([-+]?[0-9](\.[0-9]+)?E[-+][0-9]+)");
-  if (std::regex_match(cell, rewritten)) {
+  const NumberParts parts = cutNumber(cell);
+  const bool scientific =
+      parts.exponent.size() > 2 && parts.exponent[0] == 'E' && std::isdigit(parts.exponent[1]) == 0;
+  if (parts.is_number && parts.blanks.empty() && parts.whole.size() == 1 && scientific) {
     return "'" + cell + "' looks like what a spreadsheet makes of a cell such as 1e5";
   }
   const std::string saved = savedBySpreadsheet(cell);
