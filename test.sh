@@ -35,7 +35,7 @@ case "${1:-}" in
     scripts/check_packages.sh build/release
     scripts/check_platform_swap.sh build/release/examples/libzq_hap_fan.so
     step "building with clang, its thread safety analysis and clang-tidy"
-    build_quietly tidy
+    build_quietly tidy -DZQM_TRX_TOOLS=OFF
     for preset in asan tsan armhf; do
       run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done
