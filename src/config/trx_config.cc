@@ -31,7 +31,7 @@ TRXConfig::TRXConfig() = default;
 
 TRXConfig::~TRXConfig() = default;
 
-void TRXConfig::load() {
+ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::load() {
   KWPathConf path_conf;
   try {
     path_conf.load();
@@ -49,7 +49,7 @@ void TRXConfig::load() {
   loadTRXConf(path);
 }
 
-void TRXConfig::loadTRXConf(const std::string& path) {
+ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::loadTRXConf(const std::string& path) {
   kw::util::config::CppProperties properties(false);
   try {
     properties.load(path);

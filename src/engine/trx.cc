@@ -100,7 +100,7 @@ int TRX::startUp() {
   return 0;
 }
 
-void TRX::load(bool with_debug_modules) {
+ZQM_TRX_HANDLES_THREAD_EXIT void TRX::load(bool with_debug_modules) {
   trace(kTrxLoadEntered, requesterId());
   LoadingScope scope(*this);
   trace(kTrxLoadLocked, requesterId());

@@ -74,7 +74,7 @@ void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Compone
 
 /// The exception of the HAP is the one that the caller has to get: a second one from here is
 /// dropped.
-void endAfterException(hapapi::HAPAPI& api, TRXInfo* info) {
+ZQM_TRX_HANDLES_THREAD_EXIT void endAfterException(hapapi::HAPAPI& api, TRXInfo* info) {
   try {
     api.endHAPExec(info);
   } catch (ThreadExit&) {

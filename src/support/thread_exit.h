@@ -5,6 +5,10 @@
 
 #include <cxxabi.h>
 
+/// Marks a function with a handler for it. There is no object behind the exit of a thread, and a
+/// sanitizer would take the reference of the handler for one to a null pointer.
+#define ZQM_TRX_HANDLES_THREAD_EXIT __attribute__((no_sanitize("null")))
+
 namespace kw::trx::trx {
 
 /// It passes through `catch (...)` like an exception, and whoever does not throw it on ends the
