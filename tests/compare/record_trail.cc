@@ -76,7 +76,8 @@ std::string withoutAddresses(const std::string& trail) {
   std::istringstream lines(trail);
   std::string out;
   for (std::string line; std::getline(lines, line);) {
-    for (const char* head : {"D 4000001 (id ", "D 4002001 (id ", "D 4002003 (id "}) {
+    for (const char* head : {"D 4000001 (id ", "D 4002001 (id ", "D 4002003 (id ", "E 6000000 (id ",
+                             "I 6002000 (id ", "E 6004000 (id "}) {
       if (line.rfind(head, 0) == 0) {
         const std::size_t begin = std::string(head).size();
         line.replace(begin, line.find(' ', begin) - begin, "address");
