@@ -80,7 +80,7 @@ bool meansTheSame(const std::string& a, const std::string& b, Meaning meaning) {
   if (a == b || meaning == Meaning::kText) {
     return a == b;
   }
-  const int base = meaning == Meaning::kHex ? trx::kHexBase : trx::kDecimalBase;
+  const auto base = static_cast<int>(meaning == Meaning::kHex ? trx::kHexBase : trx::kDecimalBase);
   char* end = nullptr;
   const unsigned long number = std::strtoul(b.c_str(), &end, base);
   return *end == '\0' && std::strtoul(a.c_str(), nullptr, base) == number;
