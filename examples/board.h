@@ -28,9 +28,11 @@ class BoardLink : public kw::trx::hapapi::HAPAPIExpandData {
   Board& board_;
 };
 
-/// The board behind `info`.
+/// The board behind `info`; for a host that attached none, such as trxctl, one without power.
 inline Board& boardOf(kw::trx::trx::TRXInfo* info) {
-  return static_cast<BoardLink*>(info->getHAPAPIExpandData())->board();
+  static Board unattached;
+  auto* link = static_cast<BoardLink*>(info->getHAPAPIExpandData());
+  return link == nullptr ? unattached : link->board();
 }
 
 /// Error codes of the demo modules. Bit 0x20000 makes the engine trace the detail words, bit
