@@ -13,6 +13,7 @@
 #include "kw/platform.h"
 #include "trace_published.h"
 #include "trace_ring.h"
+#include "trace_writer.h"
 
 namespace kw::platform {
 
@@ -54,22 +55,23 @@ unsigned int levelBit(unsigned int level) {
 }
 
 int dispatch(const TraceArguments& record) {
-  const WriterId writer = writerId();
+  Writer& writer = threadWriter();
   {
-    const Published<Listener>::Use use(listener, writer.thread);
+    const Published<Listener>::Use use(listener, writer.seat);
     if (const Listener* const to = use.get()) {
       to->call(to->context, record.region, record.level, record.trace_class, record.id, record.data,
                record.length);
     }
   }
-  const Published<TraceRing>::Use use(ring, writer.thread);
+  const Published<TraceRing>::Use use(ring, writer.seat);
   const TraceRing* const to = use.get();
   return to == nullptr || to->store(record, writer) ? 0 : kFailed;
 }
 
 /// The child has one thread alone: whatever the others of its parent held is free.
 void startAnewAfterFork() {
-  forgetWriterId();
+  forgetThreadWriter();
+  freeSeats();
   listener.forgetUses();
   ring.forgetUses();
   new (&control_mutex) std::mutex;

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// Form of a trace ring file: one header, then a power of two of slots, in the byte order of the
-// machine that writes it. Record n goes to slot n modulo the number of slots.
+// Form of a trace ring file, in the byte order of the machine that writes it: one header, the heads
+// of all lanes, then the slots of all lanes.
 //
-// The mark of a slot tells what is in it: 0 before the first use, 2n + 1 while record n is being
-// written, 2n + 2 once it is complete. Marks of a slot only grow. A writer owns the slot while the
-// mark is odd, so the data of a complete slot are never a mixture; one who dies there leaves
-// the slot odd for good.
+// A lane belongs to one thread at a time, which fills its slots one after the other without asking
+// anybody, gives it back when it is full, and takes the next one. A lane that was never given back
+// is taken over once its thread is dead. "Wide" lanes have many slots, "narrow" ones a single slot:
+// those are for small rings, and for the threads that find no wide lane.
+//
+// The records of a lane are numbered from 0 over all its owners. Those of the present owner start
+// at `base`, which is in the first slot, and `begun` is the number of the next one. The mark of a
+// slot tells what is in it: 0 before the first use, 2n + 1 while record n is being written, 2n + 2
+// once it is complete, so that no reader takes a half-written record or a mixture of two.
 #ifndef KW_PLATFORM_STANDIN_TRACE_FILE_H_
 #define KW_PLATFORM_STANDIN_TRACE_FILE_H_
 
@@ -23,8 +28,26 @@ static_assert(SharedWord::is_always_lock_free);
 static_assert(sizeof(SharedWord) == sizeof(std::uint64_t));
 
 constexpr std::uint64_t kMagic = 0x474E495254574BULL;  // "KWTRING" and a NUL, little-endian
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr std::uint32_t kMaxSlots = 1U << 24;
+
+/// Wide lanes of a ring that has any, and narrow ones beside them. More wide lanes would be too
+/// short to pay for taking them; fewer would leave less of the ring to the thread that writes most.
+constexpr std::uint32_t kWideLanes = 256;
+constexpr std::uint32_t kNarrowLanes = 256;
+
+/// How the slots are divided.
+struct Shape {
+  std::uint32_t wide;    ///< number of wide lanes, the first ones
+  std::uint32_t slots;   ///< slots of each of them
+  std::uint32_t narrow;  ///< number of lanes with one slot, after them
+
+  constexpr std::uint32_t lanes() const { return wide + narrow; }
+  constexpr std::uint32_t slotsOf(std::uint32_t lane) const { return lane < wide ? slots : 1; }
+  constexpr std::uint64_t firstSlot(std::uint32_t lane) const {
+    return lane < wide ? std::uint64_t{lane} * slots : std::uint64_t{wide} * slots + (lane - wide);
+  }
+};
 
 /// `Word` is `SharedWord` in the writers' mapping and a plain word in a reader's copy.
 template <typename Word>
@@ -32,10 +55,19 @@ struct Header {
   std::uint64_t magic;  ///< also tells the byte order
   std::uint32_t version;
   std::uint32_t slot_bytes;
-  std::uint32_t slot_count;
-  std::uint32_t unused[11];
-  Word reserved;  ///< records begun so far, the number of the next one; in a cache line of its own
-  std::uint64_t padding[7];
+  Shape shape;
+  std::uint32_t unused[9];
+  Word claims;   ///< lanes taken so far, or found taken; in a cache line of its own
+  Word dropped;  ///< records that found no lane at all
+  std::uint64_t padding[6];
+};
+
+template <typename Word>
+struct Lane {
+  Word owner;  ///< thread id of the owner, or 0, and above its 32 bits a count of the owners
+  Word base;
+  Word begun;
+  std::uint64_t padding[5];
 };
 
 struct Body {
@@ -47,7 +79,7 @@ struct Body {
   std::uint32_t trace_class;
   std::uint32_t id;
   std::uint32_t length;  ///< as written, which may be more than `data` has room for
-  std::uint32_t unused;
+  std::uint32_t claim;   ///< low half of `claims` for the lane: the lanes of a thread in order
   unsigned char data[kTraceDataMax];
 };
 
@@ -58,22 +90,28 @@ struct Slot {
 };
 
 using SharedHeader = Header<SharedWord>;
+using SharedLane = Lane<SharedWord>;
 using SharedSlot = Slot<SharedWord>;
 using HeaderCopy = Header<std::uint64_t>;
+using LaneCopy = Lane<std::uint64_t>;
 using SlotCopy = Slot<std::uint64_t>;
 
 static_assert(sizeof(SharedHeader) == 128 && sizeof(HeaderCopy) == 128);
-static_assert(offsetof(HeaderCopy, reserved) == 64);
+static_assert(offsetof(HeaderCopy, claims) == 64);
+static_assert(sizeof(SharedLane) == 64 && sizeof(LaneCopy) == 64);
 static_assert(sizeof(SharedSlot) == 128 && sizeof(SlotCopy) == 128);
 static_assert(offsetof(SlotCopy, body) == 8 && offsetof(Body, data) == 40);
 
 constexpr std::uint64_t busyMark(std::uint64_t number) { return 2 * number + 1; }
 constexpr std::uint64_t completeMark(std::uint64_t number) { return 2 * number + 2; }
-constexpr bool isBusy(std::uint64_t mark) { return mark % 2 == 1; }
 
-/// Size of a ring file with `slots` slots.
-constexpr std::uint64_t fileBytes(std::uint32_t slots) {
-  return sizeof(SharedHeader) + std::uint64_t{slots} * sizeof(SharedSlot);
+/// Where the heads of the lanes begin, where the slots do, and where the file ends.
+constexpr std::uint64_t kLanesOffset = sizeof(SharedHeader);
+constexpr std::uint64_t slotsOffset(const Shape& shape) {
+  return kLanesOffset + std::uint64_t{shape.lanes()} * sizeof(SharedLane);
+}
+constexpr std::uint64_t fileBytes(const Shape& shape) {
+  return slotsOffset(shape) + shape.firstSlot(shape.lanes()) * sizeof(SharedSlot);
 }
 
 /// Keeps the accesses to a mark and to the data of its slot in their order, between a writer and a

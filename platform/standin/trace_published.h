@@ -12,6 +12,26 @@
 
 namespace kw::platform {
 
+/// Where a thread counts its uses. On a seat of its own it does so with plain stores, and whoever
+/// replaces a value makes them visible first; on a shared one with locked instructions.
+struct Seat {
+  static constexpr std::uint32_t kOwn = 64;
+  static constexpr std::uint32_t kShared = 16;
+
+  std::uint32_t index = kOwn;  ///< shared from `kOwn` on
+};
+
+/// A seat for the calling thread, whose kernel thread id is `thread`: its own when one is free or
+/// its thread is dead and the kernel offers `showAllStores`, else a shared one. Kept for life.
+Seat takeSeat(std::uint32_t thread) noexcept;
+
+/// Frees all seats; for the child of a fork, whose one thread then takes its seat anew.
+void freeSeats() noexcept;
+
+/// Returns after every thread of the process has made its earlier stores visible and before any
+/// later load of it.
+void showAllStores() noexcept;
+
 template <typename T>
 class Published {
  private:
@@ -21,15 +41,14 @@ class Published {
   /// Holds the value published at its construction, if there is one, until its end.
   class Use {
    public:
-    /// `user` tells threads apart, so that they count on different cache lines.
-    Use(Published& published, std::uint32_t user) noexcept {
+    Use(Published& published, Seat seat) noexcept : own_(seat.index < Seat::kOwn) {
       Entry* entry = published.current_.load(std::memory_order_acquire);
       while (entry != nullptr) {
-        users_ = &entry->users[user % kStripes].count;
-        users_->fetch_add(1);  // before the second look, as replace() looks after its exchange
+        users_ = &entry->users[seat.index].count;
+        add(1);  // before the second look, as replace() looks after its exchange
         Entry* const again = published.current_.load();
         if (again == entry) break;
-        users_->fetch_sub(1, std::memory_order_release);
+        add(-1);
         entry = again;
       }
       entry_ = entry;
@@ -37,13 +56,23 @@ class Published {
     Use(const Use&) = delete;
     Use& operator=(const Use&) = delete;
     ~Use() {
-      if (entry_ != nullptr) users_->fetch_sub(1, std::memory_order_release);
+      if (entry_ != nullptr) add(-1);
     }
 
     /// The value; null when none is published.
     const T* get() const noexcept { return entry_ == nullptr ? nullptr : &entry_->value; }
 
    private:
+    void add(int change) noexcept {
+      if (own_) {
+        users_->store(users_->load(std::memory_order_relaxed) + change, std::memory_order_release);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+      } else {
+        users_->fetch_add(change);
+      }
+    }
+
+    const bool own_;
     Entry* entry_;
     std::atomic<int>* users_ = nullptr;
   };
@@ -62,8 +91,9 @@ class Published {
     if (value != nullptr) spare->value = *value;
     current_.store(value == nullptr ? nullptr : spare);
     if (former == nullptr) return T{};
-    for (const Stripe& stripe : former->users) {
-      while (stripe.count.load() != 0) std::this_thread::sleep_for(kDrainPoll);
+    showAllStores();
+    for (const Count& users : former->users) {
+      while (users.count.load() != 0) std::this_thread::sleep_for(kDrainPoll);
     }
     return former->value;
   }
@@ -71,23 +101,21 @@ class Published {
   /// Forgets the uses of threads that a fork left behind in the parent; for the child alone.
   void forgetUses() noexcept {
     for (Entry& entry : entries_) {
-      for (Stripe& stripe : entry.users) stripe.count.store(0);
+      for (Count& users : entry.users) users.count.store(0);
     }
   }
 
  private:
-  static constexpr std::size_t kStripes = 16;
-
   // Sleeping lets a user run that has a lower real-time priority than the one who waits for it.
   static constexpr std::chrono::microseconds kDrainPoll{50};
 
-  struct alignas(64) Stripe {
+  struct alignas(64) Count {
     std::atomic<int> count{0};
   };
 
   struct Entry {
     T value{};
-    Stripe users[kStripes];
+    Count users[Seat::kOwn + Seat::kShared];
   };
 
   // Entries are never freed: a late user may still count on one that was replaced long ago, and

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -20,7 +21,9 @@ namespace kw::platform {
 
 namespace {
 
+using trace_file::Shape;
 using trace_file::SharedHeader;
+using trace_file::SharedLane;
 using trace_file::SharedSlot;
 using trace_file::SharedWord;
 
@@ -28,12 +31,24 @@ constexpr int kFailed = -1;
 constexpr mode_t kFileMode = 0644;
 constexpr std::uint64_t kNsPerSecond = 1000000000;
 
-/// The number of slots for `records` records; 0 when there can't be so many.
-std::uint32_t slotsFor(std::size_t records) {
-  if (records > trace_file::kMaxSlots) return 0;
+/// Lanes asked for in one claim. Each one that is held costs a system call.
+constexpr std::uint32_t kTries = 8;
+constexpr std::uint32_t kWideClaimPause = 64;
+
+/// Number of rings made so far.
+std::atomic<std::uint64_t> rings_made{0};
+
+/// The lanes for `records` records; none at all when there can't be so many.
+Shape shapeFor(std::size_t records) {
+  if (records > trace_file::kMaxSlots) return {};
   std::uint32_t slots = 1;
   while (slots < records) slots *= 2;
-  return trace_file::fileBytes(slots) > std::numeric_limits<std::size_t>::max() / 2 ? 0 : slots;
+  Shape shape{0, 0, slots};
+  if (slots > trace_file::kWideLanes) {
+    shape = {trace_file::kWideLanes, slots / trace_file::kWideLanes, trace_file::kNarrowLanes};
+  }
+  return trace_file::fileBytes(shape) > std::numeric_limits<std::size_t>::max() / 2 ? Shape{}
+                                                                                    : shape;
 }
 
 /// Maps the new file `fd`, made long enough first; MAP_FAILED with `errno` set when it can't. The
@@ -50,18 +65,6 @@ void* mapNew(int fd, std::size_t bytes) {
   return mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
 }
 
-/// Takes the slot for record `number`; false when another writer has it, or a later record.
-bool claim(SharedWord& mark, std::uint64_t number) noexcept {
-  const std::uint64_t busy = trace_file::busyMark(number);
-  std::uint64_t seen = mark.load(std::memory_order_relaxed);
-  do {
-    if (trace_file::isBusy(seen) || seen > busy) return false;
-  } while (!mark.compare_exchange_weak(seen, busy, std::memory_order_acquire,
-                                       std::memory_order_relaxed));
-  trace_file::orderAccesses();
-  return true;
-}
-
 std::uint64_t nowNs() noexcept {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
@@ -69,7 +72,23 @@ std::uint64_t nowNs() noexcept {
          static_cast<std::uint64_t>(now.tv_nsec);
 }
 
-void fill(trace_file::Body& body, const TraceArguments& record, WriterId writer) noexcept {
+/// Copies the data of a record. The usual lengths get a copy without a call.
+void copyData(unsigned char* to, const void* data, std::size_t bytes) noexcept {
+  switch (bytes) {
+    case 16:
+      std::memcpy(to, data, 16);
+      break;
+    case 32:
+      std::memcpy(to, data, 32);
+      break;
+    default:
+      std::memcpy(to, data, bytes);
+      break;
+  }
+}
+
+void fill(trace_file::Body& body, const TraceArguments& record, const Writer& writer,
+          std::uint32_t claim) noexcept {
   const auto length = static_cast<std::uint32_t>(std::max(record.length, 0));
   body.time_ns = nowNs();
   body.process_id = writer.process;
@@ -78,29 +97,42 @@ void fill(trace_file::Body& body, const TraceArguments& record, WriterId writer)
   body.level = record.level;
   body.trace_class = record.trace_class;
   body.id = static_cast<std::uint32_t>(record.id);
+  body.claim = claim;
   body.length = record.data == nullptr ? 0 : length;
   if (body.length != 0) {
-    std::memcpy(body.data, record.data, std::min<std::size_t>(length, sizeof(body.data)));
+    copyData(body.data, record.data, std::min<std::size_t>(length, sizeof(body.data)));
   }
+}
+
+constexpr std::uint64_t ownerWord(std::uint64_t former, std::uint32_t thread) {
+  return ((former >> 32) + 1) << 32 | thread;
+}
+
+void giveBack(SharedLane& lane) noexcept {
+  lane.owner.store(ownerWord(lane.owner.load(std::memory_order_relaxed), 0),
+                   std::memory_order_release);
 }
 
 }  // namespace
 
-TraceRing::TraceRing(void* mapping, std::uint32_t slots) noexcept
+TraceRing::TraceRing(void* mapping, const Shape& shape) noexcept
     : header_(new (mapping) SharedHeader{}),
-      slots_(reinterpret_cast<SharedSlot*>(header_ + 1)),
-      slot_count_(slots) {
+      lanes_(reinterpret_cast<SharedLane*>(header_ + 1)),
+      slots_(reinterpret_cast<SharedSlot*>(lanes_ + shape.lanes())),
+      shape_(shape),
+      number_(++rings_made) {
   // This touches every page, so that no writer has to wait for one.
-  std::uninitialized_value_construct_n(slots_, slots);
+  std::uninitialized_value_construct_n(lanes_, shape.lanes());
+  std::uninitialized_value_construct_n(slots_, shape.firstSlot(shape.lanes()));
   header_->magic = trace_file::kMagic;
   header_->version = trace_file::kVersion;
   header_->slot_bytes = sizeof(SharedSlot);
-  header_->slot_count = slots;
+  header_->shape = shape;
 }
 
 int TraceRing::create(const std::string& path, std::size_t records, TraceRing& ring) {
-  const std::uint32_t slots = slotsFor(records);
-  if (slots == 0) {
+  const Shape shape = shapeFor(records);
+  if (shape.lanes() == 0) {
     errno = EINVAL;
     return kFailed;
   }
@@ -109,9 +141,9 @@ int TraceRing::create(const std::string& path, std::size_t records, TraceRing& r
   unlink(unfinished.c_str());
   const UniqueFd file(open(unfinished.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
   if (file.get() < 0) return kFailed;
-  void* const mapping = mapNew(file.get(), static_cast<std::size_t>(trace_file::fileBytes(slots)));
+  void* const mapping = mapNew(file.get(), static_cast<std::size_t>(trace_file::fileBytes(shape)));
   if (mapping != MAP_FAILED) {
-    const TraceRing made(mapping, slots);
+    const TraceRing made(mapping, shape);
     if (rename(unfinished.c_str(), path.c_str()) == 0) {
       ring = made;
       return 0;
@@ -126,15 +158,76 @@ int TraceRing::create(const std::string& path, std::size_t records, TraceRing& r
 
 void TraceRing::release() const noexcept {
   if (header_ == nullptr) return;
-  munmap(header_, static_cast<std::size_t>(trace_file::fileBytes(slot_count_)));
+  munmap(header_, static_cast<std::size_t>(trace_file::fileBytes(shape_)));
 }
 
-bool TraceRing::store(const TraceArguments& record, WriterId writer) const noexcept {
-  const std::uint64_t number = header_->reserved.fetch_add(1, std::memory_order_relaxed);
-  SharedSlot& slot = slots_[number & (slot_count_ - 1)];
-  if (!claim(slot.mark, number)) return false;
-  fill(slot.body, record, writer);
-  slot.mark.store(trace_file::completeMark(number), std::memory_order_release);
+bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexcept {
+  // The handler of a signal may have come between two steps of this operation.
+  LaneCursor once;
+  LaneCursor& cursor = writer.storing ? once : writer.cursor;
+  const bool outermost = &cursor != &once;
+  writer.storing = true;
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  const bool claimed = (cursor.left != 0 && cursor.ring == number_) || claim(writer, cursor);
+  if (claimed) {
+    SharedSlot& slot = *cursor.slot++;
+    const std::uint64_t number = cursor.number++;
+    cursor.lane->begun.store(number + 1, std::memory_order_release);
+    slot.mark.store(trace_file::busyMark(number), std::memory_order_relaxed);
+    trace_file::orderAccesses();
+    fill(slot.body, record, writer, cursor.claim);
+    slot.mark.store(trace_file::completeMark(number), std::memory_order_release);
+    if (--cursor.left == 0) giveBack(*cursor.lane);
+  } else {
+    header_->dropped.fetch_add(1, std::memory_order_relaxed);
+  }
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  writer.storing = !outermost;
+  return claimed;
+}
+
+/// Finds a lane for the next records of the calling thread. A wide one is not asked for again at
+/// once when other threads have so many of them.
+bool TraceRing::claim(Writer& writer, LaneCursor& cursor) const noexcept {
+  const bool outermost = &cursor == &writer.cursor;
+  if (shape_.wide != 0 && outermost) {
+    if (writer.wide_claim_pause == 0) {
+      if (claimOf(0, shape_.wide, writer.thread, cursor)) return true;
+      writer.wide_claim_pause = kWideClaimPause;
+    }
+    --writer.wide_claim_pause;
+  }
+  return claimOf(shape_.wide, shape_.narrow, writer.thread, cursor);
+}
+
+/// Finds one among the `count` lanes from `first` on.
+bool TraceRing::claimOf(std::uint32_t first, std::uint32_t count, std::uint32_t thread,
+                        LaneCursor& cursor) const noexcept {
+  for (std::uint32_t i = 0; i < kTries; ++i) {
+    const std::uint64_t claim = header_->claims.fetch_add(1, std::memory_order_relaxed);
+    if (take(first + static_cast<std::uint32_t>(claim % count), claim, thread, cursor)) return true;
+  }
+  return false;
+}
+
+/// Takes a lane that is free, or whose owner is dead.
+bool TraceRing::take(std::uint32_t index, std::uint64_t claim, std::uint32_t thread,
+                     LaneCursor& cursor) const noexcept {
+  SharedLane& lane = lanes_[index];
+  SharedSlot* const slots = slots_ + shape_.firstSlot(index);
+  std::uint64_t seen = lane.owner.load(std::memory_order_relaxed);
+  const auto owner = static_cast<std::uint32_t>(seen);
+  if (owner != 0 && (owner == thread || threadLives(owner))) return false;
+  if (!lane.owner.compare_exchange_strong(seen, ownerWord(seen, thread), std::memory_order_acquire,
+                                          std::memory_order_relaxed)) {
+    return false;
+  }
+  const std::uint64_t number = lane.begun.load(std::memory_order_acquire);
+  const std::uint64_t used = number - lane.base.load(std::memory_order_relaxed);
+  if (used != 0) slots[used - 1].mark.load(std::memory_order_acquire);  // the last of a dead owner
+  lane.base.store(number, std::memory_order_release);
+  cursor = {
+      number_, &lane, slots, number, static_cast<std::uint32_t>(claim), shape_.slotsOf(index)};
   return true;
 }
 

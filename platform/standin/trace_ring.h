@@ -8,7 +8,7 @@
 #include <string>
 
 #include "trace_file.h"
-#include "trace_writer_id.h"
+#include "trace_writer.h"
 
 namespace kw::platform {
 
@@ -33,16 +33,24 @@ class TraceRing {
   /// Ends the mapping; no thread may use any copy of the handle from then on.
   void release() const noexcept;
 
-  /// Stores one record; false when the slot is still held by a writer a whole lap behind. Any
+  /// Stores one record of the calling thread; false when every lane that it tried is in use. Any
   /// thread of any process that has the mapping may call it, also at the same time.
-  bool store(const TraceArguments& record, WriterId writer) const noexcept;
+  bool store(const TraceArguments& record, Writer& writer) const noexcept;
 
  private:
-  TraceRing(void* mapping, std::uint32_t slots) noexcept;
+  TraceRing(void* mapping, const trace_file::Shape& shape) noexcept;
+
+  bool claim(Writer& writer, LaneCursor& cursor) const noexcept;
+  bool claimOf(std::uint32_t first, std::uint32_t count, std::uint32_t thread,
+               LaneCursor& cursor) const noexcept;
+  bool take(std::uint32_t index, std::uint64_t claim, std::uint32_t thread,
+            LaneCursor& cursor) const noexcept;
 
   trace_file::SharedHeader* header_ = nullptr;
+  trace_file::SharedLane* lanes_ = nullptr;
   trace_file::SharedSlot* slots_ = nullptr;
-  std::uint32_t slot_count_ = 0;
+  trace_file::Shape shape_{};
+  std::uint64_t number_ = 0;  // tells rings of the process apart
 };
 
 }  // namespace kw::platform

@@ -10,9 +10,12 @@
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <thread>
+#include <tuple>
+#include <vector>
 
 #include "kw/platform.h"
 #include "trace_file.h"
@@ -24,6 +27,8 @@ namespace {
 
 using trace_file::Body;
 using trace_file::HeaderCopy;
+using trace_file::LaneCopy;
+using trace_file::Shape;
 using trace_file::SlotCopy;
 
 constexpr int kFailed = -1;
@@ -33,30 +38,69 @@ constexpr std::size_t kWindowSlots = 64;
 constexpr std::chrono::milliseconds kCompletionTime{100};
 constexpr std::chrono::milliseconds kCompletionPoll{1};
 
-/// Reads exactly `bytes` at `offset`; false when the file doesn't have them.
-bool readAt(int fd, void* to, std::size_t bytes, std::uint64_t offset) {
+/// Reads up to `bytes` at `offset`; the count is less only where the file ends or can't be read.
+std::size_t readAt(int fd, void* to, std::size_t bytes, std::uint64_t offset) {
   auto* out = static_cast<unsigned char*>(to);
-  while (bytes != 0) {
-    const ssize_t got = pread(fd, out, bytes, static_cast<off_t>(offset));
+  std::size_t read = 0;
+  while (read != bytes) {
+    const ssize_t got = pread(fd, out + read, bytes - read, static_cast<off_t>(offset + read));
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    const auto count = static_cast<std::size_t>(got);
-    out += count;
-    bytes -= count;
-    offset += count;
+    if (got <= 0) break;
+    read += static_cast<std::size_t>(got);
   }
-  return true;
+  return read;
 }
 
+constexpr bool isPowerOfTwo(std::uint32_t number) {
+  return number != 0 && (number & (number - 1)) == 0;
+}
+
+bool isShape(const Shape& shape) {
+  const bool has_wide = shape.wide == trace_file::kWideLanes && isPowerOfTwo(shape.slots) &&
+                        shape.slots <= trace_file::kMaxSlots / trace_file::kWideLanes;
+  return (has_wide || (shape.wide == 0 && shape.slots == 0)) && isPowerOfTwo(shape.narrow) &&
+         shape.narrow <= trace_file::kNarrowLanes;
+}
+
+/// True for a ring file, whole or cut short.
 bool isRing(const HeaderCopy& header, std::uint64_t file_bytes) {
-  const std::uint32_t slots = header.slot_count;
   return header.magic == trace_file::kMagic && header.version == trace_file::kVersion &&
-         header.slot_bytes == sizeof(SlotCopy) && slots != 0 && slots <= trace_file::kMaxSlots &&
-         (slots & (slots - 1)) == 0 && file_bytes == trace_file::fileBytes(slots);
+         header.slot_bytes == sizeof(SlotCopy) && isShape(header.shape) &&
+         file_bytes <= trace_file::fileBytes(header.shape);
 }
 
-void copyRecord(std::uint64_t number, const Body& body, TraceRecord& record) {
-  record.sequence = number;
+/// A complete record and what its place in the order depends on.
+struct Found {
+  std::uint64_t claim;
+  std::uint64_t number;  ///< in the lane
+  std::uint64_t order_ns;
+  Body body;
+};
+
+/// Puts the records in the order of their time, those of a thread in their own order even where the
+/// clock was set back.
+void sortByTime(std::vector<Found>& records) {
+  std::sort(records.begin(), records.end(), [](const Found& a, const Found& b) {
+    return std::tie(a.body.thread_id, a.claim, a.number) <
+           std::tie(b.body.thread_id, b.claim, b.number);
+  });
+  const Found* former = nullptr;
+  for (Found& record : records) {
+    const bool follows = former != nullptr && former->body.thread_id == record.body.thread_id;
+    record.order_ns = std::max(record.body.time_ns, follows ? former->order_ns : 0);
+    former = &record;
+  }
+  std::stable_sort(records.begin(), records.end(),
+                   [](const Found& a, const Found& b) { return a.order_ns < b.order_ns; });
+}
+
+std::uint64_t nowNs() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
+void copyRecord(const Body& body, TraceRecord& record) {
   record.time_ns = body.time_ns;
   record.process_id = body.process_id;
   record.thread_id = body.thread_id;
@@ -79,29 +123,25 @@ class RingFile {
  private:
   using Clock = std::chrono::steady_clock;
 
-  struct Found {
-    std::uint64_t number;
-    Body body;
-  };
-
   bool fetch();
-  bool readReserved(std::uint64_t& reserved) const;
-  void skipOverwritten(std::uint64_t reserved);
-  bool readSlots(std::uint64_t reserved, std::size_t& count);
-  void sortOut(std::size_t count);
-
-  /// True when a writer that was given up holds the slot with this mark.
-  bool isDead(std::uint64_t mark) const {
-    return trace_file::isBusy(mark) && mark < trace_file::busyMark(written_off_);
-  }
+  void readLanes();
+  void readFinished();
+  bool readLane(std::uint32_t index);
+  std::uint64_t wholeClaim(std::uint32_t low_half) const;
+  std::size_t readSlots(std::uint64_t first, std::size_t count);
 
   UniqueFd file_;
-  std::uint32_t slot_count_ = 0;
-  std::uint64_t position_ = 0;     // number of the first record not looked at yet
-  std::uint64_t written_off_ = 0;  // records below it have had their time to be completed
+  Shape shape_{};
+  std::vector<LaneCopy> lanes_;           // their heads as last read
+  std::vector<std::uint64_t> positions_;  // for each lane the first record not looked at yet
+  bool given_up_ = false;                 // begun records that are not complete will never be
+  std::uint64_t claims_ = 0;
+  std::uint64_t dropped_ = 0;
   std::uint64_t lost_ = 0;
-  std::vector<Found> found_;  // complete records, handed out one by one
-  std::size_t handed_out_ = 0;
+  std::uint64_t handed_out_ = 0;
+  std::vector<Found> found_;  // in the order of their time up to `ready_`
+  std::size_t next_ = 0;
+  std::size_t ready_ = 0;
   // The same slots read three times: marks before the data, the data, marks after the data.
   std::array<SlotCopy, kWindowSlots> before_;
   std::array<SlotCopy, kWindowSlots> slots_;
@@ -115,87 +155,119 @@ int RingFile::open(const std::string& path) {
   struct stat status {};
   HeaderCopy header{};
   if (fstat(file_.get(), &status) != 0) return kFailed;
-  if (!S_ISREG(status.st_mode) || !readAt(file_.get(), &header, sizeof(header), 0) ||
+  if (!S_ISREG(status.st_mode) ||
+      readAt(file_.get(), &header, sizeof(header), 0) != sizeof(header) ||
       !isRing(header, static_cast<std::uint64_t>(status.st_size))) {
     errno = EINVAL;
     return kFailed;
   }
-  slot_count_ = header.slot_count;
-  found_.reserve(kWindowSlots);
+  shape_ = header.shape;
+  lanes_.resize(shape_.lanes());
+  positions_.resize(shape_.lanes());
   return 0;
 }
 
 bool RingFile::next(TraceRecord& record) {
-  if (handed_out_ == found_.size() && !fetch()) return false;
-  const Found& found = found_[handed_out_++];
-  copyRecord(found.number, found.body, record);
+  if (next_ == ready_ && !fetch()) return false;
+  copyRecord(found_[next_++].body, record);
+  record.sequence = handed_out_++ + lost_;
   return true;
 }
 
-/// Finds complete records. A record in the middle of its writing is waited for, but not for ever,
-/// as its writer may be dead; all that were begun by then have had the same time.
+/// Finds complete records. Those that are younger than the look at the lanes may have an older one
+/// beside them that the look missed: they wait for the next look, unless it finds none but such,
+/// as with a clock that was set back.
 bool RingFile::fetch() {
-  found_.clear();
-  handed_out_ = 0;
-  std::uint64_t begun = 0;
-  Clock::time_point deadline;
-  while (found_.empty()) {
-    std::uint64_t reserved = 0;
-    std::size_t count = 0;
-    if (!readReserved(reserved) || reserved <= position_) return false;
-    skipOverwritten(reserved);
-    if (!readSlots(reserved, count)) return false;
-    const std::uint64_t position = position_;
-    sortOut(count);
-    if (position_ != position) {
-      begun = 0;
-    } else if (begun == 0) {
-      begun = reserved;
-      deadline = Clock::now() + kCompletionTime;
-    } else if (Clock::now() >= deadline) {
-      written_off_ = begun;
-    } else {
-      std::this_thread::sleep_for(kCompletionPoll);
+  found_.erase(found_.begin(), found_.begin() + static_cast<std::ptrdiff_t>(next_));
+  next_ = 0;
+  for (int looks = 0; looks < 2; ++looks) {
+    const std::uint64_t look_ns = nowNs();
+    readLanes();
+    readFinished();
+    sortByTime(found_);
+    const auto ready = std::find_if(found_.begin(), found_.end(), [look_ns](const Found& record) {
+      return record.order_ns > look_ns;
+    });
+    ready_ = static_cast<std::size_t>(ready - found_.begin());
+    if (ready_ != 0 || found_.empty()) break;
+  }
+  ready_ = ready_ == 0 ? found_.size() : ready_;
+  return ready_ != 0;
+}
+
+/// Reads the heads of all lanes; one that the file has no more is one without records.
+void RingFile::readLanes() {
+  HeaderCopy header{};
+  readAt(file_.get(), &header, sizeof(header), 0);
+  claims_ = header.claims;
+  lost_ += header.dropped - std::min(dropped_, header.dropped);
+  dropped_ = std::max(dropped_, header.dropped);
+  const std::size_t bytes = lanes_.size() * sizeof(LaneCopy);
+  const std::size_t read = readAt(file_.get(), lanes_.data(), bytes, trace_file::kLanesOffset);
+  std::fill(lanes_.begin() + static_cast<std::ptrdiff_t>(read / sizeof(LaneCopy)), lanes_.end(),
+            LaneCopy{});
+}
+
+/// Reads all records begun before the last look at the lanes. One in the middle of its writing is
+/// waited for, but not for ever, as its writer may be dead.
+void RingFile::readFinished() {
+  const Clock::time_point deadline = Clock::now() + kCompletionTime;
+  given_up_ = false;
+  for (;;) {
+    bool finished = true;
+    for (std::uint32_t lane = 0; lane < shape_.lanes(); ++lane) {
+      finished &= positions_[lane] >= lanes_[lane].begun || readLane(lane);
+    }
+    if (finished) return;
+    given_up_ = Clock::now() >= deadline;
+    std::this_thread::sleep_for(kCompletionPoll);
+  }
+}
+
+/// Reads the new records of a lane, up to one that is not complete; false for such a one.
+bool RingFile::readLane(std::uint32_t index) {
+  const LaneCopy& lane = lanes_[index];
+  std::uint64_t& position = positions_[index];
+  if (lane.begun < lane.base || lane.begun - lane.base > shape_.slotsOf(index)) {
+    return true;  // damaged, or changed owner during the look
+  }
+  lost_ += lane.base - std::min(lane.base, position);
+  position = std::max(lane.base, position);
+  while (position < lane.begun) {
+    const std::size_t count =
+        static_cast<std::size_t>(std::min<std::uint64_t>(lane.begun - position, kWindowSlots));
+    const std::size_t read = readSlots(shape_.firstSlot(index) + position - lane.base, count);
+    for (std::size_t i = 0; i < count; ++i, ++position) {
+      const std::uint64_t complete = trace_file::completeMark(position);
+      const bool unchanged = i < read && before_[i].mark == after_[i].mark;
+      if (unchanged && after_[i].mark == complete) {
+        found_.push_back({wholeClaim(slots_[i].body.claim), position, 0, slots_[i].body});
+      } else if (i >= read || after_[i].mark > complete || given_up_) {
+        ++lost_;
+      } else {
+        return false;
+      }
     }
   }
   return true;
 }
 
-bool RingFile::readReserved(std::uint64_t& reserved) const {
-  return readAt(file_.get(), &reserved, sizeof(reserved), offsetof(HeaderCopy, reserved));
+/// The number of a claim that is not far from the last one.
+std::uint64_t RingFile::wholeClaim(std::uint32_t low_half) const {
+  const auto distance = static_cast<std::int32_t>(low_half - static_cast<std::uint32_t>(claims_));
+  return claims_ + static_cast<std::uint64_t>(std::int64_t{distance});
 }
 
-void RingFile::skipOverwritten(std::uint64_t reserved) {
-  if (reserved - position_ <= slot_count_) return;
-  lost_ += reserved - position_ - slot_count_;
-  position_ = reserved - slot_count_;
-}
-
-/// Reads the slots from `position_` up to the end of the file, `reserved` or the window's size.
-bool RingFile::readSlots(std::uint64_t reserved, std::size_t& count) {
-  const std::uint64_t slot = position_ & (slot_count_ - 1);
-  count = static_cast<std::size_t>(
-      std::min({reserved - position_, slot_count_ - slot, std::uint64_t{kWindowSlots}}));
-  const std::uint64_t offset = sizeof(HeaderCopy) + slot * sizeof(SlotCopy);
+/// Reads `count` slots from number `first` on, and returns how many of them the file has.
+std::size_t RingFile::readSlots(std::uint64_t first, std::size_t count) {
+  const std::uint64_t offset = trace_file::slotsOffset(shape_) + first * sizeof(SlotCopy);
+  std::size_t read = count;
   for (auto* const copy : {&before_, &slots_, &after_}) {
-    if (!readAt(file_.get(), copy->data(), count * sizeof(SlotCopy), offset)) return false;
+    read = std::min(read, readAt(file_.get(), copy->data(), count * sizeof(SlotCopy), offset) /
+                              sizeof(SlotCopy));
     trace_file::orderAccesses();
   }
-  return true;
-}
-
-/// Keeps the complete ones of the `count` slots read, up to one that may still be completed.
-void RingFile::sortOut(std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i, ++position_) {
-    const std::uint64_t complete = trace_file::completeMark(position_);
-    if (before_[i].mark == complete && after_[i].mark == complete) {
-      found_.push_back({position_, slots_[i].body});
-    } else if (after_[i].mark > complete || position_ < written_off_ || isDead(after_[i].mark)) {
-      ++lost_;
-    } else {
-      return;
-    }
-  }
+  return read;
 }
 
 }  // namespace

@@ -49,6 +49,11 @@ class TraceRingTest : public testing::Test {
     return ids + "lost " + std::to_string(reader_.lost());
   }
 
+  /// Gives a lane of the ring, which must have narrow ones alone, to another owner.
+  void patchOwner(std::uint32_t lane, pid_t owner) {
+    patch(file::kLanesOffset + lane * sizeof(file::LaneCopy), static_cast<std::uint64_t>(owner));
+  }
+
   /// Changes a word of the ring file behind its writers.
   void patch(std::size_t offset, std::uint64_t word) {
     const int fd = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
@@ -112,21 +117,40 @@ TEST_F(TraceRingTest, RingThatCannotBeMadeLeavesTheOneInUse) {
   EXPECT_EQ(readIds(), "2 lost 0");
 }
 
-// Each record repeats its id all over its data, so a mixture of two records shows.
-TEST_F(TraceRingTest, FollowsManyWritersWithoutAMixedOrUncountedRecord) {
-  constexpr unsigned int kThreads = 4;
-  constexpr unsigned int kRecords = 20000;
-  open(64);
-  std::atomic<unsigned int> running{kThreads};
+std::atomic<unsigned int> signals_handled{0};
+
+/// Writes a record whose data repeat its id, so that a mixture of two records shows.
+void writeFilled(std::uint32_t id) {
+  std::array<std::uint32_t, 20> data;
+  data.fill(id);
+  kw_trace_write(101, 0x8002, 7, id, data.data(), sizeof(data));
+}
+
+struct Crowd {
+  const char* name;
+  std::size_t slots;
+  unsigned int threads;
+  unsigned int records;
+};
+
+class CrowdTest : public TraceRingTest, public testing::WithParamInterface<Crowd> {};
+
+// Signals interrupt the writers, and their handler writes a record itself.
+TEST_P(CrowdTest, IsFollowedWithoutAMixedOrUncountedRecord) {
+  constexpr std::uint32_t kOfHandler = 0xFFFF0000;
+  const Crowd crowd = GetParam();
+  open(crowd.slots);
+  signals_handled = 0;
+  struct sigaction action {};
+  action.sa_handler = [](int) { writeFilled(kOfHandler | (++signals_handled & 0xFFFF)); };
+  sigaction(SIGUSR1, &action, nullptr);
+  std::atomic<unsigned int> running{crowd.threads};
   std::vector<std::thread> writers;
-  for (unsigned int thread = 0; thread < kThreads; ++thread) {
-    writers.emplace_back([&running, thread] {
-      for (unsigned int i = 0; i < kRecords; ++i) {
-        std::array<std::uint32_t, 20> data;
-        data.fill(thread << 24 | i);
-        kw_trace_write(101, 0x8002, 7, data[0], data.data(), sizeof(data));
-      }
+  for (unsigned int thread = 0; thread < crowd.threads; ++thread) {
+    writers.emplace_back([&running, &crowd, thread] {
+      for (unsigned int i = 0; i < crowd.records; ++i) writeFilled(thread << 16 | i);
       --running;
+      while (running != 0) std::this_thread::yield();
     });
   }
   std::uint64_t found = 0;
@@ -137,15 +161,32 @@ TEST_F(TraceRingTest, FollowsManyWritersWithoutAMixedOrUncountedRecord) {
       std::array<std::uint32_t, 20> data{};
       std::memcpy(data.data(), record.data.data(), std::min(sizeof(data), record.data.size()));
       for (const std::uint32_t word : data) mixed += word == record.id ? 0U : 1U;
+      if (record.id >= kOfHandler) continue;
       const std::uint32_t number = record.id + 1;
       EXPECT_LT(std::exchange(last_of_thread[record.thread_id], number), number);
     }
     if (last_round) break;
+    for (std::thread& writer : writers) pthread_kill(writer.native_handle(), SIGUSR1);
   }
   for (std::thread& writer : writers) writer.join();
+  for (TraceRecord record; reader_.next(record);) ++found;  // of signals handled last
   EXPECT_EQ(mixed, 0U);
   EXPECT_GE(found, 1U);
-  EXPECT_EQ(found + reader_.lost(), std::uint64_t{kThreads} * kRecords);
+  EXPECT_EQ(found + reader_.lost(), crowd.threads * crowd.records + signals_handled);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ring, CrowdTest,
+                         testing::Values(Crowd{"OfNarrowLanes", 64, 4, 20000},
+                                         Crowd{"OfWideLanes", 2048, 4, 20000},
+                                         Crowd{"WithMoreThreadsThanLanes", 512, 280, 200}),
+                         [](const auto& crowd) { return std::string(crowd.param.name); });
+
+TEST_F(TraceRingTest, RecordsOfThreadsComeInTheirOrderAndTheDeadMakeRoom) {
+  open(1024);  // 256 lanes that a thread has for itself
+  for (unsigned long id = 0; id < 300; ++id) std::thread(write, id).join();
+  std::string newest;
+  for (unsigned long id = 44; id < 300; ++id) newest += std::to_string(id) + " ";
+  EXPECT_EQ(readIds(), newest + "lost 44");
 }
 
 TEST_F(TraceRingTest, RecordsOfAKilledChildStandBesideItsParents) {
@@ -170,24 +211,22 @@ TEST_F(TraceRingTest, RecordsOfAKilledChildStandBesideItsParents) {
   EXPECT_EQ(reader_.lost(), 0U);
 }
 
-TEST_F(TraceRingTest, SlotOfADeadWriterIsPassedOverAndNotReused) {
+TEST_F(TraceRingTest, LaneOfADeadWriterIsUsedAgainAndThatOfALivingOneIsNot) {
+  const pid_t dead = fork();
+  if (dead == 0) _exit(0);
+  ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
   open(4);
   for (unsigned long id = 0; id < 4; ++id) write(id);
-  patch(sizeof(file::HeaderCopy) + sizeof(file::SlotCopy), file::busyMark(1));
+  const std::size_t slots = file::kLanesOffset + 4 * sizeof(file::LaneCopy);
+  patchOwner(1, dead);
+  patch(slots + sizeof(file::SlotCopy), file::busyMark(0));
+  patchOwner(2, getppid());
   EXPECT_EQ(readIds(), "0 2 3 lost 1");
-  EXPECT_EQ(write(4), 0);
-  EXPECT_EQ(write(5), -1);
-  EXPECT_EQ(write(6), 0);
-  EXPECT_EQ(readIds(), "4 6 lost 2");
-}
-
-TEST_F(TraceRingTest, WriterThatComesALapLateReplacesNothing) {
-  open(4);
-  for (unsigned long id = 0; id < 6; ++id) write(id);
-  patch(offsetof(file::HeaderCopy, reserved), 1);
+  for (unsigned long id = 4; id < 7; ++id) EXPECT_EQ(write(id), 0);
+  EXPECT_EQ(readIds(), "4 5 6 lost 1");
+  for (std::uint32_t lane = 0; lane < 4; ++lane) patchOwner(lane, getppid());
   EXPECT_EQ(write(7), -1);
-  patch(offsetof(file::HeaderCopy, reserved), 6);
-  EXPECT_EQ(readIds(), "2 3 4 5 lost 2");
+  EXPECT_EQ(readIds(), "lost 2");
 }
 
 TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
@@ -195,6 +234,7 @@ TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
   EXPECT_EQ(errno, ENOENT);
   open(16);
   write(1);
+  write(2);
   closeTraceRing();
   std::ifstream in(path_, std::ios::binary);
   const std::string whole((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -204,8 +244,8 @@ TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
     return text;
   };
   std::vector<std::string> damaged = {"", "KWTRING", std::string(4096, 'x'), whole + "x",
-                                      whole.substr(0, 128)};
-  for (const std::size_t at : {0U, 8U, 12U, 16U, 19U}) damaged.push_back(changed(at));
+                                      whole.substr(0, 127)};
+  for (const std::size_t at : {0U, 8U, 12U, 16U, 20U, 24U, 27U}) damaged.push_back(changed(at));
   for (const std::string& text : damaged) {
     EXPECT_EQ(TraceRingReader().open(dir_.write("damaged", text)), -1) << text.size();
     EXPECT_EQ(errno, EINVAL);
@@ -213,14 +253,27 @@ TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
   EXPECT_EQ(TraceRingReader().open(dir_.path()), -1);
   EXPECT_EQ(errno, EINVAL);
 
-  // A count of records that is nonsense loses them all, and a file cut short has no more.
-  TraceRingReader reader;
-  TraceRecord record;
-  ASSERT_EQ(reader.open(dir_.write("count", changed(64 + 7))), 0);
-  EXPECT_FALSE(reader.next(record));
-  EXPECT_GT(reader.lost(), 1ULL << 56);
-  std::filesystem::resize_file(path_, 130);
-  EXPECT_EQ(readIds(), "lost 0");
+  // A count of records that is nonsense hides its lane alone.
+  const std::size_t begun_of_the_first = file::kLanesOffset + offsetof(file::LaneCopy, begun);
+  ASSERT_EQ(reader_.open(dir_.write("count", changed(begun_of_the_first + 7))), 0);
+  EXPECT_EQ(readIds(), "2 lost 0");
+}
+
+TEST_F(TraceRingTest, FileCutShortKeepsWhatIsLeftOfIt) {
+  open(8);
+  for (unsigned long id = 0; id < 8; ++id) write(id);
+  closeTraceRing();
+  const std::size_t slots = file::kLanesOffset + 8 * sizeof(file::LaneCopy);
+  const std::pair<std::size_t, const char*> cuts[] = {
+      {slots + 3 * sizeof(file::SlotCopy) + 1, "0 1 2 lost 5"},
+      {slots - sizeof(file::LaneCopy), "lost 7"},
+      {file::kLanesOffset, "lost 0"},
+  };
+  for (const auto& [bytes, left] : cuts) {
+    std::filesystem::resize_file(path_, bytes);
+    ASSERT_EQ(reader_.open(path_), 0);
+    EXPECT_EQ(readIds(), left);
+  }
 }
 
 }  // namespace

@@ -34,7 +34,8 @@ enum TraceLevelBit : unsigned int {
 
 /// One trace record as a listener or a reader of the ring gets it.
 struct TraceRecord {
-  std::uint64_t sequence;           ///< number of the record in its ring, from 0; 0 for a listener
+  std::uint64_t sequence;           ///< number of the record as it was read, from 0, records lost
+                                    ///< before it included; 0 for a listener
   std::uint64_t time_ns;            ///< time of writing, nanoseconds of the system clock since 1970
   std::uint32_t process_id;         ///< process that wrote it
   std::uint32_t thread_id;          ///< kernel thread id of the writer
@@ -66,17 +67,20 @@ constexpr std::size_t kTraceDataMax = 80;
 
 /// Opens the ring file at `path` (see `resolvePath`) for writing, made new, in place of any file of
 /// that name, with room for at least `records` records, at most 16777216 (EINVAL). Every record
-/// from now on is stored in it, the newest over the oldest; children of a fork store in it too. The
-/// file must not be cut short while it is in use. Returns 0, or -1 with `errno` set and any ring
-/// opened before still in use. Any thread may call it.
+/// from now on is stored in it, the newest over the oldest; children of a fork store in it too. In
+/// a ring of more than 256 records each thread writes to a 256th of it at a time, which it keeps
+/// when it writes no more, until it ends. The file must not be cut short while it is in use.
+/// Returns 0, or -1 with `errno` set and any ring opened before still in use. Any thread may call
+/// it.
 KW_PLATFORM_API int openTraceRing(const std::string& path, std::size_t records);
 
 /// Ends the writing of this process to the ring, when no record is being stored any more; the file
 /// stays. Any thread may call it.
 KW_PLATFORM_API void closeTraceRing();
 
-/// Reads a ring file, also while it is being written and after its writer was killed. The machine
-/// must have the byte order of the writer's. Not synchronised.
+/// Reads a ring file, also while it is being written and after its writer was killed, and what is
+/// left of one that was cut short. The machine must have the byte order of the writer's. Not
+/// synchronised.
 class KW_PLATFORM_API TraceRingReader {
  public:
   TraceRingReader();
@@ -88,13 +92,15 @@ class KW_PLATFORM_API TraceRingReader {
   /// -1 with `errno` set (EINVAL: no ring file) and the one before still open.
   int open(const std::string& path);
 
-  /// Takes the next record, oldest first. Returns false when there is none now; a later call may
-  /// find one. A record that is only half written is waited for, up to 100 ms, as its writer may be
-  /// dead. Records that can't be read are skipped and counted.
+  /// Takes the next record, oldest first by their time; records of one thread come in their order
+  /// in any case. What was written by now is read into memory at once, and handed out bit by bit.
+  /// Returns false when there is none now; a later call may find one. A record that is only half
+  /// written is waited for, up to 100 ms, as its writer may be dead. Records that can't be read are
+  /// skipped and counted.
   bool next(TraceRecord& record);
 
   /// Records skipped so far: those overwritten before `next` got them, left half written by their
-  /// writer, or never stored because such a one was in their place.
+  /// writer, cut off with the end of the file, or never stored as other threads held every place.
   std::uint64_t lost() const;
 
  private:
