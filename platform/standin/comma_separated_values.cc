@@ -3,6 +3,7 @@
 // numbers stay line numbers.
 #include "kw/util/config/comma_separated_values.h"
 
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -73,7 +74,11 @@ class Parser {
   void takePlain(std::string_view& text) {
     std::size_t run = 0;
     while (run < text.size() && !endsPlainRun(text[run])) ++run;
-    cell_.append(text.data(), run);
+    if (cell_.empty() && run < text.size()) {
+      whole_cell_ = text.substr(0, run);
+    } else {
+      cell_.append(text.data(), run);
+    }
     text.remove_prefix(run);
     if (!text.empty()) takeSeparator(text);
   }
@@ -108,8 +113,12 @@ class Parser {
 
   void endCell() {
     if (row_.capacity() == 0) row_.reserve(row_cells_);
-    row_.push_back(std::move(cell_));
-    cell_.clear();
+    if (whole_cell_.empty()) {
+      row_.push_back(std::move(cell_));
+      cell_.clear();
+    } else {
+      row_.emplace_back(std::exchange(whole_cell_, {}));
+    }
     state_ = State::kCellStart;
   }
 
@@ -123,17 +132,18 @@ class Parser {
   Rows rows_;
   std::vector<std::string> row_;
   std::string cell_;
-  std::size_t row_cells_ = 0;  // cells of the row before, as rows tend to be alike
+  std::string_view whole_cell_;  // the text of a cell that needs no copy in `cell_`
+  std::size_t row_cells_ = 0;    // cells of the row before, as rows tend to be alike
   State state_ = State::kCellStart;
   bool line_feed_belongs_to_row_end_ = false;  // a carriage return ended the row just now
 };
 
-/// The next block of `in`; empty at its end, and where it can't be read any further.
-std::string_view readBlock(std::istream& in, std::vector<char>& block) {
+/// Fills `block` from `in`; less than `kBlockBytes` at its end, and where it can't be read any
+/// further.
+std::string_view readBlock(std::istream& in, char* block) {
   try {
-    const auto room = static_cast<std::streamsize>(block.size());
-    const std::streamsize got = in.rdbuf()->sgetn(block.data(), room);
-    return {block.data(), static_cast<std::size_t>(got)};
+    const std::streamsize got = in.rdbuf()->sgetn(block, std::streamsize{kBlockBytes});
+    return {block, static_cast<std::size_t>(got)};
   } catch (const std::ios_base::failure&) {
     return {};
   }
@@ -148,12 +158,18 @@ CommaSeparatedValues::~CommaSeparatedValues() = default;
 int CommaSeparatedValues::load(std::istream& in) {
   Parser parser;
   if (in.good() && in.rdbuf() != nullptr) {
-    std::vector<char> block(kBlockBytes);
-    std::string_view text = readBlock(in, block);
-    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-      text.remove_prefix(kByteOrderMark.size());
+    const std::unique_ptr<char[]> block(new char[kBlockBytes]);
+    bool is_first = true;
+    bool is_last = false;
+    while (!is_last) {
+      std::string_view text = readBlock(in, block.get());
+      is_last = text.size() < kBlockBytes;
+      if (std::exchange(is_first, false) &&
+          text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+        text.remove_prefix(kByteOrderMark.size());
+      }
+      parser.feed(text);
     }
-    for (; !text.empty(); text = readBlock(in, block)) parser.feed(text);
   }
   rows_ = parser.finish();
   return 0;
