@@ -202,20 +202,19 @@ void HAPController::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& 
 }
 
 HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
-  FilePath key(name);
-  key.eraseSeparatorBackFirstOf(kKeySeparator);
-  if (key.value.empty()) {
+  const std::string key(name, 0, name.find(kKeySeparator));
+  if (key.empty()) {
     trace(kHAPExecNoKey, name);
     errUndefHAP(info, name);
   }
-  const auto module = modules_.find(key.value);
+  const auto module = modules_.find(key);
   if (module == modules_.end()) {
-    trace(kHAPExecNoModule, key.value);
+    trace(kHAPExecNoModule, key);
     errUndefHAP(info, name);
   }
   void* address = module->second->getHAP(name);
   if (address == nullptr) {
-    trace(kHAPExecUnresolved, key.value);
+    trace(kHAPExecUnresolved, key);
     errUndefHAP(info, name);
   }
   return reinterpret_cast<HAPFunction>(address);
