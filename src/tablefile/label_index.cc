@@ -6,7 +6,7 @@ namespace kw::trx::trx {
 LabelIndex::Rows LabelIndex::find(const std::string& label) {
   if (!read_) {
     for (unsigned int row = first_; row <= last_; ++row) {
-      Rows& rows = rows_[data_.getMember(row, column_)];
+      Rows& rows = rows_[data_.look(row, column_)];
       if (rows.count++ == 0) {
         rows.first = row;
       }

@@ -78,33 +78,42 @@ int TableData::columnSize(const unsigned int& row) const {
 }
 
 std::string TableData::getMember(const unsigned int& row, const unsigned int& col) const {
+  return look(row, col);
+}
+
+const std::string& TableData::look(unsigned int row, unsigned int col) const {
+  static const std::string none;
   if (csv_ == nullptr) {
     trace(kDataMemberEmpty, requesterId());
-    return {};
+    return none;
   }
   const int row_index = static_cast<int>(row);
   const int column_index = static_cast<int>(col);
   const int rows = csv_->rowCount();
   if (rows == 0) {
     trace(kDataNoRows, requesterId(), row, col);
-    return {};
+    return none;
   }
   if (row_index >= rows) {
     trace(kDataNoRow, requesterId(), row, col, traceWord(rows - 1));
-    return {};
+    return none;
   }
-  const int columns = row_index < 0 ? 0 : csv_->columnCount(row_index);
+  if (row_index < 0) {
+    return none;
+  }
+  const std::vector<std::string>& cells = (*csv_)[row_index];
+  const int columns = static_cast<int>(cells.size());
   if (columns == 0) {
-    return {};
+    return none;
   }
   if (column_index >= columns) {
     trace(kDataNoColumn, requesterId(), row, col, traceWord(columns - 1));
-    return {};
+    return none;
   }
   if (column_index < 0) {
-    return {};
+    return none;
   }
-  return (*csv_)[row_index][static_cast<std::size_t>(column_index)];
+  return cells[static_cast<std::size_t>(column_index)];
 }
 
 int TableData::getTblDefKey(const std::string& key) const {
@@ -120,7 +129,7 @@ int TableData::getTblDefKey(const std::string& key) const {
   std::string value;
   const unsigned int rows = rowSize();
   for (unsigned int row = 0; row < rows; ++row) {
-    if (getMember(row, kKeyColumn) == key && ++matches == 1) {
+    if (look(row, kKeyColumn) == key && ++matches == 1) {
       value = getMember(row, kKeyColumn + 1);
     }
   }

@@ -11,9 +11,9 @@ namespace kw::trx::trx {
 TblFmt00::TblFmt00(const std::string& name, TableData* data) : TblFmtFactory(name, data) {
   // If memory runs out here, the base is destroyed while the caller still owns `data`.
   table_data_ = nullptr;
-  column_map_ = {{kColumnLabel, 0}, {kColumnNumber, 1}, {kColumnCommand, 2},
-                 {kColumnName, 3},  {kColumnMode, 4},   {kColumnError, 5},
-                 {kColumnPara, 6},  {kColumnRsv1, 7},   {kColumnRsv2, 8}};
+  for (unsigned int column = 0; column < kColumns; ++column) {
+    column_map_[kColumnNames[column]] = static_cast<int>(column);
+  }
   table_data_ = data;
 }
 

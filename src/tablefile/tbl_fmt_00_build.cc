@@ -4,10 +4,10 @@
 #include <memory>
 #include <string_view>
 
-#include "kw/trx/file_path.h"
 #include "kw/trx/table_commands.h"
 #include "kw/trx/table_format.h"
 #include "support/parse_number.h"
+#include "tablefile/cells.h"
 #include "tablefile/label_index.h"
 #include "tablefile/words.h"
 
@@ -29,15 +29,20 @@ constexpr CommandBuilder kCommandBuilders[] = {
 
 /// The parameter words of a PARA cell; null when it is empty.
 std::unique_ptr<unsigned int[]> readParameters(const std::string& text) {
-  const std::vector<std::string> fields =
-      FilePath(text).getSpecificStringSplitValue(kParaSeparator);
-  if (fields.empty()) {
+  if (text.empty()) {
     return nullptr;
   }
-  auto words = std::make_unique<unsigned int[]>(fields.size());
-  std::transform(fields.begin(), fields.end(), words.get(),
-                 [](const std::string& field) { return parseNumber(field, kHexBase).value; });
-  return words;
+  const auto separators = std::count(text.begin(), text.end(), kParaSeparator);
+  auto words = std::make_unique<unsigned int[]>(static_cast<std::size_t>(separators) + 1);
+  std::string_view rest = text;
+  for (unsigned int* word = words.get();; ++word) {
+    const std::size_t separator = rest.find(kParaSeparator);
+    *word = parseNumber(rest.substr(0, separator), kHexBase).value;
+    if (separator == std::string_view::npos) {
+      return words;
+    }
+    rest.remove_prefix(separator + 1);
+  }
 }
 
 }  // namespace
@@ -53,17 +58,19 @@ HAPTable* TblFmt00::createHAPTable() {
   }
   auto table =
       std::make_unique<HAPTable>(table_name_, static_cast<unsigned int>(table_data_->versionNo));
+  Cells cells(*this, *table_data_);
   LabelIndex labels(*table_data_, columnIndex(kColumnLabel), start, end);
   for (unsigned int row = start; row <= end; ++row) {
-    const std::string command = getMember(row, kColumnCommand);
-    const unsigned int number = parseNumber(getMember(row, kColumnNumber), kHexBase).value;
+    const std::string& command = cells.text(row, kPlaceCommand);
+    const unsigned int number = parseNumber(cells.text(row, kPlaceNumber), kHexBase).value;
     const auto* entry = std::find_if(
         std::begin(kCommandBuilders), std::end(kCommandBuilders),
         [&command](const CommandBuilder& builder) { return builder.command == command; });
     if (entry != std::end(kCommandBuilders)) {
-      table->addEntry(command == kCommandHAP     ? createHAPRow(number, row, &labels)
-                      : command == kCommandCheck ? createCheckRow(number, row, &labels)
-                                                 : (this->*entry->build)(number, row));
+      table->addEntry(
+          entry->build == &TblFmt00::createCmdHAP     ? createHAPRow(number, row, cells, &labels)
+          : entry->build == &TblFmt00::createCmdCHECK ? createCheckRow(number, row, cells, &labels)
+                                                      : (this->*entry->build)(number, row));
     }
   }
   return table.release();
@@ -74,21 +81,23 @@ HAPTableCommand* TblFmt00::createCmdSTART(const unsigned int& number, const unsi
 }
 
 HAPTableCommand* TblFmt00::createCmdEND(const unsigned int& number, const unsigned int& row) {
-  const std::string message = getMember(row, kColumnName);
+  Cells cells(*this, *table_data_);
+  const std::string& message = cells.text(row, kPlaceName);
   auto command = std::make_unique<TblCmdEnd>(number, kNoIndex);
   command->setRtnMsg(message);
   return command.release();
 }
 
 HAPTableCommand* TblFmt00::createCmdHAP(const unsigned int& number, const unsigned int& row) {
-  return createHAPRow(number, row, nullptr);
+  Cells cells(*this, *table_data_);
+  return createHAPRow(number, row, cells, nullptr);
 }
 
 HAPTableCommand* TblFmt00::createHAPRow(const unsigned int& number, const unsigned int& row,
-                                        LabelIndex* labels) {
-  const std::string hap_name = getMember(row, kColumnName);
-  const std::string mode = getMember(row, kColumnMode);
-  const std::string error = getMember(row, kColumnError);
+                                        Cells& cells, LabelIndex* labels) {
+  const std::string& hap_name = cells.text(row, kPlaceName);
+  const std::string& mode = cells.text(row, kPlaceMode);
+  const std::string& error = cells.text(row, kPlaceError);
   unsigned int err_mode = kErrModeStop;
   int jump_index = kNoIndex;
   if (error == kErrorNop) {
@@ -99,7 +108,7 @@ HAPTableCommand* TblFmt00::createHAPRow(const unsigned int& number, const unsign
     err_mode = kErrModeJump;
     jump_index = labelIndex(error, labels);
   }
-  std::unique_ptr<unsigned int[]> para = readParameters(getMember(row, kColumnPara));
+  std::unique_ptr<unsigned int[]> para = readParameters(cells.text(row, kPlacePara));
   auto command = std::make_unique<TblCmdHAP>(number, entryIndex(row) + 1);
   command->setMember(hap_name, mode, para.get(), nullptr, err_mode,
                      static_cast<unsigned int>(jump_index));
@@ -108,12 +117,13 @@ HAPTableCommand* TblFmt00::createHAPRow(const unsigned int& number, const unsign
 }
 
 HAPTableCommand* TblFmt00::createCmdCHECK(const unsigned int& number, const unsigned int& row) {
-  return createCheckRow(number, row, nullptr);
+  Cells cells(*this, *table_data_);
+  return createCheckRow(number, row, cells, nullptr);
 }
 
 HAPTableCommand* TblFmt00::createCheckRow(const unsigned int& number, const unsigned int& row,
-                                          LabelIndex* labels) {
-  const std::string error = getMember(row, kColumnError);
+                                          Cells& cells, LabelIndex* labels) {
+  const std::string& error = cells.text(row, kPlaceError);
   const int jump_index = error.empty() ? kNoIndex : labelIndex(error, labels);
   auto command = std::make_unique<TblCmdCheck>(number, entryIndex(row) + 1);
   command->setErrMode(error.empty() ? kErrModeStop : kErrModeJump,
@@ -122,14 +132,16 @@ HAPTableCommand* TblFmt00::createCheckRow(const unsigned int& number, const unsi
 }
 
 HAPTableCommand* TblFmt00::createCmdWAIT(const unsigned int& number, const unsigned int& row) {
-  const std::string time = getMember(row, kColumnMode);
+  Cells cells(*this, *table_data_);
+  const std::string& time = cells.text(row, kPlaceMode);
   auto command = std::make_unique<TblCmdWait>(number, entryIndex(row) + 1);
   command->setTime(std::min(parseNumber(time, kDecimalBase).value, kWaitMaxMs));
   return command.release();
 }
 
 HAPTableCommand* TblFmt00::createCmdTABLE(const unsigned int& number, const unsigned int& row) {
-  const std::string name = getMember(row, kColumnName);
+  Cells cells(*this, *table_data_);
+  const std::string& name = cells.text(row, kPlaceName);
   auto command = std::make_unique<TblCmdTable>(number, entryIndex(row) + 1);
   command->setTableName(name);
   return command.release();

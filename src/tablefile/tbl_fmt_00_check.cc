@@ -4,58 +4,99 @@
 #include <array>
 #include <set>
 #include <string_view>
+#include <vector>
 
-#include "kw/trx/file_path.h"
 #include "kw/trx/table_format.h"
 #include "support/parse_number.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
+#include "tablefile/cells.h"
 #include "tablefile/label_index.h"
 #include "tablefile/words.h"
 
 namespace kw::trx::trx {
 namespace {
 
-/// Allowed characters of a cell, as pairs of the first and the last one of a range.
-using CharacterSet = std::string_view;
-constexpr CharacterSet kNone = "";
-constexpr CharacterSet kNameSet = "09azAZ__";
-constexpr CharacterSet kLabelSet = "09azAZ__--";
-constexpr CharacterSet kParameterSet = "09afAF  --";
-constexpr CharacterSet kDigitSet = "09";
+constexpr CharacterSet kNone("");
+constexpr CharacterSet kNameSet("09azAZ__");
+constexpr CharacterSet kLabelSet("09azAZ__--");
+constexpr CharacterSet kParameterSet("09afAF  --");
+constexpr CharacterSet kDigitSet("09");
 
 constexpr std::size_t kParaFieldMax = 8;
 
-/// What the columns of a command may hold: HAP/TABLE, MODE, ERROR and PARA.
-using CommandSets = std::array<CharacterSet, 4>;
+/// What the columns of a command may hold.
+using CommandSets = std::array<const CharacterSet*, 6>;
+constexpr Column kCheckedColumns[] = {kPlaceName, kPlaceMode, kPlaceError,
+                                      kPlacePara, kPlaceRsv1, kPlaceRsv2};
+constexpr CommandSets kStartSets = {&kNone, &kNone, &kNone, &kNone, &kNone, &kNone};
+constexpr CommandSets kEndSets = {&kLabelSet, &kNone, &kNone, &kNone, &kNone, &kNone};
+constexpr CommandSets kWaitSets = {&kNone, &kDigitSet, &kNone, &kNone, &kNone, &kNone};
+constexpr CommandSets kTableSets = {&kNameSet, &kNone, &kNone, &kNone, &kNone, &kNone};
+constexpr CommandSets kHAPSets = {&kNameSet, &kNameSet, &kNameSet, &kParameterSet, &kNone, &kNone};
+constexpr CommandSets kCheckSets = {&kNone, &kNone, &kLabelSet, &kNone, &kNone, &kNone};
 
-void fillItem(TblFmtFactory::item_check_list_t& entry, const char* column, CharacterSet set) {
+void fillItem(TblFmtFactory::item_check_list_t& entry, const char* column,
+              const CharacterSet& set) {
+  const std::size_t ranges = set.ranges.size() / 2;
   entry.item = column;
-  entry.rangeNum = static_cast<int>(set.size() / 2);
-  for (std::size_t i = 0; i < set.size() / 2; ++i) {
-    entry.ranges[i] = {set[2 * i], set[2 * i + 1]};
+  entry.rangeNum = static_cast<int>(ranges);
+  for (std::size_t i = 0; i < ranges; ++i) {
+    entry.ranges[i] = {set.ranges[2 * i], set.ranges[2 * i + 1]};
   }
 }
 
-int checkItems(TblFmt00& format, unsigned int row, const CommandSets& sets) {
-  constexpr int count = 6;
-  TblFmtFactory::item_check_list_t list[count] = {};
-  fillItem(list[0], kColumnName, sets[0]);
-  fillItem(list[1], kColumnMode, sets[1]);
-  fillItem(list[2], kColumnError, sets[2]);
-  fillItem(list[3], kColumnPara, sets[3]);
-  fillItem(list[4], kColumnRsv1, kNone);
-  fillItem(list[5], kColumnRsv2, kNone);
-  return format.checkItemString(row, count, list);
+int checkItems(TblFmt00& format, Cells& cells, unsigned int row, const CommandSets& sets) {
+  TblFmtFactory::item_check_list_t item = {};
+  for (std::size_t i = 0; i < sets.size(); ++i) {
+    const Column column = kCheckedColumns[i];
+    if (!cells.inPlace()) {
+      fillItem(item, kColumnNames[column], *sets[i]);
+      if (format.checkItemString(row, 1, &item) != 0) {
+        return -1;
+      }
+    } else if (!sets[i]->allowsAll(cells.text(row, column))) {
+      return refuseCharacter(row, static_cast<int>(column));
+    }
+  }
+  return 0;
 }
 
-bool isParameterList(const std::string& text) {
-  const std::vector<std::string> fields =
-      FilePath(text).getSpecificStringSplitValue(kParaSeparator);
-  return std::all_of(fields.begin(), fields.end(), [](const std::string& field) {
-    return !field.empty() && field.size() <= kParaFieldMax;
-  });
+bool isParameterList(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t separator = text.find(kParaSeparator);
+    const std::string_view field = text.substr(0, separator);
+    if (field.empty() || field.size() > kParaFieldMax) {
+      return false;
+    }
+    if (separator == std::string_view::npos) {
+      return true;
+    }
+    text.remove_prefix(separator + 1);
+    if (text.empty()) {
+      return false;  // nothing behind the last separator
+    }
+  }
+  return true;
 }
+
+/// The numbers of a table. Most files have them in ascending order, which needs no look-up.
+class NumberSet {
+ public:
+  /// False when `number` is there already.
+  bool insert(unsigned int number) {
+    if (ascending_.empty() || number > ascending_.back()) {
+      ascending_.push_back(number);
+      return true;
+    }
+    return !std::binary_search(ascending_.begin(), ascending_.end(), number) &&
+           others_.insert(number).second;
+  }
+
+ private:
+  std::vector<unsigned int> ascending_;
+  std::set<unsigned int> others_;  // each smaller than the last ascending one
+};
 
 struct CommandCheck {
   std::string_view command;
@@ -128,15 +169,16 @@ int TblFmt00::checkNumber() {
     return -1;
   }
   const unsigned int column = columnIndex(kColumnNumber);
-  std::set<unsigned int> numbers;
+  Cells cells(*this, *table_data_);
+  NumberSet numbers;
   for (unsigned int row = start; row <= end; ++row) {
-    const std::string text = getMember(row, kColumnNumber);
+    const std::string& text = cells.text(row, kPlaceNumber);
     const ParsedNumber number = parseNumber(text, kHexBase);
     if (number.length != text.size()) {
       trace(kFmtNumberNotHex, requesterId(), row, column);
       return -1;
     }
-    if (!numbers.insert(number.value).second) {
+    if (!numbers.insert(number.value)) {
       trace(kFmtNumberTwice, requesterId(), row, column, number.value);
       return -1;
     }
@@ -151,11 +193,12 @@ int TblFmt00::checkLabel() {
     trace(kFmtLabelNoArea, requesterId());
     return -1;
   }
+  Cells cells(*this, *table_data_);
   item_check_list_t list[1] = {};
   fillItem(list[0], kColumnLabel, kLabelSet);
   std::set<std::string> labels;
   for (unsigned int row = start; row <= end; ++row) {
-    const std::string label = getMember(row, kColumnLabel);
+    const std::string& label = cells.text(row, kPlaceLabel);
     if (label.empty()) {
       continue;
     }
@@ -177,9 +220,10 @@ int TblFmt00::checkTblCmd() {
   if (getRowOfTblArea(start, end) != 0) {
     return -1;
   }
+  Cells cells(*this, *table_data_);
   LabelIndex labels(*table_data_, columnIndex(kColumnLabel), start, end);
   for (unsigned int row = start; row <= end; ++row) {
-    const std::string command = getMember(row, kColumnCommand);
+    const std::string& command = cells.text(row, kPlaceCommand);
     const auto* entry =
         std::find_if(std::begin(kCommandChecks), std::end(kCommandChecks),
                      [&command](const CommandCheck& check) { return check.command == command; });
@@ -187,9 +231,10 @@ int TblFmt00::checkTblCmd() {
       trace(kFmtUnknownCommand, command);
       return -1;
     }
-    const int result = command == kCommandHAP     ? checkHAPRow(row, &labels)
-                       : command == kCommandCheck ? checkCheckRow(row, &labels)
-                                                  : (this->*entry->check)(row);
+    const int result = entry->check == &TblFmt00::checkCmdHAP ? checkHAPRow(row, cells, &labels)
+                       : entry->check == &TblFmt00::checkCmdCHECK
+                           ? checkCheckRow(row, cells, &labels)
+                           : (this->*entry->check)(row);
     if (result != 0) {
       return result;
     }
@@ -198,28 +243,35 @@ int TblFmt00::checkTblCmd() {
 }
 
 int TblFmt00::checkCmdSTART(const unsigned int& row) {
-  return checkItems(*this, row, {kNone, kNone, kNone, kNone});
+  Cells cells(*this, *table_data_);
+  return checkItems(*this, cells, row, kStartSets);
 }
 
 int TblFmt00::checkCmdEND(const unsigned int& row) {
-  return checkItems(*this, row, {kLabelSet, kNone, kNone, kNone});
+  Cells cells(*this, *table_data_);
+  return checkItems(*this, cells, row, kEndSets);
 }
 
 int TblFmt00::checkCmdWAIT(const unsigned int& row) {
-  return checkItems(*this, row, {kNone, kDigitSet, kNone, kNone});
+  Cells cells(*this, *table_data_);
+  return checkItems(*this, cells, row, kWaitSets);
 }
 
 int TblFmt00::checkCmdTABLE(const unsigned int& row) {
-  return checkItems(*this, row, {kNameSet, kNone, kNone, kNone});
+  Cells cells(*this, *table_data_);
+  return checkItems(*this, cells, row, kTableSets);
 }
 
-int TblFmt00::checkCmdHAP(const unsigned int& row) { return checkHAPRow(row, nullptr); }
+int TblFmt00::checkCmdHAP(const unsigned int& row) {
+  Cells cells(*this, *table_data_);
+  return checkHAPRow(row, cells, nullptr);
+}
 
-int TblFmt00::checkHAPRow(const unsigned int& row, LabelIndex* labels) {
-  if (checkItems(*this, row, {kNameSet, kNameSet, kNameSet, kParameterSet}) != 0) {
+int TblFmt00::checkHAPRow(const unsigned int& row, Cells& cells, LabelIndex* labels) {
+  if (checkItems(*this, cells, row, kHAPSets) != 0) {
     return -1;
   }
-  if (!isParameterList(getMember(row, kColumnPara))) {
+  if (!isParameterList(cells.text(row, kPlacePara))) {
     trace(kFmtHAPParameter, requesterId(), row, columnIndex(kColumnPara));
     return -1;
   }
@@ -229,7 +281,7 @@ int TblFmt00::checkHAPRow(const unsigned int& row, LabelIndex* labels) {
     trace(kFmtHAPNoArea, requesterId());
     return -1;
   }
-  const std::string error = getMember(row, kColumnError);
+  const std::string& error = cells.text(row, kPlaceError);
   const bool is_label = !error.empty() && error != kErrorNop && error != kErrorStack;
   if (is_label && !isLabelOfOneRow(error, start, end, labels)) {
     trace(kFmtHAPLabel, requesterId(), row, columnIndex(kColumnError));
@@ -238,10 +290,13 @@ int TblFmt00::checkHAPRow(const unsigned int& row, LabelIndex* labels) {
   return 0;
 }
 
-int TblFmt00::checkCmdCHECK(const unsigned int& row) { return checkCheckRow(row, nullptr); }
+int TblFmt00::checkCmdCHECK(const unsigned int& row) {
+  Cells cells(*this, *table_data_);
+  return checkCheckRow(row, cells, nullptr);
+}
 
-int TblFmt00::checkCheckRow(const unsigned int& row, LabelIndex* labels) {
-  if (checkItems(*this, row, {kNone, kNone, kLabelSet, kNone}) != 0) {
+int TblFmt00::checkCheckRow(const unsigned int& row, Cells& cells, LabelIndex* labels) {
+  if (checkItems(*this, cells, row, kCheckSets) != 0) {
     return -1;
   }
   unsigned int start = 0;
@@ -250,7 +305,7 @@ int TblFmt00::checkCheckRow(const unsigned int& row, LabelIndex* labels) {
     trace(kFmtCheckNoArea, requesterId());
     return -1;
   }
-  const std::string error = getMember(row, kColumnError);
+  const std::string& error = cells.text(row, kPlaceError);
   if (!error.empty() && !isLabelOfOneRow(error, start, end, labels)) {
     trace(kFmtCheckLabel, requesterId(), row, columnIndex(kColumnError));
     return -1;

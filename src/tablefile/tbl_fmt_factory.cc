@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/file_path.h"
 #include "kw/trx/table_format.h"
-#include "support/requester_id.h"
-#include "support/trace.h"
+#include "tablefile/cells.h"
 #include "tablefile/words.h"
 
 namespace kw::trx::trx {
@@ -10,6 +9,12 @@ namespace {
 
 constexpr int kNotRead = -1;
 constexpr int kFormat00 = 0;
+
+/// Most texts that are not the same differ in their first character, also where the lengths agree,
+/// and a comparison of that alone needs no call.
+bool isSame(const std::string& text, const std::string& value) {
+  return text.size() == value.size() && text[0] == value[0] && text == value;
+}
 
 }  // namespace
 
@@ -42,7 +47,7 @@ std::vector<unsigned int> TblFmtFactory::findEntry(const unsigned int& col,
     return found;
   }
   for (unsigned int row = from; row <= to; ++row) {
-    if (table_data_->getMember(row, col) == value) {
+    if (isSame(table_data_->look(row, col), value)) {
       found.push_back(row);
     }
   }
@@ -58,11 +63,14 @@ int TblFmtFactory::checkItemString(const unsigned int& row, const int& num,
                                    item_check_list_t* list) {
   for (int i = 0; i < num; ++i) {
     const item_check_list_t& entry = list[i];
-    const FilePath text(getMember(row, entry.item));
+    const std::string cell = getMember(row, entry.item);
+    if (cell.empty()) {
+      continue;
+    }
+    const FilePath text(cell);
     const std::vector<std::pair<char, char>> ranges(entry.ranges, entry.ranges + entry.rangeNum);
     if (!text.isUsedValidChars(ranges)) {
-      trace(kFmtCharacter, requesterId(), row, traceWord(getColumn(entry.item)));
-      return -1;
+      return refuseCharacter(row, getColumn(entry.item));
     }
   }
   return 0;

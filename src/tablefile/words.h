@@ -20,6 +20,23 @@ constexpr char kColumnPara[] = "PARA";
 constexpr char kColumnRsv1[] = "RSV1";
 constexpr char kColumnRsv2[] = "RSV2";
 
+/// The place of each column in a row, and the columns in that order.
+enum Column : unsigned int {
+  kPlaceLabel,
+  kPlaceNumber,
+  kPlaceCommand,
+  kPlaceName,
+  kPlaceMode,
+  kPlaceError,
+  kPlacePara,
+  kPlaceRsv1,
+  kPlaceRsv2,
+  kColumns
+};
+constexpr const char* kColumnNames[kColumns] = {kColumnLabel, kColumnNumber, kColumnCommand,
+                                                kColumnName,  kColumnMode,   kColumnError,
+                                                kColumnPara,  kColumnRsv1,   kColumnRsv2};
+
 constexpr char kCommandStart[] = "START";
 constexpr char kCommandEnd[] = "END";
 constexpr char kCommandHAP[] = "HAP";

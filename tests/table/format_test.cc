@@ -109,6 +109,23 @@ TEST_F(FormatTest, EachLookUpOfAMissingCellIsTraced) {
   EXPECT_EQ(look_ups(), 4 + 1);
 }
 
+/// Reads the cell HAP/TABLE from another column.
+class OtherFormat : public TblFmt00 {
+ public:
+  using TblFmt00::getMember;
+  using TblFmt00::TblFmt00;
+  std::string getMember(const unsigned int& row, const std::string& column) override {
+    return TblFmt00::getMember(row, column == "HAP/TABLE" ? "RSV1" : column);
+  }
+};
+
+TEST_F(FormatTest, ADerivedFormatReadsCellsInItsOwnWay) {
+  OtherFormat good("t", read(kHead + ",0,START\n,1,TABLE,!,,,,sub\n,2,END\n"));
+  TraceCapture capture(kw::platform::kTraceError);
+  EXPECT_EQ(good.checkCmdTABLE(3), -1) << "RSV1 itself must be empty";
+  EXPECT_EQ(capture.trail(), "E 14000000 (id 3 7 0)\n") << "HAP/TABLE is not looked at";
+}
+
 TEST_F(FormatTest, TheFactoryTakesTheDataOnlyWithAFormat) {
   EXPECT_EQ(TblFmtFactory::getTblFmt("t", nullptr), nullptr);
   for (const char* refused : {"FORMAT,1\nVERSION,1\n", "FORMAT,0\n", "VERSION,1\n",

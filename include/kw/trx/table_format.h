@@ -15,6 +15,7 @@
 
 namespace kw::trx::trx {
 
+class Cells;
 class LabelIndex;
 
 /// Base of the formats: cells by column name, searches, and the choice of the format of a file.
@@ -124,13 +125,13 @@ class ZQM_TRX_API TblFmt00 : public TblFmtFactory {
   std::vector<unsigned int> findCommand(const std::string& command);
   std::vector<unsigned int> findLabel(const std::string& label, unsigned int start,
                                       unsigned int end);
-  int checkHAPRow(const unsigned int& row, LabelIndex* labels);
-  int checkCheckRow(const unsigned int& row, LabelIndex* labels);
+  int checkHAPRow(const unsigned int& row, Cells& cells, LabelIndex* labels);
+  int checkCheckRow(const unsigned int& row, Cells& cells, LabelIndex* labels);
   bool isLabelOfOneRow(const std::string& label, unsigned int start, unsigned int end,
                        LabelIndex* labels);
-  HAPTableCommand* createHAPRow(const unsigned int& number, const unsigned int& row,
+  HAPTableCommand* createHAPRow(const unsigned int& number, const unsigned int& row, Cells& cells,
                                 LabelIndex* labels);
-  HAPTableCommand* createCheckRow(const unsigned int& number, const unsigned int& row,
+  HAPTableCommand* createCheckRow(const unsigned int& number, const unsigned int& row, Cells& cells,
                                   LabelIndex* labels);
   int entryIndex(const unsigned int& row);
   int labelIndex(const std::string& label, LabelIndex* labels);
