@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/hap_controller.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <utility>
@@ -202,7 +203,7 @@ void HAPController::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& 
 }
 
 HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
-  const std::string key(name, 0, name.find(kKeySeparator));
+  const std::string key(name.begin(), std::find(name.begin(), name.end(), kKeySeparator));
   if (key.empty()) {
     trace(kHAPExecNoKey, name);
     errUndefHAP(info, name);
