@@ -162,28 +162,33 @@ void TraceRing::release() const noexcept {
 }
 
 bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexcept {
-  // The handler of a signal may have come between two steps of this operation.
-  LaneCursor once;
-  LaneCursor& cursor = writer.storing ? once : writer.cursor;
-  const bool outermost = &cursor != &once;
+  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
+    LaneCursor once;
+    return storeAt(once, record, writer);
+  }
   writer.storing = true;
   std::atomic_signal_fence(std::memory_order_seq_cst);
-  const bool claimed = (cursor.left != 0 && cursor.ring == number_) || claim(writer, cursor);
-  if (claimed) {
-    SharedSlot& slot = *cursor.slot++;
-    const std::uint64_t number = cursor.number++;
-    cursor.lane->begun.store(number + 1, std::memory_order_release);
-    slot.mark.store(trace_file::busyMark(number), std::memory_order_relaxed);
-    trace_file::orderAccesses();
-    fill(slot.body, record, writer, cursor.claim);
-    slot.mark.store(trace_file::completeMark(number), std::memory_order_release);
-    if (--cursor.left == 0) giveBack(*cursor.lane);
-  } else {
-    header_->dropped.fetch_add(1, std::memory_order_relaxed);
-  }
+  const bool stored = storeAt(writer.cursor, record, writer);
   std::atomic_signal_fence(std::memory_order_seq_cst);
-  writer.storing = !outermost;
-  return claimed;
+  writer.storing = false;
+  return stored;
+}
+
+bool TraceRing::storeAt(LaneCursor& cursor, const TraceArguments& record,
+                        Writer& writer) const noexcept {
+  if ((cursor.left == 0 || cursor.ring != number_) && !claim(writer, cursor)) {
+    header_->dropped.fetch_add(1, std::memory_order_relaxed);
+    return false;
+  }
+  SharedSlot& slot = *cursor.slot++;
+  const std::uint64_t number = cursor.number++;
+  cursor.lane->begun.store(number + 1, std::memory_order_release);
+  slot.mark.store(trace_file::busyMark(number), std::memory_order_relaxed);
+  trace_file::orderAccesses();
+  fill(slot.body, record, writer, cursor.claim);
+  slot.mark.store(trace_file::completeMark(number), std::memory_order_release);
+  if (--cursor.left == 0) giveBack(*cursor.lane);
+  return true;
 }
 
 /// Finds a lane for the next records of the calling thread. A wide one is not asked for again at

@@ -40,6 +40,7 @@ class TraceRing {
  private:
   TraceRing(void* mapping, const trace_file::Shape& shape) noexcept;
 
+  bool storeAt(LaneCursor& cursor, const TraceArguments& record, Writer& writer) const noexcept;
   bool claim(Writer& writer, LaneCursor& cursor) const noexcept;
   bool claimOf(std::uint32_t first, std::uint32_t count, std::uint32_t thread,
                LaneCursor& cursor) const noexcept;
