@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages,
-# clang-tidy, the sanitizers and the device build under emulation, with warnings as errors.
+# clang-tidy, the sanitizers, the device build under emulation and the instruction counts, with
+# warnings as errors.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . scripts/setup.sh
@@ -39,6 +40,7 @@ case "${1:-}" in
     for preset in asan tsan armhf; do
       run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done
+    scripts/check_instructions.sh
     step "comparing the trace records of this machine and of the device"
     build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     scripts/compare_architectures.sh build/dev build/armhf

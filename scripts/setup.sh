@@ -28,6 +28,7 @@ install_missing() {
 
 packages_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz)
 packages_test=(libgtest-dev)
+packages_count=(libbenchmark-dev valgrind)
 packages_all=(clang clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config)
 
 # Configures and builds the preset $1; prints the log only when that fails. Further arguments go to

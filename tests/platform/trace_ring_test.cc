@@ -118,6 +118,7 @@ TEST_F(TraceRingTest, RingThatCannotBeMadeLeavesTheOneInUse) {
 }
 
 std::atomic<unsigned int> signals_handled{0};
+constexpr std::uint32_t kOfHandler = 0xFFFF0000;
 
 /// Writes a record whose data repeat its id, so that a mixture of two records shows.
 void writeFilled(std::uint32_t id) {
@@ -137,7 +138,6 @@ class CrowdTest : public TraceRingTest, public testing::WithParamInterface<Crowd
 
 // Signals interrupt the writers, and their handler writes a record itself.
 TEST_P(CrowdTest, IsFollowedWithoutAMixedOrUncountedRecord) {
-  constexpr std::uint32_t kOfHandler = 0xFFFF0000;
   const Crowd crowd = GetParam();
   open(crowd.slots);
   signals_handled = 0;
