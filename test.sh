@@ -2,12 +2,12 @@
 # SPDX-License-Identifier: Apache-2.0
 # Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages,
 # clang-tidy, the sanitizers, the device build under emulation and the instruction counts, with
-# warnings as errors.
+# warnings as errors; with --soak MINUTES a long run under reloads and kills, and its figures.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . scripts/setup.sh
 
-usage() { echo "usage: ./test.sh [--all]"; }
+usage() { echo "usage: ./test.sh [--all | --soak MINUTES]"; }
 
 run_tests() {
   local preset=$1
@@ -44,7 +44,20 @@ case "${1:-}" in
     step "comparing the trace records of this machine and of the device"
     build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     scripts/compare_architectures.sh build/dev build/armhf
+    step "comparing the binary interface with that of the last release"
+    scripts/check_abi.sh build/dev
     run_tests dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    ;;
+  --soak)
+    if ! [[ "${2:-}" =~ ^[1-9][0-9]{0,4}$ ]]; then
+      usage >&2
+      exit 2
+    fi
+    install_missing "${packages_build[@]}" "${packages_test[@]}"
+    step "building into build/dev"
+    build_quietly dev
+    step "running for $2 minutes"
+    build/dev/tests/soak/soak $(($2 * 60))
     ;;
   -h | --help) usage ;;
   *)
