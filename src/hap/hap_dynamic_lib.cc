@@ -27,6 +27,15 @@ void traceInPieces(const TracePoint& point, const std::string& text) {
 /// Whoever used the loader before, a host or a HAP, may have left the text of its own failure.
 void dropStaleMessage() { dlerror(); }
 
+/// The loader holds its lock while it runs the constructors of a library. An exception of one that
+/// passed through the loader would leave that lock held for good, and every later use of the loader
+/// in another thread would hang: the process ends here instead, with what the exception says.
+void* openLibrary(const std::string& file) noexcept {
+  // Volatile, as the compiler takes the declaration of dlopen at its word that nothing is thrown.
+  void* (*volatile open)(const char*, int) = dlopen;
+  return open(file.c_str(), RTLD_NOW);
+}
+
 }  // namespace
 
 HAPDynamicLib::HAPDynamicLib() = default;
@@ -36,7 +45,7 @@ HAPDynamicLib::~HAPDynamicLib() { unload(); }
 int HAPDynamicLib::load(const std::string& path) {
   const std::string file = "/" + path;
   dropStaleMessage();
-  handle_ = dlopen(file.c_str(), RTLD_NOW);
+  handle_ = openLibrary(file);
   // A constructor that runs inside dlopen can leave a text as well: only one without a handle tells
   // of this library.
   const char* message = dlerror();

@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Modules that misbehave, or change between two loads.
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 
 #include "kw/trx/testing/engine_fixture.h"
@@ -12,6 +17,24 @@ namespace fs = std::filesystem;
 class ModuleFaultTest : public EngineFixture {};
 
 TEST_F(ModuleFaultTest, StaleMessageOfAConstructorFailsNoLoad) {
+  configure({MODULE_CTOR}, {});
+  start();
+  trx::TRXInfo info;
+  EXPECT_EQ(execHAP(info, "CTOR_Ok"), "ok");
+}
+
+// An exception that passed through the loader would leave its lock held, and other threads hanging.
+TEST_F(ModuleFaultTest, ThrowingConstructorEndsItsProcessAndNoOther) {
+  configure({MODULE_THROWING}, {}, "hapmodule.loading.err.mode=continue\n");
+  const pid_t child = fork();
+  if (child == 0) {
+    const rlimit no_core{0, 0};
+    setrlimit(RLIMIT_CORE, &no_core);
+    _exit(outcomeOf([this] { start(); }) == "ok" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) << status;
   configure({MODULE_CTOR}, {});
   start();
   trx::TRXInfo info;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Loads while many threads run requests, and the stop flag while tables run.
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -74,6 +75,35 @@ TEST_F(ReloadTest, NoRequestIsLostWhileModulesTablesAndAPIObjectAreReplaced) {
       });
   EXPECT_EQ(failures, 0);
   EXPECT_GT(runs, 0);
+}
+
+TEST_F(ReloadTest, ForksWithAndWithoutExecAmongRunningRequests) {
+  configureTables("engine");
+  std::atomic<int> failures{0};
+  std::atomic<int> broken_children{0};
+  const auto request = [&] {
+    trx::TRXInfo info;
+    failures += execHAP(info, "TST_Ok") == "ok" ? 0 : 1;
+  };
+  inThreads(3, request, [&] {
+    for (int round = 0; round < 40; ++round) {
+      const unsigned int parent = trx::TRX::getTRXID();
+      const pid_t child = fork();
+      if (child == 0 && round % 2 == 0) {
+        execl("/bin/true", "true", nullptr);
+      }
+      if (child == 0) {
+        const trx::TRXInfo own;
+        const auto pid = static_cast<unsigned int>(getpid());
+        _exit(own.trxId == (pid << 16 | (pid & 0xffffU)) && own.trxId != parent ? 0 : 1);
+      }
+      int status = -1;
+      waitpid(child, &status, 0);
+      broken_children += status == 0 ? 0 : 1;
+    }
+  });
+  EXPECT_EQ(failures, 0);
+  EXPECT_EQ(broken_children, 0);
 }
 
 TEST_F(ReloadTest, StopFlagEndsRunningTablesBeforeTheirNextRow) {
