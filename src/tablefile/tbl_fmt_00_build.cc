@@ -15,7 +15,6 @@ namespace kw::trx::trx {
 namespace {
 
 constexpr int kNoIndex = -1;
-constexpr unsigned int kWaitMaxMs = 3600000;
 
 struct CommandBuilder {
   std::string_view command;

@@ -50,6 +50,9 @@ constexpr char kErrorStack[] = "STACK";
 /// Between the parameters of a HAP row.
 constexpr char kParaSeparator = ' ';
 
+/// The longest wait of a WAIT row in milliseconds, which longer ones are cut to.
+constexpr unsigned int kWaitMaxMs = 3600000;
+
 constexpr unsigned int kHexBase = 16;
 constexpr unsigned int kDecimalBase = 10;
 

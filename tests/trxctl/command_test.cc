@@ -188,6 +188,21 @@ TEST_F(CommandTest, TableShowsItsRowsAsTheyRun) {
             "= 1\n");
 }
 
+TEST_F(CommandTest, TerminalShowsHowLongAWaitStillTakes) {
+  writeTable("slow.csv", ",1,START\n,2,WAIT,,250\n,3,END\n");
+  for (const char* handler : {"requester", "engine"}) {
+    configure({"slow.csv"}, std::string("haptable.tblcmd.wait.handler=") + handler + "\n");
+    const std::string terminal = "cd " + dir.path() +
+                                 " && script -qec '" TRXCTL
+                                 " table slow --root .' /dev/null >out 2>&1 </dev/null";
+    EXPECT_EQ(std::system(terminal.c_str()), 0);
+    const std::string shown = readFile(dir.path() + "/out");
+    const std::size_t wait = shown.find("waits, 0.2 s left");
+    EXPECT_LT(wait, shown.find("\r\x1b[K", wait)) << handler << shown;
+    EXPECT_EQ(shown.find("waits,", shown.find("   3  END")), std::string::npos) << shown;
+  }
+}
+
 TEST_F(CommandTest, GraphDrawsRowsErrorsAndCalls) {
   writeTable("flow.csv",
              ",1,START\n,2,HAP,TST_Ok,fast,NOP,1 ff\n,3,HAP,TST_Ok,,out\n,4,TABLE,called\n"

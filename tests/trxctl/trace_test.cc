@@ -91,17 +91,26 @@ TEST_F(TraceToolTest, TornRecordsAreCountedAndTheOthersShown) {
   const std::string run = runTool("trace --json " + ring);
   const std::size_t end = run.find("! ");
   EXPECT_EQ(namesOf(run.substr(0, end)), expected);
-  EXPECT_EQ(run.substr(end), "! trxctl: 13 older records were overwritten or torn\n= 0\n");
+  EXPECT_EQ(run.substr(end), "! trxctl: 13 records were overwritten, torn or cut off\n= 0\n");
+
+  // Half of the file has less than half of the slots, as these stand at its end.
   dir.write("cut.ring", bytes.substr(0, bytes.size() / 2));
-  EXPECT_EQ(runTool("trace cut.ring", dir.path()),
-            "! trxctl: cut.ring: is no trace ring; name the file that the host gave to "
+  const std::string cut = runTool("trace --json cut.ring", dir.path());
+  expected.resize(12);
+  EXPECT_EQ(namesOf(cut.substr(0, cut.find("! "))), expected);
+  EXPECT_EQ(cut.substr(cut.find("! ")),
+            "! trxctl: 52 records were overwritten, torn or cut off\n= 0\n");
+  dir.write("no.ring", bytes.substr(0, 100));
+  EXPECT_EQ(runTool("trace no.ring", dir.path()),
+            "! trxctl: no.ring: is no trace ring; name the file that the host gave to "
             "openTraceRing\n= 2\n");
 }
 
-TEST_F(TraceToolTest, FollowShowsRecordsAsTheyAreWritten) {
+TEST_F(TraceToolTest, FollowShowsRecordsAsTheyAreWrittenAlsoToANewRing) {
   ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
   writeRecord(1);
-  std::FILE* tool = popen(("echo $$; exec " TRXCTL " trace --follow --json " + ring).c_str(), "r");
+  std::FILE* tool =
+      popen(("echo $$; exec " TRXCTL " trace --follow --json " + ring + " 2>&-").c_str(), "r");
   ASSERT_NE(tool, nullptr);
   char line[1024];
   ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
@@ -109,6 +118,9 @@ TEST_F(TraceToolTest, FollowShowsRecordsAsTheyAreWritten) {
   for (int number = 1; number < 4; ++number) {
     ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
     EXPECT_EQ(json::parse(line)["values"]["hap"], "HAP_" + std::to_string(number));
+    if (number == 2) {
+      ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
+    }
     writeRecord(number + 1);
   }
   kw::platform::closeTraceRing();

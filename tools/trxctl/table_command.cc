@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "kw/trx/table_driver.h"
 #include "kw/trx/trx.h"
+#include "kw/trx/trx_config.h"
 #include "support/trace.h"
 #include "tablefile/words.h"
 #include "trxctl/commands.h"
@@ -24,12 +28,72 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kProgressStep{100};
 constexpr int kNameWidth = 12;
 
+/// Shows on a terminal how long a wait still takes.
+void showLeft(Clock::time_point end) {
+  const std::chrono::duration<double> left = end - Clock::now();
+  std::printf("\r             waits, %.1f s left \x1b[K", std::max(left.count(), 0.0));
+  static_cast<void>(std::fflush(stdout));
+}
+
+void clearLine() {
+  std::printf("\r\x1b[K");
+  static_cast<void>(std::fflush(stdout));
+}
+
+/// Shows how long a wait of the engine still takes, from a thread of its own.
+class EngineWait {
+ public:
+  explicit EngineWait(Clock::time_point end) : thread_([this, end] { run(end); }) {}
+  EngineWait(const EngineWait&) = delete;
+  EngineWait& operator=(const EngineWait&) = delete;
+  ~EngineWait() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      over_ = true;
+    }
+    wake_.notify_one();
+    thread_.join();
+    clearLine();
+  }
+
+ private:
+  void run(Clock::time_point end) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!over_) {
+      showLeft(end);
+      wake_.wait_for(lock, kProgressStep);
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  bool over_ = false;
+  std::thread thread_;  // last, as it uses the others
+};
+
+/// Waits for the engine, which handed the wait over.
+void waitFor(unsigned int time_ms) {
+  const bool shown = isatty(STDOUT_FILENO) == 1;
+  const auto end = Clock::now() + std::chrono::milliseconds(time_ms);
+  const trx::TRX* engine = trx::TRX::getInstance();
+  for (auto now = Clock::now(); now < end && !engine->isStopFlag(); now = Clock::now()) {
+    if (shown) {
+      showLeft(end);
+    }
+    std::this_thread::sleep_for(std::min<Clock::duration>(kProgressStep, end - now));
+  }
+  if (shown) {
+    clearLine();
+  }
+}
+
 /// Prints the rows of a table as they run, from the records that the engine writes of them.
 class RowPrinter {
  public:
   explicit RowPrinter(const trx::TRXInfo& info) : info_(info), begin_(Clock::now()) {}
 
   void take(const kw::platform::TraceRecord& record) {
+    wait_.reset();
     switch (record.id) {
       case trx::kCmdStart.id:
         return print(record, trx::kCommandStart);
@@ -40,8 +104,7 @@ class RowPrinter {
       case trx::kCmdEndMessage.id:
         return print(record, trx::kCommandEnd + (" " + info_.getTblRtnMsg()));
       case trx::kCmdWait.id:
-        return print(record,
-                     trx::kCommandWait + (" " + std::to_string(wordOf(record, "time", 0)) + " ms"));
+        return printWait(record);
       case trx::kCmdHAP.id:
       case trx::kCmdTable.id:
         // The record that comes next names the HAP or the table.
@@ -88,6 +151,14 @@ class RowPrinter {
     }
   }
 
+  void printWait(const kw::platform::TraceRecord& row) {
+    const unsigned int time_ms = wordOf(row, "time", 0);
+    print(row, trx::kCommandWait + (" " + std::to_string(time_ms) + " ms"));
+    if (isatty(STDOUT_FILENO) == 1 && trx::TRXConfig::getInstance().isWaitInEngine()) {
+      wait_ = std::make_unique<EngineWait>(Clock::now() + std::chrono::milliseconds(time_ms));
+    }
+  }
+
   void print(const kw::platform::TraceRecord& row, const std::string& what) {
     const std::chrono::duration<double> time = Clock::now() - begin_;
     const trx::TblCtlInfo* table = info_.getCurTblCtlInfo();
@@ -106,26 +177,8 @@ class RowPrinter {
   const trx::TRXInfo& info_;
   const Clock::time_point begin_;
   kw::platform::TraceRecord row_{};
+  std::unique_ptr<EngineWait> wait_;
 };
-
-/// Waits for the engine, which handed the wait over; a terminal shows how long it still takes.
-void waitFor(unsigned int time_ms) {
-  const bool shown = isatty(STDOUT_FILENO) == 1;
-  const auto end = Clock::now() + std::chrono::milliseconds(time_ms);
-  const trx::TRX* engine = trx::TRX::getInstance();
-  for (auto now = Clock::now(); now < end && !engine->isStopFlag(); now = Clock::now()) {
-    if (shown) {
-      const std::chrono::duration<double> left = end - now;
-      std::printf("\r             waits, %.1f s left \x1b[K", left.count());
-      static_cast<void>(std::fflush(stdout));
-    }
-    std::this_thread::sleep_for(std::min<Clock::duration>(kProgressStep, end - now));
-  }
-  if (shown) {
-    std::printf("\r\x1b[K");
-    static_cast<void>(std::fflush(stdout));
-  }
-}
 
 int runTable(const RequestOptions& options) {
   Units units(options.units);

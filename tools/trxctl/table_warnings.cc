@@ -17,9 +17,6 @@
 namespace kw::trx::trxctl {
 namespace {
 
-/// The longest wait of a WAIT row, which longer ones are cut to.
-constexpr unsigned long kWaitMaxMs = 3600000;
-
 /// Numbers below it are saved with all their digits.
 constexpr double kPlainNumberMax = 1e15;
 
@@ -103,10 +100,11 @@ std::string spreadsheetWords(const std::string& cell, Meaning meaning) {
     return "'" + cell + "' looks like what a spreadsheet makes of a cell such as 1e5";
   }
   const std::string saved = savedBySpreadsheet(cell);
-  if (meansTheSame(cell, saved, meaning)) {
+  if (cell == saved) {
     return {};
   }
-  return "a spreadsheet saves '" + cell + "' as " + saved + ", which means something else here";
+  return "a spreadsheet saves '" + cell + "' as " + saved + ", which means " +
+         (meansTheSame(cell, saved, meaning) ? "the same here" : "something else here");
 }
 
 class FlowWarner {
@@ -173,7 +171,7 @@ class FlowWarner {
 
   void warnOfWait(const FlowRow& row) {
     if (row.command == trx::kCommandWait &&
-        std::strtoul(row.mode.c_str(), nullptr, trx::kDecimalBase) > kWaitMaxMs) {
+        std::strtoul(row.mode.c_str(), nullptr, trx::kDecimalBase) > trx::kWaitMaxMs) {
       add(row, trx::kColumnMode, "the wait is cut to one hour, 3600000 ms");
     }
   }

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -134,6 +136,15 @@ class Timeline {
   Json events_ = Json::array();
 };
 
+/// Device and inode: another pair is another file. Zeros while there is none.
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+FileIdentity identityOf(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? FileIdentity{status.st_dev, status.st_ino}
+                                          : FileIdentity{};
+}
+
 /// Shows the records of one ring.
 class TraceReader {
  public:
@@ -151,22 +162,31 @@ class TraceReader {
                                      "openTraceRing"
                                    : std::strerror(errno)));
     }
-    TraceRecord record;
+    FileIdentity file = identityOf(options_.file);
+    std::uint64_t lost = 0;
     while (!interrupted) {
-      while (reader.next(record)) {
-        take(record);
-      }
-      std::cout.flush();
+      takeAll(reader);
       if (!options_.follow) {
         break;
       }
       std::this_thread::sleep_for(kFollowPoll);
+      const FileIdentity now = identityOf(options_.file);
+      if (now != file) {  // made anew by a host that was started again
+        takeAll(reader);
+        const std::uint64_t lost_of_former = reader.lost();
+        if (reader.open(options_.file) == 0) {
+          file = now;
+          lost += lost_of_former;
+          std::cerr << "trxctl: " << options_.file << " was made anew\n";
+        }
+      }
     }
+    lost += reader.lost();
     for (const auto& held : held_) {
       showHeld(held.first, {});
     }
-    if (reader.lost() != 0) {
-      std::cerr << "trxctl: " << reader.lost() << " older records were overwritten or torn\n";
+    if (lost != 0) {
+      std::cerr << "trxctl: " << lost << " records were overwritten, torn or cut off\n";
     }
     tracker_.finish();
     return options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
@@ -174,6 +194,13 @@ class TraceReader {
 
  private:
   using Thread = std::pair<std::uint32_t, std::uint32_t>;
+
+  void takeAll(kw::platform::TraceRingReader& reader) {
+    for (TraceRecord record; !interrupted && reader.next(record);) {
+      take(record);
+    }
+    std::cout.flush();
+  }
 
   void take(const TraceRecord& record) {
     const SliceTracker::Place place = tracker_.take(record);
