@@ -276,6 +276,11 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
     EXPECT_NE(help.find("\nExit status: 0 "), std::string::npos) << help;
     EXPECT_NE(help.find("--root DIR"), std::string::npos) << help;
   }
+  EXPECT_EQ(run("chek pump.csv"),
+            "! trxctl: 'chek' is no command; did you mean check?\n"
+            "! Run with --help for more information.\n"
+            "= 2\n");
+  EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
 }
 
 }  // namespace
