@@ -14,5 +14,14 @@ rig=build/release/examples
 step "running the demo host: HAPs and tables that succeed and that fail"
 "$rig/demo_host" "$PWD/$rig/root"
 
+trxctl=build/release/tools/trxctl/trxctl
+step "its tables, checked without a finding, and drawn in $rig/selftest.svg"
+"$trxctl" check --root "$rig/root" examples/tables/*.csv
+"$trxctl" graph examples/tables/selftest.csv examples/tables/rails.csv --format svg \
+  -o "$rig/selftest.svg"
+
+step "one of them, run by the tool without the demo host"
+"$trxctl" table rails --root "$rig/root" --unit 300:2:rack/rail2
+
 step "its trace, decoded: errors and infos of $rig/root/trace.ring"
-build/release/tools/trxctl/trxctl trace --level info "$rig/root/trace.ring"
+"$trxctl" trace --level info "$rig/root/trace.ring"
