@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cstdlib>
+#include <iomanip>
 #include <iostream>
 #include <memory>
 
@@ -147,6 +148,24 @@ int explain(const std::string& code) {
               "codes are written as trxctl trace and the host show them, in hexadecimal");
 }
 
+/// The trace reference of the documentation.
+void printReference() {
+  std::cout
+      << "# Trace reference\n\n"
+         "Every record that the engine writes, by its id. The words in braces are values of the\n"
+         "record; those with the form x are hexadecimal, u unsigned, d signed, s text. This page "
+         "is\n"
+         "what `trxctl explain --all` prints of `src/support/trace_catalogue.def`; `trxctl explain "
+         "ID`\n"
+         "adds usual causes and what to do.\n\n"
+         "| id | level | written by | meaning | values |\n|---|---|---|---|---|\n";
+  for (const Point& point : allPoints()) {
+    std::cout << "| " << std::hex << std::setw(8) << std::setfill('0') << point.id << " | "
+              << levelName(point.level) << " | `" << point.origin << "` | " << point.sentence
+              << " | " << point.values << " |\n";
+  }
+}
+
 }  // namespace
 
 void addExplainCommand(CLI::App& app, int& status) {
@@ -156,8 +175,15 @@ void addExplainCommand(CLI::App& app, int& status) {
                  "What it means, its usual causes, and what to do. Codes are hexadecimal.\n"
                  "Example: trxctl explain 0x7000b\n"
                  "Exit status: 0 all codes are known; 2 one is not.");
-  command->add_option("CODE", *codes, "Codes such as 7000b or 0x7000b")->required();
-  command->callback([codes, &status] {
+  auto all = std::make_shared<bool>(false);
+  CLI::Option* option = command->add_option("CODE", *codes, "Codes such as 7000b or 0x7000b");
+  command->add_flag("--all", *all, "Print a page with every trace id instead")->excludes(option);
+  command->callback([codes, all, &status] {
+    if (*all) {
+      printReference();
+    } else if (codes->empty()) {
+      throw CLI::RequiredError("CODE");
+    }
     for (const std::string& code : *codes) {
       status = std::max(status, explain(code));
     }

@@ -67,6 +67,8 @@ std::string rawText(const kw::platform::TraceRecord& record) {
 
 }  // namespace
 
+std::vector<Point> allPoints() { return {std::begin(kPoints), std::end(kPoints)}; }
+
 const Point* findPoint(unsigned int id) {
   const auto* found =
       std::lower_bound(std::begin(kPoints), std::end(kPoints), id,

@@ -27,6 +27,9 @@ struct Value {
   std::uint32_t word = 0;  ///< 0 for a text
 };
 
+/// All trace points in the order of their ids.
+std::vector<Point> allPoints();
+
 /// The trace point with this id; null when the catalogue has none.
 const Point* findPoint(unsigned int id);
 
