@@ -2,6 +2,7 @@
 // trxctl check says of table files what the engine does with them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -20,6 +21,47 @@ namespace fs = std::filesystem;
 TEST(CheckTest, TheFilesOfTheGuideGiveTheErrorsThatTheyAreNamedFor) {
   EXPECT_EQ(runTool("check right-*.csv wrong-*.csv", GUIDE_TABLES),
             readFile(GOLDEN "/guide_tables.txt"));
+}
+
+/// True when the pieces of `pattern`, between its "...", stand in `message` in their order.
+bool fits(const std::string& message, const std::string& pattern) {
+  std::size_t at = 0;
+  for (std::size_t begin = 0; begin <= pattern.size();) {
+    const std::size_t end = std::min(pattern.find("...", begin), pattern.size());
+    const std::string piece = pattern.substr(begin, end - begin);
+    at = message.find(piece, at);
+    if (at == std::string::npos) {
+      return false;
+    }
+    at += piece.size();
+    begin = end + 3;
+  }
+  return true;
+}
+
+TEST(CheckTest, TheGuideListsEveryMessage) {
+  std::istringstream guide(readFile(GUIDE_TABLES "/../table-guide.md"));
+  std::vector<std::string> patterns;
+  bool listed = false;
+  for (std::string line; std::getline(guide, line);) {
+    listed = line.rfind("## ", 0) == 0 ? line == "## What trxctl check says" : listed;
+    if (listed && line.rfind("| ", 0) == 0) {
+      std::istringstream cell(line.substr(2, line.find(" |", 2) - 2));
+      for (std::string pattern; std::getline(cell >> std::ws, pattern, ';');) {
+        patterns.push_back(pattern);
+      }
+    }
+  }
+  for (const char* golden : {"/guide_tables.txt", "/faults.txt", "/warnings.txt"}) {
+    std::istringstream output(readFile(std::string(GOLDEN) + golden));
+    for (std::string line; std::getline(output, line) && line[0] != '=';) {
+      const std::string message = line.substr(line.find(": ") + 2);
+      EXPECT_TRUE(
+          std::any_of(patterns.begin(), patterns.end(),
+                      [&message](const std::string& pattern) { return fits(message, pattern); }))
+          << message;
+    }
+  }
 }
 
 TEST(CheckTest, EveryFaultIsFoundAtItsLineAndCell) {
