@@ -54,15 +54,22 @@ unsigned int levelBit(unsigned int level) {
   }
 }
 
-int dispatch(const TraceArguments& record) {
-  Writer& writer = threadWriter();
-  {
-    const Published<Listener>::Use use(listener, writer.seat);
-    if (const Listener* const to = use.get()) {
-      to->call(to->context, record.region, record.level, record.trace_class, record.id, record.data,
-               record.length);
-    }
+/// Takes a copy, so that without a listener the arguments of a record can stay in registers.
+__attribute__((noinline)) void notifyListener(TraceArguments record, Seat seat) {
+  const Published<Listener>::Use use(listener, seat);
+  if (const Listener* const to = use.get()) {
+    to->call(to->context, record.region, record.level, record.trace_class, record.id, record.data,
+             record.length);
   }
+}
+
+/// Apart from kw_trace_write, which then drops a record without a stack frame.
+__attribute__((noinline)) int dispatch(unsigned long region, unsigned int level,
+                                       unsigned short trace_class, unsigned long id,
+                                       const void* data, int length) {
+  const TraceArguments record{region, level, trace_class, id, data, length};
+  Writer& writer = threadWriter();
+  if (!listener.empty()) notifyListener(record, writer.seat);
   const Published<TraceRing>::Use use(ring, writer.seat);
   const TraceRing* const to = use.get();
   return to == nullptr || to->store(record, writer) ? 0 : kFailed;
@@ -118,5 +125,5 @@ int kw_trace_write(unsigned long region, unsigned int level, unsigned short trac
                    unsigned long id, const void* data, int length) {
   using namespace kw::platform;
   if ((open_levels.load(std::memory_order_relaxed) & levelBit(level)) == 0) return 0;
-  return dispatch({region, level, trace_class, id, data, length});
+  return dispatch(region, level, trace_class, id, data, length);
 }

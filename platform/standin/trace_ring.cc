@@ -72,25 +72,29 @@ std::uint64_t nowNs() noexcept {
          static_cast<std::uint64_t>(now.tv_nsec);
 }
 
+/// Copies `kHalf` to 2 * `kHalf` bytes by two copies that may overlap.
+template <std::size_t kHalf>
+void copyHalves(unsigned char* to, const void* data, std::size_t bytes) noexcept {
+  const auto* from = static_cast<const unsigned char*>(data);
+  std::memcpy(to, from, kHalf);
+  std::memcpy(to + bytes - kHalf, from + bytes - kHalf, kHalf);
+}
+
 /// Copies the data of a record. The usual lengths get a copy without a call.
 void copyData(unsigned char* to, const void* data, std::size_t bytes) noexcept {
-  switch (bytes) {
-    case 16:
-      std::memcpy(to, data, 16);
-      break;
-    case 32:
-      std::memcpy(to, data, 32);
-      break;
-    default:
-      std::memcpy(to, data, bytes);
-      break;
+  if (bytes >= 16 && bytes <= 32) {
+    copyHalves<16>(to, data, bytes);
+  } else if (bytes >= 8 && bytes < 16) {
+    copyHalves<8>(to, data, bytes);
+  } else {
+    std::memcpy(to, data, bytes);
   }
 }
 
-void fill(trace_file::Body& body, const TraceArguments& record, const Writer& writer,
-          std::uint32_t claim) noexcept {
+inline __attribute__((always_inline)) void fill(trace_file::Body& body,
+                                                const TraceArguments& record, const Writer& writer,
+                                                std::uint32_t claim) noexcept {
   const auto length = static_cast<std::uint32_t>(std::max(record.length, 0));
-  body.time_ns = nowNs();
   body.process_id = writer.process;
   body.thread_id = writer.thread;
   body.region = static_cast<std::uint32_t>(record.region);
@@ -102,6 +106,7 @@ void fill(trace_file::Body& body, const TraceArguments& record, const Writer& wr
   if (body.length != 0) {
     copyData(body.data, record.data, std::min<std::size_t>(length, sizeof(body.data)));
   }
+  body.time_ns = nowNs();  // last: across the call there is nothing left to keep
 }
 
 constexpr std::uint64_t ownerWord(std::uint64_t former, std::uint32_t thread) {
@@ -161,21 +166,10 @@ void TraceRing::release() const noexcept {
   munmap(header_, static_cast<std::size_t>(trace_file::fileBytes(shape_)));
 }
 
-bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexcept {
-  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
-    LaneCursor once;
-    return storeAt(once, record, writer);
-  }
-  writer.storing = true;
-  std::atomic_signal_fence(std::memory_order_seq_cst);
-  const bool stored = storeAt(writer.cursor, record, writer);
-  std::atomic_signal_fence(std::memory_order_seq_cst);
-  writer.storing = false;
-  return stored;
-}
-
-bool TraceRing::storeAt(LaneCursor& cursor, const TraceArguments& record,
-                        Writer& writer) const noexcept {
+// Inside its callers, where the arguments of a record stay in registers.
+inline __attribute__((always_inline)) bool TraceRing::storeAt(LaneCursor& cursor,
+                                                              const TraceArguments& record,
+                                                              Writer& writer) const noexcept {
   if ((cursor.left == 0 || cursor.ring != number_) && !claim(writer, cursor)) {
     header_->dropped.fetch_add(1, std::memory_order_relaxed);
     return false;
@@ -189,6 +183,23 @@ bool TraceRing::storeAt(LaneCursor& cursor, const TraceArguments& record,
   slot.mark.store(trace_file::completeMark(number), std::memory_order_release);
   if (--cursor.left == 0) giveBack(*cursor.lane);
   return true;
+}
+
+bool TraceRing::storeOutOfTurn(TraceArguments record, Writer& writer) const noexcept {
+  LaneCursor once;
+  return storeAt(once, record, writer);
+}
+
+bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexcept {
+  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
+    return storeOutOfTurn(record, writer);
+  }
+  writer.storing = true;
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  const bool stored = storeAt(writer.cursor, record, writer);
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  writer.storing = false;
+  return stored;
 }
 
 /// Finds a lane for the next records of the calling thread. A wide one is not asked for again at

@@ -41,7 +41,9 @@ class TraceRing {
   TraceRing(void* mapping, const trace_file::Shape& shape) noexcept;
 
   bool storeAt(LaneCursor& cursor, const TraceArguments& record, Writer& writer) const noexcept;
-  bool claim(Writer& writer, LaneCursor& cursor) const noexcept;
+  __attribute__((noinline)) bool storeOutOfTurn(TraceArguments record,
+                                                Writer& writer) const noexcept;
+  __attribute__((noinline)) bool claim(Writer& writer, LaneCursor& cursor) const noexcept;
   bool claimOf(std::uint32_t first, std::uint32_t count, std::uint32_t thread,
                LaneCursor& cursor) const noexcept;
   bool take(std::uint32_t index, std::uint64_t claim, std::uint32_t thread,
