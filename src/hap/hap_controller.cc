@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/hap_controller.h"
 
-#include <algorithm>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "hap/module_key.h"
@@ -203,19 +203,19 @@ void HAPController::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& 
 }
 
 HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
-  const std::string key(name.begin(), std::find(name.begin(), name.end(), kKeySeparator));
+  const std::string_view key = keyOfHAP(name);
   if (key.empty()) {
     trace(kHAPExecNoKey, name);
     errUndefHAP(info, name);
   }
   const auto module = modules_.find(key);
   if (module == modules_.end()) {
-    trace(kHAPExecNoModule, key);
+    trace(kHAPExecNoModule, std::string(key));
     errUndefHAP(info, name);
   }
   void* address = module->second->getHAP(name);
   if (address == nullptr) {
-    trace(kHAPExecUnresolved, key);
+    trace(kHAPExecUnresolved, std::string(key));
     errUndefHAP(info, name);
   }
   return reinterpret_cast<HAPFunction>(address);

@@ -4,6 +4,7 @@
 #define KW_TRX_HAP_MODULE_KEY_H_
 
 #include <string>
+#include <string_view>
 
 #include "kw/trx/file_path.h"
 
@@ -26,6 +27,13 @@ inline std::string moduleKey(const std::string& file_name) {
   name.eraseFileExtension();
   name.toUpper();
   return name.value;
+}
+
+/// The key at the beginning of a HAP name. It has a few characters: a loop is quicker than a call.
+inline std::string_view keyOfHAP(const std::string& name) {
+  std::size_t length = 0;
+  while (length < name.size() && name[length] != kKeySeparator) ++length;
+  return std::string_view(name.data(), length);
 }
 
 inline bool isDebugModule(const std::string& key) { return key.rfind(kDebugModulePrefix, 0) == 0; }

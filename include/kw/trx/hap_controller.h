@@ -3,6 +3,7 @@
 #ifndef KW_TRX_HAP_CONTROLLER_H_
 #define KW_TRX_HAP_CONTROLLER_H_
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -75,7 +76,7 @@ class ZQM_TRX_API HAPController {
   static int callNotified(TRXInfo* info, hapapi::HAPAPI* api, HAPFunction function,
                           const Call& call);
 
-  std::map<std::string, HAPCache*> modules_;
+  std::map<std::string, HAPCache*, std::less<>> modules_;
   unsigned int nest_limit_ = 10;
   kw::dev::parts::LibSemaphore* semaphore_ = nullptr;
   bool exclusion_control_ = false;
