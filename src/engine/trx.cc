@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <utility>
 
 #include "kw/dev/parts/lib_semaphore.h"
 #include "kw/sysobj/tree_path.h"
@@ -219,16 +220,25 @@ int TRX::chkAndAddTRXInfo(TRXInfo* info) {
     trace(kTrxNoContext, requesterId());
     return -1;
   }
-  if (!registry_.insert(info).second) {
+  if (registry_.count(info) != 0) {
     trace(kTrxContextRunning, info->trxId);
     return -1;
+  }
+  if (spare_entry_.empty()) {
+    registry_.insert(info);
+  } else {
+    spare_entry_.value() = info;
+    registry_.insert(std::move(spare_entry_));
   }
   return 0;
 }
 
 void TRX::deleteTRXInfo(TRXInfo* info) {
   const MutexGuard guard(registry_mutex_);
-  registry_.erase(info);
+  auto entry = registry_.extract(info);
+  if (!entry.empty()) {
+    spare_entry_ = std::move(entry);
+  }
 }
 
 void TRX::checkExecHAPCondition(TRXInfo*) {

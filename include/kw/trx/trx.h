@@ -115,6 +115,8 @@ class ZQM_TRX_API TRX {
   std::atomic<bool> loading_{false};
   std::atomic<bool> stop_{false};
   std::set<TRXInfo*> registry_ ZQM_TRX_GUARDED_BY(registry_mutex_);
+  // That of a request that ended, so that the next one needs no memory for its entry.
+  std::set<TRXInfo*>::node_type spare_entry_ ZQM_TRX_GUARDED_BY(registry_mutex_);
 };
 
 }  // namespace kw::trx::trx
