@@ -27,7 +27,7 @@ bool operate(const kw::dev::parts::LibSemaphore& semaphore, short operation) {
 }  // namespace
 
 TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control, bool outermost)
-    : semaphore_(semaphore), exceptions_before_(static_cast<short>(std::uncaught_exceptions())) {
+    : semaphore_(semaphore), exceptions_before_(0) {
   if (semaphore_ == nullptr || !exclusion_control || !outermost) {
     return;
   }
@@ -42,6 +42,7 @@ TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control
     throw TRXException(kCodeLock);
   }
   semaphore_->held = true;
+  exceptions_before_ = static_cast<short>(std::uncaught_exceptions());
   locked_ = true;
 }
 

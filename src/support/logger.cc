@@ -107,11 +107,17 @@ constexpr unsigned int kTraceClass = 7;
 constexpr int kRegionOffset = 102;
 constexpr std::size_t kLogBufferSize = 512;
 
-}  // namespace
-
-Logger* Logger::getLogger() {
+__attribute__((noinline)) Logger* makeLogger() {
   static Logger logger;
   return &logger;
+}
+
+}  // namespace
+
+// Without the construction in it, the way of every call but the first needs no stack frame.
+Logger* Logger::getLogger() {
+  static Logger* const logger = makeLogger();
+  return logger;
 }
 
 Logger::Logger() : KWTrace(0, kTraceClass), output_(&std::cout) {}

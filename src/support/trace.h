@@ -28,9 +28,13 @@ struct TracePoint {
 /// The region that every record of the engine carries.
 constexpr int kTraceRegion = -1;
 
+/// Folds the level of a point into its call: most records are dropped at the level mask, and what
+/// comes before that counts in every request and row.
+#define ZQM_TRX_FOLDED __attribute__((always_inline)) inline
+
 /// Writes a record with the given values or text. Values not given are 0.
 template <typename... Arguments>
-inline void writeTrace(const TracePoint& point, Arguments... arguments) {
+ZQM_TRX_FOLDED void writeTrace(const TracePoint& point, Arguments... arguments) {
   clib_trx::Logger* logger = clib_trx::Logger::getLogger();
   switch (point.level) {
     case kLevelError:
@@ -48,20 +52,20 @@ inline void writeTrace(const TracePoint& point, Arguments... arguments) {
   }
 }
 
-inline void trace(const TracePoint& point, unsigned long v1 = 0, unsigned long v2 = 0,
-                  unsigned long v3 = 0, unsigned long v4 = 0) {
+ZQM_TRX_FOLDED void trace(const TracePoint& point, unsigned long v1 = 0, unsigned long v2 = 0,
+                          unsigned long v3 = 0, unsigned long v4 = 0) {
   writeTrace(point, v1, v2, v3, v4);
 }
 
-inline void trace(const TracePoint& point, unsigned long v1, unsigned long v2, unsigned long v3,
-                  unsigned long v4, unsigned long v5, unsigned long v6, unsigned long v7,
-                  unsigned long v8) {
+ZQM_TRX_FOLDED void trace(const TracePoint& point, unsigned long v1, unsigned long v2,
+                          unsigned long v3, unsigned long v4, unsigned long v5, unsigned long v6,
+                          unsigned long v7, unsigned long v8) {
   writeTrace(point, v1, v2, v3, v4, v5, v6, v7, v8);
 }
 
-inline void trace(const TracePoint& point, const char* text) { writeTrace(point, text); }
+ZQM_TRX_FOLDED void trace(const TracePoint& point, const char* text) { writeTrace(point, text); }
 
-inline void trace(const TracePoint& point, const std::string& text) {
+ZQM_TRX_FOLDED void trace(const TracePoint& point, const std::string& text) {
   writeTrace(point, text.c_str());
 }
 
