@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 #include "kw/platform.h"
 #include "kw/trx/hapapi/hapapi.h"
@@ -85,6 +86,8 @@ BenchEngine::BenchEngine() : engine_(kw::trx::trx::TRX::getInstance()) {
   kw::platform::setSystemRoot(folder_.path());
   folder_.write("kw/etc/kwpath.conf", "path.trx.conf=" + folder_.path() + "/trx.conf\n");
   engine_->setHAPAPI(new QuietAPI);
+  // The C library leaves the locked instructions out of a process that never had a second thread.
+  std::thread([] {}).join();
 }
 
 void BenchEngine::load(const std::vector<std::string>& modules,
