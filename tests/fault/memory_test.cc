@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Memory that runs out: the n-th allocation fails, for every n until none does.
+#include <sys/sem.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <set>
 
+#include "kw/dev/parts/lib_semaphore.h"
 #include "kw/trx/testing/engine_fixture.h"
+#include "kw/trx/trx_lock.h"
 
 namespace {
 
@@ -43,9 +48,9 @@ void operator delete[](void* block, std::size_t) noexcept { release(block); }
 namespace kw::trx::testing {
 namespace {
 
-class MemoryTest : public EngineFixture {
+class MemoryLockTest : public EngineFixture {
  protected:
-  MemoryTest() {
+  MemoryLockTest() {
     const std::string called = dir.write(
         "called.csv",
         "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_FailDetail,mode,STACK,20001 4 7\n,3,END,OVER\n");
@@ -54,9 +59,13 @@ class MemoryTest : public EngineFixture {
                   "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_Ok,,bad,1 2\n,3,CHECK,,,bad\n"
                   ",4,TABLE,called\n,5,END\nbad,6,WAIT,,0\n,7,END,a-message-that-is-too-long-for-a-"
                   "small-text\n");
-    configure({MODULE_TST, MODULE_PLAIN}, {called, main_table});
+    configure({MODULE_TST, MODULE_PLAIN}, {called, main_table},
+              "hapmodule.exec.exclusion.control=on\n");
+    trx::TRX::startUp();
+    semaphore_.get();
     start();
   }
+  ~MemoryLockTest() override { semctl(semaphore_.id, 0, IPC_RMID); }
 
   /// The outcome of `step`, whose own preparations may run out of memory as well.
   static std::string outcomeWith(const std::function<std::string()>& step) {
@@ -68,46 +77,53 @@ class MemoryTest : public EngineFixture {
   }
 
   /// Runs `step` with the first, the second, ... allocation failing until it is as with all of
-  /// them, and each time `undo`, after which nothing may be left over.
-  void failEach(const std::function<std::string()>& step, const std::string& expected,
-                const std::function<void()>& undo) {
+  /// them, and each time `undo`, after which nothing may be left over and the lock is free. Returns
+  /// what the failing steps ended with.
+  std::set<std::string> failEach(const std::function<std::string()>& step,
+                                 const std::string& expected, const std::function<void()>& undo) {
     step();
     undo();
-    const long before = living;
-    int failed = 0;
+    long before = living;
+    std::set<std::string> outcomes;
     for (long n = 0;; ++n) {
       countdown = n;
       const std::string outcome = outcomeWith(step);
       const bool used_up = countdown < 0;
       countdown = -1;
       undo();
-      ASSERT_EQ(living, before) << "leaked when allocation " << n << " failed: " << outcome;
       if (!used_up) {
         EXPECT_EQ(outcome, expected);
-        break;
+        return outcomes;
       }
-      ++failed;
+      EXPECT_EQ(living, before) << "leaked when allocation " << n << " failed: " << outcome;
+      EXPECT_EQ(semctl(semaphore_.id, 0, GETVAL), 1);
       engine->hapExecWaiting();  // returns at once: no context was left running
+      const long without_outcome = living;
+      outcomes.insert(outcome);
+      before += living - without_outcome;
     }
-    EXPECT_GT(failed, 0);
   }
+
+  kw::dev::parts::LibSemaphore semaphore_{trx::kExclusionSemaphoreKey};
 };
 
-TEST_F(MemoryTest, EveryFailingAllocationOfALoadLeavesTheEngineUsable) {
-  failEach([this] { return outcomeOf([this] { engine->load(false); }); }, "ok",
-           [this] { engine->load(false); });
+TEST_F(MemoryLockTest, EveryFailingAllocationOfALoadLeavesTheEngineUsable) {
+  const std::set<std::string> outcomes =
+      failEach([this] { return outcomeOf([this] { engine->load(false); }); }, "ok",
+               [this] { engine->load(false); });
+  EXPECT_EQ(outcomes, (std::set<std::string>{"TRX 70004", "TRX 70005", "TRX 70006", "other"}));
   trx::TRXInfo info;
   EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
 }
 
-TEST_F(MemoryTest, EveryFailingAllocationOfARequestLeavesTheEngineUsable) {
+TEST_F(MemoryLockTest, EveryFailingAllocationOfARequestLeavesTheEngineUsable) {
   kw::sysobj::Component unit(300, 1, "a unit with a name that needs memory of its own");
   units = {&unit};
   const unsigned int para[] = {0x20001, 8, 1, 2};
   const auto request = [&](trx::TRXInfo& info) {
     return execHAP(info, "TST_FailDetail", "a mode that needs memory of its own", para);
   };
-  failEach(
+  const std::set<std::string> outcomes = failEach(
       [&] {
         trx::TRXInfo info;
         const std::string outcome = request(info);
@@ -115,18 +131,20 @@ TEST_F(MemoryTest, EveryFailingAllocationOfARequestLeavesTheEngineUsable) {
         return outcome;
       },
       "TRX 7000a", [] {});
+  EXPECT_EQ(outcomes, std::set<std::string>{"other"});
 }
 
-TEST_F(MemoryTest, EveryFailingAllocationOfATableLeavesTheEngineUsable) {
-  failEach(
+TEST_F(MemoryLockTest, EveryFailingAllocationOfATableLeavesTheEngineUsable) {
+  const std::set<std::string> outcomes = failEach(
       [&] {
         trx::TRXInfo info;
         return outcomeOf([&] { engine->execTable(&info, units, "main"); });
       },
       "TRX 7000b", [] {});
+  EXPECT_EQ(outcomes, std::set<std::string>{"other"});
 }
 
-TEST_F(MemoryTest, ManyReloadsLeaveNothingBehind) {
+TEST_F(MemoryLockTest, ManyReloadsLeaveNothingBehind) {
   engine->load(false);
   const long before = living;
   for (int round = 0; round < 1000; ++round) {

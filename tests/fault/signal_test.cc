@@ -62,23 +62,25 @@ TEST_F(SignalTest, WaitsLastAtLeastTheirTime) {
 TEST_F(SignalTest, LoadWaitsForItsRequestAllTheSame) {
   configure({MODULE_TST}, {});
   start();
-  trx::TRXInfo info;
-  unsigned int words[2] = {0, 0};
-  std::thread holding([&] { EXPECT_EQ(execHAP(info, "TST_Hold", "", nullptr, words), "ok"); });
-  while (__atomic_load_n(&words[0], __ATOMIC_ACQUIRE) == 0) {
-    usleep(1000);
+  for (const int flags : {0, SA_RESTART}) {
+    trx::TRXInfo info;
+    unsigned int words[2] = {0, 0};
+    std::thread holding([&] { EXPECT_EQ(execHAP(info, "TST_Hold", "", nullptr, words), "ok"); });
+    while (__atomic_load_n(&words[0], __ATOMIC_ACQUIRE) == 0) {
+      usleep(1000);
+    }
+    std::thread releasing([&words] {
+      usleep(300000);
+      __atomic_store_n(&words[1], 1U, __ATOMIC_RELEASE);
+    });
+    {
+      const Interruptions interruptions(flags);
+      engine->load(false);
+      EXPECT_EQ(__atomic_load_n(&words[1], __ATOMIC_ACQUIRE), 1U);
+    }
+    releasing.join();
+    holding.join();
   }
-  std::thread releasing([&words] {
-    usleep(300000);
-    __atomic_store_n(&words[1], 1U, __ATOMIC_RELEASE);
-  });
-  {
-    const Interruptions interruptions(0);
-    engine->load(false);
-    EXPECT_EQ(__atomic_load_n(&words[1], __ATOMIC_ACQUIRE), 1U);
-  }
-  releasing.join();
-  holding.join();
 }
 
 TEST_F(SignalTest, LockRefusesWhenItsWaitIsInterrupted) {
