@@ -42,6 +42,7 @@ install(FILES
   cmake/zqm_trx_hap_module.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
+file(RELATIVE_PATH prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zqm_trx.pc.in zqm_trx.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqm_trx.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

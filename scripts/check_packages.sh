@@ -29,6 +29,19 @@ for package in "$work"/packages/*.deb; do
 done
 build_rig_against "$work/unpacked/usr" "$work/rig-unpacked"
 
-PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name zqm_trx.pc)") \
-  pkg-config --exact-version="$(sed -n 's/.*VERSION \([0-9.]*\) LANGUAGES.*/\1/p' "$tree/CMakeLists.txt")" zqm_trx
-echo "pkg-config knows the version"
+tool=$work/unpacked/usr/bin/trxctl
+LD_LIBRARY_PATH=$(dirname "$(find "$work/unpacked" -name libzqm_trx.so)") "$tool" --version >/dev/null
+echo "the tool of its package runs"
+
+version=$(sed -n 's/.*VERSION \([0-9.]*\) LANGUAGES.*/\1/p' "$tree/CMakeLists.txt")
+export PKG_CONFIG_PATH
+PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name zqm_trx.pc)")
+pkg-config --exact-version="$version" zqm_trx
+cat >"$work/host.cc" <<EOF
+#include "kw/trx/trx.h"
+int main() { return kw::trx::trx::TRX::getInstance()->isStopFlag() ? 1 : 0; }
+EOF
+read -ra flags <<<"$(pkg-config --cflags --libs zqm_trx)"
+c++ -std=c++17 "$work/host.cc" "${flags[@]}" -o "$work/host"
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir zqm_trx) "$work/host"
+echo "a host built with pkg-config runs"
