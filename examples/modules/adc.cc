@@ -39,7 +39,7 @@ ZQM_HAP(ADC_Measure) {
 // Fails unless a rail has para[0] to para[1] millivolts.
 ZQM_HAP(ADC_Expect) {
   unsigned int millivolts = 0;
-  if (!measure(info, millivolts)) {
+  if (para == nullptr || !measure(info, millivolts)) {
     return 1;
   }
   if (millivolts < para[0] || millivolts > para[1]) {

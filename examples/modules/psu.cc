@@ -35,7 +35,7 @@ void runNested(kw::trx::trx::TRXInfo* info, const std::string& name, const unsig
 // Sets the voltage of a rail. para[0]: millivolts.
 ZQM_HAP(PSU_SetVoltage) {
   const int rail = railOf(info);
-  if (rail < 0) {
+  if (rail < 0 || para == nullptr) {
     return 1;
   }
   if (para[0] > kMaxMillivolts) {
