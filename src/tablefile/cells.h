@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <typeinfo>
+#include <vector>
 
 #include "kw/trx/table_data.h"
 #include "kw/trx/table_format.h"
@@ -27,18 +28,34 @@ class Cells {
   bool inPlace() const { return in_place_; }
 
   /// Text of a cell, valid until the same column is read again; empty for one that does not exist.
-  const std::string& text(unsigned int row, Column column) {
-    if (in_place_) {
-      return data_.look(row, column);
+  __attribute__((always_inline)) const std::string& text(unsigned int row, Column column) {
+    if (cells_ == nullptr || row != row_ || column >= cells_->size()) {
+      return textAnew(row, column);
     }
-    return copies_[column] = format_.getMember(row, kColumnNames[column]);
+    return (*cells_)[column];
   }
 
  private:
+  /// As `text`, for the first cell of a row and for those that are not looked at in place.
+  const std::string& textAnew(unsigned int row, Column column) {
+    if (!in_place_) {
+      return copies_[column] = format_.getMember(row, kColumnNames[column]);
+    }
+    const std::vector<std::string>* cells = data_.cellsOf(row);
+    if (cells == nullptr || column >= cells->size()) {
+      return data_.look(row, column);  // which traces what is missing
+    }
+    row_ = row;
+    cells_ = cells;
+    return (*cells_)[column];
+  }
+
   TblFmt00& format_;
   const TableData& data_;
   const bool in_place_;
   std::array<std::string, kColumns> copies_;
+  const std::vector<std::string>* cells_ = nullptr;  // those looked at last
+  unsigned int row_ = 0;                             // and their row
 };
 
 /// Allowed characters of a cell.

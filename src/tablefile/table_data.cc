@@ -116,6 +116,11 @@ const std::string& TableData::look(unsigned int row, unsigned int col) const {
   return cells[static_cast<std::size_t>(column_index)];
 }
 
+const std::vector<std::string>* TableData::cellsOf(unsigned int row) const {
+  const int index = static_cast<int>(row);
+  return csv_ == nullptr || index < 0 || index >= csv_->rowCount() ? nullptr : &(*csv_)[index];
+}
+
 int TableData::getTblDefKey(const std::string& key) const {
   if (csv_ == nullptr) {
     trace(kDataKeyEmptyFile, requesterId());

@@ -4,6 +4,7 @@
 #define KW_TRX_TABLE_DATA_H_
 
 #include <string>
+#include <vector>
 
 #include "kw/trx/export.h"
 
@@ -56,6 +57,10 @@ class ZQM_TRX_API TableData {
   /// The text that `getMember` copies; valid until the next `load` or `unload`.
   __attribute__((visibility("hidden"))) const std::string& look(unsigned int row,
                                                                 unsigned int col) const;
+
+  /// The cells of `row`, valid as long; null when there is no such row.
+  __attribute__((visibility("hidden"))) const std::vector<std::string>* cellsOf(
+      unsigned int row) const;
 
   std::string file_path_;
   kw::util::config::CommaSeparatedValues* csv_ = nullptr;
