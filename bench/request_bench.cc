@@ -20,17 +20,15 @@ using bench::Reference;
 using kw::trx::trx::TRX;
 using kw::trx::trx::TRXInfo;
 
-constexpr int kLongTableRows = 1000;
-constexpr int kShortTableRows = 200;
+constexpr int kTableRows = 1000;
 
 const bench::BenchEngine& engine() {
   static const bench::BenchEngine* const made = [] {
     static const bench::BenchEngine loaded;
     const bench::Folder& folder = loaded.folder();
     loaded.load({bench::moduleFile(0), bench::moduleFile(1)},
-                {folder.write("long.csv", bench::tableText(kLongTableRows, "BM0_Run")),
-                 folder.write("short0.csv", bench::tableText(kShortTableRows, "BM0_Run")),
-                 folder.write("short1.csv", bench::tableText(kShortTableRows, "BM1_Run"))});
+                {folder.write("rows0.csv", bench::tableText(kTableRows, "BM0_Run")),
+                 folder.write("rows1.csv", bench::tableText(kTableRows, "BM1_Run"))});
     return &loaded;
   }();
   return *made;
@@ -40,18 +38,15 @@ const bench::BenchEngine& engine() {
 class Requester {
  public:
   explicit Requester(int module)
-      : hap_("BM" + std::to_string(module) + "_Run"), table_("short" + std::to_string(module)) {}
+      : hap_("BM" + std::to_string(module) + "_Run"), table_("rows" + std::to_string(module)) {}
 
   void request() { engine().get()->execHAP(&info_, units_, hap_, mode_, nullptr, nullptr); }
 
-  void runTable(const std::string& name) {
-    engine().get()->execTable(&info_, units_, name);
+  /// Runs the table of the module, and returns the number of its rows.
+  int runTable() {
+    engine().get()->execTable(&info_, units_, table_);
     info_.initialize();
-  }
-
-  int runShortTable() {
-    runTable(table_);
-    return kShortTableRows;
+    return kTableRows;
   }
 
  private:
@@ -83,15 +78,15 @@ void requests(benchmark::State& state) {
 /// One iteration runs a table of many rows; what the request around them costs is among them.
 void rows(benchmark::State& state) {
   Requester requester(0);
-  requester.runTable("long");
-  const double records = bench::countRecords([&] { requester.runTable("long"); });
+  requester.runTable();
+  const double records = bench::countRecords([&] { requester.runTable(); });
   const auto ring = ringFor(state);
   const Reference reference(state);
   for ([[maybe_unused]] auto iteration : state) {
-    requester.runTable("long");
+    requester.runTable();
   }
-  state.counters["operations"] = kLongTableRows;
-  state.counters["records"] = records / kLongTableRows;
+  state.counters["operations"] = kTableRows;
+  state.counters["records"] = records / kTableRows;
 }
 
 /// Two threads on two contexts, whose HAPs are in module 0 and in module `second_module`.
@@ -111,7 +106,7 @@ void rowsInThreads(benchmark::State& state, int second_module) {
   std::array<Requester, 2> requesters{Requester(0), Requester(second_module)};
   const auto ring = ringFor(state);
   bench::compareThreads(state, [&requesters](int thread) {
-    return requesters[static_cast<std::size_t>(thread)].runShortTable();
+    return requesters[static_cast<std::size_t>(thread)].runTable();
   });
 }
 
