@@ -182,11 +182,11 @@ INSTANTIATE_TEST_SUITE_P(Ring, CrowdTest,
                          [](const auto& crowd) { return std::string(crowd.param.name); });
 
 TEST_F(TraceRingTest, RecordsOfThreadsComeInTheirOrderAndTheDeadMakeRoom) {
-  open(1024);  // 256 lanes that a thread has for itself
+  open(512);  // 128 lanes that a thread has for itself
   for (unsigned long id = 0; id < 300; ++id) std::thread(write, id).join();
   std::string newest;
-  for (unsigned long id = 44; id < 300; ++id) newest += std::to_string(id) + " ";
-  EXPECT_EQ(readIds(), newest + "lost 44");
+  for (unsigned long id = 172; id < 300; ++id) newest += std::to_string(id) + " ";
+  EXPECT_EQ(readIds(), newest + "lost 172");
 }
 
 TEST_F(TraceRingTest, RecordsOfAKilledChildStandBesideItsParents) {
