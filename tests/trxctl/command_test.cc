@@ -123,36 +123,69 @@ TEST_F(CommandTest, ModulesTellWhatTheyExportAndWhetherTheyWouldLoad) {
 }
 
 TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
+  const struct {
+    const char* arguments;
+    const char* output;
+  } cases[] = {
+      {"TST_Ok --para 0xce4 --mode fast",
+       "HAP TST_Ok succeeded\n"
+       "  result word 0: 3300 (0xce4)\n"
+       "  result word 1: 4 (0x4)\n"
+       "= 0\n"},
+      {"TST_Units --unit 300:2:rack/rail --unit 301:1 --results 3",
+       "HAP TST_Units succeeded\n"
+       "  result word 0: 262146 (0x40002)\n"
+       "  result word 1: 0 (0x0)\n"
+       "  result word 2: 1 (0x1)\n"
+       "= 0\n"},
+      {"TST_FailDetail --para 0x20005 --para 8 --para 1 --para 0xff",
+       "HAP TST_FailDetail failed with 0x7000a: a HAP failed\n"
+       "  last error record, of HAP TST_FailDetail:\n"
+       "    error code: 0x20005, a HAP's own error, with its detail\n"
+       "    detail: 0x1 0xff\n"
+       "= 1\n"},
+      {"TST_FailAPI --para 0x40001 --para 6",
+       "HAP TST_FailAPI failed with 0x7000a: a HAP failed\n"
+       "  last error record, of HAP TST_FailAPI:\n"
+       "    error code: 0x40001, an error of the HAP API, with its data\n"
+       "    API data: 0x3020100 0x504, as text: ......\n"
+       "= 1\n"},
+      {"TST_Throw --para 1",
+       "HAP TST_Throw failed with an exception that is not the engine's: test\n= 1\n"},
+      {"TST_Throw --para 0 --para 0x70003",
+       "HAP TST_Throw failed with 0x70003: a WAIT row hands its wait to the requester; this is no "
+       "failure\n= 1\n"},
+      {"TST_Exit", "HAP TST_Exit failed: its HAP ended the thread that ran it\n= 1\n"},
+      {"TST_Throw --para 0 --para 0x12345",
+       "HAP TST_Throw failed with 0x12345\n"
+       "  reason: the HAP threw an exception with code 0x12345\n= 1\n"},
+      {"TST_Nest --para 1 --results 1",
+       "HAP TST_Nest failed with 0x7000a: a HAP failed\n"
+       "  reason: HAP TST_Nest is nested too deeply in itself\n"
+       "  result word 0: 11 (0xb)\n"
+       "= 1\n"},
+      {"NO_Such",
+       "HAP NO_Such failed with 0x7000a: a HAP failed\n"
+       "  reason: no module with the key NO is loaded\n"
+       "  last error record, of HAP NO_Such:\n"
+       "    error code: 0x1000001, the HAP is not defined\n"
+       "= 1\n"},
+  };
   configure({});
-  EXPECT_EQ(run("hap TST_Ok --root . --para 0xce4 --mode fast"),
-            "HAP TST_Ok succeeded\n"
-            "  result word 0: 3300 (0xce4)\n"
-            "  result word 1: 4 (0x4)\n"
-            "= 0\n");
-  EXPECT_EQ(run("hap TST_Units --root . --unit 300:2:rack/rail --unit 301:1 --results 3"),
-            "HAP TST_Units succeeded\n"
-            "  result word 0: 262146 (0x40002)\n"
-            "  result word 1: 0 (0x0)\n"
-            "  result word 2: 1 (0x1)\n"
-            "= 0\n");
-  EXPECT_EQ(run("hap TST_FailDetail --root . --para 0x20005 --para 8 --para 1 --para 0xff"),
-            "HAP TST_FailDetail failed with 0x7000a: a HAP failed\n"
-            "  HAP: TST_FailDetail\n"
-            "  error code: 0x20005, a HAP's own error, with its detail\n"
-            "  detail: 0x1 0xff\n"
-            "= 1\n");
-  EXPECT_EQ(run("hap TST_FailAPI --root . --para 0x40001 --para 6"),
-            "HAP TST_FailAPI failed with 0x7000a: a HAP failed\n"
-            "  HAP: TST_FailAPI\n"
-            "  error code: 0x40001, an error of the HAP API, with its data\n"
-            "  API data: 0x3020100 0x504\n"
-            "= 1\n");
-  EXPECT_EQ(run("hap TST_Throw --root . --para 1"),
-            "HAP TST_Throw failed with an exception that is not the engine's: test\n= 1\n");
-  EXPECT_EQ(run("hap TST_Ok --root . --unit rail2"),
-            "! --unit: 'rail2' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2\n"
-            "! Run with --help for more information.\n"
-            "= 2\n");
+  for (const auto& [arguments, output] : cases) {
+    EXPECT_EQ(run(std::string("hap --root . ") + arguments), output);
+  }
+  for (const char* unit : {"rail2", "300", "300:2:", "300:2:rack//rail2", "-1:2", "300 :2", ":2"}) {
+    EXPECT_EQ(run("hap TST_Ok --root . --unit '" + std::string(unit) + "'"),
+              "! --unit: '" + std::string(unit) +
+                  "' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2\n"
+                  "! Run with --help for more information.\n"
+                  "= 2\n");
+  }
+  for (const char* word : {"010", "0x", "-1", "1e5", "0x100000000", "4294967296"}) {
+    EXPECT_EQ(run("hap TST_Ok --root . --para=" + std::string(word)).rfind("! --para: ", 0), 0U)
+        << word;
+  }
   configure({"gone.csv"});
   EXPECT_EQ(
       run("hap TST_Ok --root ."),
@@ -170,7 +203,10 @@ TEST_F(CommandTest, TableShowsItsRowsAsTheyRun) {
   writeTable("inner.csv", ",1,START\n,2,WAIT,,20\n,a,HAP,TST_Fail,,STACK,1 99\n,3,END\n");
   writeTable("bad.csv", ",1,START\n,2,TABLE,gone\n,3,END\n");
   writeTable("no.csv", ",1,START\n,2,END,NO_POWER\n");
-  configure({"outer.csv", "inner.csv", "bad.csv", "no.csv"},
+  writeTable("stale.csv",
+             ",1,START\n,2,HAP,TST_FailDetail,,NOP,20005 4 7\n,3,HAP,NO_Such,,NOP\n"
+             ",4,HAP,TST_Throw,,,0 12345\n,5,END\n");
+  configure({"outer.csv", "inner.csv", "bad.csv", "no.csv", "stale.csv"},
             "haptable.tblcmd.wait.handler=requester\n");
   EXPECT_EQ(runRows("table outer --root . --unit 300:2:rack/rail"), readFile(GOLDEN "/table.txt"));
   EXPECT_EQ(runRows("table bad --root ."),
@@ -178,8 +214,11 @@ TEST_F(CommandTest, TableShowsItsRowsAsTheyRun) {
             "bad             2  TABLE gone\n"
             "             table gone is not loaded\n"
             "table bad failed with 0x7000b: the table ended with error\n"
-            "  error code: 0x1000002, a table that the run names is not loaded\n"
+            "  reason: table gone is not loaded\n"
+            "  last error record:\n"
+            "    error code: 0x1000002, a table that the run names is not loaded\n"
             "= 1\n");
+  EXPECT_EQ(runRows("table stale --root ."), readFile(GOLDEN "/stale.txt"));
   EXPECT_EQ(runRows("table no --root ."),
             "no              1  START\n"
             "no              2  END NO_POWER\n"
@@ -238,13 +277,23 @@ TEST_F(CommandTest, ExplainKnowsCodesAndTraceIds) {
             "  do:     run trxctl check on the file: it names line, column and reason of every "
             "fault\n"
             "= 0\n");
-  EXPECT_EQ(run("explain 0x60001"),
-            "0x60001 is no code of the engine. As an error code of a request:\n"
-            "  means:  a HAP's own error, with its detail\n"
-            "  do:     look into the documentation of the HAP that failed\n"
-            "= 0\n");
-  EXPECT_EQ(run("explain 7000g"),
-            "! trxctl: '7000g' is no hexadecimal code; write one such as 7000a or 0x7000a\n= 2\n");
+  const auto own_code = [](const std::string& code, const std::string& meaning) {
+    return code +
+           " is no code and no trace id of the engine. As the error code or exception of a HAP:\n"
+           "  means:  " +
+           meaning + "\n  do:     look into the documentation of the HAP that failed\n= 0\n";
+  };
+  EXPECT_EQ(run("explain 1060001"), own_code("0x1060001", "a HAP's own error, with its detail"));
+  EXPECT_EQ(run("explain 0x40001"), own_code("0x40001", "an error of the HAP API, with its data"));
+  EXPECT_EQ(run("explain 12"), own_code("0x12", "an error without detail"));
+  for (const std::string text : {"7000g", "", "0x", "+7000a", " 7000a", "17000000a"}) {
+    EXPECT_EQ(run("explain '" + text + "'"), "! trxctl: '" + text +
+                                                 "' is no hexadecimal code; write one such as "
+                                                 "7000a or 0x7000a\n= 2\n");
+  }
+  EXPECT_EQ(run("explain 458762"),
+            "! trxctl: '458762' is no hexadecimal code of the engine; if it is a decimal one, run "
+            "trxctl explain 0x7000a\n= 2\n");
 }
 
 TEST_F(CommandTest, EveryErrorOfTheCatalogueComesWithAdvice) {

@@ -234,12 +234,18 @@ TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
   for (std::string line; std::getline(lines, line);) {
     shown += line.substr(line.find(' ', line.find('/')) + 1) + "\n";
   }
-  EXPECT_EQ(shown,
-            "info   04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
-            "error  01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
-            "error  01003001 the HAP that failed is TST_Fail  (HAPController::errExecHAP)\n"
-            "error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
-            "error  01003003 the error has no detail  (HAPController::errExecHAP)\n");
+  EXPECT_EQ(
+      shown,
+      "0xdef      info   04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
+      "0xdef      error  01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
+      "0xdef      error  01003001 the HAP that failed is TST_Fail  "
+      "(HAPController::errExecHAP)\n"
+      "0xdef      error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
+      "0xdef      error  01003003 the error has no detail  (HAPController::errExecHAP)\n");
+  for (const char* id : {"0x", "def0def0d", "x1", ""}) {
+    EXPECT_EQ(runTool("trace --request='" + std::string(id) + "' " + ring).substr(0, 13),
+              "! --request: ");
+  }
 }
 
 }  // namespace

@@ -45,9 +45,11 @@ constexpr CodeText kCodes[] = {
              "not loaded, or a table is nested in itself beyond its limit",
              "read errTableName, errCmdNumber and getTblRtnMsg(), or run trxctl table"),
     ZQM_CODE(kCodeLock, "the exclusion semaphore cannot be taken",
-             "TRX::startUp was never called on this system, another thread of this process holds "
-             "it, or a signal came in between",
-             "call TRX::startUp once per system and run one outermost HAP a process at a time"),
+             "TRX::startUp was never called on this system, the semaphore was removed or is not "
+             "permitted to this user, another thread of this process holds it, or a signal came in "
+             "between",
+             "call TRX::startUp once per system and run one outermost HAP a process at a time; "
+             "ipcs -s shows the semaphore under key 0x0056f9a0"),
     ZQM_CODE(kCodeUnlock, "the exclusion semaphore cannot be given back",
              "somebody removed the semaphore while a HAP ran",
              "call TRX::startUp again and load the engine anew"),

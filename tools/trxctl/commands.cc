@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -14,6 +15,9 @@
 
 namespace kw::trx::trxctl {
 namespace {
+
+constexpr int kHexBase = 16;
+constexpr std::size_t kHexDigits = 8;
 
 bool hasColours() {
   const char* const unwanted = std::getenv("NO_COLOR");
@@ -70,6 +74,15 @@ std::string hexText(unsigned long number) {
   std::ostringstream out;
   out << "0x" << std::hex << number;
   return out.str();
+}
+
+std::optional<std::uint32_t> hexNumber(const std::string& text) {
+  const std::size_t begin = text.rfind("0x", 0) == 0 ? 2 : 0;
+  const char* const end = text.data() + text.size();
+  std::uint32_t number = 0;
+  const auto read = std::from_chars(text.data() + begin, end, number, kHexBase);
+  const bool whole = read.ec == std::errc() && read.ptr == end && text.size() - begin <= kHexDigits;
+  return whole ? std::optional<std::uint32_t>(number) : std::nullopt;
 }
 
 std::string absolutePath(const std::string& file) {

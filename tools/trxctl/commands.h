@@ -4,7 +4,10 @@
 #define KW_TRX_TOOLS_TRXCTL_COMMANDS_H_
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace kw::trx::trxctl {
 
@@ -38,6 +41,10 @@ std::string paint(Colour colour, const std::string& text);
 
 /// `number` as 0x and hexadecimal digits.
 std::string hexText(unsigned long number);
+
+/// The number that `text` writes in hexadecimal, 1 to 8 digits with or without 0x; none when it is
+/// anything else.
+std::optional<std::uint32_t> hexNumber(const std::string& text);
 
 /// The whole path of `file`, which counts from the working folder: the engine counts all paths from
 /// the root directory.

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "kw/trx/errors.h"
 #include "support/trace.h"
@@ -13,10 +14,6 @@
 
 namespace kw::trx::trxctl {
 namespace {
-
-constexpr int kHexBase = 16;
-constexpr unsigned long kCodeMax = 0xffffffff;
-constexpr unsigned int kClassShift = 24;
 
 /// Usual causes of the records from `first` to `last`, and what to do.
 struct Advice {
@@ -31,12 +28,19 @@ constexpr Advice kAdvice[] = {
     {trx::kHAPCacheUnresolved.id, trx::kHAPCacheUnresolved.id,
      "the name is misspelt, or the module lacks ZQM_HAP() for it",
      "compare with the names that trxctl modules lists"},
+    {trx::kHAPLoadNoKey.id, trx::kHAPLoadNoKey.id,
+     "the file is not called libzq_hap_KEY.so, or nothing stands where its key should",
+     "rename the module file, and name it so in the configuration"},
     {trx::kHAPLoadNoKeySkipped.id, trx::kHAPLoadForeignException.id,
      "a listed module is missing, of another architecture, or has unresolved symbols",
      "run trxctl modules"},
-    {trx::kHAPLoadSemaphoreMissing.id, trx::kHAPLoadSemaphoreException.id,
-     "TRX::startUp was not called on this system since it was booted",
+    {trx::kHAPLoadSemaphoreMissing.id, trx::kHAPLoadSemaphoreMissing.id,
+     "TRX::startUp was not called on this system since it was booted, or the semaphore was removed",
      "call TRX::startUp once per system before the load"},
+    {trx::kHAPLoadSemaphoreNoMemory.id, trx::kHAPLoadSemaphoreNoMemory.id,
+     "the process has no memory left, or a limit on it", "free some and load again"},
+    {trx::kHAPLoadSemaphoreException.id, trx::kHAPLoadSemaphoreException.id,
+     "the platform's semaphore threw", "look into the platform library, then load again"},
     {trx::kHAPExecNoContext.id, trx::kHAPExecNoContext.id, "the host or HAP passed a null context",
      "pass the TRXInfo of the request"},
     {trx::kHAPExecNoKey.id, trx::kHAPExecUnresolved.id,
@@ -66,7 +70,7 @@ constexpr Advice kAdvice[] = {
     {trx::kTrxTableRefused.id, trx::kTrxContextRunning.id, "two threads share one context",
      "use one TRXInfo a request"},
     {trx::kTrxSemaphoreNotCreated.id, trx::kTrxSemaphoreNotCreated.id,
-     "usually it exists already, which is no failure", "ipcs -s shows it under key 5700000"},
+     "usually it exists already, which is no failure", "ipcs -s shows it under key 0x0056f9a0"},
     {trx::kConfigNoPathFile.id, trx::kConfigNoEntry.id,
      "a file or a key of the configuration is missing or misspelt", "run trxctl config"},
     {trx::kErrorNoAPIData.id, trx::kInfoTableStackEmpty.id,
@@ -120,32 +124,48 @@ void explainPoint(const Point& point) {
   }
 }
 
-int explain(const std::string& code) {
-  char* end = nullptr;
-  const unsigned long number = std::strtoul(code.c_str(), &end, kHexBase);
-  if (end == code.c_str() || *end != '\0' || number > kCodeMax) {
-    return fail("'" + code + "' is no hexadecimal code; write one such as 7000a or 0x7000a");
-  }
-  const auto value = static_cast<unsigned int>(number);
-  const CodeText* text = findCode(value);
-  const Point* point = findPoint(value);
+/// Explains the code or trace id of the engine with this number; false when there is none.
+bool explainKnown(std::uint32_t number) {
+  const CodeText* text = findCode(number);
+  const Point* point = findPoint(number);
   if (text != nullptr) {
     explainCode(*text);
   }
   if (point != nullptr) {
     explainPoint(*point);
   }
-  if (text != nullptr || point != nullptr) {
+  return text != nullptr || point != nullptr;
+}
+
+/// The number that `code` is in decimal, when that is a code or trace id of the engine.
+std::optional<std::uint32_t> knownDecimal(const std::string& code) {
+  std::uint32_t number = 0;
+  const char* const end = code.data() + code.size();
+  const auto read = std::from_chars(code.data(), end, number);
+  const bool known = read.ec == std::errc() && read.ptr == end &&
+                     (findCode(number) != nullptr || findPoint(number) != nullptr);
+  return known ? std::optional<std::uint32_t>(number) : std::nullopt;
+}
+
+int explain(const std::string& code) {
+  const std::optional<std::uint32_t> number = hexNumber(code);
+  if (number && explainKnown(*number)) {
     return kExitOk;
   }
-  if ((value & (trx::kRecordClassHAP | trx::kRecordClassAPI)) != 0 && value >> kClassShift == 0) {
-    std::cout << hexText(value) << " is no code of the engine. As an error code of a request:\n";
-    printPart("means:  ", recordCodeMeaning(value));
-    printPart("do:     ", "look into the documentation of the HAP that failed");
-    return kExitOk;
+  if (const auto decimal = knownDecimal(code)) {
+    return fail("'" + code +
+                "' is no hexadecimal code of the engine; if it is a decimal one, run " +
+                "trxctl explain " + hexText(*decimal));
   }
-  return fail(hexText(value) + " is no exception code, error code or trace id of the engine; " +
-              "codes are written as trxctl trace and the host show them, in hexadecimal");
+  if (!number) {
+    return fail("'" + code + "' is no hexadecimal code; write one such as 7000a or 0x7000a");
+  }
+  std::cout << hexText(*number)
+            << " is no code and no trace id of the engine. As the error code or "
+            << "exception of a HAP:\n";
+  printPart("means:  ", recordCodeMeaning(*number));
+  printPart("do:     ", "look into the documentation of the HAP that failed");
+  return kExitOk;
 }
 
 /// The trace reference of the documentation.
@@ -174,7 +194,7 @@ void addExplainCommand(CLI::App& app, int& status) {
       addCommand(app, "explain", "Explains exception codes, error codes and trace ids",
                  "What it means, its usual causes, and what to do. Codes are hexadecimal.\n"
                  "Example: trxctl explain 0x7000b\n"
-                 "Exit status: 0 all codes are known; 2 one is not.");
+                 "Exit status: 0 all codes were explained; 2 a word is no hexadecimal code.");
   auto all = std::make_shared<bool>(false);
   CLI::Option* option = command->add_option("CODE", *codes, "Codes such as 7000b or 0x7000b");
   command->add_flag("--all", *all, "Print a page with every trace id instead")->excludes(option);

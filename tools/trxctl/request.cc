@@ -1,24 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/request.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <sstream>
 
 #include "kw/platform.h"
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/trx.h"
 #include "kw/trx/trx_config.h"
-#include "support/trace.h"
 #include "trxctl/codes.h"
 #include "trxctl/commands.h"
 #include "trxctl/configuration.h"
+#include "trxctl/failure_reason.h"
 #include "trxctl/record_collector.h"
-#include "trxctl/trace_catalogue.h"
 
 namespace kw::trx::trxctl {
 namespace {
@@ -38,24 +42,12 @@ class QuietAPI : public hapapi::HAPAPI {
 
 trx::TRX* interrupted_engine = nullptr;
 
-void stopEngine(int) { interrupted_engine->setStopFlag(true); }
-
-/// What the records of a failed load say, in the order of its steps.
-std::string reasonOf(const std::vector<kw::platform::TraceRecord>& records) {
-  std::string loader;
-  std::string reason;
-  for (const kw::platform::TraceRecord& record : records) {
-    if (record.id == trx::kLibLoadReason.id) {
-      loader += textOf(record);
-    } else if (record.id == trx::kLibLoadFailed.id) {
-      loader.clear();
-    } else if (record.level == trx::kLevelError && record.id != trx::kTblLoadException.id &&
-               record.id != trx::kTrxLoadHAPFailed.id && record.id != trx::kTrxLoadTableFailed.id) {
-      const bool module = record.id == trx::kHAPLoadNotOpened.id;
-      reason += "\n  " + describe(record) + (module ? ": " + loader : "");
-    }
-  }
-  return reason;
+void stopEngine(int number) {
+  constexpr char notice[] =
+      "\ntrxctl: interrupted; stops before the next row, and at once when interrupted again\n";
+  interrupted_engine->setStopFlag(true);
+  static_cast<void>(std::signal(number, SIG_DFL));
+  static_cast<void>(!write(STDERR_FILENO, notice, sizeof(notice) - 1));
 }
 
 std::string wordsText(const void* data, std::size_t size) {
@@ -68,46 +60,92 @@ std::string wordsText(const void* data, std::size_t size) {
   return text;
 }
 
+std::string printableText(const void* data, std::size_t size) {
+  std::string text(static_cast<const char*>(data), size);
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '.');
+  return text;
+}
+
 void printDetail(trx::TRXError& error) {
   const unsigned int code = error.getErrCode();
   std::vector<unsigned char> detail(error.getHAPErrorDetailSize());
   if ((code & trx::kRecordClassHAP) != 0 && !detail.empty()) {
     std::vector<unsigned int> words(detail.size() / sizeof(unsigned int) + 1);
     error.getHAPErrorDetail(words.data(), static_cast<unsigned int>(detail.size()));
-    std::cout << "  detail:" << wordsText(words.data(), detail.size()) << '\n';
+    std::cout << "    detail:" << wordsText(words.data(), detail.size()) << '\n';
   }
   if ((code & trx::kRecordClassAPI) != 0 && error.getAPIErrorSize() > 0) {
     const auto size = static_cast<std::size_t>(error.getAPIErrorSize());
-    std::cout << "  API data:" << wordsText(error.getAPIError(), size) << '\n';
+    std::cout << "    API data:" << wordsText(error.getAPIError(), size)
+              << ", as text: " << printableText(error.getAPIError(), size) << '\n';
   }
 }
 
-/// Says what the context holds about the failure.
-void printErrorRecord(trx::TRXInfo& info) {
-  trx::TRXError& error = info.error;
-  if (!error.errTableName.empty()) {
-    std::cout << "  first failure: table " << error.errTableName << ", row "
-              << hexText(error.errCmdNumber) << '\n';
+/// The error record holds what was written into it last: by the failure itself, or by an earlier
+/// one that a table went on from.
+void printErrorRecord(trx::TRXError& error) {
+  const unsigned int code = error.getErrCode();
+  const bool of_hap = !error.getErrHAPName().empty() && code != trx::kRecordTableNotLoaded;
+  if (!of_hap && code == 0) {
+    return;
   }
-  if (!error.getErrHAPName().empty()) {
-    std::cout << "  HAP: " << error.getErrHAPName() << '\n';
-  }
-  if (error.getErrCode() != 0) {
-    std::cout << "  error code: " << hexText(error.getErrCode()) << ", "
-              << recordCodeMeaning(error.getErrCode()) << '\n';
-  }
+  std::cout << "  last error record" << (of_hap ? ", of HAP " + error.getErrHAPName() : "")
+            << ":\n";
+  std::cout << "    error code: "
+            << (code == 0 ? "none was given" : hexText(code) + ", " + recordCodeMeaning(code))
+            << '\n';
   printDetail(error);
   std::vector<kw::sysobj::Component*> units;
   error.getErrUnitList(units);
   for (const kw::sysobj::Component* unit : units) {
     kw::sysobj::TreePath path;
     unit->getTreePath(path);
-    std::cout << "  unit concerned: " << unit->getType() << ':' << unit->getNo() << ' '
+    std::cout << "    unit concerned: " << unit->getType() << ':' << unit->getNo() << ' '
               << path.toString() << '\n';
   }
+}
+
+/// Says what is known of a failure.
+void printFailure(trx::TRXInfo& info, const std::string& reason) {
+  if (!info.error.errTableName.empty()) {
+    std::cout << "  first failing row: table " << info.error.errTableName << ", NUMBER "
+              << hexText(info.error.errCmdNumber) << '\n';
+  }
+  if (!reason.empty()) {
+    std::cout << "  reason: " << reason << '\n';
+  }
+  printErrorRecord(info.error);
   if (!info.getTblRtnMsg().empty()) {
     std::cout << "  message of the table: " << info.getTblRtnMsg() << '\n';
   }
+}
+
+/// All numbers are 0 or above.
+bool readNumber(const std::string& text, int& number) {
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end && number >= 0;
+}
+
+/// The parts of `text` between separators, empty ones too.
+std::vector<std::string> partsOf(const std::string& text, char separator) {
+  std::vector<std::string> parts(1);
+  for (const char c : text) {
+    if (c == separator) {
+      parts.emplace_back();
+    } else {
+      parts.back() += c;
+    }
+  }
+  return parts;
+}
+
+/// Ends the tool: the HAP ends the thread that the tool lives in.
+[[noreturn]] void endWithThread(const std::string& what) {
+  std::cout << what << paint(Colour::kRed, " failed") << ": its HAP ended the thread that ran it"
+            << std::endl;
+  std::_Exit(kExitFindings);
 }
 
 }  // namespace
@@ -131,23 +169,16 @@ Units::Units(const std::vector<std::string>& texts) {
 }
 
 void Units::add(const std::string& text) {
-  std::istringstream in(text);
-  int type = -1;
-  int no = -1;
-  char colon = '\0';
-  std::string names_text = text;
-  const bool has_numbers = in >> type >> colon >> no && colon == ':' && type >= 0 && no >= 0;
-  const bool has_names = has_numbers && in.peek() == ':' && in.ignore() &&
-                         std::getline(in, names_text) && !names_text.empty();
-  if (!has_numbers || (!has_names && in.peek() != std::istringstream::traits_type::eof())) {
+  std::vector<std::string> fields = partsOf(text, ':');
+  std::vector<std::string> names =
+      fields.size() == 3 ? partsOf(fields[2], '/') : std::vector<std::string>{text};
+  int type = 0;
+  int no = 0;
+  if (fields.size() < 2 || fields.size() > 3 || !readNumber(fields[0], type) ||
+      !readNumber(fields[1], no) || std::count(names.begin(), names.end(), "") != 0) {
     throw CLI::ValidationError("--unit", "'" + text +
                                              "' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or "
                                              "300:2:rack/rail2");
-  }
-  std::istringstream path(names_text);
-  std::vector<std::string> names;
-  for (std::string name; std::getline(path, name, '/');) {
-    names.push_back(name);
   }
   const kw::sysobj::Component* parent = nullptr;
   for (std::size_t i = 0; i + 1 < names.size(); ++i) {
@@ -178,8 +209,8 @@ bool startEngine(const RequestOptions& options) {
     engine->load(options.debug_modules);
   } catch (const trx::TRXException& exception) {
     const CodeText* text = findCode(exception.getCode());
-    fail(hexText(exception.getCode()) + ": " + (text == nullptr ? "" : text->meaning) +
-         reasonOf(collector.taken()) + "\n  " + (text == nullptr ? "" : text->advice));
+    fail(exceptionText(exception.getCode()) + loadFailureText(collector.taken()) +
+         (text == nullptr ? "" : std::string("\n  ") + text->advice));
     return false;
   }
   engine->setHAPAPI(new QuietAPI);
@@ -188,35 +219,34 @@ bool startEngine(const RequestOptions& options) {
   return true;
 }
 
-int runRequest(trx::TRXInfo& info, const std::string& what, const std::function<void()>& call,
-               const std::function<void(unsigned int time_ms)>& wait) {
+int runRequest(trx::TRXInfo& info, const Request& request, const std::string& reason) {
   const auto begin = std::chrono::steady_clock::now();
   std::string outcome;
   while (outcome.empty()) {
     try {
-      call();
+      request.call();
       const std::chrono::duration<double, std::milli> time =
           std::chrono::steady_clock::now() - begin;
       char text[32];
       std::snprintf(text, sizeof(text), "%.1f ms", time.count());
-      std::cout << what << paint(Colour::kGreen, " succeeded") << " after " << text << '\n';
+      std::cout << request.what << paint(Colour::kGreen, " succeeded") << " after " << text << '\n';
       return kExitOk;
     } catch (const trx::TRXException& exception) {
-      if (exception.getCode() == trx::kCodeWaitHandOver) {
-        wait(exception.getDetail());
+      if (exception.getCode() == trx::kCodeWaitHandOver && request.wait) {
+        request.wait(exception.getDetail());
         continue;
       }
-      const CodeText* text = findCode(exception.getCode());
-      outcome =
-          hexText(exception.getCode()) + (text == nullptr ? "" : std::string(": ") + text->meaning);
+      outcome = exceptionText(exception.getCode());
     } catch (const std::exception& exception) {
       outcome = std::string("an exception that is not the engine's: ") + exception.what();
+    } catch (const abi::__forced_unwind&) {
+      endWithThread(request.what);
     } catch (...) {
       outcome = "an exception that is not the engine's";
     }
   }
-  std::cout << what << paint(Colour::kRed, " failed") << " with " << outcome << '\n';
-  printErrorRecord(info);
+  std::cout << request.what << paint(Colour::kRed, " failed") << " with " << outcome << '\n';
+  printFailure(info, reason);
   return kExitFindings;
 }
 

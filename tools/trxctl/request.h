@@ -41,14 +41,21 @@ class Units {
 };
 
 /// Loads the engine and installs an API object that does nothing. False when that failed, after
-/// saying why. From then on an interrupt sets the engine's stop flag.
+/// saying why. From then on an interrupt sets the engine's stop flag; a second one ends the tool.
 bool startEngine(const RequestOptions& options);
 
-/// Runs `call` until its request has ended and says in words what came of it; `wait` is called for
-/// each wait that the engine hands over, and `call` then again. `what` names the request. Returns
-/// the exit status.
-int runRequest(trx::TRXInfo& info, const std::string& what, const std::function<void()>& call,
-               const std::function<void(unsigned int time_ms)>& wait);
+/// A request of the engine, and what is told of it.
+struct Request {
+  std::string what;            ///< its name in the words printed, such as "table selftest"
+  std::function<void()> call;  ///< runs it, and runs it on after a wait
+  /// Called for each wait that the engine hands over. Null: the engine hands none over, and an
+  /// exception with that code is a failure.
+  std::function<void(unsigned int time_ms)> wait;
+};
+
+/// Runs `request` on `info` until it has ended and says in words what came of it. `reason` is read
+/// afterwards: the last reason told by the records that were written. Returns the exit status.
+int runRequest(trx::TRXInfo& info, const Request& request, const std::string& reason);
 
 }  // namespace kw::trx::trxctl
 

@@ -17,6 +17,7 @@
 #include "support/trace.h"
 #include "tablefile/words.h"
 #include "trxctl/commands.h"
+#include "trxctl/failure_reason.h"
 #include "trxctl/record_collector.h"
 #include "trxctl/request.h"
 #include "trxctl/trace_catalogue.h"
@@ -92,8 +93,16 @@ class RowPrinter {
  public:
   explicit RowPrinter(const trx::TRXInfo& info) : info_(info), begin_(Clock::now()) {}
 
+  /// Why the row that runs failed; empty while it did not, or when a HAP gave an error of its own.
+  const std::string& reason() const { return reason_; }
+
   void take(const kw::platform::TraceRecord& record) {
     wait_.reset();
+    const std::string reason = requestFailureText(record);
+    if (!reason.empty()) {
+      reason_ = reason;
+      note(reason_);
+    }
     switch (record.id) {
       case trx::kCmdStart.id:
         return print(record, trx::kCommandStart);
@@ -136,9 +145,6 @@ class RowPrinter {
         return note("a row has failed; the table jumps");
       case trx::kCmdCheckStop.id:
         return note("a row has failed; the table ends with error");
-      case trx::kDriverNoTable.id:
-      case trx::kDriverNestLimit.id:
-        return note(describe(record));
       default:
         return;
     }
@@ -160,6 +166,7 @@ class RowPrinter {
   }
 
   void print(const kw::platform::TraceRecord& row, const std::string& what) {
+    reason_.clear();
     const std::chrono::duration<double> time = Clock::now() - begin_;
     const trx::TblCtlInfo* table = info_.getCurTblCtlInfo();
     char head[32];
@@ -177,6 +184,7 @@ class RowPrinter {
   const trx::TRXInfo& info_;
   const Clock::time_point begin_;
   kw::platform::TraceRecord row_{};
+  std::string reason_;
   std::unique_ptr<EngineWait> wait_;
 };
 
@@ -192,9 +200,9 @@ int runTable(const RequestOptions& options) {
   const RecordCollector rows(
       kw::platform::kTraceAll,
       [&printer](const kw::platform::TraceRecord& record) { printer.take(record); });
-  return runRequest(
-      info, "table " + options.name, [&info] { trx::TRX::getInstance()->execTable(&info); },
-      waitFor);
+  const Request request{"table " + options.name,
+                        [&info] { trx::TRX::getInstance()->execTable(&info); }, waitFor};
+  return runRequest(info, request, printer.reason());
 }
 
 }  // namespace

@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <deque>
 #include <fstream>
 #include <iostream>
-#include <map>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
-#include <thread>
 
 #include "kw/platform.h"
 #include "support/trace.h"
@@ -33,14 +34,17 @@ using kw::platform::TraceRecord;
 
 constexpr std::uint64_t kNanosPerSecond = 1000000000;
 constexpr std::uint64_t kNanosPerMicro = 1000;
-constexpr std::chrono::milliseconds kFollowPoll{100};
+constexpr int kFollowPollMs = 100;
+/// So many records wait for the one that tells whose the oldest of them is.
+constexpr std::size_t kPendingMost = 1000;
 constexpr char kDefaultRing[] = "/trace.ring";
 constexpr const char* kLevels[] = {"error", "info", "debug", "debug2"};
 
 struct TraceOptions {
   std::string file;
   std::string level = "debug2";
-  std::string request, hap, table;
+  std::optional<std::uint32_t> request;
+  std::string hap, table;
   std::string perfetto;
   bool follow = false;
   bool json = false;
@@ -52,19 +56,20 @@ std::string timeText(std::uint64_t time_ns) {
   const auto seconds = static_cast<std::time_t>(time_ns / kNanosPerSecond);
   std::tm parts{};
   localtime_r(&seconds, &parts);
-  char clock[16];
-  std::strftime(clock, sizeof(clock), "%H:%M:%S", &parts);
+  char clock[32];
+  std::strftime(clock, sizeof(clock), "%F %T", &parts);
   char micros[16];
   std::snprintf(micros, sizeof(micros), ".%06u",
                 static_cast<unsigned int>(time_ns % kNanosPerSecond / kNanosPerMicro));
   return std::string(clock) + micros;
 }
 
-void print(const TraceRecord& record) {
+void print(const TraceRecord& record, const SliceTracker::Place& place) {
   const std::string level = levelName(record.level);
-  char head[64];
-  std::snprintf(head, sizeof(head), "%s %u/%u ", timeText(record.time_ns).c_str(),
-                record.process_id, record.thread_id);
+  const std::string request = place.request == 0 ? "-" : hexText(place.request);
+  char head[96];
+  std::snprintf(head, sizeof(head), "%s %u/%u %-10s ", timeText(record.time_ns).c_str(),
+                record.process_id, record.thread_id, request.c_str());
   char kind[32];
   std::snprintf(kind, sizeof(kind), "%-6s %08x ", level.c_str(), record.id);
   const std::string origin = originOf(record.id);
@@ -84,7 +89,7 @@ void printJson(const TraceRecord& record, const SliceTracker::Place& place) {
   std::cout << line.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
-/// Collects what goes into a timeline.
+/// Collects what goes into a timeline; `ts` is in nanoseconds until it is written.
 class Timeline {
  public:
   void add(const Slice& slice) {
@@ -92,7 +97,7 @@ class Timeline {
     events_.push_back({{"name", slice.name},
                        {"cat", kinds[static_cast<int>(slice.kind)]},
                        {"ph", "X"},
-                       {"ts", sinceStart(slice.begin_ns)},
+                       {"ts", slice.begin_ns},
                        {"dur", micros(slice.end_ns - slice.begin_ns)},
                        {"pid", slice.process_id},
                        {"tid", slice.thread_id},
@@ -104,13 +109,21 @@ class Timeline {
                        {"cat", "error"},
                        {"ph", "i"},
                        {"s", "t"},
-                       {"ts", sinceStart(record.time_ns)},
+                       {"ts", record.time_ns},
                        {"pid", record.process_id},
                        {"tid", record.thread_id},
                        {"args", {{"id", hexText(record.id)}}}});
   }
 
-  int write(const std::string& path) const {
+  /// Times count from the first event, so that no digit is lost.
+  int write(const std::string& path) {
+    std::uint64_t start_ns = std::numeric_limits<std::uint64_t>::max();
+    for (const Json& event : events_) {
+      start_ns = std::min(start_ns, event["ts"].get<std::uint64_t>());
+    }
+    for (Json& event : events_) {
+      event["ts"] = micros(event["ts"].get<std::uint64_t>() - start_ns);
+    }
     std::ofstream file(path);
     file << Json{{"traceEvents", events_}, {"displayTimeUnit", "ms"}}.dump(
                 1, ' ', false, Json::error_handler_t::replace)
@@ -124,15 +137,6 @@ class Timeline {
     return static_cast<double>(time_ns) / static_cast<double>(kNanosPerMicro);
   }
 
-  /// Counted from about the first slice that ended, so that no digit is lost. A slice began at most
-  /// so long before.
-  double sinceStart(std::uint64_t time_ns) {
-    constexpr std::uint64_t margin_ns = 3600 * kNanosPerSecond;
-    start_ns_ = start_ns_ == 0 ? time_ns - std::min(time_ns, margin_ns) : start_ns_;
-    return micros(time_ns - std::min(time_ns, start_ns_));
-  }
-
-  std::uint64_t start_ns_ = 0;
   Json events_ = Json::array();
 };
 
@@ -151,8 +155,7 @@ class TraceReader {
   explicit TraceReader(const TraceOptions& options)
       : options_(options),
         tracker_([this](const Slice& slice) { timeline_.add(slice); }),
-        depth_(std::find(std::begin(kLevels), std::end(kLevels), options.level) - kLevels),
-        filters_(!options.request.empty() || !options.hap.empty() || !options.table.empty()) {}
+        depth_(std::find(std::begin(kLevels), std::end(kLevels), options.level) - kLevels) {}
 
   int run() {
     kw::platform::TraceRingReader reader;
@@ -166,10 +169,9 @@ class TraceReader {
     std::uint64_t lost = 0;
     while (!interrupted) {
       takeAll(reader);
-      if (!options_.follow) {
+      if (!options_.follow || !waitForMore()) {
         break;
       }
-      std::this_thread::sleep_for(kFollowPoll);
       const FileIdentity now = identityOf(options_.file);
       if (now != file) {  // made anew by a host that was started again
         takeAll(reader);
@@ -182,9 +184,6 @@ class TraceReader {
       }
     }
     lost += reader.lost();
-    for (const auto& held : held_) {
-      showHeld(held.first, {});
-    }
     if (lost != 0) {
       std::cerr << "trxctl: " << lost << " records were overwritten, torn or cut off\n";
     }
@@ -195,11 +194,25 @@ class TraceReader {
  private:
   using Thread = std::pair<std::uint32_t, std::uint32_t>;
 
+  /// A record that waits to be shown.
+  struct Pending {
+    TraceRecord record;
+    SliceTracker::Place place;
+    bool placed;  ///< false: the place is a guess
+  };
+
   void takeAll(kw::platform::TraceRingReader& reader) {
-    for (TraceRecord record; !interrupted && reader.next(record);) {
+    for (TraceRecord record; !interrupted && std::cout && reader.next(record);) {
       take(record);
     }
+    showPending(0);
     std::cout.flush();
+  }
+
+  /// False when nobody reads the output any more.
+  static bool waitForMore() {
+    pollfd output{STDOUT_FILENO, 0, 0};
+    return poll(&output, 1, kFollowPollMs) <= 0 && std::cout;
   }
 
   void take(const TraceRecord& record) {
@@ -207,24 +220,25 @@ class TraceReader {
     if (!options_.perfetto.empty()) {
       return record.level == trx::kLevelError ? timeline_.addError(record) : void();
     }
-    // The first records of a HAP request do not say whose it is: the next one does.
-    const Thread thread{record.process_id, record.thread_id};
-    if (filters_ && (record.id == trx::kTrxHAPName.id || record.id == trx::kTrxHAPMode.id ||
-                     record.id == trx::kTrxHAPUnit.id)) {
-      held_[thread].push_back(record);
-      return;
+    // The first records of a HAP request do not say whose it is: the next one of the thread does.
+    const bool placed = record.id != trx::kTrxHAPName.id && record.id != trx::kTrxHAPMode.id &&
+                        record.id != trx::kTrxHAPUnit.id;
+    for (Pending& pending : pending_) {
+      if (placed && !pending.placed && pending.record.process_id == record.process_id &&
+          pending.record.thread_id == record.thread_id) {
+        pending.place = place;
+        pending.placed = true;
+      }
     }
-    showHeld(thread, place);
-    show(record, place);
+    pending_.push_back({record, place, placed});
+    showPending(kPendingMost);
   }
 
-  void showHeld(const Thread& thread, const SliceTracker::Place& place) {
-    const auto held = held_.find(thread);
-    if (held != held_.end()) {
-      for (const TraceRecord& record : held->second) {
-        show(record, place);
-      }
-      held->second.clear();
+  /// Shows in their order the records whose place is known; of the others the newest `most` wait.
+  void showPending(std::size_t most) {
+    while (!pending_.empty() && (pending_.front().placed || pending_.size() > most)) {
+      show(pending_.front().record, pending_.front().place);
+      pending_.pop_front();
     }
   }
 
@@ -238,7 +252,7 @@ class TraceReader {
     if (options_.json) {
       printJson(record, place);
     } else {
-      print(record);
+      print(record, place);
     }
   }
 
@@ -249,8 +263,7 @@ class TraceReader {
                return slice.kind == kind && slice.name == name;
              });
     };
-    return (options_.request.empty() ||
-            std::strtoul(options_.request.c_str(), nullptr, 16) == place.request) &&
+    return options_.request.value_or(place.request) == place.request &&
            inside(Slice::Kind::kHAP, options_.hap) && inside(Slice::Kind::kTable, options_.table);
   }
 
@@ -258,8 +271,7 @@ class TraceReader {
   Timeline timeline_;
   SliceTracker tracker_;
   const std::ptrdiff_t depth_;
-  const bool filters_;
-  std::map<Thread, std::vector<TraceRecord>> held_;
+  std::deque<Pending> pending_;
 };
 
 int showTrace(TraceOptions& options) {
@@ -280,33 +292,49 @@ void addTraceCommand(CLI::App& app, int& status) {
   auto options = std::make_shared<TraceOptions>();
   CLI::App* command = addCommand(
       app, "trace", "Decodes the trace ring of a running or dead process",
-      "Each line: time, process/thread, level, trace id, what happened, and where. The id of a\n"
-      "request is the low half of its process id and that of the thread that made its context.\n"
+      "Each line: date, time, process/thread, request (- for none), level, trace id, what\n"
+      "happened, and where. The id of a request is the low half of its process id and that of\n"
+      "the thread that made its context.\n"
       "Example: trxctl trace --level info --table selftest /tmp/trace.ring\n"
       "Exit status: 0 the ring was read, also when records are lost; 2 it cannot be read.");
   command->add_option("FILE", options->file, "The ring file; else trace.ring in the system root");
-  command->add_option("--level", options->level, "Show records of this level and graver ones")
-      ->check(CLI::IsMember({"error", "info", "debug", "debug2"}))
-      ->capture_default_str();
-  command->add_option("--request", options->request, "Show the records of the request with this id")
-      ->type_name("ID")
-      ->check([](const std::string& id) {
-        return id.find_first_not_of("0123456789abcdefABCDEFx") == std::string::npos
-                   ? std::string()
-                   : "'" + id + "' is no hexadecimal number";
-      });
-  command->add_option("--hap", options->hap, "Show what happened inside HAPs of this name")
-      ->type_name("NAME");
-  command->add_option("--table", options->table, "Show what happened inside runs of this table")
-      ->type_name("NAME");
-  command->add_flag("--json", options->json, "Print each record as a line of JSON");
+  CLI::Option* level =
+      command->add_option("--level", options->level, "Show records of this level and graver ones")
+          ->check(CLI::IsMember({"error", "info", "debug", "debug2"}))
+          ->capture_default_str();
+  CLI::Option* request =
+      command
+          ->add_option_function<std::string>(
+              "--request",
+              [options](const std::string& id) {
+                options->request = hexNumber(id);
+                if (!options->request) {
+                  throw CLI::ValidationError("--request", "'" + id +
+                                                              "' is no request id; write one as "
+                                                              "the lines show it");
+                }
+              },
+              "Show the records of the request with this id")
+          ->type_name("ID");
+  CLI::Option* hap =
+      command->add_option("--hap", options->hap, "Show what happened inside HAPs of this name")
+          ->type_name("NAME");
+  CLI::Option* table =
+      command->add_option("--table", options->table, "Show what happened inside runs of this table")
+          ->type_name("NAME");
+  CLI::Option* json =
+      command->add_flag("--json", options->json, "Print each record as a line of JSON");
   CLI::Option* follow =
       command->add_flag("--follow", options->follow, "Go on with new records until interrupted");
-  command
-      ->add_option("--perfetto", options->perfetto,
-                   "Print nothing, but write a timeline that ui.perfetto.dev opens")
-      ->type_name("FILE")
-      ->excludes(follow);
+  CLI::Option* perfetto =
+      command
+          ->add_option("--perfetto", options->perfetto,
+                       "Print nothing, but write a timeline of all that the ring holds, which "
+                       "ui.perfetto.dev opens")
+          ->type_name("FILE");
+  for (CLI::Option* other : {level, request, hap, table, json, follow}) {
+    perfetto->excludes(other);
+  }
   command->callback([options, &status] { status = showTrace(*options); });
 }
 
