@@ -4,13 +4,13 @@
 //
 // A lane belongs to one thread at a time, which fills its slots one after the other without asking
 // anybody, gives it back when it is full, and takes the next one. A lane that was never given back
-// is taken over once its thread is dead. "Wide" lanes have many slots, "narrow" ones a single slot:
-// those are for small rings, and for the threads that find no wide lane.
+// is filled on by another thread once its own is dead. "Wide" lanes have many slots, "narrow" ones
+// a single slot: those are for small rings, and for the threads that find no wide lane.
 //
-// The records of a lane are numbered from 0 over all its owners. Those of the present owner start
-// at `base`, which is in the first slot, and `begun` is the number of the next one. The mark of a
-// slot tells what is in it: 0 before the first use, 2n + 1 while record n is being written, 2n + 2
-// once it is complete, so that no reader takes a half-written record or a mixture of two.
+// The records of a lane are numbered from 0 over all its owners. Number `base` is the one in the
+// first slot, and `begun` is the number of the next one. The mark of a slot tells what is in it: 0
+// before the first use, 2n + 1 while record n is being written, 2n + 2 once it is complete, so that
+// no reader takes a half-written record or a mixture of two.
 #ifndef KW_PLATFORM_STANDIN_TRACE_FILE_H_
 #define KW_PLATFORM_STANDIN_TRACE_FILE_H_
 
@@ -28,7 +28,7 @@ static_assert(SharedWord::is_always_lock_free);
 static_assert(sizeof(SharedWord) == sizeof(std::uint64_t));
 
 constexpr std::uint64_t kMagic = 0x474E495254574BULL;  // "KWTRING" and a NUL, little-endian
-constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kVersion = 3;
 constexpr std::uint32_t kMaxSlots = 1U << 24;
 
 /// Wide lanes of a ring that has any, and narrow ones beside them. With twice as many wide lanes,
@@ -58,9 +58,11 @@ struct Header {
   std::uint32_t slot_bytes;
   Shape shape;
   std::uint32_t unused[9];
-  Word claims;   ///< lanes taken so far, or found taken; in a cache line of its own
-  Word dropped;  ///< records that found no lane at all
-  std::uint64_t padding[6];
+  Word claims;        ///< lanes taken so far; in a cache line of its own
+  Word dropped;       ///< records that found no lane at all
+  Word wide_tries;    ///< wide lanes asked for so far, one after the other
+  Word narrow_tries;  ///< narrow ones; those of a counter for both would let the others skip lanes
+  std::uint64_t padding[4];
 };
 
 template <typename Word>

@@ -186,12 +186,19 @@ inline __attribute__((always_inline)) bool TraceRing::storeAt(LaneCursor& cursor
 }
 
 bool TraceRing::storeOutOfTurn(TraceArguments record, Writer& writer) const noexcept {
-  LaneCursor once;
-  return storeAt(once, record, writer);
+  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
+    writer.interrupted = true;
+    LaneCursor once;
+    return storeAt(once, record, writer);
+  }
+  // What the lane gets from now on comes after the record of the handler, as its claim tells.
+  writer.interrupted = false;
+  writer.cursor.claim = static_cast<std::uint32_t>(nextClaim());
+  return store(record, writer);
 }
 
 bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexcept {
-  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
+  if (writer.storing || writer.interrupted) {
     return storeOutOfTurn(record, writer);
   }
   writer.storing = true;
@@ -202,33 +209,36 @@ bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexce
   return stored;
 }
 
+std::uint64_t TraceRing::nextClaim() const noexcept {
+  return header_->claims.fetch_add(1, std::memory_order_relaxed);
+}
+
 /// Finds a lane for the next records of the calling thread. A wide one is not asked for again at
 /// once when other threads have so many of them.
 bool TraceRing::claim(Writer& writer, LaneCursor& cursor) const noexcept {
   const bool outermost = &cursor == &writer.cursor;
   if (shape_.wide != 0 && outermost) {
     if (writer.wide_claim_pause == 0) {
-      if (claimOf(0, shape_.wide, writer.thread, cursor)) return true;
+      if (claimOf(0, shape_.wide, header_->wide_tries, writer.thread, cursor)) return true;
       writer.wide_claim_pause = kWideClaimPause;
     }
     --writer.wide_claim_pause;
   }
-  return claimOf(shape_.wide, shape_.narrow, writer.thread, cursor);
+  return claimOf(shape_.wide, shape_.narrow, header_->narrow_tries, writer.thread, cursor);
 }
 
-/// Finds one among the `count` lanes from `first` on.
-bool TraceRing::claimOf(std::uint32_t first, std::uint32_t count, std::uint32_t thread,
-                        LaneCursor& cursor) const noexcept {
+/// Finds one among the `count` lanes from `first` on, of which the next in turn is `tries`.
+bool TraceRing::claimOf(std::uint32_t first, std::uint32_t count, SharedWord& tries,
+                        std::uint32_t thread, LaneCursor& cursor) const noexcept {
   for (std::uint32_t i = 0; i < kTries; ++i) {
-    const std::uint64_t claim = header_->claims.fetch_add(1, std::memory_order_relaxed);
-    if (take(first + static_cast<std::uint32_t>(claim % count), claim, thread, cursor)) return true;
+    const std::uint64_t turn = tries.fetch_add(1, std::memory_order_relaxed);
+    if (take(first + static_cast<std::uint32_t>(turn % count), thread, cursor)) return true;
   }
   return false;
 }
 
-/// Takes a lane that is free, or whose owner is dead.
-bool TraceRing::take(std::uint32_t index, std::uint64_t claim, std::uint32_t thread,
-                     LaneCursor& cursor) const noexcept {
+/// Takes a lane that is free, or whose owner is dead, and goes on behind the records of that one.
+bool TraceRing::take(std::uint32_t index, std::uint32_t thread, LaneCursor& cursor) const noexcept {
   SharedLane& lane = lanes_[index];
   SharedSlot* const slots = slots_ + shape_.firstSlot(index);
   std::uint64_t seen = lane.owner.load(std::memory_order_relaxed);
@@ -238,12 +248,18 @@ bool TraceRing::take(std::uint32_t index, std::uint64_t claim, std::uint32_t thr
                                           std::memory_order_relaxed)) {
     return false;
   }
-  const std::uint64_t number = lane.begun.load(std::memory_order_acquire);
-  const std::uint64_t used = number - lane.base.load(std::memory_order_relaxed);
+  // A child that was forked in the middle of a record may have set `begun` back.
+  const std::uint64_t base = lane.base.load(std::memory_order_relaxed);
+  const std::uint64_t number = std::max(lane.begun.load(std::memory_order_acquire), base);
+  const std::uint32_t room = shape_.slotsOf(index);
+  auto used = static_cast<std::uint32_t>(std::min<std::uint64_t>(number - base, room));
   if (used != 0) slots[used - 1].mark.load(std::memory_order_acquire);  // the last of a dead owner
-  lane.base.store(number, std::memory_order_release);
-  cursor = {
-      number_, &lane, slots, number, static_cast<std::uint32_t>(claim), shape_.slotsOf(index)};
+  if (used == room) {
+    lane.base.store(number, std::memory_order_release);
+    used = 0;
+  }
+  const auto claim = static_cast<std::uint32_t>(nextClaim());
+  cursor = {number_, &lane, slots + used, number, claim, room - used};
   return true;
 }
 

@@ -44,10 +44,10 @@ class TraceRing {
   __attribute__((noinline)) bool storeOutOfTurn(TraceArguments record,
                                                 Writer& writer) const noexcept;
   __attribute__((noinline)) bool claim(Writer& writer, LaneCursor& cursor) const noexcept;
-  bool claimOf(std::uint32_t first, std::uint32_t count, std::uint32_t thread,
-               LaneCursor& cursor) const noexcept;
-  bool take(std::uint32_t index, std::uint64_t claim, std::uint32_t thread,
-            LaneCursor& cursor) const noexcept;
+  bool claimOf(std::uint32_t first, std::uint32_t count, trace_file::SharedWord& tries,
+               std::uint32_t thread, LaneCursor& cursor) const noexcept;
+  bool take(std::uint32_t index, std::uint32_t thread, LaneCursor& cursor) const noexcept;
+  std::uint64_t nextClaim() const noexcept;
 
   trace_file::SharedHeader* header_ = nullptr;
   trace_file::SharedLane* lanes_ = nullptr;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <limits>
 
 namespace kw::platform {
 
@@ -25,7 +26,19 @@ Writer& threadWriter() noexcept {
   return writer;
 }
 
-void forgetThreadWriter() noexcept { writer = Writer(); }
+// The fork may stand in a signal handler that came in the middle of a record: the child goes on
+// with that one in the lane of its parent, which it must neither lose nor give back.
+void forgetThreadWriter() noexcept {
+  const LaneCursor cursor = writer.cursor;
+  const bool storing = writer.storing;
+  writer = Writer();
+  if (storing) {
+    writer.cursor = cursor;
+    writer.cursor.ring = 0;
+    writer.cursor.left = std::numeric_limits<std::uint32_t>::max();
+    writer.storing = true;
+  }
+}
 
 bool threadLives(std::uint32_t thread) noexcept {
   const int error = errno;

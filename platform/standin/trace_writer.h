@@ -27,6 +27,7 @@ struct Writer {
   LaneCursor cursor;
   std::uint32_t wide_claim_pause = 0;  ///< records to store before asking for a wide lane again
   bool storing = false;                ///< also seen by a signal handler that writes a record
+  bool interrupted = false;            ///< set by such a handler while `storing`
 };
 
 /// That of the calling thread. No system call after the first time.

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -181,12 +182,63 @@ INSTANTIATE_TEST_SUITE_P(Ring, CrowdTest,
                                          Crowd{"WithMoreThreadsThanLanes", 512, 280, 200}),
                          [](const auto& crowd) { return std::string(crowd.param.name); });
 
+/// Where data lie whose first copy raises SIGSEGV: the writing of their record is interrupted.
+void* interrupting_page = nullptr;
+std::size_t page_bytes = 0;
+
+class InterruptedTest : public TraceRingTest {
+ protected:
+  InterruptedTest() {
+    page_bytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    interrupting_page = mmap(nullptr, page_bytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  }
+  ~InterruptedTest() override {
+    sigaction(SIGSEGV, &former_, nullptr);
+    munmap(interrupting_page, page_bytes);
+  }
+
+  void interruptBy(void (*handler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    sigaction(SIGSEGV, &action, &former_);
+  }
+
+  static void writeInterrupted(unsigned long id) {
+    mprotect(interrupting_page, page_bytes, PROT_NONE);
+    kw_trace_write(101, 0x8002, 7, id, interrupting_page, 16);
+  }
+
+  static void writeQuietly(unsigned long id) { write(id); }
+
+  static void goOn() { mprotect(interrupting_page, page_bytes, PROT_READ); }
+
+ private:
+  struct sigaction former_ {};
+};
+
+TEST_F(InterruptedTest, RecordsOfTheHandlerStandBehindTheOnesInterruptedAndCostNoOthers) {
+  open(512);  // 128 lanes of 4 records
+  interruptBy([](int) {
+    goOn();
+    write(1000);
+  });
+  std::string expected;
+  for (unsigned long id = 0; id < 512; ++id) {
+    const bool interrupted = id % 3 == 1;
+    (interrupted ? writeInterrupted : writeQuietly)(id);
+    expected += std::to_string(id) + (interrupted ? " 1000 " : " ");
+  }
+  EXPECT_EQ(readIds(), expected + "lost 0");
+}
+
 TEST_F(TraceRingTest, RecordsOfThreadsComeInTheirOrderAndTheDeadMakeRoom) {
-  open(512);  // 128 lanes that a thread has for itself
-  for (unsigned long id = 0; id < 300; ++id) std::thread(write, id).join();
+  open(512);  // 128 lanes of 4 records that a thread has for itself
+  for (unsigned long id = 0; id < 540; ++id) std::thread(write, id).join();
   std::string newest;
-  for (unsigned long id = 172; id < 300; ++id) newest += std::to_string(id) + " ";
-  EXPECT_EQ(readIds(), newest + "lost 172");
+  for (unsigned long id = 0; id < 540; ++id) {
+    newest += id >= 512 || id % 128 >= 28 ? std::to_string(id) + " " : "";
+  }
+  EXPECT_EQ(readIds(), newest + "lost 112");
 }
 
 TEST_F(TraceRingTest, RecordsOfAKilledChildStandBesideItsParents) {
