@@ -81,19 +81,76 @@ TEST_F(CommandTest, ConfigShowsWhereEachValueComesFromAndWhatIsOdd) {
   EXPECT_EQ(run("config --root ."), readFile(GOLDEN "/config.txt"));
   const std::string strict = run("config --root . --strict");
   EXPECT_EQ(strict.substr(strict.size() - 4), "= 1\n");
-  dir.write("trx.conf", "hapmodule.number=0\nhaptable.numbr=0\n");
-  EXPECT_EQ(run("config --root . 2>&1 | tail -n 2"),
+}
+
+TEST_F(CommandTest, ConfigTellsWhatIsOddOfEachSlip) {
+  // Each row: lines added to a sound configuration, and what `config` says of them.
+  const struct {
+    const char* lines;
+    const char* says;
+  } cases[] = {
+      {"hapmodule.file.01=a.so\n",
+       "3: warning: unknown key hapmodule.file.01; did you mean hapmodule.file.1?\n"},
+      {"hapmodule.file=a.so\n",
+       "3: warning: unknown key hapmodule.file; did you mean hapmodule.file.0?\n"},
+      {"hapmodule.file.9999999999=a.so\n", "3: warning: unknown key hapmodule.file.9999999999\n"},
+      {"haptable.nest.exec.limit=-1\n", "3: warning: '-1' is read as the number 4294967295\n"},
+      {"hapmodule.number=1\nhapmodule.file.0=\n",
+       "4: warning: hapmodule.file.0 is empty\n"
+       "1: warning: hapmodule.number is set again in line 3\n"},
+      {"haptable.number=1\nhaptable.file.0=/\n",
+       "4: warning: / is no file\n"
+       "2: warning: haptable.number is set again in line 3\n"},
+  };
+  for (const auto& [lines, says] : cases) {
+    dir.write("trx.conf", std::string("hapmodule.number=0\nhaptable.number=0\n") + lines);
+    EXPECT_EQ(run("config --root . --strict | sed -n 's/.*trx.conf:\\([0-9]*: \\)/\\1/p'"),
+              std::string(says) + "= 0\n");
+    EXPECT_EQ(run("config --root . --strict >/dev/null; test $? = 1"), "= 0\n") << lines;
+  }
+  dir.write("trx.conf",
+            "hapmodule.number=23\nhapmodule.file.22=/etc/passwd\n"
+            "hapmodule.loading.err.mode=continue\nhaptable.number=0\n");
+  const std::string long_list = run("config --root .");
+  EXPECT_NE(long_list.find("DIR/trx.conf:1: warning: hapmodule.file.19 is missing\n"
+                           "hapmodule.file.22 = /etc/passwd  (DIR/trx.conf:2)\n"
+                           "DIR/trx.conf:1: warning: 2 further entries are missing\n"),
+            std::string::npos)
+      << long_list;
+}
+
+TEST_F(CommandTest, ConfigTellsWhatTheEngineWouldNotReadToo) {
+  dir.write("trx.conf",
+            "hapmodule.number=0\nhaptable.numbr=0\nhaptable.nest.exec.limit=3\n"
+            "haptable.tblcmd.wait.handler=requester\nhapmodule.exec.exclusion.control=yes\n");
+  EXPECT_EQ(run("config --root ."),
+            "path.trx.conf = DIR/trx.conf  (DIR/kw/etc/kwpath.conf:1)\n"
+            "hapmodule.loading.err.mode = stop  (default)\n"
+            "hapmodule.number = 0  (DIR/trx.conf:1)\n"
+            "hapmodule.nest.exec.limit = 10  (default)\n"
+            "hapmodule.exec.exclusion.control = on  (DIR/trx.conf:5)\n"
+            "haptable.loading.err.mode = stop  (default)\n"
+            "haptable.nest.exec.limit = 3  (DIR/trx.conf:3)\n"
+            "haptable.tblcmd.wait.handler = requester  (DIR/trx.conf:4)\n"
             "DIR/trx.conf:2: warning: unknown key haptable.numbr; did you mean haptable.number?\n"
-            "trxctl: the configuration has no key haptable.number, the number of files; correct "
+            "! trxctl: the configuration has no key haptable.number, the number of files; correct "
             "DIR/trx.conf\n"
-            "= 0\n");
-  dir.write("kw/etc/kwpath.conf", "");
+            "= 2\n");
+  dir.write("kw/etc/kwpath.conf", "path.trx.cnf=" + dir.path() + "/trx.conf\n");
   EXPECT_EQ(
       run("config --root ."),
-      "path.trx.conf =   (default)\n"
+      "DIR/kw/etc/kwpath.conf:1: warning: unknown key path.trx.cnf; did you mean path.trx.conf?\n"
       "! trxctl: the path file DIR/kw/etc/kwpath.conf has no value for the key path.trx.conf; "
       "correct DIR/kw/etc/kwpath.conf\n"
       "= 2\n");
+  dir.write("kw/etc/kwpath.conf", "path.trx.conf=" + dir.path() + "/trx.conf \n");
+  EXPECT_EQ(run("config --root ."),
+            "path.trx.conf = DIR/trx.conf   (DIR/kw/etc/kwpath.conf:1)\n"
+            "DIR/kw/etc/kwpath.conf:1: warning: the value of path.trx.conf ends with a blank, "
+            "which counts\n"
+            "! trxctl: the engine configuration 'DIR/trx.conf ' cannot be read: No such file or "
+            "directory; correct it or DIR/kw/etc/kwpath.conf\n"
+            "= 2\n");
 }
 
 TEST_F(CommandTest, ModulesTellWhatTheyExportAndWhetherTheyWouldLoad) {

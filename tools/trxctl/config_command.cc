@@ -6,6 +6,8 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <set>
+#include <system_error>
 
 #include "config/config_keys.h"
 #include "kw/platform.h"
@@ -97,18 +99,23 @@ class ConfigPrinter {
   int run(bool strict) {
     const std::string problem = loadConfiguration();
     paths_.path = kw::platform::resolvePath(trx::kPathFile);
-    if (!read(paths_)) {
+    if (!read(paths_).empty()) {
       return fail(problem + "; name the folder that holds kw/etc/kwpath.conf with --root");
     }
-    engine_.path = paths_.values.getProperty(trx::kKeyTRXConf);
-    const std::string path = kw::platform::resolvePath(engine_.path);
-    print(trx::kKeyTRXConf, engine_.path, paths_, paths_.lineOf(trx::kKeyTRXConf));
-    engine_.path = path;
-    if (engine_.path.empty() || !read(engine_)) {
+    const std::string path = paths_.values.getProperty(trx::kKeyTRXConf);
+    if (paths_.values.exist(trx::kKeyTRXConf)) {
+      print(trx::kKeyTRXConf, path, paths_, paths_.lineOf(trx::kKeyTRXConf));
+    }
+    warnOfKeys(paths_, {trx::kKeyTRXConf});
+    if (path.empty()) {
       return fail(problem + "; correct " + paths_.path);
     }
+    engine_.path = kw::platform::resolvePath(path);
+    if (const std::string why = read(engine_); !why.empty()) {
+      return fail("the engine configuration '" + engine_.path + "' cannot be read: " + why +
+                  "; correct it or " + paths_.path);
+    }
     printValues();
-    warnOfKeys(paths_, {trx::kKeyTRXConf});
     warnOfKeys(engine_, kEngineKeys);
     warnOfValues();
     if (!problem.empty()) {
@@ -118,14 +125,15 @@ class ConfigPrinter {
   }
 
  private:
-  static bool read(PropertiesFile& file) {
+  /// Returns why the file cannot be read; empty when it can.
+  static std::string read(PropertiesFile& file) {
     try {
       file.values.load(file.path);
-    } catch (const std::exception&) {
-      return false;
+    } catch (const std::system_error& error) {
+      return error.code().message();
     }
     findKeys(file);
-    return true;
+    return {};
   }
 
   static void print(const std::string& key, const std::string& value, const PropertiesFile& file,
@@ -139,16 +147,31 @@ class ConfigPrinter {
   }
 
   void printValues() {
-    const trx::TRXConfig& config = trx::TRXConfig::getInstance();
-    const auto mode = [](bool stops) { return stops ? "stop" : trx::kWordContinue; };
-    print(trx::kKeyHAPErrMode, mode(config.isHAPStopOnLoadError()));
+    printWord(trx::kKeyHAPErrMode, trx::kWordContinue, "stop", true);
     printFiles(trx::kKeyHAPNumber, trx::kPrefixHAPFile);
-    print(trx::kKeyHAPNestLimit, std::to_string(config.getHAPNestLimit()));
-    print(trx::kKeyExclusionControl, config.isExclusionControl() ? "on" : trx::kWordOff);
-    print(trx::kKeyTableErrMode, mode(config.isTableStopOnLoadError()));
+    printLimit(trx::kKeyHAPNestLimit);
+    printWord(trx::kKeyExclusionControl, trx::kWordOff, "on", false);
+    printWord(trx::kKeyTableErrMode, trx::kWordContinue, "stop", true);
     printFiles(trx::kKeyTableNumber, trx::kPrefixTableFile);
-    print(trx::kKeyTableNestLimit, std::to_string(config.getTableNestLimit()));
-    print(trx::kKeyWaitHandler, config.isWaitInEngine() ? "engine" : trx::kWordRequester);
+    printLimit(trx::kKeyTableNestLimit);
+    printWord(trx::kKeyWaitHandler, trx::kWordRequester, "engine", true);
+  }
+
+  /// Prints what the engine makes of the value of `key`: `word` or `other`. It is asked for each
+  /// key alone, because its load ends at the first fault.
+  void printWord(const char* key, const char* word, const char* other, bool default_value) {
+    bool is_other = default_value;
+    trx::TRXConfig::getInstance().loadBooleanDefinition(engine_.values, key, is_other, word,
+                                                        default_value);
+    print(key, is_other ? other : word);
+  }
+
+  void printLimit(const char* key) { print(key, std::to_string(limitOf(key))); }
+
+  unsigned int limitOf(const char* key) {
+    unsigned int limit = 0;
+    trx::TRXConfig::getInstance().loadNestExecLimit(engine_.values, key, limit);
+    return limit;
   }
 
   void printFiles(const char* number_key, const std::string& prefix) {
@@ -156,25 +179,44 @@ class ConfigPrinter {
     if (engine_.values.exist(number_key)) {
       print(number_key, std::to_string(count));
     }
-    unsigned int missing = 0;
-    for (int i = 0; i < count && missing < kMissingMax; ++i) {
-      const std::string key = prefix + std::to_string(i);
-      if (!engine_.values.exist(key)) {
-        warn(engine_, engine_.lineOf(number_key), key + " is missing");
-        ++missing;
-        continue;
-      }
-      const std::string value = engine_.values.getProperty(key);
-      print(key, value, engine_, engine_.lineOf(key));
-      std::error_code error;
-      if (!std::filesystem::exists("/" + value, error)) {
-        warn(engine_, engine_.lineOf(key), "the file " + value + " does not exist");
+    std::set<int> entries;
+    for (const auto& [key, line] : engine_.keys) {
+      if (const int index = indexOf(key, prefix); index >= 0 && index < count) {
+        entries.insert(index);
       }
     }
+    unsigned int missing = 0;
+    for (int i = 0; i < count && missing < kMissingMax; ++i) {
+      missing += entries.insert(i).second ? 1 : 0;
+    }
+    for (const int index : entries) {
+      printFile(prefix + std::to_string(index), number_key);
+    }
+    if (const int shown = static_cast<int>(entries.size()); shown < count) {
+      warn(engine_, engine_.lineOf(number_key),
+           std::to_string(count - shown) + " further entries are missing");
+    }
     for (const auto& [key, line] : engine_.keys) {
-      if (indexOf(key, prefix) >= count) {
+      if (indexOf(key, prefix) >= std::max(count, 0)) {
         warn(engine_, line, key + " is never read: " + number_key + " is " + std::to_string(count));
       }
+    }
+  }
+
+  void printFile(const std::string& key, const char* number_key) {
+    if (!engine_.values.exist(key)) {
+      warn(engine_, engine_.lineOf(number_key), key + " is missing");
+      return;
+    }
+    const std::string value = engine_.values.getProperty(key);
+    print(key, value, engine_, engine_.lineOf(key));
+    std::error_code error;
+    if (value.empty()) {
+      warn(engine_, engine_.lineOf(key), key + " is empty");
+    } else if (!std::filesystem::exists("/" + value, error)) {
+      warn(engine_, engine_.lineOf(key), "the file " + value + " does not exist");
+    } else if (!std::filesystem::is_regular_file("/" + value, error)) {
+      warn(engine_, engine_.lineOf(key), value + " is no file");
     }
   }
 
@@ -209,10 +251,13 @@ class ConfigPrinter {
   /// Other programs may have keys of their own in the path file, but not in the configuration.
   void warnOfUnknown(const PropertiesFile& file, unsigned int line, const std::string& key,
                      std::vector<std::string> known) {
-    const std::size_t number = key.find_last_not_of("0123456789") + 1;
-    if (&file == &engine_ && number < key.size()) {
-      known.push_back(trx::kPrefixHAPFile + key.substr(number));
-      known.push_back(trx::kPrefixTableFile + key.substr(number));
+    const std::string digits = key.substr(key.find_last_not_of("0123456789") + 1);
+    const std::size_t zeros = digits.find_first_not_of('0');
+    const std::string number = zeros == std::string::npos ? "0" : digits.substr(zeros);
+    for (const char* prefix : {trx::kPrefixHAPFile, trx::kPrefixTableFile}) {
+      if (&file == &engine_ && indexOf(prefix + number, prefix) >= 0) {
+        known.push_back(prefix + number);
+      }
     }
     const std::string near = nearestOf(key, known);
     warn(file, line, "unknown key " + key + (near.empty() ? "" : "; did you mean " + near + "?"));
@@ -234,13 +279,18 @@ class ConfigPrinter {
     for (const auto& [key, word] : words) {
       warnOfWord(key, word);
     }
-    for (const char* key : {trx::kKeyHAPNumber, trx::kKeyHAPNestLimit, trx::kKeyTableNumber,
-                            trx::kKeyTableNestLimit}) {
-      const std::string value = engine_.values.getProperty(key);
-      if (engine_.values.exist(key) && value != std::to_string(engine_.values.getInt(key))) {
-        warn(engine_, engine_.lineOf(key),
-             "'" + value + "' is read as the number " + std::to_string(engine_.values.getInt(key)));
-      }
+    for (const char* key : {trx::kKeyHAPNumber, trx::kKeyTableNumber}) {
+      warnOfNumber(key, std::to_string(engine_.values.getInt(key)));
+    }
+    for (const char* key : {trx::kKeyHAPNestLimit, trx::kKeyTableNestLimit}) {
+      warnOfNumber(key, std::to_string(limitOf(key)));
+    }
+  }
+
+  void warnOfNumber(const char* key, const std::string& number) {
+    const std::string value = engine_.values.getProperty(key);
+    if (engine_.values.exist(key) && value != number) {
+      warn(engine_, engine_.lineOf(key), "'" + value + "' is read as the number " + number);
     }
   }
 
