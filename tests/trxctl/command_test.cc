@@ -89,6 +89,12 @@ TEST_F(CommandTest, ConfigTellsWhatIsOddOfEachSlip) {
     const char* lines;
     const char* says;
   } cases[] = {
+      {"hapmodule.exec.exclusion.control=OFF\n", "3: warning: 'OFF' is not the word 'off'\n"},
+      {"haptable.tblcmd.wait.handler=REQUESTER\n",
+       "3: warning: 'REQUESTER' is not the word 'requester'\n"},
+      {"HAPMODULE.NEST.EXEC.LIMIT=3\n",
+       "3: warning: unknown key HAPMODULE.NEST.EXEC.LIMIT; did you mean "
+       "hapmodule.nest.exec.limit?\n"},
       {"hapmodule.file.01=a.so\n",
        "3: warning: unknown key hapmodule.file.01; did you mean hapmodule.file.1?\n"},
       {"hapmodule.file=a.so\n",
@@ -101,6 +107,7 @@ TEST_F(CommandTest, ConfigTellsWhatIsOddOfEachSlip) {
       {"haptable.number=1\nhaptable.file.0=/\n",
        "4: warning: / is no file\n"
        "2: warning: haptable.number is set again in line 3\n"},
+      {"b=1\n", "3: warning: unknown key b\n"},
   };
   for (const auto& [lines, says] : cases) {
     dir.write("trx.conf", std::string("hapmodule.number=0\nhaptable.number=0\n") + lines);

@@ -24,14 +24,18 @@ bool hasColours() {
   return isatty(STDOUT_FILENO) == 1 && (unwanted == nullptr || *unwanted == '\0');
 }
 
-/// How many letters have to be changed, put in or left out to make `b` of `a`.
+char lower(char letter) {
+  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+/// How many letters have to be changed, put in or left out to make `b` of `a`; letter case is free.
 std::size_t distanceOf(const std::string& a, const std::string& b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (std::size_t i = 0; i < a.size(); ++i) {
     std::size_t diagonal = row[0]++;
     for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t change = diagonal + (a[i] == b[j] ? 0 : 1);
+      const std::size_t change = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({change, row[j] + 1, diagonal + 1});
     }
@@ -98,7 +102,8 @@ std::string nearestOf(const std::string& word, const std::vector<std::string>& k
   std::size_t least = word.size() / 3 + 1;
   for (const std::string& candidate : known) {
     const std::size_t distance = distanceOf(word, candidate);
-    if (distance <= least && (nearest.empty() || distance < least)) {
+    const bool shares = distance < std::min(word.size(), candidate.size());
+    if (shares && distance <= least && (nearest.empty() || distance < least)) {
       nearest = candidate;
       least = distance;
     }
