@@ -393,6 +393,7 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
             "! trxctl: 'chek' is no command; did you mean check?\n"
             "! Run with --help for more information.\n"
             "= 2\n");
+  EXPECT_EQ(run("check ''"), ": error: No such file or directory [0xa000000]\n= 2\n");
   EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
 }
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
@@ -90,6 +91,10 @@ std::optional<std::uint32_t> hexNumber(const std::string& text) {
 }
 
 std::string absolutePath(const std::string& file) {
+  if (file.empty()) {
+    errno = ENOENT;  // as opening it would
+    return {};
+  }
   std::string path = std::filesystem::absolute(file).lexically_normal();
   if (path.size() > 1 && path.back() == '/') {
     path.pop_back();

@@ -47,7 +47,7 @@ std::string hexText(unsigned long number);
 std::optional<std::uint32_t> hexNumber(const std::string& text);
 
 /// The whole path of `file`, which counts from the working folder: the engine counts all paths from
-/// the root directory.
+/// the root directory. An empty name stays empty, and sets `errno` like that of a missing file.
 std::string absolutePath(const std::string& file);
 
 /// The one of `known` that `word` was probably meant to be; empty when none is near.
