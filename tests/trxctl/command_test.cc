@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 
 #include "kw/trx/testing/temp_dir.h"
@@ -175,12 +176,28 @@ TEST_F(CommandTest, ModulesTellWhatTheyExportAndWhetherTheyWouldLoad) {
   copy(MODULE_PLAIN, "a/libzq_hap_plain.so", 0, 0);
   copy(MODULE_PLAIN, "libzq_hap_plain.so", 0, 0);
   copy(MODULE_PLAIN, "libzq_hap_arm.so", machine_offset, machine_arm);
+  const auto patch = [this](const std::string& to, const std::string& from,
+                            const std::string& into) {
+    const std::string with = into + std::string(from.size() - into.size(), '\0');
+    dir.write(to, replaced(readFile(MODULE_PLAIN), from, with));
+  };
+  patch("libzq_hap_newer.so", "CXXABI_1.3", "CXXABI_9.3");
+  patch("libzq_hap_cached.so", "libzqm_trx.so.7", "libresolv.so.2");
+  // The engine's folder holds such a file, but the loader does not look there by itself.
+  patch("libzq_hap_away.so", "libzqm_trx.so.7", "libzqm_trx.so");
+  dir.write("libzq_hap_away.so",
+            replaced(readFile(dir.path() + "/libzq_hap_away.so"), ENGINE_FOLDER,
+                     std::string(std::strlen(ENGINE_FOLDER), '/')));
+  const std::string plain = readFile(MODULE_PLAIN);
+  dir.write("libzq_hap_bare.so", plain.substr(0, plain.size() - 10));
   dir.write("libzq_hap_text.so", "no library\n");
   dir.write("libzq_hap_short.so", readFile(MODULE_PLAIN).substr(0, 1000));
   const std::string text =
       run("modules a/libzq_hap_plain.so libzq_hap_plain.so libzq_hap_torn.so libzq_hap_dbgtool.so "
-          "libzq_hap_arm.so libzq_hap_text.so libzq_hap_short.so libzq_hap_.so " TRXCTL);
-  EXPECT_EQ(replaced(text, TRXCTL, "TRXCTL"), readFile(GOLDEN "/modules.txt"));
+          "libzq_hap_arm.so libzq_hap_text.so libzq_hap_short.so libzq_hap_.so libzq_hap_newer.so "
+          "libzq_hap_cached.so libzq_hap_away.so libzq_hap_bare.so '' " MODULE_DEP " " TRXCTL);
+  EXPECT_EQ(replaced(replaced(text, TRXCTL, "TRXCTL"), MODULE_DEP, "DEP.so"),
+            readFile(GOLDEN "/modules.txt"));
   configure({});
   EXPECT_EQ(run("modules --root . | head -n 3"),
             "TST.so: key TST, would load\n  TST_Call\n  TST_Exit\n= 0\n");

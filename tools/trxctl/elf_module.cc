@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/elf_module.h"
 
-#include <fcntl.h>
-#include <gelf.h>
+#include <glob.h>
 #include <link.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <memory>
+#include <fstream>
+#include <initializer_list>
+#include <map>
 #include <set>
 #include <sstream>
+#include <string_view>
 
 #include "hap/module_key.h"
 #include "kw/trx/file_path.h"
+#include "trxctl/elf_file.h"
 
 namespace kw::trx::trxctl {
 namespace {
@@ -24,249 +24,178 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kOwnFile[] = "/proc/self/exe";
+constexpr char kLoaderConf[] = "/etc/ld.so.conf";
 
-/// What the dynamic section and the dynamic symbols of one ELF file say.
-struct ElfFile {
-  std::string problem;  ///< why it cannot be read as a shared library; empty: it can
-  unsigned int machine = 0;
-  int elf_class = ELFCLASSNONE;
-  std::string soname;
-  std::vector<std::string> needed, folders, undefined;
-  std::set<std::string> defined, functions;
-};
-
-/// An open ELF file.
-class ElfHandle {
- public:
-  explicit ElfHandle(const std::string& path) : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    elf_version(EV_CURRENT);
-    elf_ = fd_ < 0 ? nullptr : elf_begin(fd_, ELF_C_READ, nullptr);
+/// The files that an include line of the loader's configuration `file` names.
+std::vector<std::string> filesOf(const std::string& pattern, const std::string& file) {
+  glob_t found = {};
+  const fs::path path = fs::path(file).parent_path() / pattern;
+  std::vector<std::string> files;
+  if (glob(path.c_str(), 0, nullptr, &found) == 0) {
+    files.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
   }
-  ElfHandle(const ElfHandle&) = delete;
-  ElfHandle& operator=(const ElfHandle&) = delete;
-  ~ElfHandle() {
-    elf_end(elf_);
-    if (fd_ >= 0) {
-      close(fd_);
-    }
-  }
-
-  bool isOpen() const { return fd_ >= 0; }
-  Elf* get() const { return elf_; }
-
- private:
-  int fd_;
-  Elf* elf_;
-};
-
-std::string textAt(Elf* elf, std::size_t section, std::size_t offset) {
-  const char* text = elf_strptr(elf, section, offset);
-  return text == nullptr ? std::string() : text;
+  globfree(&found);
+  return files;
 }
 
-/// Adds the folders of a search path, in which $ORIGIN stands for the folder of `file`.
-void addFolders(const std::string& paths, const std::string& file,
-                std::vector<std::string>& folders) {
-  std::istringstream in(paths);
-  for (std::string folder; std::getline(in, folder, ':');) {
-    for (const std::string origin : {"$ORIGIN", "${ORIGIN}"}) {
-      const std::size_t at = folder.find(origin);
-      if (at != std::string::npos) {
-        folder.replace(at, origin.size(), fs::absolute(file).parent_path().string());
+/// The folders that the loader looks into for every library. They are read from the text that its
+/// cache is made of.
+std::vector<std::string> systemFolders() {
+  std::vector<std::string> folders;
+  std::vector<std::string> files = {kLoaderConf};
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const std::string file = files[i];
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);) {
+      std::istringstream words(line.substr(0, line.find('#')));
+      std::string word;
+      if (words >> word && word != "include") {
+        folders.push_back(word);
+        continue;
       }
-    }
-    folders.push_back(folder);
-  }
-}
-
-void readDynamic(Elf* elf, Elf_Data* data, std::size_t strings, const std::string& path,
-                 ElfFile& file) {
-  GElf_Dyn entry;
-  for (int i = 0; gelf_getdyn(data, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
-    const std::string text = textAt(elf, strings, entry.d_un.d_val);
-    if (entry.d_tag == DT_NEEDED) {
-      file.needed.push_back(text);
-    } else if (entry.d_tag == DT_SONAME) {
-      file.soname = text;
-    } else if (entry.d_tag == DT_FLAGS_1 && (entry.d_un.d_val & DF_1_PIE) != 0) {
-      file.problem = "is a program, no shared library";
-    } else if (entry.d_tag == DT_RPATH || entry.d_tag == DT_RUNPATH) {
-      addFolders(text, path, file.folders);
-    }
-  }
-}
-
-void readSymbols(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
-  GElf_Sym symbol;
-  for (int i = 1; gelf_getsym(data, i, &symbol) != nullptr; ++i) {
-    const std::string name = textAt(elf, strings, symbol.st_name);
-    const int visibility = GELF_ST_VISIBILITY(symbol.st_other);
-    if (symbol.st_shndx == SHN_UNDEF) {
-      if (GELF_ST_BIND(symbol.st_info) == STB_GLOBAL) {
-        file.undefined.push_back(name);
-      }
-    } else if (GELF_ST_BIND(symbol.st_info) != STB_LOCAL &&
-               (visibility == STV_DEFAULT || visibility == STV_PROTECTED)) {
-      file.defined.insert(name);
-      if (GELF_ST_TYPE(symbol.st_info) == STT_FUNC) {
-        file.functions.insert(name);
+      while (words >> word) {
+        for (const std::string& included : filesOf(word, file)) {
+          if (std::find(files.begin(), files.end(), included) == files.end()) {
+            files.push_back(included);
+          }
+        }
       }
     }
   }
+  folders.insert(folders.end(), {"/lib64", "/usr/lib64", "/lib", "/usr/lib"});
+  return folders;
 }
 
-/// True when a part that would be loaded, or the table of sections, lies behind the end of the
-/// file.
-bool isCutShort(Elf* elf) {
-  std::size_t size = 0;
-  std::size_t parts = 0;
-  if (elf_rawfile(elf, &size) == nullptr || elf_getphdrnum(elf, &parts) != 0) {
-    return true;
+/// Where the loader finds the library `name` for `user`; empty when it finds none.
+std::string findLibrary(const std::string& name, const ElfFile& user) {
+  static const std::vector<std::string> system = systemFolders();
+  std::vector<std::string> folders = user.runpath.empty() ? user.rpath : std::vector<std::string>();
+  const char* const extra = std::getenv("LD_LIBRARY_PATH");
+  addFolders(extra == nullptr ? "" : extra, "", folders);
+  folders.insert(folders.end(), user.runpath.begin(), user.runpath.end());
+  folders.insert(folders.end(), system.begin(), system.end());
+  if (name.find('/') != std::string::npos) {
+    folders = {""};
   }
-  GElf_Phdr part;
-  for (std::size_t i = 0; i < parts; ++i) {
-    if (gelf_getphdr(elf, static_cast<int>(i), &part) == nullptr ||
-        (part.p_type == PT_LOAD && part.p_offset + part.p_filesz > size)) {
-      return true;
+  for (const std::string& folder : folders) {
+    std::string path = fs::path(folder) / name;
+    const ElfFile file = readElf(path);
+    if (file.problem.empty() && file.machine == user.machine && file.elf_class == user.elf_class) {
+      return path;
     }
   }
-  std::size_t sections = 0;
-  return elf_getshdrnum(elf, &sections) != 0 || sections == 0;
+  return {};
 }
 
-ElfFile readElf(const std::string& path) {
-  ElfFile file;
-  const ElfHandle handle(path);
-  if (!handle.isOpen()) {
-    file.problem = std::strerror(errno);
-    return file;
-  }
-  GElf_Ehdr header;
-  Elf* elf = handle.get();
-  if (elf_kind(elf) != ELF_K_ELF || gelf_getehdr(elf, &header) == nullptr ||
-      header.e_type != ET_DYN) {
-    file.problem = "is no shared library";
-    return file;
-  }
-  if (isCutShort(elf)) {
-    file.problem = "is cut short: copy it again";
-    return file;
-  }
-  file.machine = header.e_machine;
-  file.elf_class = gelf_getclass(elf);
-  for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf, section)) != nullptr;) {
-    GElf_Shdr info;
-    Elf_Data* data = elf_getdata(section, nullptr);
-    if (data == nullptr || gelf_getshdr(section, &info) == nullptr) {
-      continue;
-    }
-    if (info.sh_type == SHT_DYNAMIC) {
-      readDynamic(elf, data, info.sh_link, path, file);
-    } else if (info.sh_type == SHT_DYNSYM) {
-      readSymbols(elf, data, info.sh_link, file);
-    }
-  }
-  return file;
-}
-
-/// Name of an architecture as people call it.
-std::string architectureOf(const ElfFile& file) {
-  const std::string bits = file.elf_class == ELFCLASS64 ? " (64 bit)" : " (32 bit)";
-  switch (file.machine) {
-    case EM_X86_64:
-      return "x86-64" + bits;
-    case EM_386:
-      return "x86" + bits;
-    case EM_ARM:
-    case EM_AARCH64:
-      return "ARM" + bits;
-    default:
-      return "machine number " + std::to_string(file.machine) + bits;
-  }
-}
-
-/// The libraries that this process has loaded, as a host would have: the engine among them.
-const std::vector<std::string>& loadedLibraries() {
-  static const std::vector<std::string> files = [] {
-    std::vector<std::string> found;
+/// Where this process has loaded the library `name` from; empty when it has not.
+std::string findLoaded(const std::string& name, const ElfFile& /*user*/) {
+  static const std::map<std::string, std::string> paths = [] {
+    std::map<std::string, std::string> found;
     dl_iterate_phdr(
         [](dl_phdr_info* info, std::size_t, void* context) {
-          const std::string name = info->dlpi_name;
-          if (fs::exists(name)) {
-            static_cast<std::vector<std::string>*>(context)->push_back(name);
+          const fs::path path = info->dlpi_name;
+          if (fs::exists(path)) {
+            static_cast<std::map<std::string, std::string>*>(context)->emplace(path.filename(),
+                                                                               path);
           }
           return 0;
         },
         &found);
     return found;
   }();
-  return files;
+  const auto found = paths.find(name);
+  return found == paths.end() ? std::string() : found->second;
 }
 
 /// Follows the libraries that a module needs, and collects what they define.
 class Resolver {
  public:
-  Resolver() {
-    for (const std::string& file : loadedLibraries()) {
-      add(readElf(file), fs::path(file).filename());
-      loaded_folders_.push_back(fs::path(file).parent_path());
-    }
+  /// One that has what a host has loaded which needs the engine alone. This process is no such
+  /// host: it has libraries of its own.
+  static Resolver ofHost() {
+    Resolver host;
+    ElfFile program;
+    program.has_sections = true;
+    program.needed = {ZQM_TRX_ENGINE};
+    host.follow(program, findLoaded);
+    host.users_.clear();
+    host.problems_.clear();
+    return host;
   }
 
-  /// The problems of loading `file`.
-  std::vector<std::string> resolve(const ElfFile& file) {
-    std::vector<std::string> problems;
-    std::vector<ElfFile> open = {file};
-    while (!open.empty()) {
-      const ElfFile user = open.back();
-      open.pop_back();
-      for (const std::string& name : user.needed) {
-        if (names_.count(name) != 0) {
-          continue;
+  /// The problems of loading `module`.
+  std::vector<std::string> resolve(const ElfFile& module) {
+    follow(module, findLibrary);
+    for (const auto& [prefix, user] : users_) {
+      checkVersions(prefix, user);
+      for (const std::string& symbol : user.undefined) {
+        if (knows_all_ && defined_.count(symbol) == 0) {
+          note({prefix, "nothing defines the symbol ", symbol});
         }
-        const std::string path = find(name, user.folders, file);
-        if (path.empty()) {
-          problems.push_back("needs the library " + name + ", which is not found");
-          names_.insert(name);
-          continue;
-        }
-        open.push_back(readElf(path));
-        add(open.back(), name);
       }
     }
-    for (const std::string& symbol : file.undefined) {
-      if (defined_.count(symbol) == 0) {
-        problems.push_back("nothing defines the symbol " + symbol);
-      }
-    }
-    return problems;
+    return problems_;
   }
 
  private:
-  void add(const ElfFile& file, const std::string& name) {
-    names_.insert({name, file.soname});
-    defined_.insert(file.defined.begin(), file.defined.end());
-  }
-
-  std::string find(const std::string& name, std::vector<std::string> folders,
-                   const ElfFile& like) const {
-    const char* const extra = std::getenv("LD_LIBRARY_PATH");
-    addFolders(extra == nullptr ? "" : extra, "", folders);
-    folders.insert(folders.end(), loaded_folders_.begin(), loaded_folders_.end());
-    folders.insert(folders.end(), {"/lib", "/usr/lib", "/usr/local/lib"});
-    for (const std::string& folder : folders) {
-      std::string path = folder;
-      path.append("/").append(name);
-      const ElfFile file = readElf(path);
-      if (file.problem.empty() && file.machine == like.machine) {
-        return path;
+  /// Takes `first` and all libraries that it and they need.
+  template <typename Find>
+  void follow(const ElfFile& first, const Find& find) {
+    take("", "", first);
+    for (std::size_t i = users_.size() - 1; i < users_.size(); ++i) {
+      const auto [prefix, user] = users_[i];
+      for (const std::string& name : user.needed) {
+        if (versions_.count(name) != 0) {
+          continue;
+        }
+        const std::string path = find(name, user);
+        if (path.empty()) {
+          note({prefix, "needs the library ", name, ", which is not found"});
+          versions_[name];
+          knows_all_ = false;
+          continue;
+        }
+        ElfFile library = readElf(path);
+        library.rpath.insert(library.rpath.end(), user.rpath.begin(), user.rpath.end());
+        take(name, name + ": ", library);
       }
     }
-    return {};
   }
 
-  std::set<std::string> names_, defined_;
-  std::vector<std::string> loaded_folders_;
+  void take(const std::string& name, const std::string& prefix, const ElfFile& file) {
+    versions_[name] = file.versions;
+    versions_[file.soname] = file.versions;
+    defined_.insert(file.defined.begin(), file.defined.end());
+    knows_all_ = knows_all_ && file.has_sections;
+    users_.emplace_back(prefix, file);
+  }
+
+  /// A library without any versions is taken as it is.
+  void checkVersions(const std::string& prefix, const ElfFile& user) {
+    for (const auto& [library, versions] : user.needed_versions) {
+      const auto found = versions_.find(library);
+      for (const std::string& version : versions) {
+        if (found != versions_.end() && !found->second.empty() &&
+            found->second.count(version) == 0) {
+          note({prefix, "needs version ", version, " of the library ", library,
+                ", which has it not"});
+        }
+      }
+    }
+  }
+
+  void note(std::initializer_list<std::string_view> parts) {
+    std::string& problem = problems_.emplace_back();
+    for (const std::string_view part : parts) {
+      problem.append(part);
+    }
+  }
+
+  std::vector<std::pair<std::string, ElfFile>> users_;  ///< each with what its problems begin with
+  std::map<std::string, std::set<std::string>> versions_;  ///< by each name of a library
+  std::set<std::string> defined_;
+  bool knows_all_ = true;
+  std::vector<std::string> problems_;
 };
 
 }  // namespace
@@ -298,7 +227,9 @@ ModuleFile inspectModule(const std::string& file) {
                               architectureOf(own));
     return module;
   }
-  const std::vector<std::string> unresolved = Resolver().resolve(elf);
+  module.has_sections = elf.has_sections;
+  static const Resolver host = Resolver::ofHost();
+  const std::vector<std::string> unresolved = Resolver(host).resolve(elf);
   module.problems.insert(module.problems.end(), unresolved.begin(), unresolved.end());
   return module;
 }

@@ -14,6 +14,7 @@ struct ModuleFile {
   std::vector<std::string> haps;      ///< HAPs that it exports, sorted
   std::vector<std::string> problems;  ///< why it would not load into a host like this tool
   bool is_debug = false;              ///< loaded only on request
+  bool has_sections = true;           ///< false: `haps` is not known, nor what it needs
 };
 
 /// Looks at the module `file`, a path as the engine takes it.

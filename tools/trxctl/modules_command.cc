@@ -12,8 +12,9 @@ namespace {
 
 void print(const std::string& file, const ModuleFile& module, const std::string& replaced_by) {
   const bool loads = module.problems.empty();
+  const char* const verdict = module.has_sections ? "would load" : "may load";
   std::cout << file << ": " << (module.key.empty() ? "no key" : "key " + module.key) << ", "
-            << (loads ? paint(Colour::kGreen, "would load") : paint(Colour::kRed, "would not load"))
+            << (loads ? paint(Colour::kGreen, verdict) : paint(Colour::kRed, "would not load"))
             << '\n';
   for (const std::string& problem : module.problems) {
     std::cout << "  problem: " << problem << '\n';
@@ -24,7 +25,9 @@ void print(const std::string& file, const ModuleFile& module, const std::string&
   if (!replaced_by.empty()) {
     std::cout << "  key taken: " << replaced_by << " comes later and replaces it\n";
   }
-  if (loads && module.haps.empty()) {
+  if (!module.has_sections) {
+    std::cout << "  its section table is missing: its HAPs and what it needs cannot be told\n";
+  } else if (loads && module.haps.empty()) {
     std::cout << "  exports no HAP\n";
   }
   for (const std::string& hap : module.haps) {
