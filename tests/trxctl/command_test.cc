@@ -201,6 +201,10 @@ TEST_F(CommandTest, ModulesTellWhatTheyExportAndWhetherTheyWouldLoad) {
   configure({});
   EXPECT_EQ(run("modules --root . | head -n 3"),
             "TST.so: key TST, would load\n  TST_Call\n  TST_Exit\n= 0\n");
+  dir.write("trx.conf", "hapmodule.number=0\nhaptable.number=0\n");
+  EXPECT_EQ(run("modules --root ."),
+            "! trxctl: no modules are configured; name module files, or list them in the "
+            "configuration\n= 2\n");
 }
 
 TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {

@@ -42,6 +42,10 @@ int listModules(std::vector<std::string> files) {
     if (!configured) {
       return fail("no configuration is found; name module files, or the system root with --root");
     }
+    if (configured->empty()) {
+      return fail(
+          "no modules are configured; name module files, or list them in the configuration");
+    }
     files = *configured;
   } else {
     for (std::string& file : files) {
