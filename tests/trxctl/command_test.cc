@@ -262,13 +262,14 @@ TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
   }
   for (const char* unit : {"rail2", "300", "300:2:", "300:2:rack//rail2", "-1:2", "300 :2", ":2"}) {
     EXPECT_EQ(run("hap TST_Ok --root . --unit '" + std::string(unit) + "'"),
-              "! --unit: '" + std::string(unit) +
+              "! trxctl: --unit: '" + std::string(unit) +
                   "' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2\n"
                   "! Run with --help for more information.\n"
                   "= 2\n");
   }
   for (const char* word : {"010", "0x", "-1", "1e5", "0x100000000", "4294967296"}) {
-    EXPECT_EQ(run("hap TST_Ok --root . --para=" + std::string(word)).rfind("! --para: ", 0), 0U)
+    EXPECT_EQ(run("hap TST_Ok --root . --para=" + std::string(word)).rfind("! trxctl: --para: ", 0),
+              0U)
         << word;
   }
   configure({"gone.csv"});
@@ -410,10 +411,21 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
     EXPECT_NE(help.find("\nExit status: 0 "), std::string::npos) << help;
     EXPECT_NE(help.find("--root DIR"), std::string::npos) << help;
   }
-  EXPECT_EQ(run("chek pump.csv"),
-            "! trxctl: 'chek' is no command; did you mean check?\n"
-            "! Run with --help for more information.\n"
-            "= 2\n");
+  const struct {
+    const char* arguments;
+    const char* error;
+  } cases[] = {
+      {"chek pump.csv", "'chek' is no command; did you mean check?"},
+      {"x pump.csv", "'x' is no command"},
+      {"--root . check pump.csv",
+       "'--root' is no option of trxctl itself; write those of a command behind its name"},
+      {"check --bogus", "'--bogus' is no option of trxctl check"},
+      {"check", "FILE is required"},
+  };
+  for (const auto& [arguments, error] : cases) {
+    EXPECT_EQ(run(arguments), "! trxctl: " + std::string(error) +
+                                  "\n! Run with --help for more information.\n= 2\n");
+  }
   EXPECT_EQ(run("check ''"), ": error: No such file or directory [0xa000000]\n= 2\n");
   EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
 }

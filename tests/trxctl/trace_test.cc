@@ -243,8 +243,8 @@ TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
       "0xdef      error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
       "0xdef      error  01003003 the error has no detail  (HAPController::errExecHAP)\n");
   for (const char* id : {"0x", "def0def0d", "x1", ""}) {
-    EXPECT_EQ(runTool("trace --request='" + std::string(id) + "' " + ring).substr(0, 13),
-              "! --request: ");
+    EXPECT_EQ(runTool("trace --request='" + std::string(id) + "' " + ring).substr(0, 21),
+              "! trxctl: --request: ");
   }
 }
 

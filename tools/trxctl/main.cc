@@ -10,19 +10,25 @@
 namespace kw::trx::trxctl {
 namespace {
 
-/// Names the word that should have been a command; false when there is one.
-bool failForCommand(const CLI::App& app, const std::string& word) {
+/// What is wrong with a command line that was not understood, whose first word is `first`.
+std::string wordsFor(const CLI::App& app, const std::string& first, const CLI::Error& error) {
   std::vector<std::string> names;
   for (const CLI::App* command : app.get_subcommands(nullptr)) {
     names.push_back(command->get_name());
   }
-  if (word[0] == '-' || std::find(names.begin(), names.end(), word) != names.end()) {
-    return false;
+  if (first[0] != '-' && std::find(names.begin(), names.end(), first) == names.end()) {
+    const std::string near = nearestOf(first, names);
+    return "'" + first + "' is no command" + (near.empty() ? "" : "; did you mean " + near + "?");
   }
-  const std::string near = nearestOf(word, names);
-  fail("'" + word + "' is no command" + (near.empty() ? "" : "; did you mean " + near + "?") +
-       "\nRun with --help for more information.");
-  return true;
+  // An unknown option is the reason when words seem to be missing as well.
+  for (const std::string& word : app.remaining(true)) {
+    if (word.size() > 1 && word[0] == '-') {
+      return "'" + word + "' is no option " +
+             (first[0] == '-' ? "of trxctl itself; write those of a command behind its name"
+                              : "of trxctl " + first);
+    }
+  }
+  return error.what();
 }
 
 }  // namespace
@@ -46,10 +52,11 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (argc > 1 && failForCommand(app, argv[1])) {
-      return kExitFailed;
+    if (error.get_exit_code() == 0) {
+      return app.exit(error);
     }
-    return app.exit(error) == 0 ? kExitOk : kExitFailed;
+    return fail(wordsFor(app, argc > 1 ? argv[1] : "-", error) +
+                "\nRun with --help for more information.");
   } catch (const std::exception& exception) {
     return fail(exception.what());
   }
