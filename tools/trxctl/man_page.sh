@@ -1,0 +1,20 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+# Writes the manual page of a command line: man_page.sh HELP2MAN VERSION PAGE TOOL [COMMAND]
+#
+# help2man takes a program for what it runs and a help for one paragraph after the other, so it gets
+# the name of the page, and a help in which each part of the text has the heading of its section.
+set -e
+help2man=$1 version=$2 page=$3
+shift 3
+"$@" --help >"$page.help"
+what=$(head -n 1 "$page.help")
+awk '
+  NR == 1 { next }
+  blank && /^[^ ].*[^:]$/ { print "*Description*" }
+  sub(/^Example: /, "  $ ") { print "\nExamples:" }
+  sub(/^Exit status: /, "") { print "\n*Exit status*" }
+  { blank = $0 == ""; print }' "$page.help" >"$page.text"
+"$help2man" --no-info --section=1 --name="$what" --output="$page" \
+  --version-string="$(basename "$page" .1) $version" --help-option="$page.text" cat
+rm "$page.help" "$page.text"
