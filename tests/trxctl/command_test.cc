@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 
@@ -428,6 +429,22 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
   }
   EXPECT_EQ(run("check ''"), ": error: No such file or directory [0xa000000]\n= 2\n");
   EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
+}
+
+TEST_F(CommandTest, CompletionOffersWhatTheHelpNames) {
+  dir.write("some.csv", "");
+  dir.write("try.sh", ". " COMPLETION "\nCOMP_WORDS=(" TRXCTL
+                      " \"$@\") COMP_CWORD=$#\n_trxctl\necho ${COMPREPLY[*]}\n");
+  const struct {
+    const char* words;
+    const char* offered;
+  } cases[] = {{"c", "check config"},    {"--", "--help --version"},  {"check --s", "--strict"},
+               {"check so", "some.csv"}, {"graph --format s", "svg"}, {"graph -o s", "some.csv"}};
+  for (const auto& [words, offered] : cases) {
+    const std::string bash = "cd " + dir.path() + " && bash try.sh " + words + " >out 2>/dev/null";
+    EXPECT_EQ(std::system(bash.c_str()), 0);
+    EXPECT_EQ(readFile(dir.path() + "/out"), std::string(offered) + "\n") << words;
+  }
 }
 
 }  // namespace
