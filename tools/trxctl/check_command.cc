@@ -9,6 +9,7 @@
 #include "trxctl/commands.h"
 #include "trxctl/configuration.h"
 #include "trxctl/elf_module.h"
+#include "trxctl/table_check.h"
 #include "trxctl/table_warnings.h"
 
 namespace kw::trx::trxctl {

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -16,116 +15,16 @@
 #include "support/trace.h"
 #include "tablefile/words.h"
 #include "trxctl/commands.h"
-#include "trxctl/record_collector.h"
+#include "trxctl/patched_format.h"
 #include "trxctl/trace_catalogue.h"
 
 namespace kw::trx::trxctl {
 namespace {
 
-using Rows = std::vector<unsigned int>;
 using kw::platform::TraceRecord;
 
 /// More findings than anybody reads: each one costs another run of a check.
 constexpr std::size_t kFindingsMax = 1000;
-
-constexpr const char* kColumns[] = {trx::kColumnLabel, trx::kColumnNumber, trx::kColumnCommand,
-                                    trx::kColumnName,  trx::kColumnMode,   trx::kColumnError,
-                                    trx::kColumnPara,  trx::kColumnRsv1,   trx::kColumnRsv2};
-
-const std::map<std::string, int (trx::TblFmt00::*)(const unsigned int& row)> kRowChecks = {
-    {trx::kCommandStart, &trx::TblFmt00::checkCmdSTART},
-    {trx::kCommandEnd, &trx::TblFmt00::checkCmdEND},
-    {trx::kCommandHAP, &trx::TblFmt00::checkCmdHAP},
-    {trx::kCommandCheck, &trx::TblFmt00::checkCmdCHECK},
-    {trx::kCommandWait, &trx::TblFmt00::checkCmdWAIT},
-    {trx::kCommandTable, &trx::TblFmt00::checkCmdTABLE}};
-
-/// Format 00 with some cells read, and some searches answered, as if they were right.
-class PatchedFormat : public trx::TblFmt00 {
- public:
-  PatchedFormat(const std::string& name, trx::TableData* file)
-      : TblFmt00(name, file), data(*file), lines(linesOfRows(*file)) {}
-
-  using TblFmt00::findEntry;
-  using TblFmt00::getMember;
-
-  std::string getMember(const unsigned int& row, const unsigned int& column) override {
-    last_row = row;
-    const auto patch = cells.find({row, column});
-    return patch == cells.end() ? TblFmt00::getMember(row, column) : patch->second;
-  }
-
-  /// A patched cell is not found by what it really holds.
-  Rows findEntry(const unsigned int& column, const std::string& value, const unsigned int& from,
-                 const unsigned int& to) override {
-    const auto search = searches.find({column, value});
-    if (search != searches.end()) {
-      return search->second;
-    }
-    Rows rows = TblFmt00::findEntry(column, value, from, to);
-    rows.erase(std::remove_if(rows.begin(), rows.end(),
-                              [&](unsigned int row) {
-                                return cells.count({row, column}) != 0;
-                              }),
-               rows.end());
-    return rows;
-  }
-
-  unsigned int columnOf(const char* name) { return static_cast<unsigned int>(getColumn(name)); }
-
-  /// The check that `checkTblCmd` makes of one row.
-  int checkRow(unsigned int row) {
-    const auto check = kRowChecks.find(getMember(row, trx::kColumnCommand));
-    return check != kRowChecks.end() ? (this->*check->second)(row)
-                                     : checkAlone(row, &TblFmt00::checkTblCmd);
-  }
-
-  /// Whether the text `cell` is refused in that row and column for one of its characters.
-  bool refuses(unsigned int row, unsigned int column, const std::string& cell,
-               RecordCollector& collector) {
-    std::string& patch = cells[{row, column}];
-    patch = cell;
-    checkAlone(row, column == columnOf(trx::kColumnLabel) ? &TblFmt00::checkLabel
-                                                          : &TblFmt00::checkTblCmd);
-    patch.clear();
-    const std::vector<TraceRecord> records = collector.taken();
-    return !records.empty() && records[0].id == trx::kFmtCharacter.id &&
-           wordOf(records[0], "column", 0) == column;
-  }
-
-  /// Lets `check` take `row` alone for the table.
-  int checkAlone(unsigned int row, int (TblFmt00::*check)()) {
-    const int start = std::exchange(tbl_start_row_, static_cast<int>(row));
-    const int end = std::exchange(tbl_end_row_, static_cast<int>(row));
-    const int result = (this->*check)();
-    tbl_start_row_ = start;
-    tbl_end_row_ = end;
-    return result;
-  }
-
-  const trx::TableData& data;
-  const Rows lines;
-  unsigned int last_row = 0;  ///< the row that was read last
-  std::map<std::pair<unsigned int, unsigned int>, std::string> cells;
-  std::map<std::pair<unsigned int, std::string>, Rows> searches;
-};
-
-unsigned int lineEndsIn(const std::string& cell) {
-  unsigned int count = 0;
-  for (std::size_t i = 0; i < cell.size(); ++i) {
-    const bool pair = cell[i] == '\r' && i + 1 < cell.size() && cell[i + 1] == '\n';
-    count += (cell[i] == '\n' || cell[i] == '\r') && !pair ? 1 : 0;
-  }
-  return count;
-}
-
-std::string quoted(const std::string& cell) {
-  std::string text = "'";
-  for (const char c : cell) {
-    text += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-  }
-  return text + "'";
-}
 
 /// Which of the printable characters a cell may hold, in words.
 std::string allowedText(const std::string& allowed) {
@@ -198,11 +97,7 @@ class FaultFinder {
     for (unsigned int before = 0; before < column; ++before) {
       line += lineEndsIn(format_->data.getMember(row, before));
     }
-    add(line, columnTitle(*format_, column, is_named), words, id);
-  }
-
-  void addCell(unsigned int row, const char* column, const std::string& words, unsigned int id) {
-    addCell(row, format_->columnOf(column), words, id);
+    add(line, columnTitle(column, is_named), words, id);
   }
 
   /// Checks a header key as the choice of the format does.
@@ -299,12 +194,7 @@ class FaultFinder {
   }
 
   std::string characterWords(unsigned int row, unsigned int column, const std::string& cell) {
-    std::string allowed;
-    for (char c = ' '; c < 0x7f; ++c) {
-      if (!format_->refuses(row, column, std::string(1, c), collector_)) {
-        allowed += c;
-      }
-    }
+    const std::string allowed = format_->allowedIn(row, column, collector_);
     if (allowed.empty()) {
       const std::string command = format_->getMember(row, trx::kColumnCommand);
       return quoted(cell) + ": the cell must be empty in a row of the command " + command;
@@ -315,16 +205,11 @@ class FaultFinder {
 
   /// A row with an unknown command passes from now on, whatever its other cells hold.
   void noteCommand(unsigned int row, unsigned int id) {
-    const unsigned int column = format_->columnOf(trx::kColumnCommand);
+    const unsigned int column = trx::kPlaceCommand;
     const std::string cell = format_->data.getMember(row, column);
     trx::FilePath upper(cell);
     upper.toUpper();
-    std::vector<std::string> commands;
-    commands.reserve(kRowChecks.size());
-    for (const auto& known : kRowChecks) {
-      commands.push_back(known.first);
-    }
-    const std::string near = nearestOf(upper.value, commands);
+    const std::string near = nearestOf(upper.value, commandWords());
     if (cell.empty()) {
       addCell(row, column, "a row between START and the last END needs a command", id);
     } else {
@@ -333,11 +218,8 @@ class FaultFinder {
           quoted(cell) + " is no command" + (near.empty() ? "" : "; did you mean " + near + "?"),
           id);
     }
-    for (const char* name : kColumns) {
-      const unsigned int other = format_->columnOf(name);
-      if (other > column) {
-        format_->cells[{row, other}] = "";
-      }
+    for (unsigned int other = column + 1; other < trx::kColumns; ++other) {
+      format_->cells[{row, other}] = "";
     }
     format_->cells[{row, column}] = trx::kCommandStart;
   }
@@ -345,9 +227,8 @@ class FaultFinder {
   /// A number that no row has.
   std::string unusedNumber() {
     if (used_numbers_.empty()) {
-      const unsigned int column = format_->columnOf(trx::kColumnNumber);
       for (unsigned int row = 0; row < format_->data.rowSize(); ++row) {
-        const std::string cell = format_->data.getMember(row, column);
+        const std::string cell = format_->data.getMember(row, trx::kPlaceNumber);
         used_numbers_.insert(
             static_cast<std::uint32_t>(std::strtoul(cell.c_str(), nullptr, trx::kHexBase)));
       }
@@ -360,7 +241,7 @@ class FaultFinder {
   /// Notes a fault of the header, START or END, and goes on with a table area that was probably
   /// meant.
   bool noteArea(unsigned int id) {
-    const unsigned int column = format_->columnOf(trx::kColumnCommand);
+    const unsigned int column = trx::kPlaceCommand;
     const Rows starts = format_->findEntry(column, trx::kCommandStart);
     Rows ends = format_->findEntry(column, trx::kCommandEnd);
     if (id == trx::kFmtNotOneStart.id) {
@@ -393,11 +274,12 @@ class FaultFinder {
   /// Takes the first command row (for START) or the last one (for END) from `first` on for the row
   /// that is missing.
   bool assumeArea(const char* missing, unsigned int first) {
-    const unsigned int column = format_->columnOf(trx::kColumnCommand);
+    const unsigned int column = trx::kPlaceCommand;
+    const std::vector<std::string> commands = commandWords();
     std::optional<unsigned int> found;
     for (unsigned int row = first; row < format_->data.rowSize(); ++row) {
       const std::string command = format_->data.getMember(row, column);
-      const bool known = kRowChecks.count(command) != 0;
+      const bool known = std::find(commands.begin(), commands.end(), command) != commands.end();
       if (known && (!found || missing == std::string(trx::kCommandEnd))) {
         found = row;
       }
@@ -417,35 +299,6 @@ class FaultFinder {
 };
 
 }  // namespace
-
-std::string tableNameOf(const std::string& file) {
-  trx::FilePath name(file);
-  name.erasePath();
-  name.eraseFileExtension();
-  return name.value;
-}
-
-std::string columnTitle(trx::TblFmtFactory& format, unsigned int column, bool is_named) {
-  std::string title(1, static_cast<char>('A' + column));
-  for (const char* name : kColumns) {
-    if (is_named && format.getColumn(name) == static_cast<int>(column)) {
-      title += std::string(", ") + name;
-    }
-  }
-  return title;
-}
-
-std::vector<unsigned int> linesOfRows(const trx::TableData& data) {
-  Rows lines = {1};
-  for (unsigned int row = 0; row < data.rowSize(); ++row) {
-    unsigned int next = lines.back() + 1;
-    for (int column = 0; column < data.columnSize(row); ++column) {
-      next += lineEndsIn(data.getMember(row, static_cast<unsigned int>(column)));
-    }
-    lines.push_back(next);
-  }
-  return lines;
-}
 
 std::vector<Finding> findFaults(const std::string& file) { return FaultFinder(file).run(); }
 

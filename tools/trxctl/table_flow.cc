@@ -6,8 +6,8 @@
 #include "kw/trx/table_format.h"
 #include "tablefile/words.h"
 #include "trxctl/commands.h"
+#include "trxctl/finding.h"
 #include "trxctl/record_collector.h"
-#include "trxctl/table_check.h"
 
 namespace kw::trx::trxctl {
 namespace {
@@ -70,7 +70,7 @@ std::vector<bool> TableFlow::reached(bool with_errors) const {
 
 bool readFlow(const std::string& file, TableFlow& flow) {
   const RecordCollector quiet;
-  flow = {tableNameOf(file), file, {}, {}};
+  flow = {tableNameOf(file), file, {}};
   auto data = std::make_unique<trx::TableData>();
   if (data->load(absolutePath(file)) != 0) {
     return false;
@@ -87,11 +87,6 @@ bool readFlow(const std::string& file, TableFlow& flow) {
   if (format->checkFormat() != 0 || format_00 == nullptr ||
       format_00->getRowOfTblArea(start, end) != 0) {
     return false;
-  }
-  for (const char* column :
-       {trx::kColumnLabel, trx::kColumnCommand, trx::kColumnName, trx::kColumnMode}) {
-    flow.titles[column] =
-        columnTitle(*format, static_cast<unsigned int>(format->getColumn(column)), true);
   }
   std::map<std::string, int> places;
   for (unsigned int row = start; row <= end; ++row) {

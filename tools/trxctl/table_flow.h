@@ -24,7 +24,6 @@ struct TableFlow {
   std::string name;
   std::string file;
   std::vector<FlowRow> rows;
-  std::map<std::string, std::string> titles;  ///< names of columns as findings show them
 
   /// The rows that can run, those after errors included or not.
   std::vector<bool> reached(bool with_errors) const;

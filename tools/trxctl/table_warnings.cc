@@ -117,10 +117,10 @@ class FlowWarner {
     for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
       const FlowRow& row = flow_.rows[at];
       if (!reached_[at]) {
-        add(row, trx::kColumnCommand, "no path reaches this row");
+        add(row, trx::kPlaceCommand, "no path reaches this row");
       }
       if (row.command == trx::kCommandEnd && !row.name.empty() && without_errors[at]) {
-        add(row, trx::kColumnName,
+        add(row, trx::kPlaceName,
             "a run without any failure gets here, and the message '" + row.name +
                 "' makes it an error end");
       }
@@ -133,8 +133,8 @@ class FlowWarner {
   }
 
  private:
-  void add(const FlowRow& row, const char* column, const std::string& words) {
-    findings_.push_back({false, row.line, flow_.titles.at(column), words});
+  void add(const FlowRow& row, trx::Column column, const std::string& words) {
+    findings_.push_back({false, row.line, columnTitle(column, true), words});
   }
 
   void warnOfLabel(const FlowRow& row, std::size_t at) {
@@ -142,23 +142,23 @@ class FlowWarner {
         std::any_of(flow_.rows.begin(), flow_.rows.end(),
                     [at](const FlowRow& other) { return other.jump == static_cast<int>(at); });
     if (!row.label.empty() && !named) {
-      add(row, trx::kColumnLabel, "no row names the label '" + row.label + "'");
+      add(row, trx::kPlaceLabel, "no row names the label '" + row.label + "'");
     }
   }
 
   void warnOfName(const FlowRow& row) {
     if (row.command == trx::kCommandTable && row.name.empty()) {
-      add(row, trx::kColumnName, "a TABLE row without a name ends its table");
+      add(row, trx::kPlaceName, "a TABLE row without a name ends its table");
     } else if (row.command == trx::kCommandTable && around_.tables.count(row.name) == 0) {
       std::vector<std::string> names;
       for (const auto& table : around_.tables) {
         names.push_back(table.first);
       }
-      add(row, trx::kColumnName,
+      add(row, trx::kPlaceName,
           "no table '" + row.name + "' is among the files or the configuration" + hint(row, names));
     }
     if (row.command == trx::kCommandHAP && around_.haps && around_.haps->count(row.name) == 0) {
-      add(row, trx::kColumnName,
+      add(row, trx::kPlaceName,
           "no listed module exports the HAP '" + row.name + "'" +
               hint(row, {around_.haps->begin(), around_.haps->end()}));
     }
@@ -172,7 +172,7 @@ class FlowWarner {
   void warnOfWait(const FlowRow& row) {
     if (row.command == trx::kCommandWait &&
         std::strtoul(row.mode.c_str(), nullptr, trx::kDecimalBase) > trx::kWaitMaxMs) {
-      add(row, trx::kColumnMode, "the wait is cut to one hour, 3600000 ms");
+      add(row, trx::kPlaceMode, "the wait is cut to one hour, 3600000 ms");
     }
   }
 
@@ -188,7 +188,7 @@ class FlowWarner {
       const auto called = ends.find(row.name);
       if (reached_[at] && row.command == trx::kCommandTable && called != ends.end() &&
           !called->second) {
-        add(row, trx::kColumnName,
+        add(row, trx::kPlaceName,
             "every run gets to a call like this one and cannot end: the tables call themselves "
             "without a way out");
         return;
@@ -218,7 +218,7 @@ std::vector<Finding> spreadsheetWarnings(const std::string& file) {
   const auto warn = [&](unsigned int row, unsigned int column, Meaning meaning, bool is_named) {
     const std::string words = spreadsheetWords(cells.getMember(row, column), meaning);
     if (!words.empty()) {
-      findings.push_back({false, lines[row], columnTitle(format, column, is_named), words});
+      findings.push_back({false, lines[row], columnTitle(column, is_named), words});
     }
   };
   for (const char* key : {trx::kKeyFormat, trx::kKeyVersion}) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "trxctl/table_check.h"
+#include "trxctl/finding.h"
 #include "trxctl/table_flow.h"
 
 namespace kw::trx::trxctl {

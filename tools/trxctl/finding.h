@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// What is said about a table file, and about which of its cells.
+#ifndef KW_TRX_TOOLS_TRXCTL_FINDING_H_
+#define KW_TRX_TOOLS_TRXCTL_FINDING_H_
+
+#include <string>
+#include <vector>
+
+#include "kw/trx/table_data.h"
+
+namespace kw::trx::trxctl {
+
+/// Something said about a table file.
+struct Finding {
+  bool is_error;
+  unsigned int line;   ///< as an editor counts, from 1; 0: the file as a whole
+  std::string column;  ///< letter of a spreadsheet, with the name of the column when it has one
+  std::string words;
+  unsigned int id = 0;  ///< trace id of an error
+};
+
+/// The name under which the engine registers the table of this file.
+std::string tableNameOf(const std::string& file);
+
+/// "G, PARA" for column 6; the letter alone where columns have no names.
+std::string columnTitle(unsigned int column, bool is_named);
+
+/// The line at which each row of a file begins, and behind the last one the line after the file.
+/// Quoted cells may hold line ends.
+std::vector<unsigned int> linesOfRows(const trx::TableData& data);
+
+/// How many line ends a cell holds.
+unsigned int lineEndsIn(const std::string& cell);
+
+/// The text of a cell in quotes.
+std::string quoted(const std::string& cell);
+
+}  // namespace kw::trx::trxctl
+
+#endif  // KW_TRX_TOOLS_TRXCTL_FINDING_H_
