@@ -62,6 +62,14 @@ int PatchedFormat::checkRow(unsigned int row) {
                                    : checkAlone(row, &TblFmt00::checkTblCmd);
 }
 
+bool PatchedFormat::isHex(const std::string& text, RecordCollector& collector) {
+  cells[{0, trx::kPlaceNumber}] = text;
+  const bool is_hex = checkAlone(0, &TblFmt00::checkNumber) == 0;
+  cells.erase({0, trx::kPlaceNumber});
+  collector.taken();
+  return is_hex;
+}
+
 std::string PatchedFormat::allowedIn(unsigned int row, unsigned int column,
                                      RecordCollector& collector) {
   std::string allowed;

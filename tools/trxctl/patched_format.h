@@ -35,6 +35,9 @@ class PatchedFormat : public trx::TblFmt00 {
   /// The check that `checkTblCmd` makes of one row.
   int checkRow(unsigned int row);
 
+  /// Whether the engine reads `text` as a hexadecimal number.
+  bool isHex(const std::string& text, RecordCollector& collector);
+
   /// The printable characters that the engine allows in that cell. The patch of the cell is empty
   /// afterwards.
   std::string allowedIn(unsigned int row, unsigned int column, RecordCollector& collector);

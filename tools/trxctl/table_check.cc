@@ -26,6 +26,9 @@ using kw::platform::TraceRecord;
 /// More findings than anybody reads: each one costs another run of a check.
 constexpr std::size_t kFindingsMax = 1000;
 
+/// The version that cannot be told from a missing one.
+constexpr std::uint32_t kNoVersion = 0xffffffff;
+
 /// Which of the printable characters a cell may hold, in words.
 std::string allowedText(const std::string& allowed) {
   const auto has = [&](const std::string& set) {
@@ -49,6 +52,14 @@ std::string allowedText(const std::string& allowed) {
     text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
   }
   return text;
+}
+
+/// True when `cell` is `word` but for letter case and blanks around it.
+bool isNearly(const std::string& cell, const std::string& word) {
+  const std::size_t begin = std::min(cell.find_first_not_of(" \t"), cell.size());
+  trx::FilePath upper(cell.substr(begin, cell.find_last_not_of(" \t") + 1 - begin));
+  upper.toUpper();
+  return upper.value == word;
 }
 
 /// Runs the checks on one file and notes what they find.
@@ -101,37 +112,64 @@ class FaultFinder {
   }
 
   /// Checks a header key as the choice of the format does.
-  void checkKey(const char* key) {
-    const Rows rows = format_->findEntry(trx::kKeyColumn, key);
+  void checkKey(const std::string& key) {
     const int value = format_->data.getTblDefKey(key);
     const std::vector<TraceRecord> records = collector_.taken();
-    const unsigned int id = records.empty() ? trx::kTblLoadNoFormat.id : records[0].id;
-    const std::string name = key;
-    if (id == trx::kDataKeyNotOnce.id) {
-      format_->searches[{trx::kKeyColumn, name}] = {0};
+    Rows rows = format_->findEntry(trx::kKeyColumn, key);
+    if (!records.empty() && records[0].id == trx::kDataKeyNotOnce.id) {
       if (rows.empty()) {
-        add(0, "", "no row has " + name + " in column A", id);
-        return;
+        rows = noteMissingKey(key, records[0].id);
       }
-      addCell(rows[1], trx::kKeyColumn,
-              "a second " + name + " row; exactly one may stand in a file", id, false);
-      return;
+      for (std::size_t i = 1; i < rows.size(); ++i) {
+        addCell(rows[i], trx::kKeyColumn,
+                "a second " + key + " row; exactly one may stand in a file", records[0].id, false);
+      }
+      format_->searches[{trx::kKeyColumn, key}] = {rows.empty() ? 0U : rows[0]};
     }
-    const std::string cell = format_->data.getMember(rows[0], trx::kKeyColumn + 1);
-    if (id == trx::kDataKeyLength.id) {
-      addCell(rows[0], trx::kKeyColumn + 1,
-              cell.empty() ? name + " has no value: a hexadecimal number of 1 to 8 characters"
-                           : quoted(cell) + " is longer than 8 characters",
-              id, false);
-    } else if (id == trx::kDataKeyNotHex.id) {
-      addCell(rows[0], trx::kKeyColumn + 1, quoted(cell) + " is not a hexadecimal number", id,
-              false);
-    } else if (name == trx::kKeyFormat ? value != 0 : value == -1) {
-      addCell(rows[0], trx::kKeyColumn + 1,
-              name == trx::kKeyFormat
-                  ? quoted(cell) + " is no format that the engine knows: only 0 is"
-                  : quoted(cell) + " cannot be told from a missing version",
-              id, false);
+    if (key == trx::kKeyFormat ? value != 0 : value == -1) {
+      for (const unsigned int row : rows) {
+        noteKeyValue(key, row);
+      }
+    }
+  }
+
+  /// Notes that `key` is missing. Returns the row in which it is nearly written, if there is one.
+  Rows noteMissingKey(const std::string& key, unsigned int id) {
+    for (unsigned int row = 0; row < format_->data.rowSize(); ++row) {
+      const std::string cell = format_->data.getMember(row, trx::kKeyColumn);
+      if (isNearly(cell, key) && format_->data.getMember(row, trx::kPlaceCommand).empty()) {
+        addCell(row, trx::kKeyColumn, quoted(cell) + " is no header key; did you mean " + key + "?",
+                id, false);
+        return {row};
+      }
+    }
+    add(0, "", "no row has " + key + " in column A", id);
+    return {};
+  }
+
+  /// Notes what is wrong with the value of a row of `key`, if anything.
+  void noteKeyValue(const std::string& key, unsigned int row) {
+    const std::string cell = format_->data.getMember(row, trx::kKeyColumn + 1);
+    const auto value =
+        static_cast<std::uint32_t>(std::strtoul(cell.c_str(), nullptr, trx::kHexBase));
+    constexpr std::size_t key_value_max = 8;
+    std::string words;
+    unsigned int id = trx::kDataKeyLength.id;
+    if (cell.empty()) {
+      words = key + " has no value: a hexadecimal number of 1 to 8 characters";
+    } else if (cell.size() > key_value_max) {
+      words = quoted(cell) + " is longer than 8 characters";
+    } else if (!format_->isHex(cell, collector_)) {
+      words = quoted(cell) + " is not a hexadecimal number";
+      id = trx::kDataKeyNotHex.id;
+    } else if (key == trx::kKeyFormat ? value != 0 : value == kNoVersion) {
+      words =
+          quoted(cell) + (key == trx::kKeyFormat ? " is no format that the engine knows: only 0 is"
+                                                 : " cannot be told from a missing version");
+      id = trx::kTblLoadNoFormat.id;
+    }
+    if (!words.empty()) {
+      addCell(row, trx::kKeyColumn + 1, words, id, false);
     }
   }
 
@@ -246,8 +284,7 @@ class FaultFinder {
     Rows ends = format_->findEntry(column, trx::kCommandEnd);
     if (id == trx::kFmtNotOneStart.id) {
       if (starts.empty()) {
-        add(0, "", "no row has the command START", id);
-        return assumeArea(trx::kCommandStart, 0);
+        return noteMissing(trx::kCommandStart, 0, "no row has the command START", id);
       }
       for (std::size_t i = 1; i < starts.size(); ++i) {
         addCell(starts[i], column, "a second START row; exactly one may stand in a file", id);
@@ -256,8 +293,7 @@ class FaultFinder {
       return true;
     }
     if (id == trx::kFmtNoEnd.id) {
-      add(0, "", "no row has the command END", id);
-      return assumeArea(trx::kCommandEnd, starts[0]);
+      return noteMissing(trx::kCommandEnd, starts[0], "no row has the command END", id);
     }
     if (id == trx::kFmtStartTooEarly.id) {
       addCell(starts[0], column, "START stands before the FORMAT row or the VERSION row", id);
@@ -265,29 +301,47 @@ class FaultFinder {
       format_->searches[{trx::kKeyColumn, trx::kKeyVersion}] = {0};
       return true;
     }
-    addCell(ends[0], column, "this END row stands before the START row", id);
-    ends.erase(ends.begin(), std::upper_bound(ends.begin(), ends.end(), starts[0]));
+    const auto behind = std::upper_bound(ends.begin(), ends.end(), starts[0]);
+    for (auto end = ends.begin(); end != behind; ++end) {
+      addCell(*end, column, "this END row stands before the START row", id);
+    }
+    ends.erase(ends.begin(), behind);
     format_->searches[{column, trx::kCommandEnd}] = ends;
-    return !ends.empty() || assumeArea(trx::kCommandEnd, starts[0]);
+    return !ends.empty() ||
+           noteMissing(trx::kCommandEnd, starts[0], "no row behind START has the command END",
+                       trx::kFmtNoEnd.id);
   }
 
-  /// Takes the first command row (for START) or the last one (for END) from `first` on for the row
-  /// that is missing.
-  bool assumeArea(const char* missing, unsigned int first) {
-    const unsigned int column = trx::kPlaceCommand;
+  /// Notes that START or END is missing from the row `first` on, and takes the row in which it is
+  /// nearly written for it; else, with `words`, the first command row (for START) or the last one
+  /// (for END). False when there is none.
+  bool noteMissing(const char* missing, unsigned int first, const std::string& words,
+                   unsigned int id) {
     const std::vector<std::string> commands = commandWords();
-    std::optional<unsigned int> found;
+    const bool first_wins = missing == std::string(trx::kCommandStart);
+    std::optional<unsigned int> near;
+    std::optional<unsigned int> known;
     for (unsigned int row = first; row < format_->data.rowSize(); ++row) {
-      const std::string command = format_->data.getMember(row, column);
-      const bool known = std::find(commands.begin(), commands.end(), command) != commands.end();
-      if (known && (!found || missing == std::string(trx::kCommandEnd))) {
-        found = row;
+      const std::string cell = format_->data.getMember(row, trx::kPlaceCommand);
+      if (isNearly(cell, missing) && (!near || !first_wins)) {
+        near = row;
+      } else if (std::count(commands.begin(), commands.end(), cell) != 0 &&
+                 (!known || !first_wins)) {
+        known = row;
       }
     }
-    if (found) {
-      format_->searches[{column, missing}] = {*found};
+    if (near) {
+      const std::string cell = format_->data.getMember(*near, trx::kPlaceCommand);
+      addCell(*near, trx::kPlaceCommand,
+              quoted(cell) + " is no command; did you mean " + missing + "?", id);
+      format_->cells[{*near, trx::kPlaceCommand}] = missing;
+    } else {
+      add(0, "", words, id);
     }
-    return found.has_value();
+    if (near || known) {
+      format_->searches[{trx::kPlaceCommand, missing}] = {near ? *near : *known};
+    }
+    return near || known;
   }
 
   std::string file_;
