@@ -72,7 +72,7 @@ TEST(CheckTest, EveryFaultIsFoundAtItsLineAndCell) {
             "VERSION,1g\r\n"
             "\"a title\r\nof two lines\"\r\n"
             "top,1,START,,,top\r\n"
-            ",2,HAP,PSU.On,off!,nowhere,1  2,x\r\n"
+            ",2,HAP,P\xc3\xa4.On!.\xe2\x82,\"off\t\x01\",nowhere,1  G1234567\xe2\x82\xac,x\r\n"
             ",\"two\nlines\",WAIT,,1s\r\n"
             ",,wait,,5,NOP,G\r\n"
             "a b,0,CHECK,,,NOP\r\n"

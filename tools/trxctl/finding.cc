@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/finding.h"
 
+#include <algorithm>
+
 #include "kw/trx/file_path.h"
 #include "tablefile/words.h"
 
@@ -39,10 +41,35 @@ unsigned int lineEndsIn(const std::string& cell) {
   return count;
 }
 
+std::vector<std::string> charactersOf(const std::string& cell) {
+  std::vector<std::string> characters;
+  for (std::size_t at = 0; at < cell.size(); at += characters.back().size()) {
+    const auto first = static_cast<unsigned char>(cell[at]);
+    const std::size_t size = first < 0xc2 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
+    const std::string character = cell.substr(at, first < 0xf5 ? size : 1);
+    const bool is_whole =
+        character.size() == size && std::all_of(character.begin() + 1, character.end(), [](char c) {
+          return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+        });
+    characters.push_back(is_whole ? character : cell.substr(at, 1));
+  }
+  return characters;
+}
+
 std::string quoted(const std::string& cell) {
+  constexpr char digits[] = "0123456789abcdef";
   std::string text = "'";
-  for (const char c : cell) {
-    text += static_cast<unsigned char>(c) < ' ' ? '?' : c;
+  for (const std::string& character : charactersOf(cell)) {
+    const auto byte = static_cast<unsigned char>(character[0]);
+    const std::string shown = "\t\n\r";
+    const std::size_t letter = shown.find(character);
+    if (letter != std::string::npos) {
+      text += std::string("\\") + "tnr"[letter];
+    } else if (character.size() == 1 && (byte < ' ' || byte > '~')) {
+      text += std::string("\\x") + digits[byte / 16] + digits[byte % 16];
+    } else {
+      text += character;
+    }
   }
   return text + "'";
 }

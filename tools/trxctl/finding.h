@@ -32,7 +32,10 @@ std::vector<unsigned int> linesOfRows(const trx::TableData& data);
 /// How many line ends a cell holds.
 unsigned int lineEndsIn(const std::string& cell);
 
-/// The text of a cell in quotes.
+/// `cell` cut into its characters as UTF-8 writes them; a byte that is part of none stands alone.
+std::vector<std::string> charactersOf(const std::string& cell);
+
+/// The text of a cell in quotes, with what cannot be shown as \t, \n, \r or \x and two digits.
 std::string quoted(const std::string& cell);
 
 }  // namespace kw::trx::trxctl

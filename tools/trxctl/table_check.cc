@@ -29,6 +29,14 @@ constexpr std::size_t kFindingsMax = 1000;
 /// The version that cannot be told from a missing one.
 constexpr std::uint32_t kNoVersion = 0xffffffff;
 
+std::string listed(const std::vector<std::string>& names) {
+  std::string text;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+  }
+  return text;
+}
+
 /// Which of the printable characters a cell may hold, in words.
 std::string allowedText(const std::string& allowed) {
   const auto has = [&](const std::string& set) {
@@ -47,11 +55,7 @@ std::string allowedText(const std::string& allowed) {
   name("_", "_");
   name("-", "-");
   name(" ", "blank");
-  std::string text;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
-  }
-  return text;
+  return listed(names);
 }
 
 /// True when `cell` is `word` but for letter case and blanks around it.
@@ -216,6 +220,7 @@ class FaultFinder {
       addCell(row, column, "the label " + quoted(cell) + " is used twice", id);
     } else if (id == trx::kFmtHAPParameter.id) {
       addCell(row, column, "fields have 1 to 8 characters and one blank between them", id);
+      patch.clear();
     } else if (id == trx::kFmtHAPLabel.id || id == trx::kFmtCheckLabel.id) {
       addCell(row, column,
               quoted(cell) +
@@ -223,7 +228,7 @@ class FaultFinder {
                   " the label of a row from START to the last END",
               id);
     } else if (id == trx::kFmtCharacter.id) {
-      addCell(row, column, characterWords(row, column, cell), id);
+      noteCharacters(row, column, cell, id);
     } else {
       add(0, "", describe(record), id);
       return false;
@@ -231,14 +236,34 @@ class FaultFinder {
     return true;
   }
 
-  std::string characterWords(unsigned int row, unsigned int column, const std::string& cell) {
+  /// Notes the characters of a cell that may not stand there. Fields of PARA are checked all the
+  /// same, with a digit in place of each of them.
+  void noteCharacters(unsigned int row, unsigned int column, const std::string& cell,
+                      unsigned int id) {
     const std::string allowed = format_->allowedIn(row, column, collector_);
     if (allowed.empty()) {
-      const std::string command = format_->getMember(row, trx::kColumnCommand);
-      return quoted(cell) + ": the cell must be empty in a row of the command " + command;
+      addCell(row, column,
+              quoted(cell) + ": the cell must be empty in a row of the command " +
+                  format_->getMember(row, trx::kPlaceCommand),
+              id);
+      return;
     }
-    const std::size_t wrong = cell.find_first_not_of(allowed);
-    return quoted(cell.substr(wrong, 1)) + " is not allowed here: only " + allowedText(allowed);
+    std::vector<std::string> wrong;
+    std::string mended;
+    for (const std::string& character : charactersOf(cell)) {
+      const bool is_allowed = allowed.find(character) != std::string::npos;
+      mended += is_allowed ? character : "0";
+      if (!is_allowed && std::count(wrong.begin(), wrong.end(), quoted(character)) == 0) {
+        wrong.push_back(quoted(character));
+      }
+    }
+    addCell(row, column,
+            listed(wrong) + (wrong.size() == 1 ? " is" : " are") + " not allowed here: only " +
+                allowedText(allowed),
+            id);
+    if (column == trx::kPlacePara) {
+      format_->cells[{row, column}] = mended;
+    }
   }
 
   /// A row with an unknown command passes from now on, whatever its other cells hold.
