@@ -93,17 +93,22 @@ TEST(CheckTest, WhatLoadsButIsNotMeantGivesWarnings) {
   const TempDir dir;
   dir.write("kw/etc/kwpath.conf", "path.trx.conf=" + dir.path() + "/trx.conf\n");
   dir.write("trx.conf", "hapmodule.number=1\nhapmodule.file.0=" MODULE_TST
-                        "\nhaptable.number=1\nhaptable.file.0=" +
-                            dir.write("listed.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,END\n"));
+                        "\nhaptable.number=3\nhaptable.file.0=" +
+                            dir.write("listed.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,END\n") +
+                            "\nhaptable.file.1=" + dir.write("broken.csv", "FORMAT,0\n") +
+                            "\nhaptable.file.2=/no/such/gone.csv\n");
   dir.write("odd.csv",
             "FORMAT,00\nVERSION,1e5\n,1,START\n"
             "unused,2,HAP,TST_OK,007\n,3,HAP,TST_Fail,,lost,1e5\n,3a,HAP,TST_Ok,,,1ee5\n,+4,TABLE,"
             "listed\n"
             ",5,TABLE,litsed\n,6,WAIT,,3600001\n,7,WAIT,,0500\n,8,TABLE,even\n,9,END,DONE\n"
             ",a,WAIT\nlost,b,END,0001E0\n");
+  dir.write(
+      "calls.csv",
+      "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,broken\n,3,TABLE,gone\n,4,TABLE,borken\n,5,END\n");
   dir.write("even.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,odder\n,3,END\n");
   dir.write("odder.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,even\n,3,END\n");
-  EXPECT_EQ(runTool("check --strict --root . odd.csv even.csv odder.csv", dir.path()),
+  EXPECT_EQ(runTool("check --strict --root . odd.csv even.csv odder.csv calls.csv", dir.path()),
             readFile(GOLDEN "/warnings.txt"));
   EXPECT_EQ(runTool("check --strict odder.csv listed.csv", dir.path()),
             "odder.csv:4 (D, HAP/TABLE): warning: no table 'even' is among the files or the "

@@ -333,14 +333,15 @@ TEST_F(CommandTest, GraphDrawsRowsErrorsAndCalls) {
   writeTable("flow.csv",
              ",1,START\n,2,HAP,TST_Ok,fast,NOP,1 ff\n,3,HAP,TST_Ok,,out\n,4,TABLE,called\n"
              ",5,CHECK\n,6,END\n,7,WAIT,,5\nout,8,END,FAILED\n");
-  writeTable("called.csv", ",1,START\n,2,TABLE,other\n,3,END\n");
-  EXPECT_EQ(run("graph flow.csv called.csv"), readFile(GOLDEN "/graph.txt"));
+  writeTable("called.csv", ",1,START\n,2,TABLE,other\n,3,TABLE,wrong\n,4,END\n");
+  dir.write("wrong.csv", "FORMAT,0\n");
+  configure({"wrong.csv"});
+  EXPECT_EQ(run("graph --root . flow.csv called.csv"), readFile(GOLDEN "/graph.txt"));
   EXPECT_EQ(run("graph flow.csv --format svg -o flow.svg"), "= 0\n");
   EXPECT_NE(readFile(dir.path() + "/flow.svg").find(">2 &#160;HAP TST_Ok fast 1 ff</text>"),
             std::string::npos);
   EXPECT_EQ(run("graph flow.csv --format png -o none/flow.png 2>/dev/null | grep -c x"),
             "0\n= 1\n");
-  dir.write("wrong.csv", "FORMAT,0\n");
   EXPECT_EQ(run("graph wrong.csv"),
             "! trxctl: wrong.csv: the engine does not load this table; trxctl check tells why\n"
             "= 2\n");

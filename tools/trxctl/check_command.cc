@@ -37,7 +37,7 @@ Surroundings surroundingsOf(const std::vector<std::string>& files) {
   Surroundings around;
   std::optional<std::vector<std::string>> modules;
   const std::vector<std::string> configured = configuredTables(modules);
-  around.tables = readFlows(files, configured);
+  around.tables = readTables(files, configured);
   if (modules) {
     around.haps.emplace();
     for (const std::string& file : *modules) {

@@ -43,21 +43,24 @@ std::vector<std::string> configuredTables(std::optional<std::vector<std::string>
   return {};
 }
 
-TableFlows readFlows(const std::vector<std::string>& files,
-                     const std::vector<std::string>& configured) {
-  TableFlows flows;
-  TableFlow flow;
-  for (const std::string& file : configured) {
-    if (readFlow("/" + file, flow)) {
-      flows[flow.name] = flow;
+KnownTables readTables(const std::vector<std::string>& files,
+                       const std::vector<std::string>& configured) {
+  KnownTables tables;
+  const auto read = [&tables](const std::string& file) {
+    TableFlow flow;
+    if (readFlow(file, flow)) {
+      tables.flows[flow.name] = flow;
+    } else {
+      tables.refused.insert(flow.name);
     }
+  };
+  for (const std::string& file : configured) {
+    read("/" + file);
   }
   for (const std::string& file : files) {
-    if (readFlow(file, flow)) {
-      flows[flow.name] = flow;
-    }
+    read(file);
   }
-  return flows;
+  return tables;
 }
 
 }  // namespace kw::trx::trxctl

@@ -20,10 +20,10 @@ std::string loadConfiguration();
 /// `modules` gets the module files.
 std::vector<std::string> configuredTables(std::optional<std::vector<std::string>>& modules);
 
-/// The tables of those of `files` that the engine loads; the later one of a name wins, and those
-/// given first count more than those of the configuration.
-TableFlows readFlows(const std::vector<std::string>& files,
-                     const std::vector<std::string>& configured);
+/// The tables of `files` and of those that the configuration names. Of two files with one name that
+/// the engine loads, the later one wins, and one of `files` counts more than a configured one.
+KnownTables readTables(const std::vector<std::string>& files,
+                       const std::vector<std::string>& configured);
 
 }  // namespace kw::trx::trxctl
 

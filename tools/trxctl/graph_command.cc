@@ -43,7 +43,7 @@ std::string quoted(const std::string& text) {
 /// Writes tables in the language of Graphviz.
 class GraphWriter {
  public:
-  explicit GraphWriter(const TableFlows& flows) : flows_(flows) {}
+  explicit GraphWriter(const KnownTables& tables) : tables_(tables) {}
 
   /// The tables called `names` and those that they call.
   std::string write(const std::vector<std::string>& names) {
@@ -69,9 +69,11 @@ class GraphWriter {
     if (!added_.insert(name).second) {
       return;
     }
-    const auto found = flows_.find(name);
-    if (found == flows_.end()) {
-      out_ << "  " << node(name, 0) << " [label=" << quoted(name + "\nnot among the files")
+    const auto found = tables_.flows.find(name);
+    if (found == tables_.flows.end()) {
+      const bool is_refused = tables_.refused.count(name) != 0;
+      out_ << "  " << node(name, 0) << " [label="
+           << quoted(name + (is_refused ? "\nnot loaded by the engine" : "\nnot among the files"))
            << " style=dashed]\n";
       return;
     }
@@ -128,7 +130,7 @@ class GraphWriter {
          << (mode ? " [label=" + quoted(row.error) + "]" : "") << '\n';
   }
 
-  const TableFlows& flows_;
+  const KnownTables& tables_;
   std::set<std::string> added_;
   std::ostringstream out_, calls_;
 };
@@ -184,8 +186,8 @@ int graphTables(const GraphOptions& options) {
     names.push_back(flow.name);
   }
   std::optional<std::vector<std::string>> modules;
-  const std::string graph =
-      GraphWriter(readFlows(options.files, configuredTables(modules))).write(names);
+  const KnownTables tables = readTables(options.files, configuredTables(modules));
+  const std::string graph = GraphWriter(tables).write(names);
   return options.format == "dot" ? writeText(graph, options.output) : draw(graph, options);
 }
 

@@ -4,6 +4,7 @@
 #define KW_TRX_TOOLS_TRXCTL_TABLE_FLOW_H_
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,13 @@ struct TableFlow {
 /// Tables by name.
 using TableFlows = std::map<std::string, TableFlow>;
 
-/// True when the engine loads `file`; `flow` is then its table.
+/// The tables that a command knows of.
+struct KnownTables {
+  TableFlows flows;               ///< those that the engine loads
+  std::set<std::string> refused;  ///< names of those whose file it does not load
+};
+
+/// True when the engine loads `file`; `flow` is then its table, else its name alone.
 bool readFlow(const std::string& file, TableFlow& flow);
 
 /// The tables among `flows` that can end without an error, each call taken into account.

@@ -149,19 +149,28 @@ class FlowWarner {
   void warnOfName(const FlowRow& row) {
     if (row.command == trx::kCommandTable && row.name.empty()) {
       add(row, trx::kPlaceName, "a TABLE row without a name ends its table");
-    } else if (row.command == trx::kCommandTable && around_.tables.count(row.name) == 0) {
-      std::vector<std::string> names;
-      for (const auto& table : around_.tables) {
-        names.push_back(table.first);
-      }
-      add(row, trx::kPlaceName,
-          "no table '" + row.name + "' is among the files or the configuration" + hint(row, names));
+    } else if (row.command == trx::kCommandTable && around_.tables.flows.count(row.name) == 0) {
+      warnOfTable(row);
     }
     if (row.command == trx::kCommandHAP && around_.haps && around_.haps->count(row.name) == 0) {
       add(row, trx::kPlaceName,
           "no listed module exports the HAP '" + row.name + "'" +
               hint(row, {around_.haps->begin(), around_.haps->end()}));
     }
+  }
+
+  void warnOfTable(const FlowRow& row) {
+    if (around_.tables.refused.count(row.name) != 0) {
+      add(row, trx::kPlaceName,
+          "the engine does not load the table '" + row.name + "'; trxctl check tells why");
+      return;
+    }
+    std::vector<std::string> names(around_.tables.refused.begin(), around_.tables.refused.end());
+    for (const auto& table : around_.tables.flows) {
+      names.push_back(table.first);
+    }
+    add(row, trx::kPlaceName,
+        "no table '" + row.name + "' is among the files or the configuration" + hint(row, names));
   }
 
   static std::string hint(const FlowRow& row, const std::vector<std::string>& known) {
@@ -178,7 +187,7 @@ class FlowWarner {
 
   /// Every run of such a table calls a table that cannot end either, until the nest limit.
   void warnOfEndlessCalls() {
-    const std::map<std::string, bool> ends = canEnd(around_.tables);
+    const std::map<std::string, bool> ends = canEnd(around_.tables.flows);
     const auto own = ends.find(flow_.name);
     if (own == ends.end() || own->second) {
       return;

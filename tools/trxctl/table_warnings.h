@@ -15,7 +15,7 @@ namespace kw::trx::trxctl {
 
 /// What is known of the surroundings of a table.
 struct Surroundings {
-  TableFlows tables;                          ///< those among the files and the configuration
+  KnownTables tables;                         ///< those among the files and the configuration
   std::optional<std::set<std::string>> haps;  ///< exported by the listed modules; none: not known
 };
 
