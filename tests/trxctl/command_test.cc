@@ -337,11 +337,14 @@ TEST_F(CommandTest, GraphDrawsRowsErrorsAndCalls) {
   dir.write("wrong.csv", "FORMAT,0\n");
   configure({"wrong.csv"});
   EXPECT_EQ(run("graph --root . flow.csv called.csv"), readFile(GOLDEN "/graph.txt"));
-  EXPECT_EQ(run("graph flow.csv --format svg -o flow.svg"), "= 0\n");
+  EXPECT_EQ(run("graph flow.csv -o flow.svg"), "= 0\n");
   EXPECT_NE(readFile(dir.path() + "/flow.svg").find(">2 &#160;HAP TST_Ok fast 1 ff</text>"),
             std::string::npos);
   EXPECT_EQ(run("graph flow.csv --format png -o none/flow.png 2>/dev/null | grep -c x"),
             "0\n= 1\n");
+  EXPECT_EQ(run("graph flow.csv -o flow.PNG && head -c 4 flow.PNG | tail -c 3"), "PNG= 0\n");
+  EXPECT_EQ(run("graph flow.csv --format dot -o text.svg; head -n 1 text.svg"),
+            "digraph tables {\n= 0\n");
   EXPECT_EQ(run("graph wrong.csv"),
             "! trxctl: wrong.csv: the engine does not load this table; trxctl check tells why\n"
             "= 2\n");

@@ -56,7 +56,7 @@ std::vector<std::string> charactersOf(const std::string& cell) {
   return characters;
 }
 
-std::string quoted(const std::string& cell) {
+std::string inQuotes(const std::string& cell) {
   constexpr char digits[] = "0123456789abcdef";
   std::string text = "'";
   for (const std::string& character : charactersOf(cell)) {

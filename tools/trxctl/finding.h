@@ -36,7 +36,7 @@ unsigned int lineEndsIn(const std::string& cell);
 std::vector<std::string> charactersOf(const std::string& cell);
 
 /// The text of a cell in quotes, with what cannot be shown as \t, \n, \r or \x and two digits.
-std::string quoted(const std::string& cell);
+std::string inQuotes(const std::string& cell);
 
 }  // namespace kw::trx::trxctl
 

@@ -6,12 +6,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <set>
 #include <sstream>
 
+#include "kw/trx/file_path.h"
 #include "tablefile/words.h"
 #include "trxctl/commands.h"
 #include "trxctl/configuration.h"
@@ -27,11 +29,12 @@ constexpr char kCall[] = "color=blue style=dotted";
 
 struct GraphOptions {
   std::vector<std::string> files;
-  std::string format = "dot";
+  std::string format;  ///< empty: as the extension of `output` tells
   std::string output;
 };
 
-std::string quoted(const std::string& text) {
+/// `text` as the language of Graphviz writes it.
+std::string dotText(const std::string& text) {
   std::string out = "\"";
   for (const char c : text) {
     const bool special = c == '"' || c == '\\' || c == '\n';
@@ -58,7 +61,7 @@ class GraphWriter {
 
  private:
   static std::string node(const std::string& table, const std::string& place) {
-    return quoted(table + ":" + place);
+    return dotText(table + ":" + place);
   }
 
   static std::string node(const std::string& table, std::size_t place) {
@@ -73,13 +76,14 @@ class GraphWriter {
     if (found == tables_.flows.end()) {
       const bool is_refused = tables_.refused.count(name) != 0;
       out_ << "  " << node(name, 0) << " [label="
-           << quoted(name + (is_refused ? "\nnot loaded by the engine" : "\nnot among the files"))
+           << dotText(name + (is_refused ? "\nnot loaded by the engine" : "\nnot among the files"))
            << " style=dashed]\n";
       return;
     }
     const TableFlow& flow = found->second;
     const std::vector<bool> reached = flow.reached(true);
-    out_ << "  subgraph " << quoted("cluster " + name) << " {\n    label=" << quoted(name) << '\n';
+    out_ << "  subgraph " << dotText("cluster " + name) << " {\n    label=" << dotText(name)
+         << '\n';
     for (std::size_t at = 0; at < flow.rows.size(); ++at) {
       writeRow(flow, at, reached[at]);
     }
@@ -104,7 +108,7 @@ class GraphWriter {
     if (!row.label.empty()) {
       label = row.label + "\n" + label;
     }
-    out_ << "    " << node(flow.name, at) << " [label=" << quoted(label)
+    out_ << "    " << node(flow.name, at) << " [label=" << dotText(label)
          << (end ? " shape=ellipse" : "") << (end && !row.name.empty() ? " color=red" : "")
          << (reached ? "" : std::string(" ") + kUnreached) << "]\n";
     const bool last = end || (row.command == trx::kCommandTable && row.name.empty());
@@ -127,7 +131,7 @@ class GraphWriter {
                  const FlowRow& row) {
     const bool mode = row.command == trx::kCommandHAP && row.jump < 0 && !row.error.empty();
     out_ << "    " << from << " -> " << to << (style.empty() ? "" : " [" + style + "]")
-         << (mode ? " [label=" + quoted(row.error) + "]" : "") << '\n';
+         << (mode ? " [label=" + dotText(row.error) + "]" : "") << '\n';
   }
 
   const KnownTables& tables_;
@@ -173,7 +177,15 @@ int writeText(const std::string& graph, const std::string& output) {
   return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
 }
 
-int graphTables(const GraphOptions& options) {
+/// "svg" or "png" when the name of the file ends so, in any letter case; else "dot".
+std::string formatOf(const std::string& output) {
+  trx::FilePath extension(std::filesystem::path(output).extension().string());
+  extension.toLower();
+  return extension.value == ".svg" ? "svg" : extension.value == ".png" ? "png" : "dot";
+}
+
+int graphTables(GraphOptions options) {
+  options.format = options.format.empty() ? formatOf(options.output) : options.format;
   if (options.format != "dot" && options.output.empty()) {
     return fail("a picture needs a file to be written to: add -o FILE." + options.format);
   }
@@ -199,13 +211,16 @@ void addGraphCommand(CLI::App& app, int& status) {
       app, "graph", "Draws the flow of tables and of the tables that they call",
       "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey.\n"
       "Called tables are looked for among the files and in the configuration.\n"
-      "Example: trxctl graph selftest.csv rails.csv --format svg -o selftest.svg\n"
+      "Example: trxctl graph selftest.csv rails.csv -o selftest.svg\n"
       "Exit status: 0 the graph is written; 2 it is not.");
   command->add_option("FILE", options->files, "Table files")->required();
-  command->add_option("--format", options->format, "dot, svg or png; pictures need Graphviz")
-      ->check(CLI::IsMember({"dot", "svg", "png"}))
-      ->capture_default_str();
-  command->add_option("-o,--output", options->output, "Where to write; else standard output")
+  command
+      ->add_option("--format", options->format,
+                   "dot, or with Graphviz svg or png; else as the file of -o is named, or dot")
+      ->check(CLI::IsMember({"dot", "svg", "png"}));
+  command
+      ->add_option("-o,--output", options->output,
+                   "Where to write; else standard output, which takes no picture")
       ->type_name("FILE");
   command->callback([options, &status] { status = graphTables(*options); });
 }

@@ -142,8 +142,8 @@ class FaultFinder {
     for (unsigned int row = 0; row < format_->data.rowSize(); ++row) {
       const std::string cell = format_->data.getMember(row, trx::kKeyColumn);
       if (isNearly(cell, key) && format_->data.getMember(row, trx::kPlaceCommand).empty()) {
-        addCell(row, trx::kKeyColumn, quoted(cell) + " is no header key; did you mean " + key + "?",
-                id, false);
+        addCell(row, trx::kKeyColumn,
+                inQuotes(cell) + " is no header key; did you mean " + key + "?", id, false);
         return {row};
       }
     }
@@ -162,14 +162,14 @@ class FaultFinder {
     if (cell.empty()) {
       words = key + " has no value: a hexadecimal number of 1 to 8 characters";
     } else if (cell.size() > key_value_max) {
-      words = quoted(cell) + " is longer than 8 characters";
+      words = inQuotes(cell) + " is longer than 8 characters";
     } else if (!format_->isHex(cell, collector_)) {
-      words = quoted(cell) + " is not a hexadecimal number";
+      words = inQuotes(cell) + " is not a hexadecimal number";
       id = trx::kDataKeyNotHex.id;
     } else if (key == trx::kKeyFormat ? value != 0 : value == kNoVersion) {
-      words =
-          quoted(cell) + (key == trx::kKeyFormat ? " is no format that the engine knows: only 0 is"
-                                                 : " cannot be told from a missing version");
+      words = inQuotes(cell) + (key == trx::kKeyFormat
+                                    ? " is no format that the engine knows: only 0 is"
+                                    : " cannot be told from a missing version");
       id = trx::kTblLoadNoFormat.id;
     }
     if (!words.empty()) {
@@ -208,7 +208,7 @@ class FaultFinder {
     }
     std::string& patch = format_->cells[{row, column}];
     if (id == trx::kFmtNumberNotHex.id) {
-      addCell(row, column, quoted(cell) + " is not a hexadecimal number", id);
+      addCell(row, column, inQuotes(cell) + " is not a hexadecimal number", id);
       patch = unusedNumber();
     } else if (id == trx::kFmtNumberTwice.id) {
       addCell(row, column,
@@ -217,13 +217,13 @@ class FaultFinder {
               id);
       patch = unusedNumber();
     } else if (id == trx::kFmtLabelTwice.id) {
-      addCell(row, column, "the label " + quoted(cell) + " is used twice", id);
+      addCell(row, column, "the label " + inQuotes(cell) + " is used twice", id);
     } else if (id == trx::kFmtHAPParameter.id) {
       addCell(row, column, "fields have 1 to 8 characters and one blank between them", id);
       patch.clear();
     } else if (id == trx::kFmtHAPLabel.id || id == trx::kFmtCheckLabel.id) {
       addCell(row, column,
-              quoted(cell) +
+              inQuotes(cell) +
                   (id == trx::kFmtHAPLabel.id ? " is neither NOP nor STACK nor" : " is not") +
                   " the label of a row from START to the last END",
               id);
@@ -243,7 +243,7 @@ class FaultFinder {
     const std::string allowed = format_->allowedIn(row, column, collector_);
     if (allowed.empty()) {
       addCell(row, column,
-              quoted(cell) + ": the cell must be empty in a row of the command " +
+              inQuotes(cell) + ": the cell must be empty in a row of the command " +
                   format_->getMember(row, trx::kPlaceCommand),
               id);
       return;
@@ -253,8 +253,8 @@ class FaultFinder {
     for (const std::string& character : charactersOf(cell)) {
       const bool is_allowed = allowed.find(character) != std::string::npos;
       mended += is_allowed ? character : "0";
-      if (!is_allowed && std::count(wrong.begin(), wrong.end(), quoted(character)) == 0) {
-        wrong.push_back(quoted(character));
+      if (!is_allowed && std::count(wrong.begin(), wrong.end(), inQuotes(character)) == 0) {
+        wrong.push_back(inQuotes(character));
       }
     }
     addCell(row, column,
@@ -278,7 +278,7 @@ class FaultFinder {
     } else {
       addCell(
           row, column,
-          quoted(cell) + " is no command" + (near.empty() ? "" : "; did you mean " + near + "?"),
+          inQuotes(cell) + " is no command" + (near.empty() ? "" : "; did you mean " + near + "?"),
           id);
     }
     for (unsigned int other = column + 1; other < trx::kColumns; ++other) {
@@ -358,7 +358,7 @@ class FaultFinder {
     if (near) {
       const std::string cell = format_->data.getMember(*near, trx::kPlaceCommand);
       addCell(*near, trx::kPlaceCommand,
-              quoted(cell) + " is no command; did you mean " + missing + "?", id);
+              inQuotes(cell) + " is no command; did you mean " + missing + "?", id);
       format_->cells[{*near, trx::kPlaceCommand}] = missing;
     } else {
       add(0, "", words, id);
