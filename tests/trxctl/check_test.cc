@@ -92,8 +92,11 @@ TEST(CheckTest, EveryFaultIsFoundAtItsLineAndCell) {
 TEST(CheckTest, WhatLoadsButIsNotMeantGivesWarnings) {
   const TempDir dir;
   dir.write("kw/etc/kwpath.conf", "path.trx.conf=" + dir.path() + "/trx.conf\n");
-  dir.write("trx.conf", "hapmodule.number=1\nhapmodule.file.0=" MODULE_TST
-                        "\nhaptable.number=3\nhaptable.file.0=" +
+  dir.write("trx.conf", "hapmodule.number=3\nhapmodule.file.0=" +
+                            dir.write("old/libzq_hap_tst.so",
+                                      replaced(readFile(MODULE_TST), "TST_Exit", "TST_Quit")) +
+                            "\nhapmodule.file.1=" MODULE_TST "\nhapmodule.file.2=" MODULE_TORN
+                            "\nhaptable.number=3\nhaptable.file.0=" +
                             dir.write("listed.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,END\n") +
                             "\nhaptable.file.1=" + dir.write("broken.csv", "FORMAT,0\n") +
                             "\nhaptable.file.2=/no/such/gone.csv\n");
@@ -103,16 +106,18 @@ TEST(CheckTest, WhatLoadsButIsNotMeantGivesWarnings) {
             "listed\n"
             ",5,TABLE,litsed\n,6,WAIT,,3600001\n,7,WAIT,,0500\n,8,TABLE,even\n,9,END,DONE\n"
             ",a,WAIT\nlost,b,END,0001E0\n");
-  dir.write(
-      "calls.csv",
-      "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,broken\n,3,TABLE,gone\n,4,TABLE,borken\n,5,END\n");
+  dir.write("calls.csv",
+            "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,broken\n,3,TABLE,gone\n,4,TABLE,borken\n,5,"
+            "HAP,TST_Quit\n,6,HAP,TST_Exit\n,7,HAP,TORN_Ok\n,8,END\n");
   dir.write("even.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,odder\n,3,END\n");
-  dir.write("odder.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,even\n,3,END\n");
+  dir.write("odder.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,even\n,3,HAP\n,4,END\n");
   EXPECT_EQ(runTool("check --strict --root . odd.csv even.csv odder.csv calls.csv", dir.path()),
             readFile(GOLDEN "/warnings.txt"));
   EXPECT_EQ(runTool("check --strict odder.csv listed.csv", dir.path()),
             "odder.csv:4 (D, HAP/TABLE): warning: no table 'even' is among the files or the "
-            "configuration\n= 1\n");
+            "configuration\n"
+            "odder.csv:5 (D, HAP/TABLE): warning: a HAP row without a name fails: no HAP has it\n"
+            "= 1\n");
 }
 
 /// Whether the engine itself loads a file.

@@ -33,17 +33,32 @@ struct CheckedFile {
   }
 };
 
+/// Sorts the HAPs of the listed modules as the engine does: of two modules with one key the later
+/// one replaces the other.
+void addHAPs(const std::vector<std::string>& modules, Surroundings& around) {
+  std::map<std::string, std::vector<std::string>> loaded;
+  for (const std::string& file : modules) {
+    const ModuleFile module = inspectModule(file);
+    const bool loads = module.problems.empty();
+    std::vector<std::string>& haps = loaded[module.key];
+    for (const std::string& hap : loads ? haps : module.haps) {
+      around.lost_haps[hap] = loads ? "is replaced by a later one of its key" : "would not load";
+    }
+    haps = loads ? module.haps : haps;
+  }
+  around.haps.emplace();
+  for (const auto& [key, haps] : loaded) {
+    around.haps->insert(haps.begin(), haps.end());
+  }
+}
+
 Surroundings surroundingsOf(const std::vector<std::string>& files) {
   Surroundings around;
   std::optional<std::vector<std::string>> modules;
   const std::vector<std::string> configured = configuredTables(modules);
   around.tables = readTables(files, configured);
   if (modules) {
-    around.haps.emplace();
-    for (const std::string& file : *modules) {
-      const std::vector<std::string> haps = inspectModule(file).haps;
-      around.haps->insert(haps.begin(), haps.end());
-    }
+    addHAPs(*modules, around);
   }
   return around;
 }

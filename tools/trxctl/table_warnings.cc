@@ -152,10 +152,11 @@ class FlowWarner {
     } else if (row.command == trx::kCommandTable && around_.tables.flows.count(row.name) == 0) {
       warnOfTable(row);
     }
-    if (row.command == trx::kCommandHAP && around_.haps && around_.haps->count(row.name) == 0) {
-      add(row, trx::kPlaceName,
-          "no listed module exports the HAP '" + row.name + "'" +
-              hint(row, {around_.haps->begin(), around_.haps->end()}));
+    if (row.command == trx::kCommandHAP && row.name.empty()) {
+      add(row, trx::kPlaceName, "a HAP row without a name fails: no HAP has it");
+    } else if (row.command == trx::kCommandHAP && around_.haps &&
+               around_.haps->count(row.name) == 0) {
+      warnOfHAP(row);
     }
   }
 
@@ -171,6 +172,19 @@ class FlowWarner {
     }
     add(row, trx::kPlaceName,
         "no table '" + row.name + "' is among the files or the configuration" + hint(row, names));
+  }
+
+  void warnOfHAP(const FlowRow& row) {
+    const auto lost = around_.lost_haps.find(row.name);
+    if (lost != around_.lost_haps.end()) {
+      add(row, trx::kPlaceName,
+          "the module that exports the HAP '" + row.name + "' " + lost->second +
+              "; trxctl modules tells more");
+      return;
+    }
+    add(row, trx::kPlaceName,
+        "no listed module exports the HAP '" + row.name + "'" +
+            hint(row, {around_.haps->begin(), around_.haps->end()}));
   }
 
   static std::string hint(const FlowRow& row, const std::vector<std::string>& known) {

@@ -3,6 +3,7 @@
 #ifndef KW_TRX_TOOLS_TRXCTL_TABLE_WARNINGS_H_
 #define KW_TRX_TOOLS_TRXCTL_TABLE_WARNINGS_H_
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -15,8 +16,9 @@ namespace kw::trx::trxctl {
 
 /// What is known of the surroundings of a table.
 struct Surroundings {
-  KnownTables tables;                         ///< those among the files and the configuration
-  std::optional<std::set<std::string>> haps;  ///< exported by the listed modules; none: not known
+  KnownTables tables;                            ///< those among the files and the configuration
+  std::optional<std::set<std::string>> haps;     ///< of the modules that load; none: not known
+  std::map<std::string, std::string> lost_haps;  ///< of other listed modules, and what befalls them
 };
 
 /// Cells that a spreadsheet would change so that they mean something else, or has changed.
