@@ -7,6 +7,18 @@
 #include "tablefile/words.h"
 
 namespace kw::trx::trxctl {
+namespace {
+
+unsigned int lineEndsIn(const std::string& cell) {
+  unsigned int count = 0;
+  for (std::size_t i = 0; i < cell.size(); ++i) {
+    const bool pair = cell[i] == '\r' && i + 1 < cell.size() && cell[i + 1] == '\n';
+    count += (cell[i] == '\n' || cell[i] == '\r') && !pair ? 1 : 0;
+  }
+  return count;
+}
+
+}  // namespace
 
 std::string tableNameOf(const std::string& file) {
   trx::FilePath name(file);
@@ -20,25 +32,22 @@ std::string columnTitle(unsigned int column, bool is_named) {
   return is_named ? letter + ", " + trx::kColumnNames[column] : letter;
 }
 
-std::vector<unsigned int> linesOfRows(const trx::TableData& data) {
-  std::vector<unsigned int> lines = {1};
+CellLines::CellLines(const trx::TableData& data) : data_(data), rows_(data.rowSize()) {
+  unsigned int line = 1;
   for (unsigned int row = 0; row < data.rowSize(); ++row) {
-    unsigned int next = lines.back() + 1;
+    rows_[row] = line++;
     for (int column = 0; column < data.columnSize(row); ++column) {
-      next += lineEndsIn(data.getMember(row, static_cast<unsigned int>(column)));
+      line += lineEndsIn(data.getMember(row, static_cast<unsigned int>(column)));
     }
-    lines.push_back(next);
   }
-  return lines;
 }
 
-unsigned int lineEndsIn(const std::string& cell) {
-  unsigned int count = 0;
-  for (std::size_t i = 0; i < cell.size(); ++i) {
-    const bool pair = cell[i] == '\r' && i + 1 < cell.size() && cell[i + 1] == '\n';
-    count += (cell[i] == '\n' || cell[i] == '\r') && !pair ? 1 : 0;
+unsigned int CellLines::lineOf(unsigned int row, unsigned int column) const {
+  unsigned int line = rows_[row];
+  for (unsigned int before = 0; before < column; ++before) {
+    line += lineEndsIn(data_.getMember(row, before));
   }
-  return count;
+  return line;
 }
 
 std::vector<std::string> charactersOf(const std::string& cell) {

@@ -25,12 +25,18 @@ std::string tableNameOf(const std::string& file);
 /// "G, PARA" for column 6; the letter alone where columns have no names.
 std::string columnTitle(unsigned int column, bool is_named);
 
-/// The line at which each row of a file begins, and behind the last one the line after the file.
-/// Quoted cells may hold line ends.
-std::vector<unsigned int> linesOfRows(const trx::TableData& data);
+/// The lines in which the cells of a file begin, as an editor counts them. Quoted cells may hold
+/// line ends. The file must outlive it.
+class CellLines {
+ public:
+  explicit CellLines(const trx::TableData& data);
 
-/// How many line ends a cell holds.
-unsigned int lineEndsIn(const std::string& cell);
+  unsigned int lineOf(unsigned int row, unsigned int column) const;
+
+ private:
+  const trx::TableData& data_;
+  std::vector<unsigned int> rows_;  // the line in which each row begins
+};
 
 /// `cell` cut into its characters as UTF-8 writes them; a byte that is part of none stands alone.
 std::vector<std::string> charactersOf(const std::string& cell);

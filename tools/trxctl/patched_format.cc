@@ -5,7 +5,6 @@
 
 #include "support/trace.h"
 #include "tablefile/words.h"
-#include "trxctl/finding.h"
 #include "trxctl/trace_catalogue.h"
 
 namespace kw::trx::trxctl {
@@ -33,7 +32,7 @@ std::vector<std::string> commandWords() {
 }
 
 PatchedFormat::PatchedFormat(const std::string& name, trx::TableData* file)
-    : TblFmt00(name, file), data(*file), lines(linesOfRows(*file)) {}
+    : TblFmt00(name, file), data(*file), lines(*file) {}
 
 std::string PatchedFormat::getMember(const unsigned int& row, const unsigned int& column) {
   last_row = row;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kw/trx/table_format.h"
+#include "trxctl/finding.h"
 #include "trxctl/record_collector.h"
 
 namespace kw::trx::trxctl {
@@ -43,7 +44,7 @@ class PatchedFormat : public trx::TblFmt00 {
   std::string allowedIn(unsigned int row, unsigned int column, RecordCollector& collector);
 
   const trx::TableData& data;
-  const Rows lines;           ///< in which the rows begin
+  const CellLines lines;
   unsigned int last_row = 0;  ///< the row that was read last
   std::map<std::pair<unsigned int, unsigned int>, std::string> cells;  ///< by row and column
   std::map<std::pair<unsigned int, std::string>, Rows> searches;       ///< by column and value

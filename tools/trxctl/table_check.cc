@@ -108,11 +108,7 @@ class FaultFinder {
 
   void addCell(unsigned int row, unsigned int column, const std::string& words, unsigned int id,
                bool is_named = true) {
-    unsigned int line = format_->lines[row];
-    for (unsigned int before = 0; before < column; ++before) {
-      line += lineEndsIn(format_->data.getMember(row, before));
-    }
-    add(line, columnTitle(column, is_named), words, id);
+    add(format_->lines.lineOf(row, column), columnTitle(column, is_named), words, id);
   }
 
   /// Checks a header key as the choice of the format does.

@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "kw/trx/table_format.h"
-#include "tablefile/words.h"
 #include "trxctl/commands.h"
 #include "trxctl/finding.h"
 #include "trxctl/record_collector.h"
@@ -80,7 +79,7 @@ bool readFlow(const std::string& file, TableFlow& flow) {
   if (format == nullptr) {
     return false;
   }
-  const std::vector<unsigned int> lines = linesOfRows(*data.release());
+  const CellLines lines(*data.release());
   auto* format_00 = dynamic_cast<trx::TblFmt00*>(format.get());
   unsigned int start = 0;
   unsigned int end = 0;
@@ -91,7 +90,11 @@ bool readFlow(const std::string& file, TableFlow& flow) {
   std::map<std::string, int> places;
   for (unsigned int row = start; row <= end; ++row) {
     const auto cell = [&](const char* column) { return format->getMember(row, column); };
-    flow.rows.push_back({lines[row], cell(trx::kColumnLabel), cell(trx::kColumnNumber),
+    std::array<unsigned int, trx::kPlaceError> lines_of_row{};
+    for (unsigned int column = 0; column < lines_of_row.size(); ++column) {
+      lines_of_row[column] = lines.lineOf(row, column);
+    }
+    flow.rows.push_back({lines_of_row, cell(trx::kColumnLabel), cell(trx::kColumnNumber),
                          cell(trx::kColumnCommand), cell(trx::kColumnName), cell(trx::kColumnMode),
                          cell(trx::kColumnError), cell(trx::kColumnPara)});
     places[flow.rows.back().label] = static_cast<int>(row - start);

@@ -3,16 +3,19 @@
 #ifndef KW_TRX_TOOLS_TRXCTL_TABLE_FLOW_H_
 #define KW_TRX_TOOLS_TRXCTL_TABLE_FLOW_H_
 
+#include <array>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "tablefile/words.h"
+
 namespace kw::trx::trxctl {
 
 /// One row of a table.
 struct FlowRow {
-  unsigned int line;
+  std::array<unsigned int, trx::kPlaceError> lines;  ///< of its cells up to MODE
   std::string label, number, command, name, mode, error, para;
   int jump = -1;  ///< place of the row that an error jumps to; -1: none
 

@@ -134,7 +134,7 @@ class FlowWarner {
 
  private:
   void add(const FlowRow& row, trx::Column column, const std::string& words) {
-    findings_.push_back({false, row.line, columnTitle(column, true), words});
+    findings_.push_back({false, row.lines[column], columnTitle(column, true), words});
   }
 
   void warnOfLabel(const FlowRow& row, std::size_t at) {
@@ -237,11 +237,11 @@ std::vector<Finding> spreadsheetWarnings(const std::string& file) {
   const trx::TableData& cells = *data;
   trx::TblFmt00 format(tableNameOf(file), data.get());
   static_cast<void>(data.release());
-  const std::vector<unsigned int> lines = linesOfRows(cells);
+  const CellLines lines(cells);
   const auto warn = [&](unsigned int row, unsigned int column, Meaning meaning, bool is_named) {
     const std::string words = spreadsheetWords(cells.getMember(row, column), meaning);
     if (!words.empty()) {
-      findings.push_back({false, lines[row], columnTitle(column, is_named), words});
+      findings.push_back({false, lines.lineOf(row, column), columnTitle(column, is_named), words});
     }
   };
   for (const char* key : {trx::kKeyFormat, trx::kKeyVersion}) {
