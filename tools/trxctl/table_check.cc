@@ -92,6 +92,10 @@ class FaultFinder {
         format_->getRowOfTblArea(start, end) != 0) {
       return findings_;
     }
+    // Row by row, each label is looked for in the whole table anew.
+    if (findings_.empty() && format_->checkTblCmd() == 0) {
+      return findings_;
+    }
     for (unsigned int row = start; row <= end; ++row) {
       if (!runStep([this, row] { return format_->checkRow(row); })) {
         break;

@@ -114,6 +114,12 @@ class FlowWarner {
 
   std::vector<Finding> run() {
     const std::vector<bool> without_errors = flow_.reached(false);
+    std::vector<bool> named(flow_.rows.size());
+    for (const FlowRow& row : flow_.rows) {
+      if (row.jump >= 0) {
+        named[static_cast<std::size_t>(row.jump)] = true;
+      }
+    }
     for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
       const FlowRow& row = flow_.rows[at];
       if (!reached_[at]) {
@@ -124,7 +130,9 @@ class FlowWarner {
             "a run without any failure gets here, and the message '" + row.name +
                 "' makes it an error end");
       }
-      warnOfLabel(row, at);
+      if (!row.label.empty() && !named[at]) {
+        add(row, trx::kPlaceLabel, "no row names the label '" + row.label + "'");
+      }
       warnOfName(row);
       warnOfWait(row);
     }
@@ -135,15 +143,6 @@ class FlowWarner {
  private:
   void add(const FlowRow& row, trx::Column column, const std::string& words) {
     findings_.push_back({false, row.lines[column], columnTitle(column, true), words});
-  }
-
-  void warnOfLabel(const FlowRow& row, std::size_t at) {
-    const bool named =
-        std::any_of(flow_.rows.begin(), flow_.rows.end(),
-                    [at](const FlowRow& other) { return other.jump == static_cast<int>(at); });
-    if (!row.label.empty() && !named) {
-      add(row, trx::kPlaceLabel, "no row names the label '" + row.label + "'");
-    }
   }
 
   void warnOfName(const FlowRow& row) {
