@@ -108,7 +108,8 @@ TEST(CheckTest, WhatLoadsButIsNotMeantGivesWarnings) {
             ",a,WAIT\nlost,b,END,0001E0\n");
   dir.write("calls.csv",
             "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,broken\n,3,TABLE,gone\n,4,TABLE,borken\n,5,"
-            "HAP,TST_Quit\n,6,HAP,TST_Exit\n,7,HAP,TORN_Ok\n,\"\n8\",WAIT,,03600001\n,9,END\n");
+            "HAP,TST_Quit,1234567890123456\n,6,HAP,TST_Exit,123456789012345\n,7,HAP,TORN_Ok\n,"
+            "\"\n8\",WAIT,,03600001\n,9,END\n");
   dir.write("even.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,odder\n,3,END\n");
   dir.write("odder.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,even\n,3,HAP\n,4,END\n");
   EXPECT_EQ(runTool("check --strict --root . odd.csv even.csv odder.csv calls.csv", dir.path()),

@@ -17,7 +17,7 @@
 namespace kw::trx::trxctl {
 namespace {
 
-/// Numbers below it are saved with all their digits.
+/// Numbers below it are saved with all their digits: a spreadsheet keeps 15 of them.
 constexpr double kPlainNumberMax = 1e15;
 
 enum class Meaning { kText, kHex, kDecimal };
@@ -63,7 +63,10 @@ std::string savedBySpreadsheet(const std::string& cell) {
     return cell;
   }
   const double value = std::strtod(cell.c_str(), nullptr);
-  if (value != std::floor(value) || std::abs(value) >= kPlainNumberMax) {
+  if (std::abs(value) >= kPlainNumberMax) {
+    return "another number";
+  }
+  if (value != std::floor(value)) {
     return cell.find_first_of("eE") == std::string::npos ? cell : "another number";
   }
   std::ostringstream out;
@@ -97,13 +100,13 @@ std::string spreadsheetWords(const std::string& cell, Meaning meaning) {
   const bool scientific =
       parts.exponent.size() > 2 && parts.exponent[0] == 'E' && std::isdigit(parts.exponent[1]) == 0;
   if (parts.is_number && parts.blanks.empty() && parts.whole.size() == 1 && scientific) {
-    return "'" + cell + "' looks like what a spreadsheet makes of a cell such as 1e5";
+    return inQuotes(cell) + " looks like what a spreadsheet makes of a cell such as 1e5";
   }
   const std::string saved = savedBySpreadsheet(cell);
   if (cell == saved) {
     return {};
   }
-  return "a spreadsheet saves '" + cell + "' as " + saved + ", which means " +
+  return "a spreadsheet saves " + inQuotes(cell) + " as " + saved + ", which means " +
          (meansTheSame(cell, saved, meaning) ? "the same here" : "something else here");
 }
 
