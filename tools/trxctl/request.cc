@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/request.h"
 
-#include <cxxabi.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +17,7 @@
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/trx.h"
 #include "kw/trx/trx_config.h"
+#include "support/thread_exit.h"
 #include "trxctl/codes.h"
 #include "trxctl/commands.h"
 #include "trxctl/configuration.h"
@@ -219,7 +219,8 @@ bool startEngine(const RequestOptions& options) {
   return true;
 }
 
-int runRequest(trx::TRXInfo& info, const Request& request, const std::string& reason) {
+ZQM_TRX_HANDLES_THREAD_EXIT int runRequest(trx::TRXInfo& info, const Request& request,
+                                           const std::string& reason) {
   const auto begin = std::chrono::steady_clock::now();
   std::string outcome;
   while (outcome.empty()) {
@@ -239,7 +240,7 @@ int runRequest(trx::TRXInfo& info, const Request& request, const std::string& re
       outcome = exceptionText(exception.getCode());
     } catch (const std::exception& exception) {
       outcome = std::string("an exception that is not the engine's: ") + exception.what();
-    } catch (const abi::__forced_unwind&) {
+    } catch (const trx::ThreadExit&) {
       endWithThread(request.what);
     } catch (...) {
       outcome = "an exception that is not the engine's";
