@@ -34,11 +34,14 @@ struct CheckedFile {
 };
 
 /// Sorts the HAPs of the listed modules as the engine does: of two modules with one key the later
-/// one replaces the other.
+/// one replaces the other. They stay unknown when a module does not tell its own.
 void addHAPs(const std::vector<std::string>& modules, Surroundings& around) {
   std::map<std::string, std::vector<std::string>> loaded;
   for (const std::string& file : modules) {
     const ModuleFile module = inspectModule(file);
+    if (!module.has_sections) {
+      return;
+    }
     const bool loads = module.problems.empty();
     std::vector<std::string>& haps = loaded[module.key];
     for (const std::string& hap : loads ? haps : module.haps) {
