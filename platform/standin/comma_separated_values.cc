@@ -27,7 +27,7 @@ class Parser {
     while (!text.empty()) {
       switch (state_) {
         case State::kCellStart:
-          startCell(text);
+          if (!takeWholeCells(text)) startCell(text);
           break;
         case State::kPlain:
           takePlain(text);
@@ -56,6 +56,29 @@ class Parser {
     kQuoteInQuoted,  ///< after a quote that ends the quoted text or is the first of a pair
   };
 
+  /// Takes the cells and rows, nearly all that there are, that stand in `text` without quotes up to
+  /// the comma or line end behind them. Returns whether there was any.
+  bool takeWholeCells(std::string_view& text) {
+    if (line_feed_belongs_to_row_end_) return false;
+    const char* const end = text.data() + text.size();
+    const char* cell = text.data();
+    for (const char* at = cell; at != end && *cell != '"';) {
+      if (!endsPlainRun(*at)) {
+        ++at;
+        continue;
+      }
+      const bool ends_row = *at != ',';
+      if (*at == '\r' && at + 1 == end) break;
+      if (!ends_row || at != cell || !row_.empty()) addCell(cell, at);
+      at += *at == '\r' && at[1] == '\n' ? 2 : 1;
+      cell = at;
+      if (ends_row) addRow();
+    }
+    const auto taken = static_cast<std::size_t>(cell - text.data());
+    text.remove_prefix(taken);
+    return taken != 0;
+  }
+
   void startCell(std::string_view& text) {
     if (std::exchange(line_feed_belongs_to_row_end_, false) && text[0] == '\n') {
       text.remove_prefix(1);
@@ -74,11 +97,7 @@ class Parser {
   void takePlain(std::string_view& text) {
     std::size_t run = 0;
     while (run < text.size() && !endsPlainRun(text[run])) ++run;
-    if (cell_.empty() && run < text.size()) {
-      whole_cell_ = text.substr(0, run);
-    } else {
-      cell_.append(text.data(), run);
-    }
+    cell_.append(text.data(), run);
     text.remove_prefix(run);
     if (!text.empty()) takeSeparator(text);
   }
@@ -112,18 +131,22 @@ class Parser {
   }
 
   void endCell() {
-    if (row_.capacity() == 0) row_.reserve(row_cells_);
-    if (whole_cell_.empty()) {
-      row_.push_back(std::move(cell_));
-      cell_.clear();
-    } else {
-      row_.emplace_back(std::exchange(whole_cell_, {}));
-    }
+    addCell(cell_.data(), cell_.data() + cell_.size());
+    cell_.clear();
     state_ = State::kCellStart;
   }
 
   void endRow() {
     if (state_ != State::kCellStart || !row_.empty()) endCell();
+    addRow();
+  }
+
+  void addCell(const char* begin, const char* end) {
+    if (row_.capacity() == 0) row_.reserve(row_cells_);
+    row_.emplace_back(begin, end);
+  }
+
+  void addRow() {
     row_cells_ = row_.size();
     rows_.push_back(std::move(row_));
     row_.clear();
@@ -132,8 +155,7 @@ class Parser {
   Rows rows_;
   std::vector<std::string> row_;
   std::string cell_;
-  std::string_view whole_cell_;  // the text of a cell that needs no copy in `cell_`
-  std::size_t row_cells_ = 0;    // cells of the row before, as rows tend to be alike
+  std::size_t row_cells_ = 0;  // cells of the row before, as rows tend to be alike
   State state_ = State::kCellStart;
   bool line_feed_belongs_to_row_end_ = false;  // a carriage return ended the row just now
 };
