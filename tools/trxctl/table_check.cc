@@ -222,11 +222,13 @@ class FaultFinder {
       addCell(row, column, "fields have 1 to 8 characters and one blank between them", id);
       patch.clear();
     } else if (id == trx::kFmtHAPLabel.id || id == trx::kFmtCheckLabel.id) {
-      addCell(row, column,
-              inQuotes(cell) +
-                  (id == trx::kFmtHAPLabel.id ? " is neither NOP nor STACK nor" : " is not") +
-                  " the label of a row from START to the last END",
-              id);
+      const bool mode = cell == trx::kErrorNop || cell == trx::kErrorStack;
+      const char* const words =
+          id == trx::kFmtHAPLabel.id
+              ? " is neither NOP nor STACK nor the label of a row from START to the last END"
+          : mode ? " is an error mode, which only HAP rows have: write a label or nothing"
+                 : " is not the label of a row from START to the last END";
+      addCell(row, column, inQuotes(cell) + words, id);
     } else if (id == trx::kFmtCharacter.id) {
       noteCharacters(row, column, cell, id);
     } else {
