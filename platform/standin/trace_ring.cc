@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "unique_fd.h"
 
@@ -186,19 +187,16 @@ inline __attribute__((always_inline)) bool TraceRing::storeAt(LaneCursor& cursor
 }
 
 bool TraceRing::storeOutOfTurn(TraceArguments record, Writer& writer) const noexcept {
-  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
-    writer.interrupted = true;
-    LaneCursor once;
-    return storeAt(once, record, writer);
+  if (writer.cursor.ring != 0) {  // what the lane gets from now on comes after this record
+    writer.interrupted_ring = writer.cursor.ring;
+    writer.cursor.ring = 0;
   }
-  // What the lane gets from now on comes after the record of the handler, as its claim tells.
-  writer.interrupted = false;
-  writer.cursor.claim = static_cast<std::uint32_t>(nextClaim());
-  return store(record, writer);
+  LaneCursor once;
+  return storeAt(once, record, writer);
 }
 
 bool TraceRing::store(const TraceArguments& record, Writer& writer) const noexcept {
-  if (writer.storing || writer.interrupted) {
+  if (writer.storing) {  // in the handler of a signal that came between two steps of the rest
     return storeOutOfTurn(record, writer);
   }
   writer.storing = true;
@@ -213,10 +211,16 @@ std::uint64_t TraceRing::nextClaim() const noexcept {
   return header_->claims.fetch_add(1, std::memory_order_relaxed);
 }
 
-/// Finds a lane for the next records of the calling thread. A wide one is not asked for again at
-/// once when other threads have so many of them.
+/// Finds a lane for the next records of the calling thread: its own again, under the number of a
+/// new claim, when a handler wrote in between. A wide one is not asked for again at once when other
+/// threads have so many of them.
 bool TraceRing::claim(Writer& writer, LaneCursor& cursor) const noexcept {
   const bool outermost = &cursor == &writer.cursor;
+  if (outermost && std::exchange(writer.interrupted_ring, 0) == number_ && cursor.left != 0) {
+    cursor.claim = static_cast<std::uint32_t>(nextClaim());
+    cursor.ring = number_;
+    return true;
+  }
   if (shape_.wide != 0 && outermost) {
     if (writer.wide_claim_pause == 0) {
       if (claimOf(0, shape_.wide, header_->wide_tries, writer.thread, cursor)) return true;

@@ -27,7 +27,7 @@ struct Writer {
   LaneCursor cursor;
   std::uint32_t wide_claim_pause = 0;  ///< records to store before asking for a wide lane again
   bool storing = false;                ///< also seen by a signal handler that writes a record
-  bool interrupted = false;            ///< set by such a handler while `storing`
+  std::uint64_t interrupted_ring = 0;  ///< that of `cursor`, which such a handler took out of it
 };
 
 /// That of the calling thread. No system call after the first time.
