@@ -131,6 +131,8 @@ class ConfigPrinter {
       file.values.load(file.path);
     } catch (const std::system_error& error) {
       return error.code().message();
+    } catch (const std::exception& exception) {  // of another platform library
+      return exception.what();
     }
     findKeys(file);
     return {};

@@ -71,7 +71,7 @@ std::string findLibrary(const std::string& name, const ElfFile& user) {
   static const std::vector<std::string> system = systemFolders();
   std::vector<std::string> folders = user.runpath.empty() ? user.rpath : std::vector<std::string>();
   const char* const extra = std::getenv("LD_LIBRARY_PATH");
-  addFolders(extra == nullptr ? "" : extra, "", folders);
+  addFolders(extra == nullptr ? "" : extra, fs::read_symlink(kOwnFile), folders);
   folders.insert(folders.end(), user.runpath.begin(), user.runpath.end());
   folders.insert(folders.end(), system.begin(), system.end());
   if (name.find('/') != std::string::npos) {
