@@ -1,13 +1,29 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages,
-# clang-tidy, the sanitizers, the device build under emulation and the instruction counts, with
-# warnings as errors; with --soak MINUTES a long run under reloads and kills, and its figures.
+# clang-tidy, the sanitizers, the device build under emulation, the fuzz targets and the instruction
+# counts, with warnings as errors; with --soak MINUTES a long run under reloads and kills, and its
+# figures; with --fuzz MINUTES a long run of each fuzz target.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . scripts/setup.sh
 
-usage() { echo "usage: ./test.sh [--all | --soak MINUTES]"; }
+usage() { echo "usage: ./test.sh [--all | --soak MINUTES | --fuzz MINUTES]"; }
+
+# Ends the script unless $1 is a number of minutes.
+check_minutes() {
+  if ! [[ "${1:-}" =~ ^[1-9][0-9]{0,4}$ ]]; then
+    usage >&2
+    exit 2
+  fi
+}
+
+fuzz() {
+  step "building into build/fuzz"
+  build_quietly fuzz
+  step "running each fuzz target for $1 seconds"
+  scripts/fuzz.sh "$1"
+}
 
 run_tests() {
   local preset=$1
@@ -29,7 +45,8 @@ case "${1:-}" in
     run_tests dev
     ;;
   --all)
-    install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_all[@]}"
+    install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_fuzz[@]}" \
+      "${packages_all[@]}"
     check_format
     ./demo.sh
     step "checking the installed files, the packages, and another platform library"
@@ -40,6 +57,7 @@ case "${1:-}" in
     for preset in asan tsan armhf; do
       run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done
+    fuzz 30
     scripts/check_instructions.sh
     step "comparing the trace records of this machine and of the device"
     build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
@@ -49,15 +67,17 @@ case "${1:-}" in
     run_tests dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     ;;
   --soak)
-    if ! [[ "${2:-}" =~ ^[1-9][0-9]{0,4}$ ]]; then
-      usage >&2
-      exit 2
-    fi
+    check_minutes "${2:-}"
     install_missing "${packages_build[@]}" "${packages_test[@]}"
     step "building into build/dev"
     build_quietly dev
     step "running for $2 minutes"
     build/dev/tests/soak/soak $(($2 * 60))
+    ;;
+  --fuzz)
+    check_minutes "${2:-}"
+    install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_fuzz[@]}"
+    fuzz $(($2 * 60))
     ;;
   -h | --help) usage ;;
   *)

@@ -29,7 +29,8 @@ install_missing() {
 packages_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz)
 packages_test=(libgtest-dev)
 packages_count=(libbenchmark-dev valgrind)
-packages_all=(clang clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config
+packages_fuzz=(clang libclang-rt-dev)
+packages_all=(clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config
   abigail-tools)
 
 # Configures and builds the preset $1; prints the log only when that fails. Further arguments go to
