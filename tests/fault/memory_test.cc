@@ -1,156 +1,180 @@
 // SPDX-License-Identifier: Apache-2.0
-// Memory that runs out: the n-th allocation fails, for every n until none does.
+// Memory that runs out, in the engine, in the loader and in the C library alike: the n-th
+// allocation fails, or every one from the n-th on, for every n until none does.
 #include <sys/sem.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <filesystem>
 #include <set>
 
 #include "kw/dev/parts/lib_semaphore.h"
 #include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/trx_lock.h"
-
-namespace {
-
-std::atomic<long> living{0};
-/// Allocations until one fails; negative for never.
-thread_local long countdown = -1;
-
-void* allocate(std::size_t size) {
-  if (countdown >= 0 && countdown-- == 0) {
-    throw std::bad_alloc();
-  }
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) {
-    throw std::bad_alloc();
-  }
-  ++living;
-  return block;
-}
-
-void release(void* block) {
-  if (block != nullptr) {
-    --living;
-    std::free(block);
-  }
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void operator delete(void* block) noexcept { release(block); }
-void operator delete[](void* block) noexcept { release(block); }
-void operator delete(void* block, std::size_t) noexcept { release(block); }
-void operator delete[](void* block, std::size_t) noexcept { release(block); }
+#include "short_memory.h"
 
 namespace kw::trx::testing {
 namespace {
 
+constexpr char kLines[] =
+    "hapmodule.exec.exclusion.control=on\nhaptable.tblcmd.wait.handler=requester\n";
+
 class MemoryLockTest : public EngineFixture {
  protected:
   MemoryLockTest() {
-    const std::string called = dir.write(
+    dir.write(
         "called.csv",
         "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_FailDetail,mode,STACK,20001 4 7\n,3,END,OVER\n");
-    const std::string main_table =
-        dir.write("main.csv",
-                  "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_Ok,,bad,1 2\n,3,CHECK,,,bad\n"
-                  ",4,TABLE,called\n,5,END\nbad,6,WAIT,,0\n,7,END,a-message-that-is-too-long-for-a-"
-                  "small-text\n");
-    configure({MODULE_TST, MODULE_PLAIN}, {called, main_table},
-              "hapmodule.exec.exclusion.control=on\n");
+    dir.write("main.csv",
+              "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_Ok,,bad,1 2\n,3,CHECK,,,bad\n"
+              ",4,WAIT,,7\n,5,TABLE,called\n,6,END\nbad,7,WAIT,,0\n,8,END,a-message-that-is-too-"
+              "long-for-a-small-text\n");
+    configureWell();
     trx::TRX::startUp();
     semaphore_.get();
     start();
   }
   ~MemoryLockTest() override { semctl(semaphore_.id, 0, IPC_RMID); }
 
-  /// The outcome of `step`, whose own preparations may run out of memory as well.
-  static std::string outcomeWith(const std::function<std::string()>& step) {
+  void configureWell() const {
+    configure({MODULE_TST, MODULE_PLAIN}, {dir.path() + "/called.csv", dir.path() + "/main.csv"},
+              kLines);
+  }
+
+  /// What `step` ends with while memory is short. What the test itself needs comes behind it.
+  static std::string outcomeUnder(Shortage kind, const std::function<void()>& step) {
+    unsigned int code = 0;
+    bool foreign = false;
+    shortage = kind;
     try {
-      return step();
-    } catch (const std::bad_alloc&) {
-      return "other";
+      step();
+    } catch (const trx::TRXException& exception) {
+      code = exception.getCode();
+    } catch (...) {
+      foreign = true;
+    }
+    shortage.left = -1;
+    return foreign     ? "other"
+           : code == 0 ? "ok"
+                       : outcomeOf([code] { throw trx::TRXException(code); });
+  }
+
+  /// Runs `step` with the first, the second, ... allocation failing, alone and with all behind it,
+  /// until it is as with all of them. A step cut short ends with one of `failures`. After each the
+  /// engine can be loaded and used as ever, and nothing is left over.
+  void failEach(const std::function<void()>& step, const std::string& expected,
+                const std::set<std::string>& failures) {
+    for (const bool lasting : {false, true}) {
+      recover();
+      outcomeUnder({}, step);
+      recover();
+      for (long n = 0;; ++n) {
+        const long before = livingBlocks();
+        const std::string outcome = outcomeUnder({n, lasting, false}, step);
+        const bool felt = shortage.felt;
+        recover();
+        if (!felt) {
+          EXPECT_EQ(outcome, expected);
+          EXPECT_GT(n, 3);
+          break;
+        }
+        EXPECT_EQ(failures.count(outcome), 1U) << "allocation " << n << ": " << outcome;
+        EXPECT_EQ(livingBlocks(), before)
+            << "leaked when allocation " << n << " failed: " << outcome;
+      }
     }
   }
 
-  /// Runs `step` with the first, the second, ... allocation failing until it is as with all of
-  /// them, and each time `undo`, after which nothing may be left over and the lock is free. Returns
-  /// what the failing steps ended with.
-  std::set<std::string> failEach(const std::function<std::string()>& step,
-                                 const std::string& expected, const std::function<void()>& undo) {
-    step();
-    undo();
-    long before = living;
-    std::set<std::string> outcomes;
-    for (long n = 0;; ++n) {
-      countdown = n;
-      const std::string outcome = outcomeWith(step);
-      const bool used_up = countdown < 0;
-      countdown = -1;
-      undo();
-      if (!used_up) {
-        EXPECT_EQ(outcome, expected);
-        return outcomes;
-      }
-      EXPECT_EQ(living, before) << "leaked when allocation " << n << " failed: " << outcome;
-      EXPECT_EQ(semctl(semaphore_.id, 0, GETVAL), 1);
-      engine->hapExecWaiting();  // returns at once: no context was left running
-      const long without_outcome = living;
-      outcomes.insert(outcome);
-      before += living - without_outcome;
-    }
+  /// The engine can be loaded and used as ever. Then the next step finds its files below `root_`.
+  void recover() {
+    EXPECT_EQ(semctl(semaphore_.id, 0, GETVAL), 1);
+    engine->hapExecWaiting();  // returns at once: no context was left running
+    kw::platform::setSystemRoot(dir.path());
+    engine->load(false);
+    useEngine();
+    kw::platform::setSystemRoot(root_);
+  }
+
+  /// Everything that is configured well is there.
+  void useEngine() {
+    trx::TRXInfo info;
+    EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
+    EXPECT_EQ(execHAP(info, "PLAIN_Pass"), "ok");
+    EXPECT_EQ(execTable(info, "main"), "TRX 7000b");
+    EXPECT_EQ(info.getTblRtnMsg(), "OVER");
   }
 
   kw::dev::parts::LibSemaphore semaphore_{trx::kExclusionSemaphoreKey};
+  std::string root_ = dir.path();
 };
 
 TEST_F(MemoryLockTest, EveryFailingAllocationOfALoadLeavesTheEngineUsable) {
-  const std::set<std::string> outcomes =
-      failEach([this] { return outcomeOf([this] { engine->load(false); }); }, "ok",
-               [this] { engine->load(false); });
-  EXPECT_EQ(outcomes, (std::set<std::string>{"TRX 70004", "TRX 70005", "TRX 70006", "other"}));
-  trx::TRXInfo info;
-  EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
+  const std::string called = dir.path() + "/called.csv";
+  const std::string main_table = dir.path() + "/main.csv";
+  const std::string wrong = dir.write("wrong.csv", "FORMAT,0\nVERSION,1\n,1,START\n");
+  const std::string text = dir.write("libzq_hap_text.so", "no library");
+  const std::string go_on =
+      "hapmodule.loading.err.mode=continue\nhaptable.loading.err.mode=continue\n";
+  const struct {
+    std::vector<std::string> modules, tables;
+    std::string lines, outcome;
+  } loads[] = {
+      {{MODULE_TST, MODULE_PLAIN}, {called, main_table}, kLines, "ok"},
+      {{MODULE_TST, MODULE_TORN}, {}, "", "TRX 70005"},
+      {{text}, {}, "", "TRX 70005"},
+      {{MODULE_TST}, {wrong}, "", "TRX 70006"},
+      {{MODULE_TORN, "none.so", text, MODULE_PLAIN, ""}, {wrong, main_table, ""}, go_on, "ok"},
+  };
+  root_ = dir.path() + "/other";
+  dir.write("other/kw/etc/kwpath.conf", "path.trx.conf=" + root_ + "/trx.conf\n");
+  for (const auto& load : loads) {
+    SCOPED_TRACE(::testing::PrintToString(load.modules) + load.lines);
+    configure(load.modules, load.tables, load.lines);
+    std::filesystem::rename(dir.path() + "/trx.conf", root_ + "/trx.conf");
+    configureWell();
+    failEach(
+        [&] {
+          engine->load(false);
+          shortage.left = -1;
+          // The loader and the C library can do without some: then nothing may be missing.
+          if (load.lines == kLines) useEngine();
+        },
+        load.outcome, {"TRX 70004", "TRX 70005", "TRX 70006", "other", load.outcome});
+  }
 }
 
 TEST_F(MemoryLockTest, EveryFailingAllocationOfARequestLeavesTheEngineUsable) {
   kw::sysobj::Component unit(300, 1, "a unit with a name that needs memory of its own");
   units = {&unit};
   const unsigned int para[] = {0x20001, 8, 1, 2};
-  const auto request = [&](trx::TRXInfo& info) {
-    return execHAP(info, "TST_FailDetail", "a mode that needs memory of its own", para);
-  };
-  const std::set<std::string> outcomes = failEach(
+  failEach(
       [&] {
         trx::TRXInfo info;
-        const std::string outcome = request(info);
-        EXPECT_TRUE(info.isHAPCtlInfoEmpty());
-        return outcome;
+        engine->execHAP(&info, units, "TST_FailDetail", "a mode that needs memory of its own", para,
+                        nullptr);
       },
-      "TRX 7000a", [] {});
-  EXPECT_EQ(outcomes, std::set<std::string>{"other"});
+      "TRX 7000a", {"TRX 7000a", "other"});
 }
 
-TEST_F(MemoryLockTest, EveryFailingAllocationOfATableLeavesTheEngineUsable) {
-  const std::set<std::string> outcomes = failEach(
+TEST_F(MemoryLockTest, EveryFailingAllocationOfAnInterruptedTableLeavesTheEngineUsable) {
+  failEach(
       [&] {
         trx::TRXInfo info;
-        return outcomeOf([&] { engine->execTable(&info, units, "main"); });
+        info.setTableUnitList(units);
+        info.setTableName("main");
+        try {
+          engine->execTable(&info);
+        } catch (const trx::TRXException& exception) {
+          if (exception.getCode() != trx::kCodeWaitHandOver) throw;
+          engine->execTable(&info);
+        }
       },
-      "TRX 7000b", [] {});
-  EXPECT_EQ(outcomes, std::set<std::string>{"other"});
+      "TRX 7000b", {"TRX 7000b", "other"});
 }
 
 TEST_F(MemoryLockTest, ManyReloadsLeaveNothingBehind) {
   engine->load(false);
-  const long before = living;
-  for (int round = 0; round < 1000; ++round) {
-    engine->load(false);
-  }
-  EXPECT_EQ(living, before);
+  const long before = livingBlocks();
+  for (int round = 0; round < 1000; ++round) engine->load(false);
+  EXPECT_EQ(livingBlocks(), before);
 }
 
 }  // namespace
