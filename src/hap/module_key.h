@@ -15,13 +15,15 @@ constexpr char kDebugModulePrefix[] = "DBG";
 /// Ends the key at the beginning of a HAP name.
 constexpr char kKeySeparator = '_';
 
-/// The key of the module with this file name; empty when the name has none. A name that is all
-/// prefix and extension keeps its ".so" by the rule of hidden files, yet it has no stem to make a
-/// key of.
+/// What is left of the one file name that has no stem to make a key of: the rule of hidden files
+/// would keep it.
+constexpr char kBareExtension[] = ".so";
+
+/// The key of the module with this file name; empty when the name has none.
 inline std::string moduleKey(const std::string& file_name) {
   FilePath name(file_name);
   name.erasePrefix(kModulePrefix);
-  if (name.value != file_name && !name.value.empty() && name.value.front() == '.') {
+  if (name.value != file_name && name.value == kBareExtension) {
     return std::string();
   }
   name.eraseFileExtension();

@@ -61,6 +61,10 @@ TEST_F(ControllerTest, LoadSkipsOrStopsAtUnusableFiles) {
        "ok",
        "d 1000004 \"libzq_hap_torn.so\"\nd 1000005 (0 0 0 0)\n"},
       {{MODULE_PLAIN, dir.path()}, "continue", "ok", nullptr},
+      {{MODULE_PLAIN, dir.path() + "/libzq_hap_.foo.so"},
+       "continue",
+       "ok",
+       "d 1000004 \"libzq_hap_.foo.so\"\nd 1000005 (0 0 0 0)\n"},
   };
   for (const Case& c : cases) {
     configure(c.modules, {}, std::string("hapmodule.loading.err.mode=") + c.mode + '\n');
