@@ -58,7 +58,8 @@ HAPTable* TblFmt00::createHAPTable() {
   auto table =
       std::make_unique<HAPTable>(table_name_, static_cast<unsigned int>(table_data_->versionNo));
   Cells cells(*this, *table_data_);
-  LabelIndex labels(*table_data_, columnIndex(kColumnLabel), start, end);
+  LabelIndex index(*table_data_, columnIndex(kColumnLabel), start, end);
+  LabelIndex* const labels = cells.inPlace() ? &index : nullptr;
   for (unsigned int row = start; row <= end; ++row) {
     const std::string& command = cells.text(row, kPlaceCommand);
     const unsigned int number = parseNumber(cells.text(row, kPlaceNumber), kHexBase).value;
@@ -67,8 +68,8 @@ HAPTable* TblFmt00::createHAPTable() {
         [&command](const CommandBuilder& builder) { return builder.command == command; });
     if (entry != std::end(kCommandBuilders)) {
       table->addEntry(
-          entry->build == &TblFmt00::createCmdHAP     ? createHAPRow(number, row, cells, &labels)
-          : entry->build == &TblFmt00::createCmdCHECK ? createCheckRow(number, row, cells, &labels)
+          entry->build == &TblFmt00::createCmdHAP     ? createHAPRow(number, row, cells, labels)
+          : entry->build == &TblFmt00::createCmdCHECK ? createCheckRow(number, row, cells, labels)
                                                       : (this->*entry->build)(number, row));
     }
   }

@@ -221,7 +221,8 @@ int TblFmt00::checkTblCmd() {
     return -1;
   }
   Cells cells(*this, *table_data_);
-  LabelIndex labels(*table_data_, columnIndex(kColumnLabel), start, end);
+  LabelIndex index(*table_data_, columnIndex(kColumnLabel), start, end);
+  LabelIndex* const labels = cells.inPlace() ? &index : nullptr;
   for (unsigned int row = start; row <= end; ++row) {
     const std::string& command = cells.text(row, kPlaceCommand);
     const auto* entry =
@@ -231,9 +232,9 @@ int TblFmt00::checkTblCmd() {
       trace(kFmtUnknownCommand, command);
       return -1;
     }
-    const int result = entry->check == &TblFmt00::checkCmdHAP ? checkHAPRow(row, cells, &labels)
+    const int result = entry->check == &TblFmt00::checkCmdHAP ? checkHAPRow(row, cells, labels)
                        : entry->check == &TblFmt00::checkCmdCHECK
-                           ? checkCheckRow(row, cells, &labels)
+                           ? checkCheckRow(row, cells, labels)
                            : (this->*entry->check)(row);
     if (result != 0) {
       return result;

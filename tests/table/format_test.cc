@@ -5,6 +5,7 @@
 #include <memory>
 #include <sstream>
 
+#include "kw/trx/table.h"
 #include "table_fixture.h"
 
 namespace kw::trx::testing {
@@ -124,6 +125,29 @@ TEST_F(FormatTest, ADerivedFormatReadsCellsInItsOwnWay) {
   TraceCapture capture(kw::platform::kTraceError);
   EXPECT_EQ(good.checkCmdTABLE(3), -1) << "RSV1 itself must be empty";
   EXPECT_EQ(capture.trail(), "E 14000000 (id 3 7 0)\n") << "HAP/TABLE is not looked at";
+}
+
+/// Knows a label that stands in no cell, for the row behind START.
+class AliasFormat : public TblFmt00 {
+ public:
+  using TblFmt00::findEntry;
+  using TblFmt00::TblFmt00;
+  std::vector<unsigned int> findEntry(const unsigned int& col, const std::string& value,
+                                      const unsigned int& from, const unsigned int& to) override {
+    return value == "alias" ? std::vector<unsigned int>{from + 1}
+                            : TblFmt00::findEntry(col, value, from, to);
+  }
+};
+
+TEST_F(FormatTest, ADerivedFormatFindsLabelsInItsOwnWay) {
+  AliasFormat format("t", read(kHead + ",0,START\n,1,HAP,A_B,,alias\n,2,CHECK,,,alias\n,3,END\n"));
+  EXPECT_EQ(format.checkCmdHAP(3), 0);
+  EXPECT_EQ(format.checkFormat(), 0) << "one row by one rule";
+  const std::unique_ptr<trx::HAPTable> table(format.createHAPTable());
+  trx::TRXInfo info;
+  info.pushTblCtlInfo(new trx::TblCtlInfo("t", {}));
+  info.setTblCmdErrStack();
+  EXPECT_EQ(table->getEntry(2)->exec(&info), 1) << "jumps where the format says";
 }
 
 TEST_F(FormatTest, TheFactoryTakesTheDataOnlyWithAFormat) {
