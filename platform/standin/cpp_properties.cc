@@ -3,6 +3,7 @@
 #include "kw/util/config/cpp_properties.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,19 +22,28 @@ namespace kw::util::config {
 namespace {
 
 constexpr std::size_t kReadBytes = 65536;
+constexpr std::size_t kFileMax = std::size_t{1} << 20;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\f";
 
-[[noreturn]] void throwErrno(const std::string& path) {
-  throw std::system_error(errno, std::generic_category(), path);
+[[noreturn]] void throwError(int error, const std::string& path) {
+  throw std::system_error(error, std::generic_category(), path);
 }
 
+[[noreturn]] void throwErrno(const std::string& path) { throwError(errno, path); }
+
+/// Reads a regular file of the length that is allowed; it neither waits for the writer of a pipe
+/// nor reads a device that has no end.
 std::string readFile(const std::string& path) {
-  const platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) throwErrno(path);
+  const platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  if (file.get() < 0 || fstat(file.get(), &status) != 0) throwErrno(path);
+  if (S_ISDIR(status.st_mode)) throwError(EISDIR, path);
+  if (!S_ISREG(status.st_mode)) throwError(EINVAL, path);
   std::string text;
   for (;;) {
     const std::size_t length = text.size();
+    if (length > kFileMax) throwError(EFBIG, path);
     text.resize(length + kReadBytes);
     const ssize_t got = read(file.get(), &text[length], kReadBytes);
     if (got < 0 && errno != EINTR) throwErrno(path);

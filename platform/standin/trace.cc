@@ -11,6 +11,7 @@
 #include <new>
 
 #include "kw/platform.h"
+#include "no_cancellation.h"
 #include "trace_published.h"
 #include "trace_ring.h"
 #include "trace_writer.h"
@@ -89,6 +90,7 @@ void startAnewAfterFork() {
 }  // namespace
 
 void setTraceListener(TraceListener call, void* context) {
+  const NoCancellation uncancelled;
   const std::lock_guard<std::mutex> lock(control_mutex);
   const Listener next{call, context};
   listener.replace(call == nullptr ? nullptr : &next);
@@ -102,6 +104,7 @@ void setTraceLevels(unsigned int mask) {
 }
 
 int openTraceRing(const std::string& path, std::size_t records) try {
+  const NoCancellation uncancelled;
   const std::lock_guard<std::mutex> lock(control_mutex);
   TraceRing made;
   if (TraceRing::create(resolvePath(path), records, made) != 0) return kFailed;
@@ -114,6 +117,7 @@ int openTraceRing(const std::string& path, std::size_t records) try {
 }
 
 void closeTraceRing() {
+  const NoCancellation uncancelled;
   const std::lock_guard<std::mutex> lock(control_mutex);
   ring.replace(nullptr).release();
   updateOpenLevels();

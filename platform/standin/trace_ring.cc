@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -140,6 +141,11 @@ int TraceRing::create(const std::string& path, std::size_t records, TraceRing& r
   const Shape shape = shapeFor(records);
   if (shape.lanes() == 0) {
     errno = EINVAL;
+    return kFailed;
+  }
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     return kFailed;
   }
   // The file gets its name once it is whole, and a reader or writer of the one before keeps that.

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "kw/platform.h"
+#include "no_cancellation.h"
 #include "trace_file.h"
 #include "unique_fd.h"
 
@@ -281,6 +282,7 @@ TraceRingReader::TraceRingReader() : impl_(nullptr) {}
 TraceRingReader::~TraceRingReader() { delete impl_; }
 
 int TraceRingReader::open(const std::string& path) try {
+  const NoCancellation uncancelled;
   auto opened = std::make_unique<Impl>();
   if (opened->file.open(resolvePath(path)) != 0) return kFailed;
   delete impl_;
@@ -292,6 +294,7 @@ int TraceRingReader::open(const std::string& path) try {
 }
 
 bool TraceRingReader::next(TraceRecord& record) {
+  const NoCancellation uncancelled;
   return impl_ != nullptr && impl_->file.next(record);
 }
 

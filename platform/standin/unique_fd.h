@@ -7,6 +7,8 @@
 
 #include <cerrno>
 
+#include "no_cancellation.h"
+
 namespace kw::platform {
 
 class UniqueFd {
@@ -22,7 +24,10 @@ class UniqueFd {
   /// Closes the descriptor held and takes `fd` instead. `errno` stays as it was.
   void reset(int fd) noexcept {
     const int error = errno;
-    if (fd_ >= 0) close(fd_);
+    if (fd_ >= 0) {
+      const NoCancellation uncancelled;
+      close(fd_);
+    }
     fd_ = fd;
     errno = error;
   }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/trx_config.h"
 
+#include <new>
+
 #include "config/config_keys.h"
 #include "kw/trx/errors.h"
 #include "support/requester_id.h"
@@ -23,8 +25,11 @@ void KWPathConf::load() { properties_.load(kPathFile); }
 std::string KWPathConf::getTRXConfPath() const { return properties_.getProperty(kKeyTRXConf); }
 
 TRXConfig& TRXConfig::getInstance() {
-  static TRXConfig config;
-  return config;
+  // In plain storage, so that the exit of the process leaves it as it is: a load may be at work
+  // then.
+  alignas(TRXConfig) static unsigned char storage[sizeof(TRXConfig)];
+  static TRXConfig* const config = new (storage) TRXConfig;
+  return *config;
 }
 
 TRXConfig::TRXConfig() = default;

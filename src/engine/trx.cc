@@ -13,6 +13,7 @@
 #include "kw/trx/table_controller.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
+#include "support/no_cancellation.h"
 #include "support/requester_id.h"
 #include "support/stop_flag.h"
 #include "support/thread_exit.h"
@@ -29,7 +30,7 @@ void traceHAPRequest(const TRXInfo& info, const std::vector<kw::sysobj::Componen
   if (!mode.empty()) {
     trace(kTrxHAPMode, mode);
   }
-  for (const kw::sysobj::Component* unit : units) {
+  for (kw::sysobj::Component* unit : units) {
     kw::sysobj::TreePath path;
     unit->getTreePath(path);
     trace(kTrxHAPUnit, path.toString());
@@ -84,12 +85,12 @@ TRX* TRX::getInstance() {
 }
 
 TRX::TRX() {
-  watchStopFlag(&stop_);
   engine_mutex_.init();
   registry_mutex_.init();
   auto hap_controller = std::make_unique<HAPController>();
   table_controller_ = new TableController();
   hap_controller_ = hap_controller.release();
+  watchStopFlag(&stop_);  // last: an engine that could not be made leaves nobody watching it
 }
 
 unsigned int TRX::getTRXID() { return requesterId(); }
@@ -138,6 +139,7 @@ void TRX::setHAPAPI(hapapi::HAPAPI* api) {
   }
   if (api_ != nullptr && api_ != api) {
     trace(kTrxSetAPIOld, requesterId(), traceWord(api_));
+    const NoCancellation uncancelled;
     delete api_;
   }
   api_ = api;

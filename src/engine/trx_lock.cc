@@ -6,6 +6,8 @@
 #include <exception>
 
 #include "kw/trx/errors.h"
+#include "support/forks.h"
+#include "support/no_cancellation.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -27,7 +29,7 @@ bool operate(const kw::dev::parts::LibSemaphore& semaphore, short operation) {
 }  // namespace
 
 TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control, bool outermost)
-    : semaphore_(semaphore), exceptions_before_(0) {
+    : semaphore_(semaphore) {
   if (semaphore_ == nullptr || !exclusion_control || !outermost) {
     return;
   }
@@ -42,6 +44,7 @@ TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control
     throw TRXException(kCodeLock);
   }
   semaphore_->held = true;
+  forks_before_ = forksBefore();
   exceptions_before_ = static_cast<short>(std::uncaught_exceptions());
   locked_ = true;
 }
@@ -50,6 +53,11 @@ TRXLock::~TRXLock() noexcept(false) {
   if (!locked_) {
     return;
   }
+  if (forks_before_ != forksBefore()) {
+    semaphore_->held = false;  // the copy of it that came with the fork: the parent holds it
+    return;
+  }
+  const NoCancellation uncancelled;
   try {
     giveBack();
   } catch (...) {

@@ -39,7 +39,7 @@ unsigned long long get_rsc_bit(TRXInfo* info) {
   std::vector<kw::sysobj::Component*> units;
   info->getHAPUnitList(units);
   unsigned long long mask = 0;
-  for (const kw::sysobj::Component* unit : units) {
+  for (kw::sysobj::Component* unit : units) {
     const int type = unit->getType();
     const int first = firstBit(type);
     if (first < 0) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/hap_controller.h"
 
+#include <exception>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -65,7 +66,7 @@ void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Compone
   if (!mode.empty()) {
     trace(kHAPExecNestedMode, mode);
   }
-  for (const kw::sysobj::Component* unit : units) {
+  for (kw::sysobj::Component* unit : units) {
     kw::sysobj::TreePath path;
     unit->getTreePath(path);
     trace(kHAPExecNestedUnit, path.toString());
@@ -75,7 +76,7 @@ void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Compone
 
 /// The exception of the HAP is the one that the caller has to get: a second one from here is
 /// dropped.
-ZQM_TRX_HANDLES_THREAD_EXIT void endAfterException(hapapi::HAPAPI& api, TRXInfo* info) {
+ZQM_TRX_HANDLES_THREAD_EXIT void endDroppingExceptions(hapapi::HAPAPI& api, TRXInfo* info) {
   try {
     api.endHAPExec(info);
   } catch (ThreadExit&) {
@@ -239,9 +240,11 @@ void HAPController::callRecorded(TRXInfo* info, HAPCtlInfo& record, HAPFunction 
   if (result != 0) {
     errExecHAP(info, call.name);
     if (!info->isErrDisables()) {
+      scope.end();
       throw TRXException(kCodeHAPFailed);
     }
   }
+  scope.end();
 }
 
 int HAPController::callLocked(TRXInfo* info, HAPFunction function, const Call& call) {
@@ -264,11 +267,20 @@ int HAPController::callNotified(TRXInfo* info, hapapi::HAPAPI* api, HAPFunction 
   }
   api->beginHAPExec(info);
   int result = 0;
+  std::exception_ptr thrown;
   try {
     result = function(info, mode, call.para, call.out);
   } catch (...) {
-    endAfterException(*api, info);
-    throw;
+    thrown = std::current_exception();
+    if (thrown == nullptr) {  // the thread ends: there is no exception to go on with
+      endDroppingExceptions(*api, info);
+      throw;
+    }
+  }
+  if (thrown != nullptr) {
+    // Outside of the handler: a thread that is cancelled in there would end the process.
+    endDroppingExceptions(*api, info);
+    std::rethrow_exception(std::move(thrown));
   }
   api->endHAPExec(info);
   return result;

@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <vector>
 
+#include "hap/library_file.h"
 #include "kw/trx/file_path.h"
 #include "kw/trx/hap_module.h"
+#include "support/no_cancellation.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -29,8 +31,10 @@ void dropStaleMessage() { dlerror(); }
 
 /// The loader holds its lock while it runs the constructors of a library. An exception of one that
 /// passed through the loader would leave that lock held for good, and every later use of the loader
-/// in another thread would hang: the process ends here instead, with what the exception says.
+/// in another thread would hang: the process ends here instead, with what the exception says. The
+/// cancellation of the thread, which unwinds it in the same way, waits.
 void* openLibrary(const std::string& file) noexcept {
+  const NoCancellation uncancelled;
   // Volatile, as the compiler takes the declaration of dlopen at its word that nothing is thrown.
   void* (*volatile open)(const char*, int) = dlopen;
   return open(file.c_str(), RTLD_NOW);
@@ -44,15 +48,20 @@ HAPDynamicLib::~HAPDynamicLib() { unload(); }
 
 int HAPDynamicLib::load(const std::string& path) {
   const std::string file = "/" + path;
-  dropStaleMessage();
-  handle_ = openLibrary(file);
-  // A constructor that runs inside dlopen can leave a text as well: only one without a handle tells
-  // of this library.
-  const char* message = dlerror();
-  if (message == nullptr || handle_ != nullptr) {
-    return 0;
+  std::string reason;
+  if (const char* const problem = problemOfLibraryFile(file)) {
+    reason = file + ": " + problem;
+  } else {
+    dropStaleMessage();
+    handle_ = openLibrary(file);
+    // A constructor that runs inside dlopen can leave a text as well: only one without a handle
+    // tells of this library.
+    const char* message = dlerror();
+    if (message == nullptr || handle_ != nullptr) {
+      return 0;
+    }
+    reason = message;  // the loader drops its text at its next call
   }
-  const std::string reason(message);  // the loader drops its text at its next call
   FilePath file_name(file);
   file_name.erasePath();
   trace(kLibLoadFailed, file_name.value);
@@ -81,6 +90,7 @@ void HAPDynamicLib::unload() {
   if (handle_ == nullptr) {
     return;
   }
+  const NoCancellation uncancelled;
   dlclose(handle_);
   dropStaleMessage();
   handle_ = nullptr;

@@ -107,9 +107,11 @@ constexpr unsigned int kTraceClass = 7;
 constexpr int kRegionOffset = 102;
 constexpr std::size_t kLogBufferSize = 512;
 
+/// In plain storage, so that the exit of the process leaves it as it is: other threads and late
+/// destructors write records to the very end.
 __attribute__((noinline)) Logger* makeLogger() {
-  static Logger logger;
-  return &logger;
+  alignas(Logger) static unsigned char storage[sizeof(Logger)];
+  return new (storage) Logger;
 }
 
 }  // namespace

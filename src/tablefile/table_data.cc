@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/table_data.h"
 
-#include <fstream>
+#include <istream>
 #include <memory>
 
 #include "kw/trx/file_path.h"
 #include "kw/util/config/comma_separated_values.h"
 #include "support/parse_number.h"
+#include "support/regular_file.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
 #include "tablefile/words.h"
@@ -16,6 +17,8 @@ namespace {
 
 constexpr char kExtension[] = "csv";
 constexpr std::size_t kKeyValueMax = 8;
+/// The longest table file that is read, in bytes: what is kept of its cells takes many times that.
+constexpr unsigned long long kTableFileMax = 16ULL << 20;
 
 }  // namespace
 
@@ -42,15 +45,18 @@ int TableData::load(const std::string& path) {
 
 int TableData::loadCSV() {
   const std::string name = "/" + file_path_;
-  std::ifstream stream(name);
-  if (stream.fail()) {
+  RegularFileBuffer buffer(name, kTableFileMax);
+  auto csv = std::make_unique<kw::util::config::CommaSeparatedValues>();
+  if (buffer.isGood()) {
+    std::istream stream(&buffer);
+    csv->load(stream);
+  }
+  if (!buffer.isGood()) {
     FilePath file_name(name);
     file_name.erasePath();
     trace(kDataNotOpened, file_name.value);
     return -1;
   }
-  auto csv = std::make_unique<kw::util::config::CommaSeparatedValues>();
-  csv->load(stream);
   unload();
   csv_ = csv.release();
   return 0;

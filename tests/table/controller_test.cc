@@ -50,7 +50,7 @@ TEST_F(TableControllerTest, UnusableFilesStopTheLoadOrAreLeftOut) {
       {"/no/none.csv", "E a001000 \"none.csv\"\n", "none.csv", '3'},
       {"/.csv", "E a000001 (id 0 0 0)\n", ".csv", '3'},
       {dir.write("f.csv", "FORMAT,1\nVERSION,1\n"), "", "f.csv", '7'},
-      {folder.substr(0, folder.size() - 5), "E a005002 \"FORMAT\"\n", "d.csv", '7'},
+      {folder.substr(0, folder.size() - 5), "E a001000 \"d.csv\"\n", "d.csv", '3'},
       {dir.write("r.csv", kHead + ",1,START,x\n,2,END\n"),
        "E 14000000 (id 2 3 0)\nE 13000003 (id 0 0 0)\n", "r.csv", 'a'}};
   const std::string first = dir.write("first.csv", kHead + ",1,START\n,2,END,,,,,,\n");

@@ -137,7 +137,7 @@ namespace kw::clib_trx {
 /// text to the standard output, whose lines may interleave between threads.
 class ZQM_TRX_API Logger : public kw::trx::trx::KWTrace {
  public:
-  /// The one logger, destroyed when the process exits. Any thread may call it.
+  /// The one logger, usable to the very end of the process. Any thread may call it.
   static Logger* getLogger();
 
   Logger();

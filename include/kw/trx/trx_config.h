@@ -26,14 +26,14 @@ class ZQM_TRX_API KWPathConf {
   std::string getTRXConfPath() const;
 
  private:
-  kw::util::config::CppProperties properties_;
+  mutable kw::util::config::CppProperties properties_;  // the platform promises no constness
 };
 
 /// The settings, read anew by every `TRX::load` and unchanged in between: any request may read
 /// them.
 class ZQM_TRX_API TRXConfig {
  public:
-  /// The one object of the process, destroyed when the process exits. Any thread may call it.
+  /// The one object of the process, usable to its very end. Any thread may call it.
   static TRXConfig& getInstance();
   TRXConfig(const TRXConfig&) = delete;
   TRXConfig& operator=(const TRXConfig&) = delete;

@@ -12,7 +12,8 @@ namespace kw::trx::trx {
 constexpr int kExclusionSemaphoreKey = 5700000;
 
 /// Takes the system semaphore for its scope. A holder in another process is waited for; a holder in
-/// this process that uses the same semaphore object refuses at once.
+/// this process that uses the same semaphore object refuses at once. A child of a fork that leaves
+/// the scope of its parent's guard gives nothing back.
 class ZQM_TRX_API TRXLock {
  public:
   /// Takes `semaphore` when it is not null and both flags are true; does nothing otherwise. The
@@ -32,7 +33,8 @@ class ZQM_TRX_API TRXLock {
 
   kw::dev::parts::LibSemaphore* semaphore_;
   bool locked_ = false;
-  short exceptions_before_;
+  unsigned char forks_before_ = 0;
+  short exceptions_before_ = 0;
 };
 
 }  // namespace kw::trx::trx

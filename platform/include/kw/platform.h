@@ -65,8 +65,9 @@ KW_PLATFORM_API void setTraceLevels(unsigned int mask);
 /// Most data bytes of one record that a ring keeps.
 constexpr std::size_t kTraceDataMax = 80;
 
-/// Opens the ring file at `path` (see `resolvePath`) for writing, made new, in place of any file of
-/// that name, with room for at least `records` records, at most 16777216 (EINVAL). Every record
+/// Opens the ring file at `path` (see `resolvePath`) for writing, made new, in place of any regular
+/// file of that name (a directory: EISDIR; a pipe, socket or device: EINVAL; neither is touched),
+/// with room for at least `records` records, at most 16777216 (EINVAL). Every record
 /// from now on is stored in it, the newest over the oldest; children of a fork store in it too, but
 /// not those made without its handlers (`_Fork`, `clone`). In a ring of more than 128 records each
 /// thread writes to a 128th of it at a time, which it keeps when it writes no more, until it ends;

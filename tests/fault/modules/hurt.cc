@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// HAPs that notice when two of them run at once.
+// HAPs that notice when two of them run at once, that fork or are replaced by another program, and
+// that rest at points of cancellation.
+#include <cerrno>
+#include <stdexcept>
+
 #include <unistd.h>
 
 #include "kw/trx/hap.h"
@@ -21,5 +25,33 @@ ZQM_HAP(HURT_Guarded) {
   __atomic_fetch_add(&out[0], 1U, __ATOMIC_SEQ_CST);
   usleep(200);
   __atomic_store_n(&inside[para[0]], 0U, __ATOMIC_SEQ_CST);
+  return 0;
+}
+
+// Forks, and returns in the child at once: out[0] there 0. The parent returns when out[1] is set.
+ZQM_HAP(HURT_Fork) {
+  const pid_t child = fork();
+  if (child == 0) {
+    return 0;
+  }
+  out[0] = static_cast<unsigned int>(child);
+  while (__atomic_load_n(&out[1], __ATOMIC_ACQUIRE) == 0) {
+    usleep(1000);
+  }
+  return 0;
+}
+
+// Replaces its process by its own program, which gets the mode as its only argument.
+ZQM_HAP(HURT_Exec) {
+  execl("/proc/self/exe", "again", mode, nullptr);
+  return errno;
+}
+
+// Rests, then throws when para[0] is set.
+ZQM_HAP(HURT_Rest) {
+  usleep(1);
+  if (para != nullptr && para[0] != 0) {
+    throw std::runtime_error("after a rest");
+  }
   return 0;
 }

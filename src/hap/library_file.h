@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// What can be told of a module file before the loader gets it.
+#ifndef KW_TRX_HAP_LIBRARY_FILE_H_
+#define KW_TRX_HAP_LIBRARY_FILE_H_
+
+#include <string>
+
+namespace kw::trx::trx {
+
+/// The longest module file that is opened, in bytes.
+constexpr unsigned long long kModuleFileMax = 256ULL << 20;
+
+/// Why the loader must not get the library at `path`, in words; null when it may, and itself tells
+/// of every other problem. A pipe would let it wait for ever, and a file that is shorter than its
+/// own headers say would kill the process at the first access behind its end.
+const char* problemOfLibraryFile(const std::string& path);
+
+}  // namespace kw::trx::trx
+
+#endif  // KW_TRX_HAP_LIBRARY_FILE_H_

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+// Files of the wrong kind, files without end, and files that an update left cut short.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "kw/trx/testing/engine_fixture.h"
+
+namespace kw::trx::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned int kTimeOutSeconds = 60;
+/// Between two pieces of a reason in a trail.
+constexpr char kNextPiece[] = "\"\nD 2000001 \"";
+constexpr char kTable[] = "FORMAT,0\nVERSION,1\n,1,START\n,2,END\n";
+
+class FileFaultTest : public EngineFixture {
+ protected:
+  FileFaultTest() { alarm(kTimeOutSeconds); }  // in place of a hang
+
+  std::string load() {
+    return outcomeOf([this] { start(); });
+  }
+};
+
+/// What can stand at a path in place of a file.
+const std::pair<const char*, void (*)(const fs::path&)> kIntruders[] = {
+    {"pipe", [](const fs::path& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
+    {"device", [](const fs::path& path) { fs::create_symlink("/dev/zero", path); }},
+    {"directory", [](const fs::path& path) { fs::create_directory(path); }},
+    {"file of a gigabyte",
+     [](const fs::path& path) {
+       std::ofstream(path).close();
+       ASSERT_EQ(truncate(path.c_str(), 1 << 30), 0);
+     }},
+};
+
+TEST_F(FileFaultTest, NeitherPipesNorDevicesNorEndlessFilesHoldUpALoad) {
+  const fs::path root = dir.path();
+  const fs::path module = root / "libzq_hap_tst.so";
+  const fs::path table = dir.write("t.csv", kTable);
+  fs::copy_file(MODULE_TST, module);
+  configure({module}, {table});
+  ASSERT_EQ(load(), "ok");
+  const std::pair<fs::path, const char*> places[] = {{root / "kw/etc/kwpath.conf", "TRX 70004"},
+                                                     {root / "trx.conf", "TRX 70004"},
+                                                     {module, "TRX 70005"},
+                                                     {table, "TRX 70006"}};
+  for (const auto& [place, outcome] : places) {
+    for (const auto& [name, put] : kIntruders) {
+      SCOPED_TRACE(std::string(name) + " at " + place.filename().string());
+      const fs::path saved = root / "saved";
+      fs::rename(place, saved);
+      put(place);
+      EXPECT_EQ(load(), outcome);
+      fs::remove(place);
+      fs::rename(saved, place);
+      EXPECT_EQ(load(), "ok");
+    }
+  }
+}
+
+TEST_F(FileFaultTest, ModuleCutShortAnywhereIsOneThatCannotBeOpened) {
+  std::ifstream in(MODULE_HURT, std::ios::binary);
+  const std::string whole{std::istreambuf_iterator<char>(in), {}};
+  const fs::path module = fs::path(dir.path()) / "libzq_hap_hurt.so";
+  configure({module, MODULE_TST}, {}, "hapmodule.loading.err.mode=continue\n");
+  constexpr std::size_t kCuts = 40;
+  std::size_t told = 0;
+  for (std::size_t cut = 0; cut <= kCuts; ++cut) {
+    std::ofstream(module, std::ios::binary).write(whole.data(), whole.size() * cut / kCuts);
+    TraceCapture capture(kw::platform::kTraceDebug);
+    EXPECT_EQ(load(), "ok");
+    std::string trail = capture.trail();
+    for (std::size_t at; (at = trail.find(kNextPiece)) != std::string::npos;) {
+      trail.erase(at, std::strlen(kNextPiece));
+    }
+    told += trail.find("hurt.so: is cut short: copy it again\"") != std::string::npos ? 1 : 0;
+    trx::TRXInfo info;
+    EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
+    fs::remove(module);
+  }
+  EXPECT_GE(told, kCuts / 10);
+  EXPECT_LT(told, kCuts);
+}
+
+TEST_F(FileFaultTest, RingTakesThePlaceOfNoOtherKindOfFile) {
+  for (const auto& [name, put] : kIntruders) {
+    const fs::path place = fs::path(dir.path()) / "ring";
+    put(place);
+    const bool is_regular = fs::is_regular_file(place);
+    EXPECT_EQ(kw::platform::openTraceRing(place, 16) == 0, is_regular) << name;
+    EXPECT_TRUE(is_regular || errno == (fs::is_directory(place) ? EISDIR : EINVAL)) << name;
+    kw::platform::closeTraceRing();
+    EXPECT_EQ(fs::is_regular_file(place), is_regular) << name;
+    fs::remove(place);
+  }
+}
+
+}  // namespace
+}  // namespace kw::trx::testing
