@@ -7,7 +7,6 @@ set -euo pipefail
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 foreign=$tree/tests/foreign_platform
 module_source=$tree/examples/modules/fan.c
-headers=(-I "$tree/include" -I "$tree/platform/include")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -36,6 +35,8 @@ run_host() {
 
 here=$work/here
 build_engine "$here" -DZQM_TRX_PLATFORM="$foreign"
+platform_headers=$here/platform/include
+headers=(-I "$tree/include" -I "$platform_headers")
 cc -shared -fPIC -fexceptions "${headers[@]}" "$module_source" -o "$here/libzq_hap_fan.so"
 run_host "$(find "$here" -name foreign_host -type f)" "$here/libzq_hap_fan.so" \
   "$here/src:$here/platform"
@@ -51,7 +52,7 @@ cat >"$vendor/ForeignPlatformConfig.cmake" <<EOF
 add_library(kw::platform SHARED IMPORTED)
 set_target_properties(kw::platform PROPERTIES
   IMPORTED_LOCATION "$vendor/libforeign_platform.so"
-  INTERFACE_INCLUDE_DIRECTORIES "$tree/platform/include")
+  INTERFACE_INCLUDE_DIRECTORIES "$platform_headers")
 EOF
 build_engine "$device" --toolchain "$tree/cmake/armhf.cmake" \
   -DZQM_TRX_PLATFORM=ForeignPlatform -DForeignPlatform_DIR="$vendor"

@@ -38,15 +38,13 @@ void CppProperties::load(const std::string& path) {
   }
 }
 
-bool CppProperties::exist(const std::string& key) const { return pairs_.count(key) != 0; }
+bool CppProperties::exist(const std::string& key) { return pairs_.count(key) != 0; }
 
-std::string CppProperties::getProperty(const std::string& key) const {
+std::string CppProperties::getProperty(const std::string& key) {
   return exist(key) ? pairs_.at(key) : std::string();
 }
 
-int CppProperties::getInt(const std::string& key) const {
-  return std::atoi(getProperty(key).c_str());
-}
+int CppProperties::getInt(const std::string& key) { return std::atoi(getProperty(key).c_str()); }
 
 void CppProperties::clear() { pairs_.clear(); }
 
@@ -64,12 +62,12 @@ int CommaSeparatedValues::load(std::istream& in) {
   return 0;
 }
 
-int CommaSeparatedValues::size() const { return static_cast<int>(rows_.size()); }
-int CommaSeparatedValues::rowCount() const { return size(); }
-int CommaSeparatedValues::columnCount(int row) const {
+int CommaSeparatedValues::size() { return static_cast<int>(rows_.size()); }
+int CommaSeparatedValues::rowCount() { return size(); }
+int CommaSeparatedValues::columnCount(int row) {
   return static_cast<int>(rows_[static_cast<std::size_t>(row)].size());
 }
-const std::vector<std::string>& CommaSeparatedValues::operator[](int row) const {
+const std::vector<std::string>& CommaSeparatedValues::operator[](int row) {
   return rows_[static_cast<std::size_t>(row)];
 }
 
@@ -77,23 +75,29 @@ const std::vector<std::string>& CommaSeparatedValues::operator[](int row) const 
 
 namespace kw::sysobj {
 
-Component::Component(int type, int no, std::string name, const Component* parent)
+Component::Component(int type, int no, std::string name, Component* parent)
     : type_(type), no_(no), name_(std::move(name)), parent_(parent) {}
 Component::~Component() = default;
-int Component::getType() const { return type_; }
-int Component::getNo() const { return no_; }
-void Component::getTreePath(TreePath& path) const { path.names_ = {name_}; }
+int Component::getType() { return type_; }
+int Component::getNo() { return no_; }
+void Component::getTreePath(TreePath& path) { path.names_ = {name_}; }
 
 TreePath::TreePath() = default;
 TreePath::~TreePath() = default;
-std::string TreePath::toString() const { return names_.empty() ? "" : "." + names_.back(); }
+std::string TreePath::toString() { return names_.empty() ? "" : "." + names_.back(); }
 
 }  // namespace kw::sysobj
 
 namespace kw::dev::parts {
 
 LibSemaphore::LibSemaphore(int key)
-    : id(-1), held(false), unchecked(false), semNumber(0), semFlags(SEM_UNDO), key_(key) {}
+    : id(-1),
+      held(false),
+      unchecked(false),
+      semNumber(0),
+      semFlags(SEM_UNDO),
+      key_(key),
+      next_(nullptr) {}
 LibSemaphore::~LibSemaphore() = default;
 
 int LibSemaphore::create() {
