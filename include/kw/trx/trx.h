@@ -35,8 +35,8 @@ class ZQM_TRX_API TRX {
   /// below. Right in every thread and in a child after `fork`.
   static unsigned int getTRXID();
 
-  /// Creates the system semaphore of the exclusion control. Returns 0, also when it exists already
-  /// or cannot be created; the trace tells.
+  /// Creates the system semaphore of the exclusion control, or finishes one whose creator died in
+  /// here. Returns 0, also when it exists already or cannot be created; the trace tells.
   static int startUp();
 
   /// Reads the configuration, the HAP modules and the HAP tables, in this order, in place of those
