@@ -7,6 +7,9 @@
 #include <set>
 
 #include "kw/dev/parts/lib_semaphore.h"
+#include "kw/trx/table.h"
+#include "kw/trx/table_commands.h"
+#include "kw/trx/table_driver.h"
 #include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/trx_lock.h"
 #include "short_memory.h"
@@ -175,6 +178,28 @@ TEST_F(MemoryLockTest, ManyReloadsLeaveNothingBehind) {
   const long before = livingBlocks();
   for (int round = 0; round < 1000; ++round) engine->load(false);
   EXPECT_EQ(livingBlocks(), before);
+}
+
+// In a process of its own: the engine is made once.
+TEST(EngineMemoryTest, AnEngineThatCouldNotBeMadeIsWatchedByNoTable) {
+  trx::TableList tables;
+  auto* table = new trx::HAPTable("t", 1);
+  tables.addTable(table);
+  table->addEntry(new trx::TblCmdStart(1, 1));
+  table->addEntry(new trx::TblCmdEnd(2, -1));
+  for (bool felt = true; felt;) {
+    static long n = 0;
+    shortage = {n++, false, false};
+    try {
+      trx::TRX::getInstance();
+    } catch (const std::bad_alloc&) {
+    }
+    felt = shortage.felt;
+    shortage = {};
+    trx::TRXInfo info;
+    info.setTableName("t");
+    EXPECT_EQ(outcomeOf([&] { trx::TableDriver(1).execTable(&info, &tables); }), "ok");
+  }
 }
 
 }  // namespace
