@@ -2,11 +2,11 @@
 // The reader of properties files, and the engine's configuration read with it.
 #include <algorithm>
 
-#include "config/config_keys.h"
 #include "harness.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/trx_config.h"
 #include "kw/util/config/cpp_properties.h"
+#include "zqm_trx/config_keys.h"
 
 namespace kw::trx::fuzz {
 namespace {

@@ -3,11 +3,11 @@
 
 #include <new>
 
-#include "config/config_keys.h"
 #include "kw/trx/errors.h"
 #include "support/requester_id.h"
-#include "support/thread_exit.h"
 #include "support/trace.h"
+#include "zqm_trx/config_keys.h"
+#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::trx {
 namespace {

@@ -16,8 +16,8 @@
 #include "support/no_cancellation.h"
 #include "support/requester_id.h"
 #include "support/stop_flag.h"
-#include "support/thread_exit.h"
 #include "support/trace.h"
+#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::trx {
 namespace {

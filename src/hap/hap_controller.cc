@@ -7,15 +7,15 @@
 #include <string_view>
 #include <utility>
 
-#include "hap/module_key.h"
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/file_path.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
 #include "support/requester_id.h"
-#include "support/thread_exit.h"
 #include "support/trace.h"
+#include "zqm_trx/module_key.h"
+#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::trx {
 namespace {

@@ -6,24 +6,9 @@
 #include <string>
 
 #include "kw/trx/logger.h"
+#include "zqm_trx/trace_points.h"  // IWYU pragma: export
 
 namespace kw::trx::trx {
-
-/// Levels as the trace facility takes them.
-constexpr unsigned int kLevelError = 0x8002;
-constexpr unsigned int kLevelInfo = 0x8001;
-constexpr unsigned int kLevelDebug = 0x801;
-constexpr unsigned int kLevelDebug2 = 0x1;
-
-/// Number and level of one trace point.
-struct TracePoint {
-  unsigned long id;
-  unsigned int level;
-};
-
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
-  constexpr TracePoint constant{id, level};
-#include "support/trace_catalogue.def"  // IWYU pragma: export
 
 /// The region that every record of the engine carries.
 constexpr int kTraceRegion = -1;

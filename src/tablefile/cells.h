@@ -14,7 +14,7 @@
 #include "kw/trx/table_format.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
-#include "tablefile/words.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 

@@ -10,7 +10,7 @@
 #include "support/regular_file.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
-#include "tablefile/words.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 namespace {

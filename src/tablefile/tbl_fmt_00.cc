@@ -4,7 +4,7 @@
 #include "support/requester_id.h"
 #include "support/trace.h"
 #include "tablefile/label_index.h"
-#include "tablefile/words.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 

@@ -12,7 +12,7 @@
 #include "support/trace.h"
 #include "tablefile/cells.h"
 #include "tablefile/label_index.h"
-#include "tablefile/words.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 namespace {

@@ -2,7 +2,7 @@
 #include "kw/trx/file_path.h"
 #include "kw/trx/table_format.h"
 #include "tablefile/cells.h"
-#include "tablefile/words.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 namespace {

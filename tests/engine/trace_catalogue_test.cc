@@ -23,7 +23,7 @@ struct Row {
 const Row kRows[] = {
 #define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
   {#class_name, #operation, id, values, sentence},
-#include "support/trace_catalogue.def"
+#include "zqm_trx/trace_catalogue.def"
 };
 
 const std::map<std::string, unsigned long>& classNumbers() {

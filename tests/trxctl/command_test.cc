@@ -8,15 +8,15 @@
 #include <sstream>
 
 #include "kw/trx/testing/temp_dir.h"
-#include "support/trace.h"
 #include "tool.h"
+#include "zqm_trx/trace_points.h"
 
 namespace kw::trx::testing {
 namespace {
 
 constexpr trx::TracePoint kPoints[] = {
 #define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) trx::constant,
-#include "support/trace_catalogue.def"
+#include "zqm_trx/trace_catalogue.def"
 };
 
 class CommandTest : public ::testing::Test {

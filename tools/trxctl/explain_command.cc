@@ -6,94 +6,16 @@
 #include <memory>
 #include <optional>
 
+#include "common/text.h"
 #include "kw/trx/errors.h"
-#include "support/trace.h"
-#include "trxctl/codes.h"
+#include "traces/advice.h"
+#include "traces/catalogue.h"
+#include "traces/codes.h"
 #include "trxctl/commands.h"
-#include "trxctl/trace_catalogue.h"
+#include "trxctl/text_output.h"
 
-namespace kw::trx::trxctl {
+namespace kw::trx::tools {
 namespace {
-
-/// Usual causes of the records from `first` to `last`, and what to do.
-struct Advice {
-  unsigned long first;
-  unsigned long last;
-  const char* causes;
-  const char* advice;
-};
-
-/// For errors; what stands first counts.
-constexpr Advice kAdvice[] = {
-    {trx::kHAPCacheUnresolved.id, trx::kHAPCacheUnresolved.id,
-     "the name is misspelt, or the module lacks ZQM_HAP() for it",
-     "compare with the names that trxctl modules lists"},
-    {trx::kHAPLoadNoKey.id, trx::kHAPLoadNoKey.id,
-     "the file is not called libzq_hap_KEY.so, or nothing stands where its key should",
-     "rename the module file, and name it so in the configuration"},
-    {trx::kHAPLoadNoKeySkipped.id, trx::kHAPLoadForeignException.id,
-     "a listed module is missing, of another architecture, or has unresolved symbols",
-     "run trxctl modules"},
-    {trx::kHAPLoadSemaphoreMissing.id, trx::kHAPLoadSemaphoreMissing.id,
-     "TRX::startUp was not called on this system since it was booted, or the semaphore was removed",
-     "call TRX::startUp once per system before the load"},
-    {trx::kHAPLoadSemaphoreNoMemory.id, trx::kHAPLoadSemaphoreNoMemory.id,
-     "the process has no memory left, or a limit on it", "free some and load again"},
-    {trx::kHAPLoadSemaphoreException.id, trx::kHAPLoadSemaphoreException.id,
-     "the platform's semaphore threw", "look into the platform library, then load again"},
-    {trx::kHAPExecNoContext.id, trx::kHAPExecNoContext.id, "the host or HAP passed a null context",
-     "pass the TRXInfo of the request"},
-    {trx::kHAPExecNoKey.id, trx::kHAPExecUnresolved.id,
-     "the HAP's name is misspelt, or its module is not configured or was skipped",
-     "run trxctl modules: the part before the first _ is the key of the module"},
-    {trx::kHAPExecNestLimit.id, trx::kHAPExecNestLimit.id, "HAPs call each other without an end",
-     "look for the loop; hapmodule.nest.exec.limit is the limit"},
-    {trx::kHAPExecLockFailed.id, trx::kHAPExecUnlockFailed.id,
-     "the system semaphore is missing, or this process holds it in another thread",
-     "see trxctl explain 0x7000c"},
-    {trx::kHAPExecThrew.id, trx::kHAPErrAPIWords.id, "the HAP threw, or returned nonzero",
-     "code and detail are the HAP's own: look into its module's documentation"},
-    {trx::kLibLoadFailed.id, trx::kLibNoSymbolReason.id,
-     "the library is missing or damaged, or it lacks a symbol", "run trxctl modules"},
-    {trx::kTableNullEntry.id, trx::kTableNothingToDelete.id,
-     "a program works on the commands of a table itself", "leave tables to the engine"},
-    {trx::kTrxLoadHAPFailed.id, trx::kTrxLoadTableFailed.id, "a module or table cannot be loaded",
-     "the records before name the file; run trxctl modules or trxctl check on it"},
-    {trx::kTrxSetAPINull.id, trx::kTrxSetAPINull.id, "the host took its API object away",
-     "install one before the next HAP"},
-    {trx::kTrxHAPForeignException.id, trx::kTrxTableForeignException.id,
-     "a HAP threw an exception of its own",
-     "the host has to catch it; a table run again goes on with the same row"},
-    {trx::kTrxNoModule.id, trx::kTrxNoAPI.id,
-     "the host did not load a module or did not call TRX::setHAPAPI",
-     "run trxctl modules; install an API object after load"},
-    {trx::kTrxTableRefused.id, trx::kTrxContextRunning.id, "two threads share one context",
-     "use one TRXInfo a request"},
-    {trx::kTrxSemaphoreNotCreated.id, trx::kTrxSemaphoreNotCreated.id,
-     "usually it exists already, which is no failure", "ipcs -s shows it under key 0x0056f9a0"},
-    {trx::kConfigNoPathFile.id, trx::kConfigNoEntry.id,
-     "a file or a key of the configuration is missing or misspelt", "run trxctl config"},
-    {trx::kErrorNoAPIData.id, trx::kInfoTableStackEmpty.id,
-     "a HAP or host passed nothing to a context or its error record",
-     "look into the HAP or host that wrote the record; nothing was changed"},
-    {trx::kTblLoadNoNameSkipped.id, trx::kDataKeyNotHex.id,
-     "a table file is missing, or breaks a rule of table files",
-     "run trxctl config, then trxctl check on the file"},
-    {trx::kDriverErrorEnd.id, trx::kDriverErrorEnd.id,
-     "a row failed, an END row has a message, or a table is missing",
-     "the records before tell which; trxctl table shows the run row by row"},
-    {trx::kDriverNestLimit.id, trx::kDriverNestLimit.id, "tables call each other without an end",
-     "run trxctl check and trxctl graph; haptable.nest.exec.limit is the limit"},
-    {trx::kDriverStart.id, trx::kListMissing.id, "the table is misspelt or not loaded",
-     "run trxctl check and trxctl config"},
-    {trx::kCmdCheckJump.id, trx::kCmdHAPForeignException.id,
-     "a HAP of this or an earlier row failed",
-     "the error record and the records before name the HAP and its error"},
-    {trx::kFmtFileInvalid.id, trx::kFmtCharacter.id, "the file breaks a rule of table files",
-     "run trxctl check on the file: it names line, column and reason of every fault"},
-    {trx::kUnitType.id, trx::kUnitType.id, "a unit of another type was passed",
-     "pass units of the types that the record names"},
-};
 
 void printPart(const char* name, const std::string& words) {
   std::cout << "  " << name << words << '\n';
@@ -115,12 +37,9 @@ void explainPoint(const Point& point) {
   if (*point.values != '\0') {
     printPart("values: ", point.values);
   }
-  for (const Advice& advice : kAdvice) {
-    if (point.level == trx::kLevelError && point.id >= advice.first && point.id <= advice.last) {
-      printPart("causes: ", advice.causes);
-      printPart("do:     ", advice.advice);
-      return;
-    }
+  if (const Advice* advice = findAdvice(point); advice != nullptr) {
+    printPart("causes: ", advice->causes);
+    printPart("do:     ", advice->advice);
   }
 }
 
@@ -175,7 +94,8 @@ void printReference() {
          "Every record that the engine writes, by its id. The words in braces are values of the\n"
          "record; those with the form x are hexadecimal, u unsigned, d signed, s text. This page "
          "is\n"
-         "what `trxctl explain --all` prints of `src/support/trace_catalogue.def`; `trxctl explain "
+         "what `trxctl explain --all` prints of `src/shared/zqm_trx/trace_catalogue.def`; `trxctl "
+         "explain "
          "ID`\n"
          "adds usual causes and what to do.\n\n"
          "| id | level | written by | meaning | values |\n|---|---|---|---|---|\n";
@@ -188,26 +108,32 @@ void printReference() {
 
 }  // namespace
 
-void addExplainCommand(CLI::App& app, int& status) {
-  auto codes = std::make_shared<std::vector<std::string>>();
-  CLI::App* command =
-      addCommand(app, "explain", "Explains exception codes, error codes and trace ids",
-                 "What it means, its usual causes, and what to do. Codes are hexadecimal.\n"
-                 "Example: trxctl explain 0x7000b\n"
-                 "Exit status: 0 all codes were explained; 2 a word is no hexadecimal code.");
-  auto all = std::make_shared<bool>(false);
-  CLI::Option* option = command->add_option("CODE", *codes, "Codes such as 7000b or 0x7000b");
-  command->add_flag("--all", *all, "Print a page with every trace id instead")->excludes(option);
-  command->callback([codes, all, &status] {
-    if (*all) {
+void addExplainCommand(CommandLine& line) {
+  struct Options {
+    std::vector<std::string> codes;
+    bool all = false;
+  };
+  auto options = std::make_shared<Options>();
+  Command command =
+      line.add("explain", "Explains exception codes, error codes and trace ids",
+               "What it means, its usual causes, and what to do. Codes are hexadecimal.\n"
+               "Example: trxctl explain 0x7000b\n"
+               "Exit status: 0 all codes were explained; 2 a word is no hexadecimal code.");
+  command.texts(options->codes, {"CODE", "Codes such as 7000b or 0x7000b"});
+  command.flag(options->all, {"--all", "Print a page with every trace id instead"});
+  command.excludes("--all", {"CODE"});
+  command.run([options] {
+    if (options->all) {
       printReference();
-    } else if (codes->empty()) {
-      throw CLI::RequiredError("CODE");
+    } else if (options->codes.empty()) {
+      throw UsageError("CODE is required");
     }
-    for (const std::string& code : *codes) {
+    int status = kExitOk;
+    for (const std::string& code : options->codes) {
       status = std::max(status, explain(code));
     }
+    return status;
   });
 }
 
-}  // namespace kw::trx::trxctl
+}  // namespace kw::trx::tools

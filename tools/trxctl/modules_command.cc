@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <iostream>
-#include <map>
 #include <memory>
 
+#include "common/paths.h"
+#include "configuration/configuration.h"
+#include "modules/listed_modules.h"
 #include "trxctl/commands.h"
-#include "trxctl/configuration.h"
-#include "trxctl/elf_module.h"
+#include "trxctl/text_output.h"
 
-namespace kw::trx::trxctl {
+namespace kw::trx::tools {
 namespace {
 
-void print(const std::string& file, const ModuleFile& module, const std::string& replaced_by) {
+void print(const ListedModule& listed) {
+  const auto& [file, module, replaced_by] = listed;
   const bool loads = module.problems.empty();
   const char* const verdict = module.has_sections ? "would load" : "may load";
   std::cout << file << ": " << (module.key.empty() ? "no key" : "key " + module.key) << ", "
@@ -52,37 +55,27 @@ int listModules(std::vector<std::string> files) {
       file = absolutePath(file);
     }
   }
-  std::vector<ModuleFile> modules;
-  std::map<std::string, std::string> last;
-  for (const std::string& file : files) {
-    modules.push_back(inspectModule(file));
-    if (modules.back().problems.empty()) {
-      last[modules.back().key] = file;
-    }
-  }
   int status = kExitOk;
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    const auto owner = last.find(modules[i].key);
-    const bool taken = modules[i].problems.empty() && owner->second != files[i];
-    print(files[i], modules[i], taken ? owner->second : "");
-    status = modules[i].problems.empty() ? status : kExitFailed;
+  for (const ListedModule& listed : inspectModules(files)) {
+    print(listed);
+    status = listed.module.problems.empty() ? status : kExitFailed;
   }
   return status;
 }
 
 }  // namespace
 
-void addModulesCommand(CLI::App& app, int& status) {
+void addModulesCommand(CommandLine& line) {
   auto files = std::make_shared<std::vector<std::string>>();
-  CLI::App* command =
-      addCommand(app, "modules", "Lists the HAPs of modules, and whether the modules would load",
-                 "Reads the files alone; none of their code runs. They are looked at as a host "
-                 "would load them\n"
-                 "that is linked with nothing but the engine and the C++ library.\n"
-                 "Example: trxctl modules libzq_hap_psu.so\n"
-                 "Exit status: 0 all would load; 2 one would not, or there is nothing to list.");
-  command->add_option("FILE", *files, "Module files; else those of the configuration");
-  command->callback([files, &status] { status = listModules(*files); });
+  Command command =
+      line.add("modules", "Lists the HAPs of modules, and whether the modules would load",
+               "Reads the files alone; none of their code runs. They are looked at as a host "
+               "would load them\n"
+               "that is linked with nothing but the engine and the C++ library.\n"
+               "Example: trxctl modules libzq_hap_psu.so\n"
+               "Exit status: 0 all would load; 2 one would not, or there is nothing to list.");
+  command.texts(*files, {"FILE", "Module files; else those of the configuration"});
+  command.run([files] { return listModules(*files); });
 }
 
-}  // namespace kw::trx::trxctl
+}  // namespace kw::trx::tools

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the room of tables says of table files is what the engine does with them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <random>
+#include <sstream>
+
+#include "kw/platform.h"
+#include "kw/trx/errors.h"
+#include "kw/trx/table_controller.h"
+#include "kw/trx/testing/temp_dir.h"
+#include "tables/check.h"
+
+namespace kw::trx::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// What a check of `files` in `dir` finds, a line each.
+std::string checked(const TempDir& dir, const std::vector<std::string>& files) {
+  fs::current_path(dir.path());
+  const tools::Surroundings around = tools::surroundingsOf(files);
+  std::ostringstream out;
+  for (const std::string& file : files) {
+    for (const tools::Finding& finding : tools::checkFile(file, around).findings) {
+      out << file;
+      if (finding.line != 0) {
+        out << ':' << std::dec << finding.line << " (" << finding.column << ')';
+      }
+      out << (finding.is_error ? ": error: " : ": warning: ") << finding.words;
+      if (finding.is_error) {
+        out << " [0x" << std::hex << finding.id << ']';
+      }
+      out << '\n';
+    }
+  }
+  fs::current_path("/");
+  return out.str();
+}
+
+TEST(TablesTest, EveryFaultIsFoundAtItsLineAndCell) {
+  const TempDir dir;
+  dir.write("faults.csv",
+            "FORMAT,00\r\n"
+            "VERSION,1g\r\n"
+            "\"a title\r\nof two lines\"\r\n"
+            "top,1,START,,,top\r\n"
+            ",2,HAP,P\xc3\xa4.On!.\xe2\x82,\"off\t\x01\",nowhere,1  G1234567\xe2\x82\xac,x\r\n"
+            ",\"two\nlines\",WAIT,,1s\r\n"
+            ",,wait,,5,NOP,G\r\n"
+            "a b,0,CHECK,,,NOP\r\n"
+            "top,3,TABLE,init\r\n"
+            "VERSION,ffffffff,END,\"a\"\"b\"\r\n");
+  dir.write("lost.csv", "FORMAT,1\n,1,START\n,2,HAP,A.B\n,3,Start\n,4,START\n,x,CHECK\n");
+  dir.write("keys.csv",
+            "FORMAT,zz\nFORMAT\nFORMAT,1\nVersion,2,HAP\n VERSION,000000001\n"
+            ",1,END\n,2,END\n,3,start\n,4,Start,,,,a\n,5,WAIT,,x\n,6,End\n,7,\"end \"\n,8,CHECK\n");
+  dir.write("ends.csv", ",1,START\n,2,END\nFORMAT,0\nFORMAT,0\nVERSION,-1\n");
+  dir.write("order.csv", "FORMAT,0\nVERSION,1\n,1,END\n,2,END\n,3,START\n,4,WAIT,,x\n");
+  EXPECT_EQ(checked(dir, {"faults.csv", "lost.csv", "keys.csv", "ends.csv", "order.csv",
+                          "nowhere.csv", "notes.txt"}),
+            readFile(GOLDEN "/faults.txt"));
+}
+
+/// `module` with another HAP in place of TST_Exit.
+std::string withOtherHAP(std::string module) {
+  const std::string name = "TST_Exit";
+  for (std::size_t at = 0; (at = module.find(name, at)) != std::string::npos;) {
+    module.replace(at, name.size(), "TST_Quit");
+  }
+  return module;
+}
+
+TEST(TablesTest, WhatLoadsButIsNotMeantGivesWarnings) {
+  const TempDir dir;
+  dir.write("kw/etc/kwpath.conf", "path.trx.conf=" + dir.path() + "/trx.conf\n");
+  dir.write("trx.conf", "hapmodule.number=3\nhapmodule.file.0=" +
+                            dir.write("old/libzq_hap_tst.so", withOtherHAP(readFile(MODULE_TST))) +
+                            "\nhapmodule.file.1=" MODULE_TST "\nhapmodule.file.2=" MODULE_TORN
+                            "\nhaptable.number=3\nhaptable.file.0=" +
+                            dir.write("listed.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,END\n") +
+                            "\nhaptable.file.1=" + dir.write("broken.csv", "FORMAT,0\n") +
+                            "\nhaptable.file.2=/no/such/gone.csv\n");
+  dir.write("odd.csv",
+            "FORMAT,00\nVERSION,1e5\n,1,START\n"
+            "unused,2,HAP,TST_OK,007\n,3,HAP,TST_Fail,,lost,1e5\n,3a,HAP,TST_Ok,,,1ee5\n,+4,TABLE,"
+            "listed\n"
+            ",5,TABLE,litsed\n,6,WAIT,,3600001\n,7,WAIT,,0500\n,8,TABLE,even\n,9,END,DONE\n"
+            ",a,WAIT\nlost,b,END,0001E0\n");
+  dir.write("calls.csv",
+            "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,broken\n,3,TABLE,gone\n,4,TABLE,borken\n,5,"
+            "HAP,TST_Quit,1234567890123456\n,6,HAP,TST_Exit,123456789012345\n,7,HAP,TORN_Ok\n,"
+            "\"\n8\",WAIT,,03600001\n,9,END\n");
+  dir.write("even.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,odder\n,3,END\n");
+  dir.write("odder.csv", "FORMAT,0\nVERSION,0\n,1,START\n,2,TABLE,even\n,3,HAP\n,4,END\n");
+  const std::vector<std::string> files = {"odd.csv", "even.csv", "odder.csv", "calls.csv"};
+  kw::platform::setSystemRoot(dir.path());
+  EXPECT_EQ(checked(dir, files), readFile(GOLDEN "/warnings.txt"));
+  kw::platform::setSystemRoot("");
+  EXPECT_EQ(checked(dir, {"odder.csv"}),
+            "odder.csv:4 (D, HAP/TABLE): warning: no table 'even' is among the files or the "
+            "configuration\n"
+            "odder.csv:5 (D, HAP/TABLE): warning: a HAP row without a name fails: no HAP has it\n");
+}
+
+/// Whether the engine itself loads a file.
+bool loads(const std::string& file) {
+  trx::TableController controller;
+  std::vector<std::string> files = {file};
+  try {
+    controller.load(files);
+  } catch (const trx::TRXException&) {
+    return false;
+  }
+  return true;
+}
+
+/// Changes one place of a table file to something that such files are made of.
+void mutate(std::string& text, std::mt19937& random) {
+  const auto below = [&random](std::size_t limit) { return random() % limit; };
+  const std::string pieces[] = {",", "\n",     "\"",    "0",     "f",   "-",  "_",  " ",
+                                "x", "HAP",    "START", "CHECK", "END", "A",  "\r", "+",
+                                ".", "FORMAT", "NOP",   "again", "0x",  ",,", "1",  "z"};
+  const std::size_t at = below(text.size() + 1);
+  switch (below(3)) {
+    case 0:
+      text.insert(at, pieces[below(std::size(pieces))]);
+      break;
+    case 1:
+      text.erase(at, 1 + below(3));
+      break;
+    default:
+      text.insert(text.find('\n', at) + 1, text.substr(at, below(20)));
+      break;
+  }
+}
+
+TEST(TablesTest, AnErrorIsReportedForExactlyTheFilesThatTheEngineRefuses) {
+  std::mt19937 random(20240607);
+  std::vector<std::string> seeds;
+  for (const fs::directory_entry& file : fs::directory_iterator(GUIDE_TABLES)) {
+    seeds.push_back(readFile(file.path()));
+  }
+  std::sort(seeds.begin(), seeds.end());
+  const TempDir dir;
+  std::map<bool, int> met;
+  for (int i = 0; i < 1000; ++i) {
+    std::string text = seeds[random() % seeds.size()];
+    for (auto count = random() % 4; count > 0; --count) {
+      mutate(text, random);
+    }
+    const std::string path = dir.write("t" + std::to_string(i) + ".csv", text);
+    const tools::CheckedFile checked = tools::checkFile(path, {});
+    const bool loaded = loads(path);
+    ASSERT_EQ(!checked.has(true), loaded) << text;
+    ++met[loaded];
+  }
+  EXPECT_GT(met[true], 50) << "files that load came up";
+  EXPECT_GT(met[false], 50) << "files that are refused came up";
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// Words and numbers as all rooms write and read them. Any thread.
+#ifndef KW_TRX_TOOLS_COMMON_TEXT_H_
+#define KW_TRX_TOOLS_COMMON_TEXT_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kw::trx::tools {
+
+/// `number` as 0x and hexadecimal digits.
+std::string hexText(unsigned long number);
+
+/// The number that `text` writes in hexadecimal, 1 to 8 digits with or without 0x; none when it is
+/// anything else.
+std::optional<std::uint32_t> hexNumber(const std::string& text);
+
+/// The one of `known` that `word` was probably meant to be; empty when none is near.
+std::string nearestOf(const std::string& word, const std::vector<std::string>& known);
+
+/// "; did you mean A?" with the one of `known` that `word` was probably meant to be; empty when
+/// none is near.
+std::string didYouMean(const std::string& word, const std::vector<std::string>& known);
+
+/// The parts of `text` between separators, empty ones too.
+std::vector<std::string> partsOf(const std::string& text, char separator);
+
+/// "a, b and c".
+std::string listed(const std::vector<std::string>& names);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_COMMON_TEXT_H_

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "configuration/configuration.h"
+
+#include <stdexcept>
+
+#include "kw/platform.h"
+#include "kw/trx/errors.h"
+#include "kw/trx/trx_config.h"
+#include "traces/record_collector.h"
+#include "traces/record_words.h"
+#include "zqm_trx/config_keys.h"
+#include "zqm_trx/trace_points.h"
+
+namespace kw::trx::tools {
+
+std::string loadConfiguration() {
+  RecordCollector collector;
+  try {
+    trx::TRXConfig::getInstance().load();
+  } catch (const trx::TRXException&) {
+    const kw::platform::TraceRecord record = collector.taken().at(0);
+    const std::string path_file = kw::platform::resolvePath(trx::kPathFile);
+    if (record.id == trx::kConfigNoPathFile.id) {
+      return "the path file " + path_file + " cannot be read";
+    }
+    return record.id == trx::kConfigNoPath.id
+               ? "the path file " + path_file + " has no value for the key " + trx::kKeyTRXConf
+               : describe(record);
+  }
+  return {};
+}
+
+std::vector<std::string> configuredTables(std::optional<std::vector<std::string>>& modules) {
+  const std::string problem = loadConfiguration();
+  const trx::TRXConfig& config = trx::TRXConfig::getInstance();
+  if (problem.empty()) {
+    modules = config.getHAPModuleFiles();
+    return config.getTableFiles();
+  }
+  if (!kw::platform::getSystemRoot().empty()) {
+    throw std::runtime_error(problem + "; see trxctl config");
+  }
+  return {};
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modules/elf_file.h"
+
+#include <fcntl.h>
+#include <gelf.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+
+namespace kw::trx::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// An open ELF file.
+class ElfHandle {
+ public:
+  explicit ElfHandle(const std::string& path) : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    elf_version(EV_CURRENT);
+    elf_ = fd_ < 0 ? nullptr : elf_begin(fd_, ELF_C_READ, nullptr);
+  }
+  ElfHandle(const ElfHandle&) = delete;
+  ElfHandle& operator=(const ElfHandle&) = delete;
+  ~ElfHandle() {
+    elf_end(elf_);
+    if (fd_ >= 0) {
+      close(fd_);
+    }
+  }
+
+  bool isOpen() const { return fd_ >= 0; }
+  Elf* get() const { return elf_; }
+
+ private:
+  int fd_;
+  Elf* elf_;
+};
+
+std::string textAt(Elf* elf, std::size_t section, std::size_t offset) {
+  const char* text = elf_strptr(elf, section, offset);
+  return text == nullptr ? std::string() : text;
+}
+
+void readDynamic(Elf* elf, Elf_Data* data, std::size_t strings, const std::string& path,
+                 ElfFile& file) {
+  GElf_Dyn entry;
+  for (int i = 0; gelf_getdyn(data, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
+    const std::string text = textAt(elf, strings, entry.d_un.d_val);
+    if (entry.d_tag == DT_NEEDED) {
+      file.needed.push_back(text);
+    } else if (entry.d_tag == DT_SONAME) {
+      file.soname = text;
+    } else if (entry.d_tag == DT_FLAGS_1 && (entry.d_un.d_val & DF_1_PIE) != 0) {
+      file.problem = "is a program, no shared library";
+    } else if (entry.d_tag == DT_RPATH || entry.d_tag == DT_RUNPATH) {
+      addFolders(text, path, entry.d_tag == DT_RPATH ? file.rpath : file.runpath);
+    }
+  }
+  if (!file.runpath.empty()) {
+    file.rpath.clear();  // the loader looks at the newer kind alone
+  }
+}
+
+void readSymbols(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
+  GElf_Sym symbol;
+  for (int i = 1; gelf_getsym(data, i, &symbol) != nullptr; ++i) {
+    const std::string name = textAt(elf, strings, symbol.st_name);
+    const int visibility = GELF_ST_VISIBILITY(symbol.st_other);
+    if (symbol.st_shndx == SHN_UNDEF) {
+      if (GELF_ST_BIND(symbol.st_info) == STB_GLOBAL) {
+        file.undefined.push_back(name);
+      }
+    } else if (GELF_ST_BIND(symbol.st_info) != STB_LOCAL &&
+               (visibility == STV_DEFAULT || visibility == STV_PROTECTED)) {
+      file.defined.insert(name);
+      const int type = GELF_ST_TYPE(symbol.st_info);
+      if (type == STT_FUNC || type == STT_GNU_IFUNC) {
+        file.functions.insert(name);
+      }
+    }
+  }
+}
+
+/// Names the versions that the loader insists on, of each library.
+void readNeededVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
+  GElf_Verneed library;
+  std::size_t at = 0;
+  while (at < data->d_size && gelf_getverneed(data, static_cast<int>(at), &library) != nullptr) {
+    GElf_Vernaux version;
+    std::size_t next = at + library.vn_aux;
+    while (next < data->d_size &&
+           gelf_getvernaux(data, static_cast<int>(next), &version) != nullptr) {
+      if ((version.vna_flags & VER_FLG_WEAK) == 0) {
+        file.needed_versions[textAt(elf, strings, library.vn_file)].insert(
+            textAt(elf, strings, version.vna_name));
+      }
+      next = version.vna_next == 0 ? data->d_size : next + version.vna_next;
+    }
+    at = library.vn_next == 0 ? data->d_size : at + library.vn_next;
+  }
+}
+
+void readOwnVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
+  GElf_Verdef version;
+  std::size_t at = 0;
+  while (at < data->d_size && gelf_getverdef(data, static_cast<int>(at), &version) != nullptr) {
+    GElf_Verdaux name;
+    const std::size_t first = at + version.vd_aux;
+    if (first < data->d_size && gelf_getverdaux(data, static_cast<int>(first), &name) != nullptr) {
+      file.versions.insert(textAt(elf, strings, name.vda_name));
+    }
+    at = version.vd_next == 0 ? data->d_size : at + version.vd_next;
+  }
+}
+
+/// True when a part that would be loaded lies behind the end of the file.
+bool isCutShort(Elf* elf) {
+  std::size_t size = 0;
+  std::size_t parts = 0;
+  if (elf_rawfile(elf, &size) == nullptr || elf_getphdrnum(elf, &parts) != 0) {
+    return true;
+  }
+  GElf_Phdr part;
+  for (std::size_t i = 0; i < parts; ++i) {
+    if (gelf_getphdr(elf, static_cast<int>(i), &part) == nullptr ||
+        (part.p_type == PT_LOAD && part.p_offset + part.p_filesz > size)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void readSections(Elf* elf, const std::string& path, ElfFile& file) {
+  for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf, section)) != nullptr;) {
+    GElf_Shdr info;
+    Elf_Data* data = elf_getdata(section, nullptr);
+    if (data == nullptr || gelf_getshdr(section, &info) == nullptr) {
+      continue;
+    }
+    if (info.sh_type == SHT_DYNAMIC) {
+      readDynamic(elf, data, info.sh_link, path, file);
+    } else if (info.sh_type == SHT_DYNSYM) {
+      file.has_sections = true;
+      readSymbols(elf, data, info.sh_link, file);
+    } else if (info.sh_type == SHT_GNU_verneed) {
+      readNeededVersions(elf, data, info.sh_link, file);
+    } else if (info.sh_type == SHT_GNU_verdef) {
+      readOwnVersions(elf, data, info.sh_link, file);
+    }
+  }
+}
+
+}  // namespace
+
+ElfFile readElf(const std::string& path) {
+  ElfFile file;
+  const ElfHandle handle(path);
+  if (!handle.isOpen()) {
+    file.problem = std::strerror(errno);
+    return file;
+  }
+  GElf_Ehdr header;
+  Elf* elf = handle.get();
+  if (elf_kind(elf) != ELF_K_ELF || gelf_getehdr(elf, &header) == nullptr ||
+      header.e_type != ET_DYN) {
+    file.problem = "is no shared library";
+    return file;
+  }
+  if (isCutShort(elf)) {
+    file.problem = "is cut short: copy it again";
+    return file;
+  }
+  file.machine = header.e_machine;
+  file.elf_class = gelf_getclass(elf);
+  readSections(elf, path, file);
+  return file;
+}
+
+std::string architectureOf(const ElfFile& file) {
+  const std::string bits = file.elf_class == ELFCLASS64 ? " (64 bit)" : " (32 bit)";
+  switch (file.machine) {
+    case EM_X86_64:
+      return "x86-64" + bits;
+    case EM_386:
+      return "x86" + bits;
+    case EM_ARM:
+    case EM_AARCH64:
+      return "ARM" + bits;
+    default:
+      return "machine number " + std::to_string(file.machine) + bits;
+  }
+}
+
+void addFolders(const std::string& paths, const std::string& file,
+                std::vector<std::string>& folders) {
+  std::istringstream in(paths);
+  for (std::string folder; std::getline(in, folder, ':');) {
+    for (const std::string origin : {"$ORIGIN", "${ORIGIN}"}) {
+      const std::size_t at = folder.find(origin);
+      if (at != std::string::npos) {
+        folder.replace(at, origin.size(), fs::absolute(file).parent_path().string());
+      }
+    }
+    folders.push_back(folder);
+  }
+}
+
+}  // namespace kw::trx::tools

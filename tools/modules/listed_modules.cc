@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modules/listed_modules.h"
+
+namespace kw::trx::tools {
+
+std::vector<ListedModule> inspectModules(const std::vector<std::string>& files) {
+  std::vector<ListedModule> modules;
+  std::map<std::string, std::string> last;
+  for (const std::string& file : files) {
+    modules.push_back({file, inspectModule(file), ""});
+    if (modules.back().module.problems.empty()) {
+      last[modules.back().module.key] = file;
+    }
+  }
+  for (ListedModule& listed : modules) {
+    const auto owner = last.find(listed.module.key);
+    if (listed.module.problems.empty() && owner->second != listed.file) {
+      listed.replaced_by = owner->second;
+    }
+  }
+  return modules;
+}
+
+KnownHAPs hapsOf(const std::vector<std::string>& files) {
+  KnownHAPs haps;
+  std::map<std::string, std::vector<std::string>> loaded;
+  for (const std::string& file : files) {
+    const ModuleFile module = inspectModule(file);
+    if (!module.has_sections) {
+      return haps;
+    }
+    const bool loads = module.problems.empty();
+    std::vector<std::string>& former = loaded[module.key];
+    for (const std::string& hap : loads ? former : module.haps) {
+      haps.lost[hap] = loads ? "is replaced by a later one of its key" : "would not load";
+    }
+    former = loads ? module.haps : former;
+  }
+  haps.known.emplace();
+  for (const auto& [key, names] : loaded) {
+    haps.known->insert(names.begin(), names.end());
+  }
+  return haps;
+}
+
+}  // namespace kw::trx::tools

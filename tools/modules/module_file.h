@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// HAP modules as files: what they export and whether they would load, without running their code.
+#ifndef KW_TRX_TOOLS_MODULES_MODULE_FILE_H_
+#define KW_TRX_TOOLS_MODULES_MODULE_FILE_H_
+
+#include <string>
+#include <vector>
+
+namespace kw::trx::tools {
+
+/// One module file.
+struct ModuleFile {
+  std::string key;                    ///< empty: its name gives none
+  std::vector<std::string> haps;      ///< HAPs that it exports, sorted
+  std::vector<std::string> problems;  ///< why it would not load into a host like this tool
+  bool is_debug = false;              ///< loaded only on request
+  bool has_sections = true;           ///< false: `haps` is not known, nor what it needs
+};
+
+/// Looks at the module `file`, a path as the engine takes it.
+ModuleFile inspectModule(const std::string& file);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_MODULES_MODULE_FILE_H_

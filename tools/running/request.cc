@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "running/request.h"
+
+#include <chrono>
+#include <exception>
+
+#include "kw/trx/errors.h"
+#include "running/failure_reason.h"
+#include "zqm_trx/thread_exit.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// Runs the request once, or on after a wait. Returns the exception that it ended with; empty when
+/// it succeeded. `time_ms` gets the wait that the engine hands over, if it does.
+ZQM_TRX_HANDLES_THREAD_EXIT std::string callOnce(const Request& request, bool& waits,
+                                                 unsigned int& time_ms) {
+  try {
+    request.call();
+    return {};
+  } catch (const trx::TRXException& exception) {
+    waits = exception.getCode() == trx::kCodeWaitHandOver && request.wait;
+    time_ms = exception.getDetail();
+    return exceptionText(exception.getCode());
+  } catch (const std::exception& exception) {
+    return std::string("an exception that is not the engine's: ") + exception.what();
+  } catch (const trx::ThreadExit&) {
+    request.thread_ended();
+    throw;
+  } catch (...) {
+    return "an exception that is not the engine's";
+  }
+}
+
+}  // namespace
+
+Outcome runRequest(const Request& request) {
+  const auto begin = std::chrono::steady_clock::now();
+  Outcome outcome;
+  for (bool waits = true; waits;) {
+    waits = false;
+    unsigned int time_ms = 0;
+    outcome.failure = callOnce(request, waits, time_ms);
+    if (waits) {
+      request.wait(time_ms);
+    }
+  }
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - begin;
+  outcome.time_ms = time.count();
+  return outcome;
+}
+
+}  // namespace kw::trx::tools

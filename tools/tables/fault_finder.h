@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every fault of a table file, in words.
+#ifndef KW_TRX_TOOLS_TABLES_FAULT_FINDER_H_
+#define KW_TRX_TOOLS_TABLES_FAULT_FINDER_H_
+
+#include <string>
+#include <vector>
+
+#include "tables/finding.h"
+
+namespace kw::trx::tools {
+
+/// Every fault of `file`; `file` is how it is called in words. None exactly when the engine loads
+/// it. After each fault the engine's checks run again as if its cell were right.
+std::vector<Finding> findFaults(const std::string& file);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TABLES_FAULT_FINDER_H_

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the search for the faults of one table file works on, and what it has found so far.
+#ifndef KW_TRX_TOOLS_TABLES_FAULT_LOG_H_
+#define KW_TRX_TOOLS_TABLES_FAULT_LOG_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tables/finding.h"
+#include "tables/patched_format.h"
+#include "traces/record_collector.h"
+
+namespace kw::trx::tools {
+
+/// The faults of one file.
+struct FaultLog {
+  RecordCollector collector;
+  std::unique_ptr<PatchedFormat> format;  ///< null: the file cannot be read
+  std::vector<Finding> findings;
+
+  void add(unsigned int line, const std::string& column, const std::string& words,
+           unsigned int id) {
+    findings.push_back({true, line, column, words, id});
+  }
+
+  /// Notes a fault of a cell; `is_named`: its column has a name there.
+  void addCell(unsigned int row, unsigned int column, const std::string& words, unsigned int id,
+               bool is_named = true) {
+    add(format->lines.lineOf(row, column), columnTitle(column, is_named), words, id);
+  }
+};
+
+/// True when `cell` is `word` but for letter case and blanks around it.
+bool isNearly(const std::string& cell, const std::string& word);
+
+/// Checks a header key as the choice of the format does.
+void checkKey(FaultLog& log, const std::string& key);
+
+/// Notes the fault `id` of the header, START or END, and goes on with a table area that was
+/// probably meant. False when there is none.
+bool noteAreaFault(FaultLog& log, unsigned int id);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TABLES_FAULT_LOG_H_

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tables as graphs of rows: what can follow what, and which table calls which.
+#ifndef KW_TRX_TOOLS_TABLES_FLOW_H_
+#define KW_TRX_TOOLS_TABLES_FLOW_H_
+
+#include <array>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "zqm_trx/table_words.h"
+
+namespace kw::trx::tools {
+
+/// One row of a table.
+struct FlowRow {
+  std::array<unsigned int, trx::kPlaceError> lines;  ///< of its cells up to MODE
+  std::string label, number, command, name, mode, error, para;
+  int jump = -1;  ///< place of the row that an error jumps to; -1: none
+
+  /// True when a failure in this row ends the table.
+  bool endsOnError() const;
+};
+
+/// One table that the engine loads.
+struct TableFlow {
+  std::string name;
+  std::string file;
+  std::vector<FlowRow> rows;
+
+  /// The rows that can run, those after errors included or not.
+  std::vector<bool> reached(bool with_errors) const;
+};
+
+/// Tables by name.
+using TableFlows = std::map<std::string, TableFlow>;
+
+/// True when the engine loads `file`; `flow` is then its table, else its name alone.
+bool readFlow(const std::string& file, TableFlow& flow);
+
+/// The tables among `flows` that can end without an error, each call taken into account.
+std::map<std::string, bool> canEnd(const TableFlows& flows);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TABLES_FLOW_H_

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+// What tables name outside themselves: other tables and HAPs.
+#ifndef KW_TRX_TOOLS_TABLES_SURROUNDINGS_H_
+#define KW_TRX_TOOLS_TABLES_SURROUNDINGS_H_
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "modules/listed_modules.h"
+#include "tables/flow.h"
+
+namespace kw::trx::tools {
+
+/// The tables that a command knows of.
+struct KnownTables {
+  TableFlows flows;               ///< those that the engine loads
+  std::set<std::string> refused;  ///< names of those whose file it does not load
+};
+
+/// The tables of `files` and of those that the configuration names. Of two files with one name that
+/// the engine loads, the later one wins, and one of `files` counts more than a configured one.
+KnownTables readTables(const std::vector<std::string>& files,
+                       const std::vector<std::string>& configured);
+
+/// What is known of the surroundings of a table.
+struct Surroundings {
+  KnownTables tables;  ///< those among the files and the configuration
+  KnownHAPs haps;      ///< of the listed modules
+};
+
+/// What is known around the tables `files`: with a configuration, the tables and modules that it
+/// names as well. Throws as `configuredTables` does.
+Surroundings surroundingsOf(const std::vector<std::string>& files);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TABLES_SURROUNDINGS_H_

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+// What can be told of a trace record by its id and level, by the engine's own catalogue.
+#ifndef KW_TRX_TOOLS_TRACES_CATALOGUE_H_
+#define KW_TRX_TOOLS_TRACES_CATALOGUE_H_
+
+#include <string>
+#include <vector>
+
+namespace kw::trx::tools {
+
+/// One trace point of the catalogue.
+struct Point {
+  unsigned int id;
+  unsigned int level;
+  const char* origin;    ///< such as "TRX::execHAP"
+  const char* values;    ///< names and forms of the values
+  const char* sentence;  ///< with the names of values in braces
+};
+
+/// All trace points in the order of their ids.
+std::vector<Point> allPoints();
+
+/// The trace point with this id; null when the catalogue has none.
+const Point* findPoint(unsigned int id);
+
+/// "error", "info", "debug" or "debug2"; the number of any other level.
+std::string levelName(unsigned int level);
+
+/// Where the engine wrote a record with this id, such as "TRX::execHAP"; empty when unknown.
+std::string originOf(unsigned int id);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRACES_CATALOGUE_H_

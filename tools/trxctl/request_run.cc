@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/request_run.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+#include "common/paths.h"
+#include "common/text.h"
+#include "kw/platform.h"
+#include "kw/trx/trx.h"
+#include "running/engine_start.h"
+#include "running/failure.h"
+#include "running/units.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kRingRecords = 65536;
+
+trx::TRX* interrupted_engine = nullptr;
+
+void stopEngine(int number) {
+  constexpr char notice[] =
+      "\ntrxctl: interrupted; stops before the next row, and at once when interrupted again\n";
+  interrupted_engine->setStopFlag(true);
+  static_cast<void>(std::signal(number, SIG_DFL));
+  static_cast<void>(!write(STDERR_FILENO, notice, sizeof(notice) - 1));
+}
+
+std::string wordsText(const std::vector<unsigned int>& words) {
+  std::string text;
+  for (const unsigned int word : words) {
+    text += " " + hexText(word);
+  }
+  return text;
+}
+
+/// `bytes` as words of the machine, the last one filled up with zeros.
+std::string wordsText(const std::vector<unsigned char>& bytes) {
+  std::vector<unsigned int> words((bytes.size() + sizeof(unsigned int) - 1) / sizeof(unsigned int));
+  std::memcpy(words.data(), bytes.data(), bytes.size());
+  return wordsText(words);
+}
+
+std::string printableText(const std::vector<unsigned char>& bytes) {
+  std::string text(bytes.begin(), bytes.end());
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '.');
+  return text;
+}
+
+void print(const ErrorRecord& record) {
+  std::cout << "  last error record" << (record.hap.empty() ? "" : ", of HAP " + record.hap)
+            << ":\n";
+  std::cout << "    error code: "
+            << (record.code == 0 ? "none was given" : hexText(record.code) + ", " + record.meaning)
+            << '\n';
+  if (!record.detail.empty()) {
+    std::cout << "    detail:" << wordsText(record.detail) << '\n';
+  }
+  if (!record.api_data.empty()) {
+    std::cout << "    API data:" << wordsText(record.api_data)
+              << ", as text: " << printableText(record.api_data) << '\n';
+  }
+  for (const std::string& unit : record.units) {
+    std::cout << "    unit concerned: " << unit << '\n';
+  }
+}
+
+void print(const Failure& failure, const std::string& reason) {
+  if (!failure.table.empty()) {
+    std::cout << "  first failing row: table " << failure.table << ", NUMBER "
+              << hexText(failure.number) << '\n';
+  }
+  if (!reason.empty()) {
+    std::cout << "  reason: " << reason << '\n';
+  }
+  if (failure.record) {
+    print(*failure.record);
+  }
+  if (!failure.message.empty()) {
+    std::cout << "  message of the table: " << failure.message << '\n';
+  }
+}
+
+/// Ends the tool: the HAP ends the thread that the tool lives in.
+[[noreturn]] void endWithThread(const std::string& what) {
+  std::cout << what << paint(Colour::kRed, " failed") << ": its HAP ended the thread that ran it"
+            << std::endl;
+  std::_Exit(kExitFindings);
+}
+
+}  // namespace
+
+void addRequestOptions(Command& command, RequestOptions& options, const std::string& what) {
+  command.text(options.name, {"NAME", what, "", {}, true});
+  command.texts(options.units,
+                {"--unit",
+                 "A unit to work on, such as 300:2:rack/rail2; repeat it for further units",
+                 "TYPE:NO[:PATH]",
+                 {},
+                 false,
+                 unitProblem});
+  command.flag(options.debug_modules, {"--debug-modules", "Load debug modules as well"});
+  command.text(options.ring,
+               {"--ring", "Write the trace of the run to this new ring file", "FILE"});
+}
+
+bool beginRun(const RequestOptions& options) {
+  if (!options.ring.empty() &&
+      kw::platform::openTraceRing(absolutePath(options.ring), kRingRecords) != 0) {
+    fail(options.ring + ": " + std::strerror(errno) + "; choose another place for the ring");
+    return false;
+  }
+  const std::string problem = startEngine(options.debug_modules);
+  if (!problem.empty()) {
+    fail(problem);
+    return false;
+  }
+  interrupted_engine = trx::TRX::getInstance();
+  static_cast<void>(std::signal(SIGINT, stopEngine));
+  return true;
+}
+
+int runAndTell(trx::TRXInfo& info, const std::string& what, Request request,
+               const std::string& reason) {
+  request.thread_ended = [&what] { endWithThread(what); };
+  const Outcome outcome = runRequest(request);
+  if (outcome.failure.empty()) {
+    char time[32];
+    std::snprintf(time, sizeof(time), "%.1f ms", outcome.time_ms);
+    std::cout << what << paint(Colour::kGreen, " succeeded") << " after " << time << '\n';
+    return kExitOk;
+  }
+  std::cout << what << paint(Colour::kRed, " failed") << " with " << outcome.failure << '\n';
+  print(failureOf(info), reason);
+  return kExitFindings;
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/text_output.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "trxctl/command_line.h"
+
+namespace kw::trx::tools {
+namespace {
+
+bool hasColours() {
+  const char* const unwanted = std::getenv("NO_COLOR");
+  return isatty(STDOUT_FILENO) == 1 && (unwanted == nullptr || *unwanted == '\0');
+}
+
+}  // namespace
+
+int fail(const std::string& message) {
+  std::cout.flush();
+  std::cerr << "trxctl: " << message << '\n';
+  return kExitFailed;
+}
+
+std::string paint(Colour colour, const std::string& text) {
+  static const bool has_colours = hasColours();
+  constexpr const char* codes[] = {"31", "33", "32", "90"};
+  if (!has_colours) {
+    return text;
+  }
+  return std::string("\x1b[") + codes[static_cast<int>(colour)] + "m" + text + "\x1b[0m";
+}
+
+}  // namespace kw::trx::tools

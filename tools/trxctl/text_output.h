@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// How the commands write text. One thread.
+#ifndef KW_TRX_TOOLS_TRXCTL_TEXT_OUTPUT_H_
+#define KW_TRX_TOOLS_TRXCTL_TEXT_OUTPUT_H_
+
+#include <string>
+
+namespace kw::trx::tools {
+
+/// Says on standard error what went wrong, where, and what to do next. Returns `kExitFailed`.
+int fail(const std::string& message);
+
+enum class Colour { kRed, kYellow, kGreen, kGrey };
+
+/// `text` in that colour when standard output is a terminal and NO_COLOR is not set.
+std::string paint(Colour colour, const std::string& text);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRXCTL_TEXT_OUTPUT_H_
