@@ -2,12 +2,11 @@
 // The reader of trace rings, on any bytes and on rings that are damaged here and there.
 //
 // The first byte of an input tells what it is: 0: a file as it stands behind that byte; otherwise
-// damage to a ring of lanes that hold one record (1) or many (2). Damage is a series of an action,
-// a place in the file and a word: the word is written there (0), or the file ends there (1).
-#include <cstring>
+// damage to a ring of lanes that hold one record (1) or many (2), as damage.h has it.
 #include <fstream>
 #include <iterator>
 
+#include "damage.h"
 #include "harness.h"
 #include "kw/platform.h"
 #include "kw/trace.h"
@@ -18,21 +17,6 @@ namespace {
 constexpr unsigned long kRecordsOfNarrow = 8;
 constexpr unsigned long kRecordsOfWide = 300;
 
-struct Damage {
-  std::uint8_t action;
-  std::uint32_t place;
-  std::uint64_t word;
-};
-constexpr std::size_t kDamageBytes = 13;
-
-Damage damageAt(std::string_view text) {
-  Damage damage{};
-  std::memcpy(&damage.action, text.data(), sizeof(damage.action));
-  std::memcpy(&damage.place, text.data() + 1, sizeof(damage.place));
-  std::memcpy(&damage.word, text.data() + 5, sizeof(damage.word));
-  return damage;
-}
-
 std::string makeRing(const std::string& path, unsigned long records) {
   require(platform::openTraceRing(path, records) == 0, "a ring can be made");
   for (unsigned long id = 0; id < records; ++id) {
@@ -41,19 +25,6 @@ std::string makeRing(const std::string& path, unsigned long records) {
   platform::closeTraceRing();
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-std::string damaged(std::string ring, std::string_view text) {
-  for (; text.size() >= kDamageBytes; text.remove_prefix(kDamageBytes)) {
-    const Damage damage = damageAt(text);
-    const std::size_t place = ring.empty() ? 0 : damage.place % ring.size();
-    if (damage.action % 2 == 1) {
-      ring.resize(place);
-    } else if (place + sizeof(damage.word) <= ring.size()) {
-      std::memcpy(&ring[place], &damage.word, sizeof(damage.word));
-    }
-  }
-  return ring;
 }
 
 std::string ringOf(std::string_view text, const std::string& scratch) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "support/regular_file.h"
+#include "zqm_trx/file_limits.h"
 
 namespace kw::trx::trx {
 namespace {
@@ -47,12 +48,12 @@ const char* problemOfLibraryFile(const std::string& path) {
     return nullptr;
   }
   if (file.kind() == RegularFile::Kind::kOther) {
-    return "is no regular file";
+    return kNotRegularWords;
   }
   if (file.size() > kModuleFileMax) {
-    return "is larger than 256 MiB";
+    return kModuleTooLargeWords;
   }
-  return isCutShort(file) ? "is cut short: copy it again" : nullptr;
+  return isCutShort(file) ? kCutShortWords : nullptr;
 }
 
 }  // namespace kw::trx::trx

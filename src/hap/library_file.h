@@ -7,9 +7,6 @@
 
 namespace kw::trx::trx {
 
-/// The longest module file that is opened, in bytes.
-constexpr unsigned long long kModuleFileMax = 256ULL << 20;
-
 /// Why the loader must not get the library at `path`, in words; null when it may, and itself tells
 /// of every other problem. A pipe would let it wait for ever, and a file that is shorter than its
 /// own headers say would kill the process at the first access behind its end.

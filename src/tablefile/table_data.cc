@@ -10,6 +10,7 @@
 #include "support/regular_file.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
+#include "zqm_trx/file_limits.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
@@ -17,8 +18,6 @@ namespace {
 
 constexpr char kExtension[] = "csv";
 constexpr std::size_t kKeyValueMax = 8;
-/// The longest table file that is read, in bytes: what is kept of its cells takes many times that.
-constexpr unsigned long long kTableFileMax = 16ULL << 20;
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The commands of trxctl on real files: each test compares all that a run prints.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -193,9 +194,11 @@ TEST_F(CommandTest, ModulesTellWhatTheyExportAndWhetherTheyWouldLoad) {
   dir.write("libzq_hap_bare.so", plain.substr(0, plain.size() - 10));
   dir.write("libzq_hap_text.so", "no library\n");
   dir.write("libzq_hap_short.so", readFile(MODULE_PLAIN).substr(0, 1000));
+  ASSERT_EQ(mkfifo((dir.path() + "/libzq_hap_pipe.so").c_str(), 0600), 0);
   const std::string text =
       run("modules a/libzq_hap_plain.so libzq_hap_plain.so libzq_hap_torn.so libzq_hap_dbgtool.so "
-          "libzq_hap_arm.so libzq_hap_text.so libzq_hap_short.so libzq_hap_.so libzq_hap_newer.so "
+          "libzq_hap_arm.so libzq_hap_text.so libzq_hap_short.so libzq_hap_pipe.so libzq_hap_.so "
+          "libzq_hap_newer.so "
           "libzq_hap_cached.so libzq_hap_away.so libzq_hap_bare.so '' " MODULE_DEP " " TRXCTL);
   EXPECT_EQ(replaced(replaced(text, TRXCTL, "TRXCTL"), MODULE_DEP, "DEP.so"),
             readFile(GOLDEN "/modules.txt"));

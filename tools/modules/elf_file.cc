@@ -3,12 +3,15 @@
 
 #include <fcntl.h>
 #include <gelf.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
+
+#include "zqm_trx/file_limits.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -18,9 +21,19 @@ namespace fs = std::filesystem;
 /// An open ELF file.
 class ElfHandle {
  public:
-  explicit ElfHandle(const std::string& path) : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    elf_version(EV_CURRENT);
-    elf_ = fd_ < 0 ? nullptr : elf_begin(fd_, ELF_C_READ, nullptr);
+  /// Does not wait for the writer of a pipe.
+  explicit ElfHandle(const std::string& path)
+      : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
+    if (fd_ < 0 || fstat(fd_, &status_) != 0) {
+      problem_ = std::strerror(errno);
+    } else if (!S_ISREG(status_.st_mode)) {
+      problem_ = trx::kNotRegularWords;
+    } else if (static_cast<unsigned long long>(status_.st_size) > trx::kModuleFileMax) {
+      problem_ = trx::kModuleTooLargeWords;
+    } else {
+      elf_version(EV_CURRENT);
+      elf_ = elf_begin(fd_, ELF_C_READ, nullptr);
+    }
   }
   ElfHandle(const ElfHandle&) = delete;
   ElfHandle& operator=(const ElfHandle&) = delete;
@@ -31,12 +44,15 @@ class ElfHandle {
     }
   }
 
-  bool isOpen() const { return fd_ >= 0; }
+  /// Why the file is not read; empty when it is.
+  const std::string& problem() const { return problem_; }
   Elf* get() const { return elf_; }
 
  private:
   int fd_;
-  Elf* elf_;
+  struct stat status_ = {};
+  std::string problem_;
+  Elf* elf_ = nullptr;
 };
 
 std::string textAt(Elf* elf, std::size_t section, std::size_t offset) {
@@ -158,8 +174,8 @@ void readSections(Elf* elf, const std::string& path, ElfFile& file) {
 ElfFile readElf(const std::string& path) {
   ElfFile file;
   const ElfHandle handle(path);
-  if (!handle.isOpen()) {
-    file.problem = std::strerror(errno);
+  if (!handle.problem().empty()) {
+    file.problem = handle.problem();
     return file;
   }
   GElf_Ehdr header;
@@ -170,7 +186,7 @@ ElfFile readElf(const std::string& path) {
     return file;
   }
   if (isCutShort(elf)) {
-    file.problem = "is cut short: copy it again";
+    file.problem = trx::kCutShortWords;
     return file;
   }
   file.machine = header.e_machine;
