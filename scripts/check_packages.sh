@@ -5,8 +5,10 @@
 set -euo pipefail
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$(cd "$1" && pwd)
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+work="$folder/a blank"
+mkdir "$work"
 
 build_rig_against() {
   local prefix=$1 rig=$2
@@ -16,7 +18,8 @@ build_rig_against() {
   "$rig/demo_host" "$rig/root" >"$rig/output"
   grep -q 'message of the table: SELFTEST_FAILED' "$rig/output"
   ctest --test-dir "$rig" --no-tests=error >"$rig/tests" || { cat "$rig/tests"; return 1; }
-  echo "demo rig and its tests built and run against $(basename "$prefix")"
+  "$prefix/bin/trxctl" check --root "$rig/root" "$tree"/examples/tables/*.csv
+  echo "demo rig and its tests built and run against $(basename "$prefix"), with its tool"
 }
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
@@ -29,9 +32,19 @@ for package in "$work"/packages/*.deb; do
 done
 build_rig_against "$work/unpacked/usr" "$work/rig-unpacked"
 
-tool=$work/unpacked/usr/bin/trxctl
-LD_LIBRARY_PATH=$(dirname "$(find "$work/unpacked" -name libzqm_trx.so)") "$tool" --version >/dev/null
-echo "the tool of its package runs"
+mkdir "$work/kit"
+cat >"$work/kit/CMakeLists.txt" <<EOF
+cmake_minimum_required(VERSION 3.20)
+project(kit LANGUAGES CXX)
+find_package(zqm_trx 7 REQUIRED COMPONENTS testkit)
+EOF
+if cmake -S "$work/kit" -B "$work/kit/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+  -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON >"$work/lacking" 2>&1; then
+  echo "the test kit is found without GoogleTest"
+  exit 1
+fi
+grep -q 'needs GoogleTest' "$work/lacking"
+echo "without GoogleTest the package names what the test kit lacks"
 
 version=$(sed -n 's/.*VERSION \([0-9.]*\) LANGUAGES.*/\1/p' "$tree/CMakeLists.txt")
 export PKG_CONFIG_PATH
@@ -41,7 +54,8 @@ cat >"$work/host.cc" <<EOF
 #include "kw/trx/trx.h"
 int main() { return kw::trx::trx::TRX::getInstance()->isStopFlag() ? 1 : 0; }
 EOF
-read -ra flags <<<"$(pkg-config --cflags --libs zqm_trx)"
+flags=()
+eval "flags=($(pkg-config --cflags --libs zqm_trx))"
 c++ -std=c++17 "$work/host.cc" "${flags[@]}" -o "$work/host"
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir zqm_trx) "$work/host"
 echo "a host built with pkg-config runs"

@@ -26,12 +26,13 @@ install_missing() {
       apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-packages_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz)
+packages_build=(g++ cmake ninja-build make libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz
+  dpkg-dev file)
 packages_test=(libgtest-dev)
 packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_all=(clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config
-  abigail-tools)
+  abigail-tools git)
 
 # Configures and builds the preset $1; prints the log only when that fails. Further arguments go to
 # the configuration.

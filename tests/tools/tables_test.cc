@@ -67,8 +67,10 @@ TEST(TablesTest, EveryFaultIsFoundAtItsLineAndCell) {
             ",1,END\n,2,END\n,3,start\n,4,Start,,,,a\n,5,WAIT,,x\n,6,End\n,7,\"end \"\n,8,CHECK\n");
   dir.write("ends.csv", ",1,START\n,2,END\nFORMAT,0\nFORMAT,0\nVERSION,-1\n");
   dir.write("order.csv", "FORMAT,0\nVERSION,1\n,1,END\n,2,END\n,3,START\n,4,WAIT,,x\n");
+  std::filesystem::create_directory(dir.path() + "/folder.csv");
+  std::filesystem::resize_file(dir.write("large.csv", ""), (16U << 20) + 1);
   EXPECT_EQ(checked(dir, {"faults.csv", "lost.csv", "keys.csv", "ends.csv", "order.csv",
-                          "nowhere.csv", "notes.txt"}),
+                          "nowhere.csv", "folder.csv", "large.csv", "notes.txt"}),
             readFile(GOLDEN "/faults.txt"));
 }
 

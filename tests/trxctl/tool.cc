@@ -20,7 +20,7 @@ struct Run {
 
 Run run(const std::string& arguments, const std::string& folder) {
   const TempDir dir;
-  const std::string command = "cd " + folder + " && " TRXCTL " " + arguments + " >" + dir.path() +
+  const std::string command = "cd '" + folder + "' && " TRXCTL " " + arguments + " >" + dir.path() +
                               "/out 2>" + dir.path() + "/err";
   const int status = std::system(command.c_str());
   return {readFile(dir.path() + "/out"), readFile(dir.path() + "/err"),

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <memory>
 
@@ -10,14 +11,30 @@
 #include "tables/fault_log.h"
 #include "tables/row_faults.h"
 #include "traces/record_words.h"
+#include "zqm_trx/file_limits.h"
 #include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
 namespace {
 
+namespace fs = std::filesystem;
+
 /// More findings than anybody reads: each one costs another run of a check.
 constexpr std::size_t kFindingsMax = 1000;
+
+/// Why the table `file` cannot be read, where the system calls it `error`.
+std::string reasonOf(const std::string& file, int error) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(file, ignored);
+  if (fs::exists(status) && !fs::is_regular_file(status)) {
+    return trx::kNotRegularWords;
+  }
+  if (fs::is_regular_file(status) && fs::file_size(file, ignored) > trx::kTableFileMax) {
+    return trx::kTableTooLargeWords;
+  }
+  return std::strerror(error);
+}
 
 /// Reads `file` into `log`; notes why it cannot be read.
 void read(const std::string& file, FaultLog& log) {
@@ -26,7 +43,7 @@ void read(const std::string& file, FaultLog& log) {
   if (data->load(absolutePath(file)) != 0) {
     const unsigned int id = log.collector.taken().at(0).id;
     const bool extension = id == trx::kDataNotCSV.id;
-    log.add(0, "", extension ? "its extension is not csv" : std::strerror(errno), id);
+    log.add(0, "", extension ? "its extension is not csv" : reasonOf(file, errno), id);
     return;
   }
   log.format = std::make_unique<PatchedFormat>(tableNameOf(file), data.get());

@@ -3,9 +3,12 @@
 # Writes the manual page of a command line: man_page.sh HELP2MAN VERSION PAGE TOOL [COMMAND]
 #
 # help2man takes a program for what it runs and a help for one paragraph after the other, so it gets
-# the name of the page, and a help in which each part of the text has the heading of its section.
+# the name of the page, and a help in which each part of the text has the heading of its section. It
+# cuts the option for the help at blanks, so the files have no path.
 set -e
-help2man=$1 version=$2 page=$3
+help2man=$1 version=$2
+cd "$(dirname "$3")"
+page=$(basename "$3")
 shift 3
 "$@" --help >"$page.help"
 what=$(head -n 1 "$page.help")
@@ -16,5 +19,5 @@ awk '
   sub(/^Exit status: /, "") { print "\n*Exit status*" }
   { blank = $0 == ""; print }' "$page.help" >"$page.text"
 "$help2man" --no-info --section=1 --name="$what" --output="$page" \
-  --version-string="$(basename "$page" .1) $version" --help-option="$page.text" cat
+  --version-string="${page%.1} $version" --help-option="$page.text" cat
 rm "$page.help" "$page.text"
