@@ -19,7 +19,7 @@ class KW_PLATFORM_API CppProperties {
 
   /// Adds the pairs of the file at `path`; of a key met twice the later value stays.
   /// Throws an exception derived from `std::exception` when the file cannot be read, which includes
-  /// one that is no regular file or longer than 1 MiB; the pairs held before then stay as they were.
+  /// one that is no regular file or longer than 1 MiB; the pairs held before stay as they were.
   void load(const std::string& path);
 
   /// True when `key` is present, also with an empty value.
