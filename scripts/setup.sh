@@ -31,6 +31,7 @@ packages_build=(g++ cmake ninja-build make libcli11-dev nlohmann-json3-dev libel
 packages_test=(libgtest-dev)
 packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
+packages_coverage=(clang libclang-rt-dev llvm)
 packages_all=(clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config
   abigail-tools git)
 

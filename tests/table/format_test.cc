@@ -150,6 +150,26 @@ TEST_F(FormatTest, ADerivedFormatFindsLabelsInItsOwnWay) {
   EXPECT_EQ(table->getEntry(2)->exec(&info), 1) << "jumps where the format says";
 }
 
+TEST_F(FormatTest, EachStepSaysThatItFindsNoTableArea) {
+  TblFmt00 format("t", read(kHead + ",1,HAP,A_B,,x\n,2,CHECK,,,x\n"));
+  const struct {
+    std::function<bool()> fails;
+    const char* reason;
+  } steps[] = {{[&] { return format.checkNumber() == -1; }, "E 13002000 (id 0 0 0)\n"},
+               {[&] { return format.checkLabel() == -1; }, "E 13003000 (id 0 0 0)\n"},
+               {[&] { return format.checkTblCmd() == -1; }, ""},
+               {[&] { return format.checkCmdHAP(2) == -1; }, "E 1300a002 (id 0 0 0)\n"},
+               {[&] { return format.checkCmdCHECK(3) == -1; }, "E 1300c001 (id 0 0 0)\n"},
+               {[&] { return format.createHAPTable() == nullptr; }, ""}};
+  TraceCapture capture(kw::platform::kTraceError);
+  for (const auto& step : steps) {
+    EXPECT_TRUE(step.fails());
+    EXPECT_EQ(capture.trail(), std::string("E 13004000 (id 0 0 0)\nE 13005000 (id 0 0 0)\n"
+                                           "E 13006000 (id 0 0 0)\n") +
+                                   step.reason);
+  }
+}
+
 TEST_F(FormatTest, TheFactoryTakesTheDataOnlyWithAFormat) {
   EXPECT_EQ(TblFmtFactory::getTblFmt("t", nullptr), nullptr);
   for (const char* refused : {"FORMAT,1\nVERSION,1\n", "FORMAT,0\n", "VERSION,1\n",

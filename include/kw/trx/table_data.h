@@ -25,8 +25,9 @@ class ZQM_TRX_API TableData {
   virtual ~TableData();
 
   /// Reads the file at `path`, which counts from the root directory and must have the extension csv
-  /// in any letter case, in place of the file held. Returns 0, or -1 when it cannot be read;
-  /// nothing is held then, except that an empty `path` leaves everything as it was.
+  /// in any letter case, in place of the file held. Returns 0, or -1 when it cannot be read, as
+  /// with one that is no regular file or longer than 16 MiB; nothing is held then, except that an
+  /// empty `path` leaves everything as it was.
   int load(const std::string& path);
 
   /// Reads the file at the path last given to `load`. Returns 0 or -1.
