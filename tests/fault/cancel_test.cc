@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Threads that are cancelled at the n-th point where that is possible, for every n until there is
 // none: at the calls of the C library, and in a trace listener, an API object, a HAP and a module.
+// And reads of which the n-th fails.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/sem.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "kw/trx/testing/engine_fixture.h"
@@ -21,6 +22,15 @@ thread_local int points_left = 0;
 
 /// A request that keeps loads waiting until they sleep.
 kw::trx::trx::TRXInfo* waited_for = nullptr;
+
+/// Reads of this thread until one fails; 0 for never.
+thread_local int reads_left = 0;
+
+bool readFails() {
+  const bool fails = reads_left > 0 && --reads_left == 0;
+  errno = fails ? EIO : errno;
+  return fails;
+}
 
 void pass() {
   if (points_left > 0 && --points_left == 0) {
@@ -42,12 +52,14 @@ extern "C" {
 int open(const char* path, int flags, ...) { return passTo(open, "open")(path, flags, 0644); }
 int open64(const char* path, int flags, ...) { return passTo(open64, "open64")(path, flags, 0644); }
 int close(int fd) { return passTo(close, "close")(fd); }
-ssize_t read(int fd, void* to, size_t bytes) { return passTo(read, "read")(fd, to, bytes); }
+ssize_t read(int fd, void* to, size_t bytes) {
+  return readFails() ? -1 : passTo(read, "read")(fd, to, bytes);
+}
 ssize_t pread(int fd, void* to, size_t bytes, off_t offset) {
-  return passTo(pread, "pread")(fd, to, bytes, offset);
+  return readFails() ? -1 : passTo(pread, "pread")(fd, to, bytes, offset);
 }
 ssize_t pread64(int fd, void* to, size_t bytes, off64_t offset) {
-  return passTo(pread64, "pread64")(fd, to, bytes, offset);
+  return readFails() ? -1 : passTo(pread64, "pread64")(fd, to, bytes, offset);
 }
 int usleep(useconds_t time_us) { return passTo(usleep, "usleep")(time_us); }
 int nanosleep(const timespec* time, timespec* rest) {
@@ -156,6 +168,21 @@ TEST_F(CancelLockTest, NoPointOfALoadEndsTheProcess) {
   });
   EXPECT_GT(cancelled, 50);
   waited_for = nullptr;
+}
+
+TEST_F(CancelLockTest, ReadThatFailsMakesAFileOneThatCannotBeRead) {
+  int failed = 0;
+  for (bool felt = true; felt; ++failed) {
+    reads_left = failed + 1;
+    const std::string outcome = outcomeOf([this] { engine->load(false); });
+    felt = reads_left == 0;
+    reads_left = 0;
+    EXPECT_TRUE(outcome == "ok" || (felt && outcome == "TRX 70004")) << outcome;
+    engine->load(false);
+    trx::TRXInfo info;
+    EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
+  }
+  EXPECT_GT(failed, 10);
 }
 
 TEST_F(CancelLockTest, NoPointOfARequestEndsTheProcess) {

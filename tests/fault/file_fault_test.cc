@@ -90,6 +90,18 @@ TEST_F(FileFaultTest, ModuleCutShortAnywhereIsOneThatCannotBeOpened) {
   }
   EXPECT_GE(told, kCuts / 10);
   EXPECT_LT(told, kCuts);
+  // What is no library of this architecture at all is the loader's to refuse.
+  constexpr std::size_t kClass = 4, kPartsOffset = sizeof(void*) == 8 ? 38 : 31;
+  constexpr std::size_t kPartBytes = sizeof(void*) == 8 ? 54 : 42;
+  for (const std::size_t place : {kClass, kPartsOffset, kPartBytes}) {
+    std::string damaged = whole;
+    damaged[place] = static_cast<char>(place == kClass ? 3 - damaged[place] : 0x7f);
+    std::ofstream(module, std::ios::binary) << damaged;
+    EXPECT_EQ(load(), "ok");
+    trx::TRXInfo info;
+    EXPECT_EQ(execHAP(info, "HURT_Rest"), "TRX 7000a") << "byte " << place;
+    fs::remove(module);
+  }
 }
 
 TEST_F(FileFaultTest, RingTakesThePlaceOfNoOtherKindOfFile) {
