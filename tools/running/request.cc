@@ -24,7 +24,7 @@ ZQM_TRX_HANDLES_THREAD_EXIT std::string callOnce(const Request& request, bool& w
     return exceptionText(exception.getCode());
   } catch (const std::exception& exception) {
     return std::string("an exception that is not the engine's: ") + exception.what();
-  } catch (const trx::ThreadExit&) {
+  } catch (trx::ThreadExit&) {
     request.thread_ended();
     throw;
   } catch (...) {
