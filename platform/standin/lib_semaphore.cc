@@ -58,8 +58,11 @@ bool finish(int id) {
   SemctlArgument argument{};
   argument.buf = &state;
   if (semctl(id, kSemNumber, IPC_STAT, argument) < 0) return false;
-  if (state.sem_nsems >= kSemaphores) {
-    sembuf once[] = {{kFinished, 0, IPC_NOWAIT}, {kFinished, 1, 0}, {kSemNumber, kGiveBack, 0}};
+  if (state.sem_nsems == kSemaphores) {
+    sembuf once[] = {{kSemNumber, 0, IPC_NOWAIT},
+                     {kFinished, 0, IPC_NOWAIT},
+                     {kFinished, 1, 0},
+                     {kSemNumber, kGiveBack, 0}};
     return operate(id, once);
   }
   sembuf from_zero[] = {{kSemNumber, 0, IPC_NOWAIT}, {kSemNumber, kGiveBack, 0}};

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "kw/trx/errors.h"
+#include "support/no_cancellation.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
 #include "zqm_trx/config_keys.h"
@@ -43,6 +44,7 @@ ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::load() {
   } catch (ThreadExit&) {
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kConfigNoPathFile, requesterId());
     throw TRXException(kCodeConfig);
   }
@@ -61,6 +63,7 @@ ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::loadTRXConf(const std::string& path)
   } catch (ThreadExit&) {
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kConfigNoFile, path);
     throw TRXException(kCodeConfig);
   }

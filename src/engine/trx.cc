@@ -115,6 +115,7 @@ ZQM_TRX_HANDLES_THREAD_EXIT void TRX::load(bool with_debug_modules) {
   } catch (ThreadExit&) {
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kTrxLoadHAPFailed, requesterId());
     throw TRXException(kCodeModuleLoad);
   }
@@ -124,6 +125,7 @@ ZQM_TRX_HANDLES_THREAD_EXIT void TRX::load(bool with_debug_modules) {
   } catch (ThreadExit&) {
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kTrxLoadTableFailed, requesterId());
     throw TRXException(kCodeTableLoad);
   }
@@ -181,6 +183,7 @@ void TRX::execTable(TRXInfo* info) {
   } catch (const TRXException&) {
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kTrxTableForeignException, info->trxId);
     throw;
   }

@@ -12,6 +12,7 @@
 #include "kw/trx/file_path.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
+#include "support/no_cancellation.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
 #include "zqm_trx/module_key.h"
@@ -123,6 +124,7 @@ void HAPController::loadModule(const std::string& file, bool with_debug_modules)
   try {
     openModule(key, file, file_name);
   } catch (const TRXException&) {
+    const NoCancellation uncancelled;
     if (stop_on_error) {
       trace(kHAPLoadNotOpened, file_name);
       throw;
@@ -130,6 +132,7 @@ void HAPController::loadModule(const std::string& file, bool with_debug_modules)
     trace(kHAPLoadNotOpenedSkipped, file_name);
     trace(kHAPLoadNotOpenedSkippedEnd);
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kHAPLoadForeignException);
     throw;
   }
@@ -156,9 +159,11 @@ void HAPController::openSemaphore() {
       trace(kHAPLoadSemaphoreMissing);
     }
   } catch (const std::bad_alloc&) {
+    const NoCancellation uncancelled;
     trace(kHAPLoadSemaphoreNoMemory);
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kHAPLoadSemaphoreException);
     throw;
   }
@@ -229,10 +234,12 @@ void HAPController::callRecorded(TRXInfo* info, HAPCtlInfo& record, HAPFunction 
   try {
     result = callLocked(info, function, call);
   } catch (const TRXException& exception) {
+    const NoCancellation uncancelled;
     scope.end();
     traceThrown(*info, exception);
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     scope.end();
     trace(kHAPExecForeignException, info->trxId);
     throw;

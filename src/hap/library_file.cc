@@ -2,6 +2,7 @@
 #include "hap/library_file.h"
 
 #include <link.h>
+#include <unistd.h>
 
 #include <cstring>
 
@@ -32,8 +33,11 @@ bool isCutShort(const RegularFile& file) {
     if (!readHeader(file, offset, part)) {
       return true;
     }
+    // Without bytes of the file, and on a page of its own, it is not mapped from the file.
+    const bool is_mapped =
+        part.p_filesz != 0 || part.p_vaddr % static_cast<unsigned long>(getpagesize()) != 0;
     const bool fits = part.p_filesz <= file.size() && part.p_offset <= file.size() - part.p_filesz;
-    if (part.p_type == PT_LOAD && !fits) {
+    if (part.p_type == PT_LOAD && is_mapped && !fits) {
       return true;
     }
   }

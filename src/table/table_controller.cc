@@ -10,6 +10,7 @@
 #include "kw/trx/table_format.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_info.h"
+#include "support/no_cancellation.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
 
@@ -49,6 +50,7 @@ std::unique_ptr<TableData> readFile(const std::string& path, const std::string& 
     }
     return data;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kTblLoadException, requesterId());
     throw;
   }
@@ -103,6 +105,7 @@ void TableController::execTable(TRXInfo* info) {
   } catch (const TRXException&) {
     throw;
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kTblExecForeignException, info->trxId);
     throw;
   }

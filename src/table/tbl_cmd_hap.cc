@@ -2,6 +2,7 @@
 #include "kw/trx/hap_controller.h"
 #include "kw/trx/table_commands.h"
 #include "kw/trx/trx.h"
+#include "support/no_cancellation.h"
 #include "support/trace.h"
 #include "table/current_table.h"
 
@@ -34,8 +35,10 @@ int TblCmdHAP::exec(TRXInfo* info) {
   try {
     controller->execHAP(info, current->unitList, hap_name_, mode_, para_, out_, isErrNop());
   } catch (const TRXException& failure) {
+    const NoCancellation uncancelled;
     return goOnAfterFailure(info, failure.getCode());
   } catch (...) {
+    const NoCancellation uncancelled;
     trace(kCmdHAPForeignException, info->trxId);
     throw;
   }

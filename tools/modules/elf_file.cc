@@ -142,7 +142,9 @@ bool isCutShort(Elf* elf) {
   GElf_Phdr part;
   for (std::size_t i = 0; i < parts; ++i) {
     if (gelf_getphdr(elf, static_cast<int>(i), &part) == nullptr ||
-        (part.p_type == PT_LOAD && part.p_offset + part.p_filesz > size)) {
+        (part.p_type == PT_LOAD &&
+         (part.p_filesz != 0 || part.p_vaddr % static_cast<unsigned long>(getpagesize()) != 0) &&
+         part.p_offset + part.p_filesz > size)) {
       return true;
     }
   }

@@ -6,15 +6,13 @@
 
 #include "kw/trx/errors.h"
 #include "running/failure_reason.h"
-#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::tools {
 namespace {
 
 /// Runs the request once, or on after a wait. Returns the exception that it ended with; empty when
 /// it succeeded. `time_ms` gets the wait that the engine hands over, if it does.
-ZQM_TRX_HANDLES_THREAD_EXIT std::string callOnce(const Request& request, bool& waits,
-                                                 unsigned int& time_ms) {
+std::string callOnce(const Request& request, bool& waits, unsigned int& time_ms) {
   try {
     request.call();
     return {};
@@ -24,10 +22,11 @@ ZQM_TRX_HANDLES_THREAD_EXIT std::string callOnce(const Request& request, bool& w
     return exceptionText(exception.getCode());
   } catch (const std::exception& exception) {
     return std::string("an exception that is not the engine's: ") + exception.what();
-  } catch (trx::ThreadExit&) {
-    request.thread_ended();
-    throw;
   } catch (...) {
+    if (std::current_exception() == nullptr) {  // the thread ends: there is no object behind it
+      request.thread_ended();
+      throw;
+    }
     return "an exception that is not the engine's";
   }
 }
