@@ -8,10 +8,12 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "fault.h"
 
@@ -40,7 +42,13 @@ union SemctlArgument {
 };
 
 std::mutex objects_mutex;
-LibSemaphore* objects = nullptr;  // guarded by it: the one made last
+
+/// All objects of the process, guarded by the mutex above. Kept to the very end of the process, and
+/// not in the objects themselves, whose size their users are built with.
+std::vector<const LibSemaphore*>& allObjects() {
+  static auto& objects = *new std::vector<const LibSemaphore*>;
+  return objects;
+}
 
 int fail(int error) {
   errno = error;
@@ -52,12 +60,16 @@ bool operate(int id, sembuf (&operations)[kCount]) {
   return semop(id, operations, kCount) == 0;
 }
 
-/// Makes a semaphore that was never used free for one holder; false for one that is finished.
+/// Makes a semaphore that was never used free for one holder; false for any other.
 bool finish(int id) {
   semid_ds state{};
   SemctlArgument argument{};
   argument.buf = &state;
   if (semctl(id, kSemNumber, IPC_STAT, argument) < 0) return false;
+  if (state.sem_otime != 0) {
+    errno = EAGAIN;
+    return false;
+  }
   if (state.sem_nsems == kSemaphores) {
     sembuf once[] = {{kSemNumber, 0, IPC_NOWAIT},
                      {kFinished, 0, IPC_NOWAIT},
@@ -65,10 +77,10 @@ bool finish(int id) {
                      {kSemNumber, kGiveBack, 0}};
     return operate(id, once);
   }
+  // Nothing counts in another set that it was finished: two who find it unused, and a third who
+  // takes it between their operations, could leave it free for two.
   sembuf from_zero[] = {{kSemNumber, 0, IPC_NOWAIT}, {kSemNumber, kGiveBack, 0}};
-  if (state.sem_otime == 0) return operate(id, from_zero);
-  errno = EAGAIN;
-  return false;
+  return operate(id, from_zero);
 }
 
 /// True when the semaphore is at 0 and the system has it on record that this process took it. What
@@ -87,19 +99,19 @@ bool isTakenByThisProcess(int id) {
 }
 
 /// True when a user of any object of this program holds the semaphore.
-bool isInUse(int id, LibSemaphore* LibSemaphore::*next) {
+bool isInUse(int id) {
   const std::lock_guard<std::mutex> lock(objects_mutex);
-  for (const LibSemaphore* object = objects; object != nullptr; object = object->*next) {
-    if (object->id == id && (object->held || object->unchecked)) return true;
-  }
-  return false;
+  const auto& objects = allObjects();
+  return std::any_of(objects.begin(), objects.end(), [id](const LibSemaphore* object) {
+    return object->id == id && (object->held || object->unchecked);
+  });
 }
 
 /// Gives back what this process took and nobody in it holds. A thread that has just taken it says
 /// so right afterwards: it is looked at again and again before.
-void giveBackLeftover(int id, LibSemaphore* LibSemaphore::*next) {
+void giveBackLeftover(int id) {
   for (int look = 0; look < kLooks; ++look) {
-    if (!isTakenByThisProcess(id) || isInUse(id, next)) return;
+    if (!isTakenByThisProcess(id) || isInUse(id)) return;
     std::this_thread::sleep_for(kBetweenLooks);
   }
   sembuf give_back[] = {{kSemNumber, kGiveBack, SEM_UNDO}};
@@ -112,15 +124,13 @@ void giveBackLeftover(int id, LibSemaphore* LibSemaphore::*next) {
 LibSemaphore::LibSemaphore(int key)
     : id(-1), held(false), unchecked(false), semNumber(kSemNumber), semFlags(SEM_UNDO), key_(key) {
   const std::lock_guard<std::mutex> lock(objects_mutex);
-  next_ = objects;
-  objects = this;
+  allObjects().push_back(this);
 }
 
 LibSemaphore::~LibSemaphore() {
   const std::lock_guard<std::mutex> lock(objects_mutex);
-  LibSemaphore** link = &objects;
-  while (*link != this) link = &(*link)->next_;
-  *link = next_;
+  auto& objects = allObjects();
+  objects.erase(std::find(objects.begin(), objects.end(), this));
 }
 
 int LibSemaphore::create() {
@@ -139,7 +149,7 @@ int LibSemaphore::get() {
   // Asking for the permissions makes a semaphore that could not be used fail here.
   id = semget(key_, 1, kPermissions);
   if (id < 0) return kFailed;
-  giveBackLeftover(id, &LibSemaphore::next_);
+  giveBackLeftover(id);
   return 0;
 }
 

@@ -77,4 +77,24 @@ TEST_F(LibSemaphoreTest, FailsTheCallItWasToldTo) {
   EXPECT_EQ(semaphore.id, -1);
 }
 
+TEST_F(LibSemaphoreTest, SetOfAnotherMakerIsRaisedOnlyWhereItIsUnused) {
+  for (const int count : {1, 2, 3}) {
+    for (const bool is_taken : {false, true}) {
+      const int id = semget(key_, count, IPC_CREAT | IPC_EXCL | 0600);
+      ASSERT_EQ(semctl(id, 0, SETVAL, 1), 0);
+      LibSemaphore other(key_);
+      ASSERT_EQ(other.get(), 0);
+      EXPECT_EQ(is_taken ? operate(other, -1) : 0, 0);
+      EXPECT_NE(other.create(), 0) << count;
+      EXPECT_EQ(errno, EEXIST);
+      EXPECT_EQ(semctl(id, 0, GETVAL), is_taken ? 0 : 1) << count;
+      semctl(id, 0, IPC_RMID);
+    }
+    const int unused = semget(key_, count, IPC_CREAT | IPC_EXCL | 0600);
+    EXPECT_EQ(LibSemaphore(key_).create(), 0);
+    EXPECT_EQ(semctl(unused, 0, GETVAL), 1) << count;
+    semctl(unused, 0, IPC_RMID);
+  }
+}
+
 }  // namespace

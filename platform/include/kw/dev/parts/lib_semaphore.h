@@ -27,7 +27,7 @@ class KW_PLATFORM_API LibSemaphore {
   /// Finds the existing system semaphore. Returns 0, or nonzero with `errno` set and `id` -1. One
   /// that this process took and can no longer give back, as the program that did so was replaced
   /// by `exec` or its operation failed, is given back here; a tenth of a second is spent on making
-  /// sure of it.
+  /// sure of it. What the process took by other means than these objects is given back with it.
   int get();
 
   int id;                    ///< system semaphore id; -1 while none was created or found
@@ -38,7 +38,6 @@ class KW_PLATFORM_API LibSemaphore {
 
  private:
   int key_;
-  LibSemaphore* next_;  // of all objects of the process
 };
 
 }  // namespace kw::dev::parts
