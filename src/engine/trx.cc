@@ -161,6 +161,7 @@ void TRX::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
     } catch (const TRXException&) {
       throw;
     } catch (...) {
+      const NoCancellation uncancelled;
       trace(kTrxHAPForeignException, info->trxId);
       throw;
     }

@@ -5,6 +5,7 @@
 
 #include "kw/trx/table.h"
 #include "kw/trx/trx_info.h"
+#include "support/no_cancellation.h"
 #include "support/stop_flag.h"
 #include "support/trace.h"
 
@@ -65,6 +66,7 @@ void TableDriver::execTable(TRXInfo* info, TableList* tables) {
     try {
       endCurrentTable(info);
     } catch (...) {
+      const NoCancellation uncancelled;
       releaseAllTblCtlInfo(info);
       throw;
     }

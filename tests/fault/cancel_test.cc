@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "kw/trx/testing/engine_fixture.h"
@@ -88,6 +89,13 @@ void rest(void* = nullptr, unsigned long = 0, unsigned int = 0, unsigned short =
           unsigned long = 0, const void* = nullptr, int = 0) {
   pass();
   pthread_testcancel();
+}
+
+/// Writes as hosts do, through a stream: that catches what passes, and throws it again.
+void writeToStream(void*, unsigned long, unsigned int, unsigned short, unsigned long id,
+                   const void*, int) {
+  static std::ofstream log("/dev/null");
+  log << id << std::endl;
 }
 
 class RestingAPI : public hapapi::HAPAPI {
@@ -212,6 +220,31 @@ TEST_F(CancelLockTest, NoPointOfARequestEndsTheProcess) {
               outcomeOf([&] { engine->execTable(&info, units, "outer"); });
             }),
             30);
+}
+
+TEST_F(CancelLockTest, RecordOfAFailureIsNoPointInItsHandler) {
+  kw::platform::setTraceListener(writeToStream, nullptr);
+  engine->setHAPAPI(new QuietAPI);
+  const std::string table =
+      dir.write("hurt.csv", "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,HURT_Rest,,,2\n,3,END\n");
+  configure({MODULE_HURT, MODULE_TST}, {table}, "hapmodule.exec.exclusion.control=on\n");
+  engine->load(false);
+  const unsigned int cancelled_and_throw[] = {2};
+  for (const bool in_table : {false, true}) {
+    bool ended = false;
+    std::thread([&] {
+      trx::TRXInfo info;
+      outcomeOf([&] {
+        if (in_table) engine->execTable(&info, units, "hurt");
+      });
+      execHAP(info, "HURT_Rest", "", cancelled_and_throw);
+      pthread_testcancel();
+      ended = true;
+    }).join();
+    EXPECT_FALSE(ended);
+  }
+  trx::TRXInfo info;
+  EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
 }
 
 TEST_F(CancelLockTest, NoPointOfATraceRingEndsTheProcess) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files of the wrong kind, files without end, and files that an update left cut short.
 #include <fcntl.h>
+#include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -102,6 +103,36 @@ TEST_F(FileFaultTest, ModuleCutShortAnywhereIsOneThatCannotBeOpened) {
     EXPECT_EQ(execHAP(info, "HURT_Rest"), "TRX 7000a") << "byte " << place;
     fs::remove(module);
   }
+}
+
+/// A library with one part more, of zeros alone: it says that they begin behind the file's end.
+std::string withZerosBehindItsEnd(std::string library) {
+  auto* const header = reinterpret_cast<ElfW(Ehdr)*>(library.data());
+  auto* const parts = reinterpret_cast<ElfW(Phdr)*>(library.data() + header->e_phoff);
+  const auto page = static_cast<unsigned long>(getpagesize());
+  unsigned long end = 0;
+  for (int i = 0; i < header->e_phnum; ++i) {
+    if (parts[i].p_type == PT_LOAD) end = parts[i].p_vaddr + parts[i].p_memsz;
+    if (parts[i].p_type == PT_GNU_STACK) {
+      parts[i].p_type = PT_LOAD;
+      parts[i].p_vaddr = (end + 16 * page) / (16 * page) * (16 * page);
+      parts[i].p_offset = 256 * page;
+      parts[i].p_filesz = 0;
+      parts[i].p_memsz = page;
+      parts[i].p_align = page;
+    }
+  }
+  return library;
+}
+
+TEST_F(FileFaultTest, PartWithoutBytesOfTheFileIsNotMissing) {
+  std::ifstream in(MODULE_HURT, std::ios::binary);
+  const std::string whole{std::istreambuf_iterator<char>(in), {}};
+  const std::string module = dir.write("libzq_hap_hurt.so", withZerosBehindItsEnd(whole));
+  configure({module}, {});
+  EXPECT_EQ(load(), "ok");
+  trx::TRXInfo info;
+  EXPECT_EQ(execHAP(info, "HURT_Rest"), "ok");
 }
 
 TEST_F(FileFaultTest, RingTakesThePlaceOfNoOtherKindOfFile) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <stdexcept>
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include "kw/trx/hap.h"
@@ -47,9 +48,12 @@ ZQM_HAP(HURT_Exec) {
   return errno;
 }
 
-// Rests, then throws when para[0] is set.
+// Rests, then throws when para[0] is set; when it is 2, with a cancellation of its thread pending.
 ZQM_HAP(HURT_Rest) {
   usleep(1);
+  if (para != nullptr && para[0] == 2) {
+    pthread_cancel(pthread_self());
+  }
   if (para != nullptr && para[0] != 0) {
     throw std::runtime_error("after a rest");
   }
