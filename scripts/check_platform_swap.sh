@@ -14,7 +14,7 @@ build_engine() {
   local build=$1
   shift
   cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release "$@" >/dev/null
-  cmake --build "$build" >/dev/null
+  cmake --build "$build" >"$work/log" || { cat "$work/log"; return 1; }
 }
 
 # Runs the host $1 on the module $2 with the libraries in the folders $3; what follows launches it.

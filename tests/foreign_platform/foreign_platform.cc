@@ -91,13 +91,7 @@ std::string TreePath::toString() { return names_.empty() ? "" : "." + names_.bac
 namespace kw::dev::parts {
 
 LibSemaphore::LibSemaphore(int key)
-    : id(-1),
-      held(false),
-      unchecked(false),
-      semNumber(0),
-      semFlags(SEM_UNDO),
-      key_(key),
-      next_(nullptr) {}
+    : id(-1), held(false), unchecked(false), semNumber(0), semFlags(SEM_UNDO), key_(key) {}
 LibSemaphore::~LibSemaphore() = default;
 
 int LibSemaphore::create() {
