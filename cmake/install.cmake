@@ -31,6 +31,8 @@ if(ZQM_TRX_PLATFORM STREQUAL "")
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
   install(DIRECTORY testkit/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zqm_trx/testkit
     COMPONENT development FILES_MATCHING PATTERN *.cc PATTERN include EXCLUDE)
+  install(FILES src/shared/zqm_trx/hap_stand_in.h COMPONENT development
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zqm_trx/testkit/zqm_trx)
   install(FILES cmake/zqm_trx_testkit.cmake cmake/zqm_trx_module_test.cmake
     DESTINATION ${package_dir} COMPONENT development)
 endif()

@@ -48,6 +48,17 @@ TEST_F(PsuTest, InitTableLeavesTheRailWithinItsLimits) {
   EXPECT_EQ(board_.set_mv[2], 3300U);
 }
 
+TEST_F(PsuTest, InitTableEndsWithErrorWhenASwitchSticks) {
+  stubHAP("PSU_Enable", [](TRXInfo* info, const char*, const unsigned int*, unsigned int*) {
+    info->error.setErrCode(0x20007);
+    return 1;
+  });
+  EXPECT_EQ(execTable(info_, "init"), "TRX 7000b");
+  EXPECT_EQ(board_.set_mv[2], 3300U);
+  EXPECT_FALSE(board_.enabled[2]);
+  EXPECT_EQ(errorOf(info_), "PSU_Enable 20007 row init:2");
+}
+
 TEST_F(PsuTest, InitTableEndsWithErrorOnARailThatIsNotThere) {
   kw::sysobj::Component no_rail(300, demo::kRails, "no-rail");
   units = {&no_rail};

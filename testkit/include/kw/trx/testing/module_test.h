@@ -4,6 +4,8 @@
 #ifndef KW_TRX_TESTING_MODULE_TEST_H_
 #define KW_TRX_TESTING_MODULE_TEST_H_
 
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,18 @@ class ModuleTest : public EngineFixture {
  protected:
   /// Fails the test, and shows the error records, when a module or a table cannot be loaded.
   void SetUp() override;
+
+  /// What stands in for a HAP; called as a HAP is, by the threads of all requests.
+  using StubbedHAP = std::function<int(trx::TRXInfo* info, const char* mode,
+                                       const unsigned int* para, unsigned int* out)>;
+
+  /// Lets `function` run in place of the HAP `name` until the end of the test, whether a module has
+  /// it or not: for tables alone, for HAPs that run further HAPs, and for failures that the hardware
+  /// does not take. It may throw what HAPs throw. Only while no request is in progress.
+  void stubHAP(const std::string& name, const StubbedHAP& function);
+
+ private:
+  std::map<std::string, StubbedHAP> stubs_;
 };
 
 }  // namespace kw::trx::testing
