@@ -17,6 +17,7 @@ endif()
 install(DIRECTORY include/kw platform/include/kw
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(ZQM_TRX_TOOLS)
+  install(FILES cmake/zqm_trx_table_test.cmake DESTINATION ${package_dir} COMPONENT development)
   # Wherever the prefix goes, the tool finds the library of that prefix.
   file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(trxctl PROPERTIES INSTALL_RPATH $ORIGIN/${bin_to_lib})

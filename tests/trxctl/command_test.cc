@@ -414,8 +414,8 @@ TEST_F(CommandTest, EveryErrorOfTheCatalogueComesWithAdvice) {
 }
 
 TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
-  for (const std::string command :
-       {"check", "graph", "modules", "config", "hap", "table", "trace", "explain"}) {
+  for (const std::string command : {"check", "graph", "modules", "config", "hap", "table",
+                                    "simulate", "test", "trace", "explain"}) {
     const std::string help = run(command + " --help");
     EXPECT_NE(help.find("Usage: trxctl " + command), std::string::npos) << help;
     EXPECT_NE(help.find("\nExample: trxctl " + command + " "), std::string::npos) << help;

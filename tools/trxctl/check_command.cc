@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <memory>
 
 #include "common/text.h"
+#include "simulation/case_file.h"
 #include "tables/check.h"
 #include "trxctl/commands.h"
 #include "trxctl/json.h"
@@ -27,7 +30,7 @@ void print(const CheckedFile& checked) {
               << (finding.is_error ? paint(Colour::kRed, "error")
                                    : paint(Colour::kYellow, "warning"))
               << ": " << finding.words;
-    if (finding.is_error) {
+    if (finding.id != 0) {
       std::cout << ' ' << paint(Colour::kGrey, "[" + hexText(finding.id) + "]");
     }
     std::cout << '\n';
@@ -42,7 +45,7 @@ void writeJson(const Finding& finding, JsonWriter& json) {
     json.member("name", finding.column.size() > 3 ? finding.column.substr(3) : "");
   }
   json.member("words", finding.words);
-  if (finding.is_error) {
+  if (finding.id != 0) {
     json.member("traceId", hexText(finding.id));
   }
   json.endObject();
@@ -58,13 +61,17 @@ void writeJson(const CheckedFile& checked, JsonWriter& json) {
 }
 
 int check(const CheckOptions& options) {
-  const Surroundings around = surroundingsOf(options.files);
+  std::vector<std::string> tables;
+  std::copy_if(options.files.begin(), options.files.end(), std::back_inserter(tables),
+               [](const std::string& file) { return !isCaseFile(file); });
+  const Surroundings around = surroundingsOf(tables);
   JsonWriter json(2);
   json.beginArray();
   bool errors = false;
   bool warnings = false;
   for (const std::string& file : options.files) {
-    const CheckedFile checked = checkFile(file, around);
+    const CheckedFile checked =
+        isCaseFile(file) ? CheckedFile{file, readCaseFile(file).findings} : checkFile(file, around);
     errors = errors || checked.has(true);
     warnings = warnings || checked.has(false);
     if (options.json) {
@@ -85,7 +92,7 @@ int check(const CheckOptions& options) {
 void addCheckCommand(CommandLine& line) {
   auto options = std::make_shared<CheckOptions>();
   Command command =
-      line.add("check", "Finds everything wrong in table files",
+      line.add("check", "Finds everything wrong in table files and case files",
                "Each line: file, line, column, what is wrong, and the trace id that the engine "
                "writes for it.\n"
                "A file without an error is loaded by the engine. With a configuration, that of "
@@ -93,7 +100,8 @@ void addCheckCommand(CommandLine& line) {
                "this system, the tables and HAPs that rows name are looked for in it as well.\n"
                "Example: trxctl check init.csv rails.csv\n"
                "Exit status: 0 no errors; 1 warnings, with --strict; 2 errors.");
-  command.texts(options->files, {"FILE", "Table files", "", {}, true});
+  command.texts(options->files,
+                {"FILE", "Table files, and case files as test runs them", "", {}, true});
   command.flag(options->json, {"--json", "Print JSON"});
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
   command.run([options] { return check(*options); });

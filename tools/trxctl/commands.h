@@ -14,7 +14,9 @@ void addExplainCommand(CommandLine& line);
 void addGraphCommand(CommandLine& line);
 void addHAPCommand(CommandLine& line);
 void addModulesCommand(CommandLine& line);
+void addSimulateCommand(CommandLine& line);
 void addTableCommand(CommandLine& line);
+void addTestCommand(CommandLine& line);
 void addTraceCommand(CommandLine& line);
 
 }  // namespace kw::trx::tools

@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -12,12 +11,12 @@
 #include <iostream>
 
 #include "common/paths.h"
-#include "common/text.h"
 #include "kw/platform.h"
 #include "kw/trx/trx.h"
 #include "running/engine_start.h"
 #include "running/failure.h"
 #include "running/units.h"
+#include "trxctl/run_output.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
@@ -33,62 +32,6 @@ void stopEngine(int number) {
   interrupted_engine->setStopFlag(true);
   static_cast<void>(std::signal(number, SIG_DFL));
   static_cast<void>(!write(STDERR_FILENO, notice, sizeof(notice) - 1));
-}
-
-std::string wordsText(const std::vector<unsigned int>& words) {
-  std::string text;
-  for (const unsigned int word : words) {
-    text += " " + hexText(word);
-  }
-  return text;
-}
-
-/// `bytes` as words of the machine, the last one filled up with zeros.
-std::string wordsText(const std::vector<unsigned char>& bytes) {
-  std::vector<unsigned int> words((bytes.size() + sizeof(unsigned int) - 1) / sizeof(unsigned int));
-  std::memcpy(words.data(), bytes.data(), bytes.size());
-  return wordsText(words);
-}
-
-std::string printableText(const std::vector<unsigned char>& bytes) {
-  std::string text(bytes.begin(), bytes.end());
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '.');
-  return text;
-}
-
-void print(const ErrorRecord& record) {
-  std::cout << "  last error record" << (record.hap.empty() ? "" : ", of HAP " + record.hap)
-            << ":\n";
-  std::cout << "    error code: "
-            << (record.code == 0 ? "none was given" : hexText(record.code) + ", " + record.meaning)
-            << '\n';
-  if (!record.detail.empty()) {
-    std::cout << "    detail:" << wordsText(record.detail) << '\n';
-  }
-  if (!record.api_data.empty()) {
-    std::cout << "    API data:" << wordsText(record.api_data)
-              << ", as text: " << printableText(record.api_data) << '\n';
-  }
-  for (const std::string& unit : record.units) {
-    std::cout << "    unit concerned: " << unit << '\n';
-  }
-}
-
-void print(const Failure& failure, const std::string& reason) {
-  if (!failure.table.empty()) {
-    std::cout << "  first failing row: table " << failure.table << ", NUMBER "
-              << hexText(failure.number) << '\n';
-  }
-  if (!reason.empty()) {
-    std::cout << "  reason: " << reason << '\n';
-  }
-  if (failure.record) {
-    print(*failure.record);
-  }
-  if (!failure.message.empty()) {
-    std::cout << "  message of the table: " << failure.message << '\n';
-  }
 }
 
 /// Ends the tool: the HAP ends the thread that the tool lives in.
@@ -141,7 +84,7 @@ int runAndTell(trx::TRXInfo& info, const std::string& what, Request request,
     return kExitOk;
   }
   std::cout << what << paint(Colour::kRed, " failed") << " with " << outcome.failure << '\n';
-  print(failureOf(info), reason);
+  printFailure(failureOf(info), reason);
   return kExitFindings;
 }
 

@@ -2,9 +2,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
-#include <iomanip>
-#include <iostream>
 #include <memory>
 
 #include "kw/trx/trx.h"
@@ -14,14 +11,13 @@
 #include "traces/record_collector.h"
 #include "trxctl/commands.h"
 #include "trxctl/request_run.h"
-#include "trxctl/text_output.h"
+#include "trxctl/run_output.h"
 #include "trxctl/wait_display.h"
 
 namespace kw::trx::tools {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr int kNameWidth = 12;
 
 /// Prints the rows of a table as they run.
 class RowPrinter {
@@ -29,17 +25,8 @@ class RowPrinter {
   void endWait() { wait_.reset(); }
 
   void print(const RowEvent& event) {
-    if (!event.is_row) {
-      std::cout << "             " << paint(Colour::kYellow, event.words) << std::endl;
-      return;
-    }
     const std::chrono::duration<double> time = Clock::now() - begin_;
-    char head[32];
-    std::snprintf(head, sizeof(head), "%9.3f s  ", time.count());
-    char number[16];
-    std::snprintf(number, sizeof(number), " %4x  ", event.number);
-    std::cout << paint(Colour::kGrey, head) << std::left << std::setw(kNameWidth) << event.table
-              << number << event.words << std::endl;
+    printRow(time.count(), event);
     if (event.wait_ms != 0 && isatty(STDOUT_FILENO) == 1 &&
         trx::TRXConfig::getInstance().isWaitInEngine()) {
       wait_ = std::make_unique<EngineWait>(std::chrono::milliseconds(event.wait_ms));

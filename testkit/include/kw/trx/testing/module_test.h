@@ -31,8 +31,8 @@ class ModuleTest : public EngineFixture {
                                        const unsigned int* para, unsigned int* out)>;
 
   /// Lets `function` run in place of the HAP `name` until the end of the test, whether a module has
-  /// it or not: for tables alone, for HAPs that run further HAPs, and for failures that the hardware
-  /// does not take. It may throw what HAPs throw. Only while no request is in progress.
+  /// it or not: for tables alone, for HAPs that run further HAPs, and for failures that the
+  /// hardware does not take. It may throw what HAPs throw. Only while no request is in progress.
   void stubHAP(const std::string& name, const StubbedHAP& function);
 
  private:

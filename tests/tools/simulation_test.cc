@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+// Simulated runs are the engine's own, and cases see every way in which one differs.
+#include <gtest/gtest.h>
+
+#include "kw/trx/testing/temp_dir.h"
+#include "simulation/case_run.h"
+
+namespace kw::trx::testing {
+namespace {
+
+constexpr char kMain[] =
+    "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_A,on,STACK,1 2\n,3,WAIT,,20\n,4,TABLE,sub\n"
+    ",5,HAP,TST_A,,bad\n,6,HAP,TST_B,,NOP\n,7,CHECK,,,bad\n,8,END\nbad,9,WAIT,,22\n,a,END,NOT_"
+    "WELL\n";
+constexpr char kSub[] = "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_B\n,3,END\n";
+constexpr char kAgain[] = "FORMAT,0\nVERSION,1\nhere,1,START\n,2,HAP,TST_A,,here\n,3,END\n";
+
+/// A case file of main.csv, sub.csv and again.csv.
+tools::CaseFile fileOf(const TempDir& dir, const std::string& rows) {
+  dir.write("main.csv", kMain);
+  dir.write("sub.csv", kSub);
+  dir.write("again.csv", kAgain);
+  return tools::readCaseFile(
+      dir.write("a.cases.csv", "TABLES,main.csv,sub.csv,again.csv\n" + rows));
+}
+
+TEST(SimulationTest, CasesTellEveryDifferenceAndNoOther) {
+  struct Case {
+    const char* rows;
+    const char* differences;
+  };
+  const Case cases[] = {
+      // All of it as it is: the wait in decimal, NUMBER in hexadecimal.
+      {"ROWS,1,2,3,4,sub/1,sub/2,sub/3,5,6,7,8\nEND,ok\nFIRST,none\nWAIT,20\n"
+       "CALLED,TST_A,1 2,on,1\nCALLED,TST_A,,,2\nNOTCALLED,9\n",
+       ""},
+      {"HAP,2,fail 20001 5\nROWS,1,2,3,4,sub/1,sub/2,sub/3,5,6,7,9,a\nEND,error,NOT_WELL\n"
+       "FIRST,2\nWAIT,54\n",
+       "WAIT is 42 ms, expected 54"},
+      {"HAP,TST_A,ok,fail\nHAP,TST_B,fail\nHAP,sub/2,ok\nROWS,1,2,3,4,sub/1,sub/2,sub/3,5,9,a\n"
+       "FIRST,5\n",
+       ""},
+      {"HAP,TST_B,fail\nEND,error\nFIRST,sub/2\nROWS,1,2,3,4,sub/1,sub/2,5\n",
+       "ROWS: step 7 is the end, expected row 5, behind row sub/2"},
+      // The engine takes an exception of its own for a failure of the row.
+      {"HAP,TST_B,throw 70001\nEND,error\nFIRST,sub/2\n", ""},
+      {"HAP,6,throw\nEND,exception\nEND,ok\n",
+       "END is exception an exception that is not the engine's: thrown by a simulated HAP, "
+       "expected ok"},
+      {"END,error,NOT_WELL\nFIRST,2\nROWS,2\nCALLED,TST_A,3\nNOTCALLED,TST_B\n",
+       "ROWS: step 1 is row 1, expected row 2|END is ok, expected error NOT_WELL|"
+       "FIRST failing row is none, expected 2|"
+       "CALLED: TST_A is called 0 times; but with PARA '1 2', MODE 'on'|"
+       "NOTCALLED: TST_B is called 2 times, expected 0"},
+  };
+  const TempDir dir;
+  for (const Case& one : cases) {
+    const tools::CaseFile file = fileOf(dir, std::string("CASE,one\n") + one.rows);
+    ASSERT_TRUE(file.findings.empty()) << file.findings[0].words;
+    const tools::Simulator simulator(file.tables);
+    std::string text;
+    for (const std::string& difference : tools::differencesOf(file.cases[0], simulator)) {
+      text += (text.empty() ? "" : "|") + difference;
+    }
+    EXPECT_EQ(text, one.differences) << one.rows;
+  }
+}
+
+TEST(SimulationTest, RunThatNeverEndsIsStopped) {
+  const TempDir dir;
+  const tools::CaseFile file = fileOf(dir, "CASE,one,again\nHAP,TST_A,fail\nFIRST,2\n");
+  const tools::Simulator simulator(file.tables);
+  const auto differences = tools::differencesOf(file.cases[0], simulator);
+  ASSERT_EQ(differences.size(), 1U);
+  EXPECT_EQ(differences[0], "END is none: stopped after 100000 rows");
+  // And the next one is not.
+  tools::SimulationRequest request;
+  request.table = "again";
+  EXPECT_EQ(simulator.run(request).failure, "");
+}
+
+TEST(SimulationTest, EveryWrongCellIsNamed) {
+  struct Wrong {
+    const char* rows;
+    const char* words;
+  };
+  const Wrong wrong[] = {
+      {"END,ok\n", "2 A END stands before the first CASE"},
+      {"CASE,a\nEND,ok\nCASE,a\nEND,ok\n", "4 B the case in line 2 has this name too"},
+      {"CASE,a,mian\n", "2 C there is no table 'mian' among those of TABLES"},
+      {"CASE,a\n", "2 A the case expects nothing, not even an END"},
+      {"CASE,a\nROWS\n",
+       "3 B there is nothing behind ROWS|2 A the case expects nothing, not even an END"},
+      {"CASE,a\nEND,fine\nWAIT,1\n",
+       "3 B an end is ok, error with the message of the table, or exception with its code"},
+      {"CASE,a\nWAIT,1,2\nEND,ok\n", "3 C '2' is one cell too many"},
+      {"CASE,a\nWAIT,0x10\nEND,ok\n", "3 B '0x10' is no decimal number"},
+      {"CASE,a\nEND,exception,7000g\nWAIT,0\n", "3 C '7000g' is no hexadecimal code"},
+      {"CASE,a\nHAPS,TST_A,ok\nEND,ok\n",
+       "3 A 'HAPS' begins no row of a case file; did you mean HAP?"},
+      {"CASE,a\nHAP,TST_C,ok\nEND,ok\n", "3 B no row calls a HAP 'TST_C'; did you mean TST_A?"},
+      {"CASE,a\nHAP,b,ok\nEND,ok\n", "3 B no row of table main has the NUMBER b"},
+      {"CASE,a\nFIRST,sub/4\n",
+       "3 B no row of table sub has the NUMBER 4|2 A the case expects nothing, not even an END"},
+      {"CASE,a\nHAP,TST_A,ok 1\nEND,ok\n",
+       "3 C 'ok 1' is not ok, fail [CODE [WORD...]] or throw [CODE]"},
+      {"CASE,a\nHAP,TST_A,throw 1 2\nEND,ok\n",
+       "3 C 'throw 1 2' is not ok, fail [CODE [WORD...]] or throw [CODE]"},
+      {"CASE,a\nUNIT,300\nEND,ok\n",
+       "3 B '300' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2"},
+      {"TABLES,none.csv\nCASE,a\nEND,ok\n",
+       "2 B the engine does not load DIR/none.csv; see trxctl check"},
+      {"\n# nothing else\n", "0  no row begins with CASE"},
+  };
+  const TempDir dir;
+  for (const Wrong& one : wrong) {
+    std::string text;
+    for (const tools::Finding& finding : fileOf(dir, one.rows).findings) {
+      text += (text.empty() ? "" : "|") + std::to_string(finding.line) + ' ' + finding.column +
+              ' ' + finding.words;
+    }
+    const std::size_t at = text.find(dir.path());
+    if (at != std::string::npos) text.replace(at, dir.path().size(), "DIR");
+    EXPECT_EQ(text, one.words) << one.rows;
+  }
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulation/case_file.h"
+
+#include <charconv>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include "common/paths.h"
+#include "common/text.h"
+#include "running/units.h"
+#include "simulation/case_words.h"
+#include "tables/surroundings.h"
+#include "traces/record_collector.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// The cells of one row, without empty ones behind the last.
+using Cells = std::vector<std::string>;
+
+Cells cellsOf(const trx::TableData& data, unsigned int row) {
+  Cells cells;
+  for (int column = 0; column < data.columnSize(row); ++column) {
+    cells.push_back(data.getMember(row, static_cast<unsigned int>(column)));
+  }
+  while (!cells.empty() && cells.back().empty()) {
+    cells.pop_back();
+  }
+  return cells;
+}
+
+bool saysNothing(const Cells& cells) { return cells.empty() || cells[0][0] == kCaseComment; }
+
+/// What is wrong with a cell.
+struct Refusal {
+  unsigned int column;
+  std::string words;
+};
+
+unsigned int numberFrom(const Cells& cells, unsigned int column) {
+  unsigned int number = 0;
+  const std::string& text = cells[column];
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  if (read.ec != std::errc() || read.ptr != end) {
+    throw Refusal{column, "'" + text + "' is no decimal number"};
+  }
+  return number;
+}
+
+/// Reads the rows of one file one after the other.
+class CaseReader {
+ public:
+  explicit CaseReader(CaseFile& file) : file_(file) {}
+
+  void read(const Cells& cells, unsigned int line);
+  const TableFlows& tables() const { return tables_.flows; }
+
+ private:
+  using Read = void (CaseReader::*)(const Cells& cells);
+  struct Kind {
+    Read read;
+    std::size_t least;  ///< cells
+    std::size_t most;
+    bool in_case;
+  };
+  static const std::map<std::string, Kind>& kinds();
+
+  void readTables(const Cells& cells);
+  void beginCase(const Cells& cells);
+  void readUnits(const Cells& cells);
+  void readOutcomes(const Cells& cells);
+  void readRows(const Cells& cells);
+  void readEnd(const Cells& cells);
+  void readFirst(const Cells& cells);
+  void readCalled(const Cells& cells);
+  void readNotCalled(const Cells& cells);
+  void readWait(const Cells& cells);
+
+  CallPattern patternOf(const Cells& cells, unsigned int column) const;
+  std::string rowOf(const Cells& cells, unsigned int column) const;
+  TableCase& current() { return file_.cases.back(); }
+
+  CaseFile& file_;
+  KnownTables tables_;
+  unsigned int line_ = 0;
+};
+
+constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
+
+const std::map<std::string, CaseReader::Kind>& CaseReader::kinds() {
+  static const std::map<std::string, Kind> kinds = {
+      {kCaseTables, {&CaseReader::readTables, 2, kAnyNumber, false}},
+      {kCaseBegin, {&CaseReader::beginCase, 2, 3, false}},
+      {kCaseUnit, {&CaseReader::readUnits, 2, kAnyNumber, true}},
+      {kCaseHAP, {&CaseReader::readOutcomes, 3, kAnyNumber, true}},
+      {kCaseRows, {&CaseReader::readRows, 2, kAnyNumber, true}},
+      {kCaseEnd, {&CaseReader::readEnd, 2, 3, true}},
+      {kCaseFirst, {&CaseReader::readFirst, 2, 2, true}},
+      {kCaseCalled, {&CaseReader::readCalled, 2, 5, true}},
+      {kCaseNotCalled, {&CaseReader::readNotCalled, 2, kAnyNumber, true}},
+      {kCaseWait, {&CaseReader::readWait, 2, 2, true}}};
+  return kinds;
+}
+
+void CaseReader::read(const Cells& cells, unsigned int line) {
+  line_ = line;
+  const auto kind = kinds().find(cells[0]);
+  if (kind == kinds().end()) {
+    std::vector<std::string> names;
+    for (const auto& [name, known] : kinds()) {
+      names.push_back(name);
+    }
+    throw Refusal{0,
+                  "'" + cells[0] + "' begins no row of a case file" + didYouMean(cells[0], names)};
+  }
+  if (kind->second.in_case && file_.cases.empty()) {
+    throw Refusal{0, cells[0] + " stands before the first " + kCaseBegin};
+  }
+  if (cells.size() < kind->second.least) {
+    throw Refusal{static_cast<unsigned int>(cells.size()),
+                  "there is nothing behind " + cells.back()};
+  }
+  if (cells.size() > kind->second.most) {
+    throw Refusal{static_cast<unsigned int>(kind->second.most),
+                  "'" + cells[kind->second.most] + "' is one cell too many"};
+  }
+  (this->*kind->second.read)(cells);
+}
+
+void CaseReader::readTables(const Cells& cells) {
+  const std::filesystem::path folder = std::filesystem::path(file_.file).parent_path();
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    const std::string file = (folder / cells[column]).string();
+    file_.tables.push_back(file);
+    const std::size_t before = tables_.refused.size();
+    tables_ = tools::readTables(file_.tables, {});
+    if (tables_.refused.size() != before) {
+      throw Refusal{column, "the engine does not load " + file + "; see trxctl check"};
+    }
+  }
+}
+
+void CaseReader::beginCase(const Cells& cells) {
+  if (file_.tables.empty()) {
+    throw Refusal{0, std::string("a row ") + kCaseTables + " with the table files comes first"};
+  }
+  const std::string table = cells.size() > 2 ? cells[2] : tableNameOf(file_.tables[0]);
+  if (tables().count(table) == 0) {
+    throw Refusal{2, "there is no table '" + table + "' among those of " + kCaseTables};
+  }
+  for (const TableCase& other : file_.cases) {
+    if (other.name == cells[1]) {
+      throw Refusal{1, "the case in line " + std::to_string(other.line) + " has this name too"};
+    }
+  }
+  TableCase added;
+  added.name = cells[1];
+  added.line = line_;
+  added.table = table;
+  file_.cases.push_back(added);
+}
+
+void CaseReader::readUnits(const Cells& cells) {
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    const std::string problem = unitProblem(cells[column]);
+    if (!problem.empty()) {
+      throw Refusal{column, problem};
+    }
+    current().units.push_back(cells[column]);
+  }
+}
+
+void CaseReader::readOutcomes(const Cells& cells) {
+  OutcomeRule rule{patternOf(cells, 1), {}};
+  for (unsigned int column = 2; column < cells.size(); ++column) {
+    const std::optional<HAPOutcome> outcome = outcomeFrom(cells[column]);
+    if (!outcome) {
+      throw Refusal{column, "'" + cells[column] + "' is not " + kOutcomeForms};
+    }
+    // The last one holds for all further calls.
+    rule.outcome = *outcome;
+    rule.first = column - 1;
+    current().outcomes.push_back(rule);
+  }
+}
+
+void CaseReader::readRows(const Cells& cells) {
+  std::vector<std::string> rows = current().rows.value_or(std::vector<std::string>());
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    rows.push_back(rowOf(cells, column));
+  }
+  current().rows = rows;
+}
+
+void CaseReader::readEnd(const Cells& cells) {
+  ExpectedEnd end;
+  if (cells[1] == kEndError) {
+    end.kind = ExpectedEnd::Kind::kError;
+  } else if (cells[1] == kEndException) {
+    end.kind = ExpectedEnd::Kind::kException;
+  } else if (cells[1] != kEndOk || cells.size() > 2) {
+    throw Refusal{1, "an end is " + std::string(kEndOk) + ", " + kEndError +
+                         " with the message of the table, or " + kEndException + " with its code"};
+  }
+  if (cells.size() > 2 && end.kind == ExpectedEnd::Kind::kError) {
+    end.message = cells[2];
+  }
+  if (cells.size() > 2 && end.kind == ExpectedEnd::Kind::kException) {
+    end.code = hexNumber(cells[2]);
+    if (!end.code) {
+      throw Refusal{2, "'" + cells[2] + "' is no hexadecimal code"};
+    }
+  }
+  current().end = end;
+}
+
+void CaseReader::readFirst(const Cells& cells) {
+  current().first_failing = cells[1] == kFirstNone ? cells[1] : rowOf(cells, 1);
+}
+
+void CaseReader::readCalled(const Cells& cells) {
+  const auto cell = [&cells](std::size_t column) {
+    return column < cells.size() ? cells[column] : std::string();
+  };
+  ExpectedCall call{patternOf(cells, 1), cells[1], cell(2), cell(3), std::nullopt};
+  if (cells.size() > 4) {
+    call.times = numberFrom(cells, 4);
+  }
+  current().calls.push_back(call);
+}
+
+void CaseReader::readNotCalled(const Cells& cells) {
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    current().calls.push_back({patternOf(cells, column), cells[column], "", "", 0});
+  }
+}
+
+void CaseReader::readWait(const Cells& cells) { current().wait_ms = numberFrom(cells, 1); }
+
+CallPattern CaseReader::patternOf(const Cells& cells, unsigned int column) const {
+  try {
+    return patternFrom(cells[column], file_.cases.back().table, tables());
+  } catch (const std::invalid_argument& problem) {
+    throw Refusal{column, problem.what()};
+  }
+}
+
+std::string CaseReader::rowOf(const Cells& cells, unsigned int column) const {
+  const CallPattern pattern = patternOf(cells, column);
+  if (!pattern.number) {
+    throw Refusal{column, "'" + cells[column] + "' is not the NUMBER of a row"};
+  }
+  return rowText(pattern.table, *pattern.number, file_.cases.back().table);
+}
+
+}  // namespace
+
+std::string rowText(const std::string& table, unsigned int number, const std::string& case_table) {
+  return (table == case_table ? "" : table + "/") + hexText(number).substr(2);
+}
+
+bool isCaseFile(const std::string& file) {
+  const RecordCollector quiet;
+  trx::TableData data;
+  if (data.load(absolutePath(file)) != 0) {
+    return false;
+  }
+  for (unsigned int row = 0; row < data.rowSize(); ++row) {
+    const Cells cells = cellsOf(data, row);
+    if (!saysNothing(cells)) {
+      return cells[0] == kCaseTables || cells[0] == kCaseBegin;
+    }
+  }
+  return false;
+}
+
+CaseFile readCaseFile(const std::string& file) {
+  CaseFile result;
+  result.file = file;
+  trx::TableData data;
+  {
+    const RecordCollector quiet;
+    if (data.load(absolutePath(file)) != 0) {
+      result.findings.push_back({true, 0, "", "cannot be read as a CSV file"});
+      return result;
+    }
+  }
+  const CellLines lines(data);
+  CaseReader reader(result);
+  for (unsigned int row = 0; row < data.rowSize(); ++row) {
+    const Cells cells = cellsOf(data, row);
+    if (saysNothing(cells)) {
+      continue;
+    }
+    try {
+      reader.read(cells, lines.lineOf(row, 0));
+    } catch (const Refusal& refusal) {
+      result.findings.push_back({true, lines.lineOf(row, refusal.column),
+                                 columnTitle(refusal.column, false), refusal.words});
+      if (cells[0] == kCaseTables) {
+        return result;  // what names rows and HAPs of them cannot be judged
+      }
+    }
+  }
+  if (result.cases.empty() && result.findings.empty()) {
+    result.findings.push_back({true, 0, "", std::string("no row begins with ") + kCaseBegin});
+  }
+  for (const TableCase& one : result.cases) {
+    if (!one.expectsSomething()) {
+      result.findings.push_back({true, one.line, columnTitle(0, false),
+                                 "the case expects nothing, not even an " + std::string(kCaseEnd)});
+    }
+  }
+  return result;
+}
+
+}  // namespace kw::trx::tools

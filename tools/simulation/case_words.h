@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+// The first cells of the rows of a case file, and the words behind them.
+#ifndef KW_TRX_TOOLS_SIMULATION_CASE_WORDS_H_
+#define KW_TRX_TOOLS_SIMULATION_CASE_WORDS_H_
+
+namespace kw::trx::tools {
+
+constexpr char kCaseTables[] = "TABLES";        // files, beside this one
+constexpr char kCaseBegin[] = "CASE";           // name, table (that of the first file)
+constexpr char kCaseUnit[] = "UNIT";            // units
+constexpr char kCaseHAP[] = "HAP";              // HAP or row, outcomes of its calls in their order
+constexpr char kCaseRows[] = "ROWS";            // rows that run, in their order
+constexpr char kCaseEnd[] = "END";              // ok; error, message; exception, code
+constexpr char kCaseFirst[] = "FIRST";          // first failing row
+constexpr char kCaseCalled[] = "CALLED";        // HAP or row, PARA, MODE, times
+constexpr char kCaseNotCalled[] = "NOTCALLED";  // HAPs or rows
+constexpr char kCaseWait[] = "WAIT";            // milliseconds
+
+constexpr char kEndOk[] = "ok";
+constexpr char kEndError[] = "error";
+constexpr char kFirstNone[] = "none";
+constexpr char kEndException[] = "exception";
+
+/// A row that begins so says nothing.
+constexpr char kCaseComment = '#';
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_SIMULATION_CASE_WORDS_H_

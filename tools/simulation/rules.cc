@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulation/rules.h"
+
+#include <set>
+#include <stdexcept>
+
+#include "common/text.h"
+#include "zqm_trx/table_words.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr char kTableSeparator = '/';
+
+std::vector<std::string> calledHAPs(const TableFlows& tables) {
+  std::set<std::string> haps;
+  for (const auto& [name, table] : tables) {
+    for (const FlowRow& row : table.rows) {
+      if (row.command == trx::kCommandHAP) {
+        haps.insert(row.name);
+      }
+    }
+  }
+  return {haps.begin(), haps.end()};
+}
+
+bool hasRow(const TableFlow& table, unsigned int number) {
+  for (const FlowRow& row : table.rows) {
+    if (hexNumber(row.number) == number) {
+      return true;
+    }
+  }
+  return false;
+}
+
+[[noreturn]] void refuse(const std::string& words) { throw std::invalid_argument(words); }
+
+CallPattern rowPattern(const std::string& table, unsigned int number, const TableFlows& tables) {
+  const auto found = tables.find(table);
+  if (found == tables.end()) {
+    std::vector<std::string> names;
+    for (const auto& [name, flow] : tables) {
+      names.push_back(name);
+    }
+    refuse("there is no table '" + table + "'" + didYouMean(table, names));
+  }
+  if (!hasRow(found->second, number)) {
+    refuse("no row of table " + table + " has the NUMBER " + hexText(number).substr(2));
+  }
+  return {"", table, number};
+}
+
+}  // namespace
+
+bool CallPattern::matches(const HAPCall& call) const {
+  return (hap.empty() || hap == call.hap) && (table.empty() || table == call.table) &&
+         (!number || *number == call.number);
+}
+
+CallPattern patternFrom(const std::string& text, const std::string& table,
+                        const TableFlows& tables) {
+  const std::vector<std::string> haps = calledHAPs(tables);
+  for (const std::string& hap : haps) {
+    if (hap == text) {
+      return {text, "", std::nullopt};
+    }
+  }
+  const std::size_t separator = text.rfind(kTableSeparator);
+  const bool in_table = separator != std::string::npos;
+  const std::optional<std::uint32_t> number =
+      hexNumber(in_table ? text.substr(separator + 1) : text);
+  if (!number) {
+    refuse("no row calls a HAP '" + text + "'" + didYouMean(text, haps));
+  }
+  return rowPattern(in_table ? text.substr(0, separator) : table, *number, tables);
+}
+
+HAPOutcome OutcomePlan::choose(const HAPCall& call) {
+  HAPOutcome outcome;
+  for (std::size_t i = 0; i < rules_.size(); ++i) {
+    const OutcomeRule& rule = rules_[i];
+    if (!rule.where.matches(call)) {
+      continue;
+    }
+    const unsigned int nth = ++calls_[i];
+    if (rule.first <= nth && nth <= rule.last) {
+      outcome = rule.outcome;
+    }
+  }
+  return outcome;
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which calls of HAPs have which outcome.
+#ifndef KW_TRX_TOOLS_SIMULATION_RULES_H_
+#define KW_TRX_TOOLS_SIMULATION_RULES_H_
+
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulation/simulator.h"
+
+namespace kw::trx::tools {
+
+/// Calls of one HAP, or of one row.
+struct CallPattern {
+  std::string hap;                     ///< empty: of any
+  std::string table;                   ///< of the row; empty: any
+  std::optional<unsigned int> number;  ///< NUMBER of the row; none: of any row
+
+  bool matches(const HAPCall& call) const;
+};
+
+/// The pattern written as a HAP, such as PSU_Enable, as the NUMBER of a row of `table`, or as
+/// TABLE/NUMBER. Throws `std::invalid_argument` in words when `tables` call no such HAP or have no
+/// such row.
+CallPattern patternFrom(const std::string& text, const std::string& table,
+                        const TableFlows& tables);
+
+/// The outcome of the calls of `where` from the `first` to the `last`, counted from 1.
+struct OutcomeRule {
+  CallPattern where;
+  HAPOutcome outcome;
+  unsigned int first = 1;
+  unsigned int last = std::numeric_limits<unsigned int>::max();
+};
+
+/// Gives the calls of one run their outcomes. The last rule that matches counts; without one a call
+/// succeeds.
+class OutcomePlan {
+ public:
+  explicit OutcomePlan(const std::vector<OutcomeRule>& rules)
+      : rules_(rules), calls_(rules.size()) {}
+
+  HAPOutcome choose(const HAPCall& call);
+
+ private:
+  const std::vector<OutcomeRule>& rules_;
+  std::vector<unsigned int> calls_;  // that matched each rule
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_SIMULATION_RULES_H_

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tables run by the engine itself, with simulated HAPs in place of modules. One simulator in a
+// process, used by one thread.
+#ifndef KW_TRX_TOOLS_SIMULATION_SIMULATOR_H_
+#define KW_TRX_TOOLS_SIMULATION_SIMULATOR_H_
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "running/failure.h"
+#include "running/row_events.h"
+#include "simulation/outcome.h"
+#include "tables/flow.h"
+
+namespace kw::trx::tools {
+
+/// A HAP that a row calls.
+struct HAPCall {
+  std::string table;    ///< of the row
+  std::size_t place;    ///< of the row in its table, from 0
+  unsigned int number;  ///< NUMBER of the row
+  std::string hap;
+  std::string mode;
+  std::string para;    ///< as the row writes it
+  HAPOutcome outcome;  ///< what it does
+};
+
+struct RanRow {
+  std::string table;
+  unsigned int number;  ///< NUMBER of the row
+};
+
+struct SimulationRequest {
+  std::string table;
+  std::vector<std::string> units;  ///< such as `unitProblem` takes
+  /// Gives the outcome of a call, whose own is not set yet. Null: every HAP succeeds.
+  std::function<HAPOutcome(const HAPCall& call)> choose;
+  std::function<void(const RowEvent& event)> on_event;  ///< called as it runs; may be null
+  std::size_t most_rows = 100000;  ///< where a run is stopped that may never end
+};
+
+struct SimulatedRun {
+  std::vector<RanRow> rows;    ///< in their order
+  std::vector<HAPCall> calls;  ///< in their order
+  std::uint64_t wait_ms = 0;   ///< what all waits come to; none was slept
+  unsigned int code =
+      0;  ///< of the exception that it ended with, 1 for a foreign one; 0: it ended well
+  std::string failure;      ///< the exception in words; empty: it ended well
+  std::string reason;       ///< what the records say of it
+  Failure record;           ///< what the context says of it
+  bool is_stopped = false;  ///< it was stopped after `most_rows` rows
+};
+
+class Simulator {
+ public:
+  /// Loads the tables of `files` into the engine. `nest_limit`: of tables. Throws
+  /// `std::runtime_error` with the reason in words when the engine does not take them.
+  explicit Simulator(const std::vector<std::string>& files, unsigned int nest_limit = 10);
+
+  /// The loaded tables, by name.
+  const TableFlows& tables() const { return tables_; }
+
+  /// Runs a table once. Throws `std::invalid_argument` for a unit that cannot be read.
+  SimulatedRun run(const SimulationRequest& request) const;
+
+ private:
+  TableFlows tables_;
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_SIMULATION_SIMULATOR_H_

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/run_output.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <iomanip>
+#include <iostream>
+
+#include "common/text.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr int kNameWidth = 12;
+
+std::string wordsText(const std::vector<unsigned int>& words) {
+  std::string text;
+  for (const unsigned int word : words) {
+    text += " " + hexText(word);
+  }
+  return text;
+}
+
+/// `bytes` as words of the machine, the last one filled up with zeros.
+std::string wordsText(const std::vector<unsigned char>& bytes) {
+  std::vector<unsigned int> words((bytes.size() + sizeof(unsigned int) - 1) / sizeof(unsigned int));
+  std::memcpy(words.data(), bytes.data(), bytes.size());
+  return wordsText(words);
+}
+
+std::string printableText(const std::vector<unsigned char>& bytes) {
+  std::string text(bytes.begin(), bytes.end());
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '.');
+  return text;
+}
+
+void print(const ErrorRecord& record) {
+  std::cout << "  last error record" << (record.hap.empty() ? "" : ", of HAP " + record.hap)
+            << ":\n";
+  std::cout << "    error code: "
+            << (record.code == 0 ? "none was given" : hexText(record.code) + ", " + record.meaning)
+            << '\n';
+  if (!record.detail.empty()) {
+    std::cout << "    detail:" << wordsText(record.detail) << '\n';
+  }
+  if (!record.api_data.empty()) {
+    std::cout << "    API data:" << wordsText(record.api_data)
+              << ", as text: " << printableText(record.api_data) << '\n';
+  }
+  for (const std::string& unit : record.units) {
+    std::cout << "    unit concerned: " << unit << '\n';
+  }
+}
+
+}  // namespace
+
+void printRow(double seconds, const RowEvent& event) {
+  if (!event.is_row) {
+    std::cout << "             " << paint(Colour::kYellow, event.words) << std::endl;
+    return;
+  }
+  char head[32];
+  std::snprintf(head, sizeof(head), "%9.3f s  ", seconds);
+  char number[16];
+  std::snprintf(number, sizeof(number), " %4x  ", event.number);
+  std::cout << paint(Colour::kGrey, head) << std::left << std::setw(kNameWidth) << event.table
+            << number << event.words << std::endl;
+}
+
+void printFailure(const Failure& failure, const std::string& reason) {
+  if (!failure.table.empty()) {
+    std::cout << "  first failing row: table " << failure.table << ", NUMBER "
+              << hexText(failure.number) << '\n';
+  }
+  if (!reason.empty()) {
+    std::cout << "  reason: " << reason << '\n';
+  }
+  if (failure.record) {
+    print(*failure.record);
+  }
+  if (!failure.message.empty()) {
+    std::cout << "  message of the table: " << failure.message << '\n';
+  }
+}
+
+}  // namespace kw::trx::tools

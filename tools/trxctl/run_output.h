@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs of tables in text: rows as they run, and why one failed.
+#ifndef KW_TRX_TOOLS_TRXCTL_RUN_OUTPUT_H_
+#define KW_TRX_TOOLS_TRXCTL_RUN_OUTPUT_H_
+
+#include <string>
+
+#include "running/failure.h"
+#include "running/row_events.h"
+
+namespace kw::trx::tools {
+
+/// Prints a row that begins `seconds` after its run, or what is said about the one that runs.
+void printRow(double seconds, const RowEvent& event);
+
+/// Prints what is known of a run that failed, and of its `reason` unless that is empty.
+void printFailure(const Failure& failure, const std::string& reason);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRXCTL_RUN_OUTPUT_H_

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include "common/text.h"
+#include "running/units.h"
+#include "simulation/case_run.h"
+#include "simulation/rules.h"
+#include "trxctl/commands.h"
+#include "trxctl/json.h"
+#include "trxctl/run_output.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kMostRows = 1000000000;
+constexpr double kMsPerSecond = 1000;
+
+struct SimulateOptions {
+  std::vector<std::string> files;
+  std::string table;
+  std::vector<std::string> units;
+  std::vector<std::string> failing;
+  std::vector<std::string> throwing;
+  std::size_t most_rows = SimulationRequest().most_rows;
+  bool json = false;
+};
+
+/// The rule written as WHERE[:CALL][=CODE...] for a run of `table`; `what` is the word of its
+/// outcome.
+OutcomeRule ruleFrom(const std::string& text, const std::string& what, const std::string& table,
+                     const TableFlows& tables) {
+  const std::size_t code = text.find('=');
+  std::string where = text.substr(0, code);
+  const std::string words = code == std::string::npos ? what : what + " " + text.substr(code + 1);
+  const std::optional<HAPOutcome> outcome = outcomeFrom(words);
+  if (!outcome) {
+    throw std::invalid_argument("'" + words + "' is not " + kOutcomeForms);
+  }
+  OutcomeRule rule{{}, *outcome};
+  const std::size_t call = where.rfind(':');
+  if (call != std::string::npos) {
+    const std::string nth = where.substr(call + 1);
+    if (nth.empty() || nth.find_first_not_of("0123456789") != std::string::npos || nth.size() > 9 ||
+        std::stoul(nth) == 0) {
+      throw std::invalid_argument("'" + nth + "' counts no call: the first one is 1");
+    }
+    rule.first = rule.last = static_cast<unsigned int>(std::stoul(nth));
+    where.resize(call);
+  }
+  rule.where = patternFrom(where, table, tables);
+  return rule;
+}
+
+std::vector<OutcomeRule> rulesOf(const SimulateOptions& options, const std::string& table,
+                                 const TableFlows& tables) {
+  std::vector<OutcomeRule> rules;
+  for (const std::string& text : options.failing) {
+    rules.push_back(ruleFrom(text, "fail", table, tables));
+  }
+  for (const std::string& text : options.throwing) {
+    rules.push_back(ruleFrom(text, "throw", table, tables));
+  }
+  return rules;
+}
+
+void printJson(const std::string& table, const SimulatedRun& run) {
+  JsonWriter json(2);
+  json.beginObject().member("table", table).member("end", endText(run));
+  json.key("exception").number(run.failure.empty() ? 0 : run.code);
+  json.key("waitMs").number(run.wait_ms);
+  if (!run.record.table.empty()) {
+    json.key("firstFailingRow").beginObject().member("table", run.record.table);
+    json.key("number").number(run.record.number).endObject();
+  }
+  json.key("rows").beginArray();
+  for (const RanRow& row : run.rows) {
+    json.beginObject().member("table", row.table).key("number").number(row.number).endObject();
+  }
+  json.endArray().key("calls").beginArray();
+  for (const HAPCall& call : run.calls) {
+    json.beginObject().member("table", call.table).key("number").number(call.number);
+    json.member("hap", call.hap).member("mode", call.mode).member("para", call.para);
+    json.member("outcome", textOf(call.outcome)).endObject();
+  }
+  json.endArray().endObject();
+  std::cout << json.taken() << '\n';
+}
+
+void printEnd(const std::string& table, const SimulatedRun& run) {
+  std::cout << "table " << table;
+  if (run.failure.empty()) {
+    std::cout << paint(Colour::kGreen, " succeeded");
+  } else if (run.is_stopped) {
+    std::cout << paint(Colour::kRed, " did not end") << ": stopped after " << run.rows.size()
+              << " rows; see --most-rows";
+  } else {
+    std::cout << paint(Colour::kRed, " failed") << " with " << run.failure;
+  }
+  std::cout << (run.wait_ms == 0 ? ""
+                                 : "; waits of " + std::to_string(run.wait_ms) + " ms, not waited")
+            << '\n';
+  if (!run.failure.empty()) {
+    printFailure(run.record, run.reason);
+  }
+}
+
+int simulate(const SimulateOptions& options) {
+  const Simulator simulator(options.files);
+  const std::string table = options.table.empty() ? tableNameOf(options.files[0]) : options.table;
+  std::vector<std::string> names;
+  for (const auto& [name, flow] : simulator.tables()) {
+    names.push_back(name);
+  }
+  if (simulator.tables().count(table) == 0) {
+    return fail("there is no table '" + table + "' in the files" + didYouMean(table, names));
+  }
+  const std::vector<OutcomeRule> rules = rulesOf(options, table, simulator.tables());
+  OutcomePlan plan(rules);
+  SimulationRequest request;
+  request.table = table;
+  request.units = options.units;
+  request.most_rows = options.most_rows;
+  request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
+  std::uint64_t waited_ms = 0;
+  if (!options.json) {
+    request.on_event = [&waited_ms](const RowEvent& event) {
+      printRow(static_cast<double>(waited_ms) / kMsPerSecond, event);
+      waited_ms += event.wait_ms;
+    };
+  }
+  const SimulatedRun run = simulator.run(request);
+  if (options.json) {
+    printJson(table, run);
+  } else {
+    printEnd(table, run);
+  }
+  return run.failure.empty() ? kExitOk : kExitFindings;
+}
+
+}  // namespace
+
+void addSimulateCommand(CommandLine& line) {
+  auto options = std::make_shared<SimulateOptions>();
+  Command command = line.add(
+      "simulate", "Runs a table with HAPs that do what you say, without modules",
+      "The engine itself runs the rows; no module, configuration or lock is needed, and waits are\n"
+      "added up instead of slept. Each HAP succeeds unless --fail or --throw names it. They take "
+      "a\n"
+      "HAP, the NUMBER of a row of the table or TABLE/NUMBER, :N for its N-th call alone, and = "
+      "with "
+      "hexadecimal\n"
+      "numbers: the error code and words of detail, or the code of the exception.\n"
+      "Example: trxctl simulate selftest.csv rails.csv --fail ADC_Expect:2=20001\n"
+      "Exit status: 0 the table ended well; 1 it ended with error; 2 it could not be run.");
+  command.texts(options->files, {"FILE", "Table files; the first one is run", "", {}, true});
+  command.text(options->table, {"--table", "Run this table instead", "NAME"});
+  command.texts(options->units, {"--unit",
+                                 "A unit to work on, such as 300:2:rack/rail2; repeat it for "
+                                 "further units",
+                                 "TYPE:NO[:PATH]",
+                                 {},
+                                 false,
+                                 unitProblem});
+  command.texts(options->failing, {"--fail", "Let this fail; may be repeated", "WHERE[:N][=CODE]"});
+  command.texts(options->throwing,
+                {"--throw", "Let this throw an exception; may be repeated", "WHERE[:N][=CODE]"});
+  command.number(options->most_rows, {"--most-rows", "Stop after so many rows (100000)", "ROWS"}, 1,
+                 kMostRows);
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.run([options] { return simulate(*options); });
+}
+
+}  // namespace kw::trx::tools

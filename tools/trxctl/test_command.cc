@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "simulation/case_run.h"
+#include "trxctl/commands.h"
+#include "trxctl/junit.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+struct TestOptions {
+  std::vector<std::string> files;
+  std::string junit;
+};
+
+void print(const CaseFile& file) {
+  for (const Finding& finding : file.findings) {
+    std::cout << file.file;
+    if (finding.line != 0) {
+      std::cout << ':' << finding.line << " (" << finding.column << ')';
+    }
+    std::cout << ": " << paint(Colour::kRed, "error") << ": " << finding.words << '\n';
+  }
+}
+
+void print(const CaseFile& file, const CaseResult& result) {
+  const bool passed = result.differences.empty();
+  std::cout << (passed ? paint(Colour::kGreen, "ok  ") : paint(Colour::kRed, "FAIL")) << ' '
+            << file.file << ':' << result.line << ": " << result.name << '\n';
+  for (const std::string& difference : result.differences) {
+    std::cout << "       " << difference << '\n';
+  }
+}
+
+int test(const TestOptions& options) {
+  bool unreadable = false;
+  std::size_t failed = 0;
+  std::size_t run = 0;
+  std::vector<TestedFile> tested;
+  for (const std::string& name : options.files) {
+    const CaseFile file = readCaseFile(name);
+    unreadable = unreadable || !file.findings.empty();
+    print(file);
+    if (!file.findings.empty()) {
+      continue;
+    }
+    const Simulator simulator(file.tables);
+    tested.push_back({name, {}});
+    for (const TableCase& expected : file.cases) {
+      CaseResult result{expected.name, expected.line, differencesOf(expected, simulator)};
+      print(file, result);
+      failed += result.differences.empty() ? 0 : 1;
+      ++run;
+      tested.back().cases.push_back(result);
+    }
+  }
+  std::cout << run - failed << " of " << run << " cases passed\n";
+  if (!options.junit.empty() && !(std::ofstream(options.junit) << junitOf(tested)).flush()) {
+    return fail(options.junit + ": " + std::strerror(errno));
+  }
+  return unreadable ? kExitFailed : failed != 0 ? kExitFindings : kExitOk;
+}
+
+}  // namespace
+
+void addTestCommand(CommandLine& line) {
+  auto options = std::make_shared<TestOptions>();
+  Command command =
+      line.add("test", "Runs the cases of case files: what a table does when its HAPs do this",
+               "A case file is a CSV file beside the tables; the table guide tells its rows.\n"
+               "Example: trxctl test selftest.cases.csv\n"
+               "Exit status: 0 all cases passed; 1 one failed; 2 a file could not be run.");
+  command.texts(options->files, {"FILE", "Case files", "", {}, true});
+  command.text(options->junit, {"--junit", "Write the results as JUnit XML", "FILE"});
+  command.run([options] { return test(*options); });
+}
+
+}  // namespace kw::trx::tools
