@@ -2,13 +2,29 @@
 #include "tables/check.h"
 
 #include <algorithm>
+#include <string>
 #include <tuple>
 
 #include "tables/fault_finder.h"
+#include "tables/fault_log.h"
 #include "tables/flow_warnings.h"
 #include "tables/spreadsheet_warnings.h"
 
 namespace kw::trx::tools {
+namespace {
+
+/// The warnings of a file that the engine loads; `around` holds it already, unless another file has
+/// its name.
+std::vector<Finding> warningsOfFlow(const std::string& file, const Surroundings& around) {
+  const auto known = around.tables.flows.find(tableNameOf(file));
+  if (known != around.tables.flows.end() && known->second.file == file) {
+    return flowWarnings(known->second, around);
+  }
+  TableFlow flow;
+  return readFlow(file, flow) ? flowWarnings(flow, around) : std::vector<Finding>();
+}
+
+}  // namespace
 
 bool CheckedFile::has(bool errors) const {
   return std::any_of(findings.begin(), findings.end(),
@@ -16,19 +32,25 @@ bool CheckedFile::has(bool errors) const {
 }
 
 CheckedFile checkFile(const std::string& file, const Surroundings& around) {
-  CheckedFile checked{file, findFaults(file)};
+  const Faults faults = findFaults(file);
+  CheckedFile checked{file, faults.findings};
   const auto append = [&](const std::vector<Finding>& more) {
     checked.findings.insert(checked.findings.end(), more.begin(), more.end());
   };
   append(spreadsheetWarnings(file));
-  TableFlow flow;
-  if (!checked.has(true) && readFlow(file, flow)) {
-    append(flowWarnings(flow, around));
+  if (!checked.has(true)) {
+    append(warningsOfFlow(file, around));
   }
   std::stable_sort(checked.findings.begin(), checked.findings.end(),
                    [](const Finding& a, const Finding& b) {
                      return std::tie(a.line, a.column) < std::tie(b.line, b.column);
                    });
+  if (faults.has_more) {
+    checked.findings.push_back({true, 0, "",
+                                "there are more errors than the first " +
+                                    std::to_string(kFaultsMax) + "; mend these first",
+                                faults.findings.back().id});
+  }
   return checked;
 }
 

@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <unordered_set>
 
 #include "common/paths.h"
+#include "tables/cell_number.h"
 #include "tables/fault_log.h"
 #include "tables/row_faults.h"
 #include "traces/record_words.h"
@@ -19,9 +21,6 @@ namespace kw::trx::tools {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// More findings than anybody reads: each one costs another run of a check.
-constexpr std::size_t kFindingsMax = 1000;
 
 /// Why the table `file` cannot be read, where the system calls it `error`.
 std::string reasonOf(const std::string& file, int error) {
@@ -54,11 +53,7 @@ void read(const std::string& file, FaultLog& log) {
 bool runStep(FaultLog& log, RowFaults& faults, const std::function<int()>& check) {
   log.collector.taken();
   while (check() != 0) {
-    if (log.findings.size() >= kFindingsMax) {
-      log.add(0, "", "there are more errors than these", log.findings.back().id);
-      return false;
-    }
-    if (!faults.note(log.collector.taken().at(0))) {
+    if (!log.hasRoom() || !faults.note(log.collector.taken().at(0))) {
       return false;
     }
     log.collector.taken();
@@ -66,24 +61,69 @@ bool runStep(FaultLog& log, RowFaults& faults, const std::function<int()>& check
   return true;
 }
 
+struct Area {
+  unsigned int start = 0;
+  unsigned int end = 0;  ///< included
+};
+
+/// Finds the faults of the NUMBER column. The engine's check of the whole column stops at the first
+/// one, so the rows are checked one by one then, and numbers used twice are looked for here.
+bool findNumberFaults(FaultLog& log, RowFaults& faults, const Area& area) {
+  PatchedFormat& format = *log.format;
+  if (format.checkNumber() == 0) {
+    return true;
+  }
+  std::unordered_set<std::uint32_t> numbers;
+  for (unsigned int row = area.start; row <= area.end; ++row) {
+    if (!runStep(log, faults, [&] { return format.checkNumberOf(row); })) {
+      return false;
+    }
+    const std::string cell = format.getMember(row, trx::kPlaceNumber);
+    const std::uint32_t number = cellNumber(cell, trx::kHexBase).value;
+    if (!numbers.insert(number).second) {
+      if (!log.hasRoom()) {
+        return false;
+      }
+      faults.noteNumberTwice(row, number);
+    }
+  }
+  return runStep(log, faults, [&] { return format.checkNumber(); });
+}
+
+/// The same for the LABEL column.
+bool findLabelFaults(FaultLog& log, RowFaults& faults, const Area& area) {
+  PatchedFormat& format = *log.format;
+  if (format.checkLabel() == 0) {
+    return true;
+  }
+  std::unordered_set<std::string> labels;
+  for (unsigned int row = area.start; row <= area.end; ++row) {
+    if (!runStep(log, faults, [&] { return format.checkLabelOf(row); })) {
+      return false;
+    }
+    const std::string label = format.getMember(row, trx::kPlaceLabel);
+    if (!label.empty() && !labels.insert(label).second) {
+      if (!log.hasRoom()) {
+        return false;
+      }
+      faults.noteLabelTwice(row);
+    }
+  }
+  return runStep(log, faults, [&] { return format.checkLabel(); });
+}
+
 void findFaults(FaultLog& log) {
   PatchedFormat& format = *log.format;
   RowFaults faults(log);
   checkKey(log, trx::kKeyFormat);
   checkKey(log, trx::kKeyVersion);
-  unsigned int start = 0;
-  unsigned int end = 0;
+  Area area;
   if (!runStep(log, faults, [&] { return format.checkFileFmt(); }) ||
-      !runStep(log, faults, [&] { return format.checkNumber(); }) ||
-      !runStep(log, faults, [&] { return format.checkLabel(); }) ||
-      format.getRowOfTblArea(start, end) != 0) {
+      format.getRowOfTblArea(area.start, area.end) != 0 || !findNumberFaults(log, faults, area) ||
+      !findLabelFaults(log, faults, area)) {
     return;
   }
-  // Row by row, each label is looked for in the whole table anew.
-  if (log.findings.empty() && format.checkTblCmd() == 0) {
-    return;
-  }
-  for (unsigned int row = start; row <= end; ++row) {
+  for (unsigned int row = area.start; row <= area.end; ++row) {
     if (!runStep(log, faults, [&] { return format.checkRow(row); })) {
       return;
     }
@@ -92,13 +132,13 @@ void findFaults(FaultLog& log) {
 
 }  // namespace
 
-std::vector<Finding> findFaults(const std::string& file) {
+Faults findFaults(const std::string& file) {
   FaultLog log;
   read(file, log);
   if (log.format != nullptr) {
     findFaults(log);
   }
-  return log.findings;
+  return {log.findings, log.has_more};
 }
 
 }  // namespace kw::trx::tools

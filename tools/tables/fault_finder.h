@@ -10,9 +10,15 @@
 
 namespace kw::trx::tools {
 
+/// The faults of a file.
+struct Faults {
+  std::vector<Finding> findings;
+  bool has_more = false;  ///< there are more than the findings, which are `kFaultsMax` then
+};
+
 /// Every fault of `file`; `file` is how it is called in words. None exactly when the engine loads
-/// it. After each fault the engine's checks run again as if its cell were right.
-std::vector<Finding> findFaults(const std::string& file);
+/// it. After each fault the engine's checks go on as if its cell were right.
+Faults findFaults(const std::string& file);
 
 }  // namespace kw::trx::tools
 

@@ -3,6 +3,7 @@
 #ifndef KW_TRX_TOOLS_TABLES_FAULT_LOG_H_
 #define KW_TRX_TOOLS_TABLES_FAULT_LOG_H_
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,11 +14,21 @@
 
 namespace kw::trx::tools {
 
+/// More faults than anybody reads.
+constexpr std::size_t kFaultsMax = 1000;
+
 /// The faults of one file.
 struct FaultLog {
   RecordCollector collector;
   std::unique_ptr<PatchedFormat> format;  ///< null: the file cannot be read
   std::vector<Finding> findings;
+  bool has_more = false;  ///< than `kFaultsMax`
+
+  /// False when no further fault is noted.
+  bool hasRoom() {
+    has_more = findings.size() >= kFaultsMax;
+    return !has_more;
+  }
 
   void add(unsigned int line, const std::string& column, const std::string& words,
            unsigned int id) {

@@ -9,48 +9,28 @@
 #include "traces/record_collector.h"
 
 namespace kw::trx::tools {
-namespace {
-
-/// Calls `visit` with each place that can follow the place `at`.
-template <typename Visit>
-void forFollowers(const TableFlow& flow, std::size_t at, bool with_errors, Visit visit) {
-  const FlowRow& row = flow.rows[at];
-  const bool last =
-      row.command == trx::kCommandEnd || (row.command == trx::kCommandTable && row.name.empty());
-  if (!last) {
-    visit(at + 1);
-  }
-  if (with_errors && row.jump >= 0) {
-    visit(static_cast<std::size_t>(row.jump));
-  }
-}
-
-/// True when a run of `flow` can get to an END row through calls of tables that can end.
-bool getsToEnd(const TableFlow& flow, const std::map<std::string, bool>& ends) {
-  std::vector<bool> seen(flow.rows.size());
-  std::vector<std::size_t> open = {0};
-  while (!open.empty()) {
-    const std::size_t at = open.back();
-    open.pop_back();
-    const FlowRow& row = flow.rows[at];
-    const bool calls = row.command == trx::kCommandTable;
-    const auto called = ends.find(row.name);
-    if (row.command == trx::kCommandEnd || (calls && row.name.empty())) {
-      return true;
-    }
-    if (seen[at] || (calls && called != ends.end() && !called->second)) {
-      continue;
-    }
-    seen[at] = true;
-    forFollowers(flow, at, true, [&](std::size_t next) { open.push_back(next); });
-  }
-  return false;
-}
-
-}  // namespace
 
 bool FlowRow::endsOnError() const {
   return (command == trx::kCommandHAP || command == trx::kCommandCheck) && error.empty();
+}
+
+bool FlowRow::endsTable() const {
+  return command == trx::kCommandEnd || (command == trx::kCommandTable && name.empty());
+}
+
+bool FlowRow::keepsFailure() const {
+  return command == trx::kCommandHAP && error == trx::kErrorStack;
+}
+
+std::vector<std::size_t> TableFlow::followers(std::size_t at, bool with_errors) const {
+  std::vector<std::size_t> next;
+  if (!rows[at].endsTable()) {
+    next.push_back(at + 1);
+  }
+  if (with_errors && rows[at].jump >= 0) {
+    next.push_back(static_cast<std::size_t>(rows[at].jump));
+  }
+  return next;
 }
 
 std::vector<bool> TableFlow::reached(bool with_errors) const {
@@ -61,7 +41,9 @@ std::vector<bool> TableFlow::reached(bool with_errors) const {
     open.pop_back();
     if (!seen[at]) {
       seen[at] = true;
-      forFollowers(*this, at, with_errors, [&](std::size_t next) { open.push_back(next); });
+      for (const std::size_t next : followers(at, with_errors)) {
+        open.push_back(next);
+      }
     }
   }
   return seen;
@@ -90,7 +72,7 @@ bool readFlow(const std::string& file, TableFlow& flow) {
   std::map<std::string, int> places;
   for (unsigned int row = start; row <= end; ++row) {
     const auto cell = [&](const char* column) { return format->getMember(row, column); };
-    std::array<unsigned int, trx::kPlaceError> lines_of_row{};
+    std::array<unsigned int, trx::kPlacePara> lines_of_row{};
     for (unsigned int column = 0; column < lines_of_row.size(); ++column) {
       lines_of_row[column] = lines.lineOf(row, column);
     }
@@ -107,22 +89,6 @@ bool readFlow(const std::string& file, TableFlow& flow) {
     }
   }
   return true;
-}
-
-std::map<std::string, bool> canEnd(const TableFlows& flows) {
-  std::map<std::string, bool> ends;
-  for (const auto& [name, flow] : flows) {
-    ends[name] = false;
-  }
-  for (bool changed = true; changed;) {
-    changed = false;
-    for (const auto& [name, flow] : flows) {
-      if (!ends[name] && getsToEnd(flow, ends)) {
-        ends[name] = changed = true;
-      }
-    }
-  }
-  return ends;
 }
 
 }  // namespace kw::trx::tools

@@ -14,12 +14,16 @@ namespace kw::trx::tools {
 
 /// One row of a table.
 struct FlowRow {
-  std::array<unsigned int, trx::kPlaceError> lines;  ///< of its cells up to MODE
+  std::array<unsigned int, trx::kPlacePara> lines;  ///< of its cells up to ERROR
   std::string label, number, command, name, mode, error, para;
   int jump = -1;  ///< place of the row that an error jumps to; -1: none
 
   /// True when a failure in this row ends the table.
   bool endsOnError() const;
+  /// True when the table ends in this row.
+  bool endsTable() const;
+  /// True when a failure in this row is kept for CHECK.
+  bool keepsFailure() const;
 };
 
 /// One table that the engine loads.
@@ -30,6 +34,9 @@ struct TableFlow {
 
   /// The rows that can run, those after errors included or not.
   std::vector<bool> reached(bool with_errors) const;
+
+  /// The places that can follow the place `at`, that behind an error included or not.
+  std::vector<std::size_t> followers(std::size_t at, bool with_errors) const;
 };
 
 /// Tables by name.
@@ -37,9 +44,6 @@ using TableFlows = std::map<std::string, TableFlow>;
 
 /// True when the engine loads `file`; `flow` is then its table, else its name alone.
 bool readFlow(const std::string& file, TableFlow& flow);
-
-/// The tables among `flows` that can end without an error, each call taken into account.
-std::map<std::string, bool> canEnd(const TableFlows& flows);
 
 }  // namespace kw::trx::tools
 

@@ -67,13 +67,12 @@ class FlowWarner {
           "the engine does not load the table '" + row.name + "'; trxctl check tells why");
       return;
     }
-    std::vector<std::string> names(around_.tables.refused.begin(), around_.tables.refused.end());
-    for (const auto& table : around_.tables.flows) {
-      names.push_back(table.first);
+    const auto [known, is_new] = near_.try_emplace(row.command + row.name);
+    if (is_new) {
+      known->second = didYouMean(row.name, around_.tables.names());
     }
     add(row, trx::kPlaceName,
-        "no table '" + row.name + "' is among the files or the configuration" +
-            didYouMean(row.name, names));
+        "no table '" + row.name + "' is among the files or the configuration" + known->second);
   }
 
   void warnOfHAP(const FlowRow& row) {
@@ -84,9 +83,13 @@ class FlowWarner {
               "; trxctl modules tells more");
       return;
     }
+    const auto [known, is_new] = near_.try_emplace(row.command + row.name);
+    if (is_new) {
+      known->second =
+          didYouMean(row.name, {around_.haps.known->begin(), around_.haps.known->end()});
+    }
     add(row, trx::kPlaceName,
-        "no listed module exports the HAP '" + row.name + "'" +
-            didYouMean(row.name, {around_.haps.known->begin(), around_.haps.known->end()}));
+        "no listed module exports the HAP '" + row.name + "'" + known->second);
   }
 
   void warnOfWait(const FlowRow& row) {
@@ -98,16 +101,13 @@ class FlowWarner {
 
   /// Every run of such a table calls a table that cannot end either, until the nest limit.
   void warnOfEndlessCalls() {
-    const std::map<std::string, bool> ends = canEnd(around_.tables.flows);
-    const auto own = ends.find(flow_.name);
-    if (own == ends.end() || own->second) {
+    const std::set<std::string>& endless = around_.calls.endless;
+    if (endless.count(flow_.name) == 0) {
       return;
     }
     for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
       const FlowRow& row = flow_.rows[at];
-      const auto called = ends.find(row.name);
-      if (reached_[at] && row.command == trx::kCommandTable && called != ends.end() &&
-          !called->second) {
+      if (reached_[at] && row.command == trx::kCommandTable && endless.count(row.name) != 0) {
         add(row, trx::kPlaceName,
             "every run gets to a call like this one and cannot end: the tables call themselves "
             "without a way out");
@@ -119,6 +119,7 @@ class FlowWarner {
   const TableFlow& flow_;
   const Surroundings& around_;
   const std::vector<bool> reached_;
+  std::map<std::string, std::string> near_;  // what was probably meant, by command and name
   std::vector<Finding> findings_;
 };
 

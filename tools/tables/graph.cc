@@ -91,8 +91,7 @@ class GraphWriter {
     out_ << "    " << node(flow.name, at) << " [label=" << dotText(label)
          << (end ? " shape=ellipse" : "") << (end && !row.name.empty() ? " color=red" : "")
          << (reached ? "" : std::string(" ") + kUnreached) << "]\n";
-    const bool last = end || (row.command == trx::kCommandTable && row.name.empty());
-    if (!last) {
+    if (!row.endsTable()) {
       writeEdge(node(flow.name, at), node(flow.name, at + 1), reached ? "" : kUnreached, row);
     }
     if (row.jump >= 0) {

@@ -2,10 +2,10 @@
 // Faults of FORMAT and VERSION.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 #include "common/characters.h"
 #include "kw/trx/file_path.h"
+#include "tables/cell_number.h"
 #include "tables/fault_log.h"
 #include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
@@ -35,7 +35,7 @@ Rows noteMissingKey(FaultLog& log, const std::string& key, unsigned int id) {
 /// Notes what is wrong with the value of a row of `key`, if anything.
 void noteKeyValue(FaultLog& log, const std::string& key, unsigned int row) {
   const std::string cell = log.format->data.getMember(row, trx::kKeyColumn + 1);
-  const auto value = static_cast<std::uint32_t>(std::strtoul(cell.c_str(), nullptr, trx::kHexBase));
+  const auto value = cellNumber(cell, trx::kHexBase).value;
   constexpr std::size_t key_value_max = 8;
   std::string words;
   unsigned int id = trx::kDataKeyLength.id;

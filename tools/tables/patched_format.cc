@@ -46,13 +46,28 @@ Rows PatchedFormat::findEntry(const unsigned int& column, const std::string& val
   if (search != searches.end()) {
     return search->second;
   }
-  Rows rows = TblFmt00::findEntry(column, value, from, to);
-  rows.erase(std::remove_if(rows.begin(), rows.end(),
-                            [&](unsigned int row) {
-                              return cells.count({row, column}) != 0;
-                            }),
-             rows.end());
+  Rows rows;
+  if (to >= data.rowSize()) {
+    return rows;
+  }
+  const Rows& all = rowsWith(column, value);
+  for (auto row = std::lower_bound(all.begin(), all.end(), from); row != all.end() && *row <= to;
+       ++row) {
+    if (cells.count({*row, column}) == 0) {
+      rows.push_back(*row);
+    }
+  }
   return rows;
+}
+
+const Rows& PatchedFormat::rowsWith(unsigned int column, const std::string& value) {
+  static const Rows none;
+  const auto [index, is_new] = indexes_.try_emplace(column);
+  for (unsigned int row = 0; is_new && row < data.rowSize(); ++row) {
+    index->second[data.getMember(row, column)].push_back(row);
+  }
+  const auto rows = index->second.find(value);
+  return rows == index->second.end() ? none : rows->second;
 }
 
 int PatchedFormat::checkRow(unsigned int row) {
@@ -71,6 +86,16 @@ bool PatchedFormat::isHex(const std::string& text, RecordCollector& collector) {
 
 std::string PatchedFormat::allowedIn(unsigned int row, unsigned int column,
                                      RecordCollector& collector) {
+  const auto [known, is_new] = allowed_.try_emplace({getMember(row, trx::kPlaceCommand), column});
+  if (is_new) {
+    known->second = tryAllowed(row, column, collector);
+  }
+  cells[{row, column}].clear();
+  return known->second;
+}
+
+std::string PatchedFormat::tryAllowed(unsigned int row, unsigned int column,
+                                      RecordCollector& collector) {
   std::string allowed;
   std::string& patch = cells[{row, column}];
   for (char c = ' '; c < 0x7f; ++c) {
@@ -83,7 +108,6 @@ std::string PatchedFormat::allowedIn(unsigned int row, unsigned int column,
       allowed += c;
     }
   }
-  patch.clear();
   return allowed;
 }
 

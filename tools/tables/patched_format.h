@@ -5,6 +5,7 @@
 
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -36,6 +37,10 @@ class PatchedFormat : public trx::TblFmt00 {
   /// The check that `checkTblCmd` makes of one row.
   int checkRow(unsigned int row);
 
+  /// The checks of columns on one row alone, which see no content used twice.
+  int checkNumberOf(unsigned int row) { return checkAlone(row, &TblFmt00::checkNumber); }
+  int checkLabelOf(unsigned int row) { return checkAlone(row, &TblFmt00::checkLabel); }
+
   /// Whether the engine reads `text` as a hexadecimal number.
   bool isHex(const std::string& text, RecordCollector& collector);
 
@@ -52,6 +57,15 @@ class PatchedFormat : public trx::TblFmt00 {
  private:
   /// Lets `check` take `row` alone for the table.
   int checkAlone(unsigned int row, int (TblFmt00::*check)());
+
+  /// All rows whose cell `column` holds `value`, from an index of that column.
+  const Rows& rowsWith(unsigned int column, const std::string& value);
+
+  /// `allowedIn` without what is known from another row of its command.
+  std::string tryAllowed(unsigned int row, unsigned int column, RecordCollector& collector);
+
+  std::map<unsigned int, std::unordered_map<std::string, Rows>> indexes_;  // by column
+  std::map<std::pair<std::string, unsigned int>, std::string> allowed_;    // by command and column
 };
 
 }  // namespace kw::trx::tools

@@ -2,12 +2,12 @@
 #include "tables/row_faults.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 #include "common/characters.h"
 #include "common/text.h"
 #include "kw/trx/file_path.h"
+#include "tables/cell_number.h"
 #include "traces/record_words.h"
 #include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
@@ -55,13 +55,9 @@ bool RowFaults::note(const kw::platform::TraceRecord& record) {
     log_.addCell(row, column, inQuotes(cell) + " is not a hexadecimal number", id);
     patch = unusedNumber();
   } else if (id == trx::kFmtNumberTwice.id) {
-    log_.addCell(row, column,
-                 "the number " + hexText(wordOf(record, "number", 0)) +
-                     (cell.empty() ? ", which an empty cell stands for," : "") + " is used twice",
-                 id);
-    patch = unusedNumber();
+    noteNumberTwice(row, wordOf(record, "number", 0));
   } else if (id == trx::kFmtLabelTwice.id) {
-    log_.addCell(row, column, "the label " + inQuotes(cell) + " is used twice", id);
+    noteLabelTwice(row);
   } else if (id == trx::kFmtHAPParameter.id) {
     log_.addCell(row, column, "fields have 1 to 8 characters and one blank between them", id);
     patch.clear();
@@ -80,6 +76,22 @@ bool RowFaults::note(const kw::platform::TraceRecord& record) {
     return false;
   }
   return true;
+}
+
+void RowFaults::noteNumberTwice(unsigned int row, std::uint32_t number) {
+  const bool is_empty = format().data.getMember(row, trx::kPlaceNumber).empty();
+  log_.addCell(row, trx::kPlaceNumber,
+               "the number " + hexText(number) +
+                   (is_empty ? ", which an empty cell stands for," : "") + " is used twice",
+               trx::kFmtNumberTwice.id);
+  format().cells[{row, trx::kPlaceNumber}] = unusedNumber();
+}
+
+void RowFaults::noteLabelTwice(unsigned int row) {
+  const std::string label = format().data.getMember(row, trx::kPlaceLabel);
+  log_.addCell(row, trx::kPlaceLabel, "the label " + inQuotes(label) + " is used twice",
+               trx::kFmtLabelTwice.id);
+  format().cells[{row, trx::kPlaceLabel}] = "";
 }
 
 void RowFaults::noteCharacters(unsigned int row, unsigned int column, const std::string& cell,
@@ -134,8 +146,7 @@ std::string RowFaults::unusedNumber() {
   if (used_numbers_.empty()) {
     for (unsigned int row = 0; row < format().data.rowSize(); ++row) {
       const std::string cell = format().data.getMember(row, trx::kPlaceNumber);
-      used_numbers_.insert(
-          static_cast<std::uint32_t>(std::strtoul(cell.c_str(), nullptr, trx::kHexBase)));
+      used_numbers_.insert(cellNumber(cell, trx::kHexBase).value);
     }
   }
   while (used_numbers_.count(--next_number_) != 0) {

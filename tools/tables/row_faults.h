@@ -19,6 +19,10 @@ class RowFaults {
   /// Notes the fault told by `record` and patches it. False when there is no way to go on.
   bool note(const kw::platform::TraceRecord& record);
 
+  /// Note and patch a cell of `row` whose content an earlier row has.
+  void noteNumberTwice(unsigned int row, std::uint32_t number);
+  void noteLabelTwice(unsigned int row);
+
  private:
   PatchedFormat& format() { return *log_.format; }
 

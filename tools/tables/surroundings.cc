@@ -2,6 +2,7 @@
 #include "tables/surroundings.h"
 
 #include <optional>
+#include <utility>
 
 #include "configuration/configuration.h"
 
@@ -13,7 +14,7 @@ KnownTables readTables(const std::vector<std::string>& files,
   const auto read = [&tables](const std::string& file) {
     TableFlow flow;
     if (readFlow(file, flow)) {
-      tables.flows[flow.name] = flow;
+      tables.flows[flow.name] = std::move(flow);
     } else {
       tables.refused.insert(flow.name);
     }
@@ -27,11 +28,20 @@ KnownTables readTables(const std::vector<std::string>& files,
   return tables;
 }
 
+std::vector<std::string> KnownTables::names() const {
+  std::vector<std::string> all(refused.begin(), refused.end());
+  for (const auto& table : flows) {
+    all.push_back(table.first);
+  }
+  return all;
+}
+
 Surroundings surroundingsOf(const std::vector<std::string>& files) {
   Surroundings around;
   std::optional<std::vector<std::string>> modules;
   const std::vector<std::string> configured = configuredTables(modules);
   around.tables = readTables(files, configured);
+  around.calls = callsOf(around.tables.flows);
   if (modules) {
     around.haps = hapsOf(*modules);
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "modules/listed_modules.h"
+#include "tables/calls.h"
 #include "tables/flow.h"
 
 namespace kw::trx::tools {
@@ -16,6 +17,9 @@ namespace kw::trx::tools {
 struct KnownTables {
   TableFlows flows;               ///< those that the engine loads
   std::set<std::string> refused;  ///< names of those whose file it does not load
+
+  /// The names of all of them.
+  std::vector<std::string> names() const;
 };
 
 /// The tables of `files` and of those that the configuration names. Of two files with one name that
@@ -26,6 +30,7 @@ KnownTables readTables(const std::vector<std::string>& files,
 /// What is known of the surroundings of a table.
 struct Surroundings {
   KnownTables tables;  ///< those among the files and the configuration
+  Calls calls;         ///< among these
   KnownHAPs haps;      ///< of the listed modules
 };
 
