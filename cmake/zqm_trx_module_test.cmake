@@ -26,9 +26,12 @@ function(zqm_trx_add_module_test target)
     string(APPEND tables "R\"(${file})\", ")
   endforeach()
   set(files ${CMAKE_CURRENT_BINARY_DIR}/${target}_files_$<CONFIG>.cc)
-  file(GENERATE OUTPUT ${files} CONTENT "#include \"kw/trx/testing/module_test.h\"
-std::vector<std::string> kw::trx::testing::moduleFiles() { return {${modules}}; }
-std::vector<std::string> kw::trx::testing::tableFiles() { return {${tables}}; }
+  file(GENERATE OUTPUT ${files} CONTENT "#include <string>
+#include <vector>
+namespace kw::trx::testing {
+std::vector<std::string> moduleFiles() { return {${modules}}; }
+std::vector<std::string> tableFiles() { return {${tables}}; }
+}
 ")
 
   add_executable(${target} ${arg_SOURCES} ${files})

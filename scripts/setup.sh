@@ -35,6 +35,19 @@ packages_coverage=(clang libclang-rt-dev llvm)
 packages_all=(clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config
   abigail-tools git)
 
+# Keeps what it reads in the file $1; a terminal shows the last line of it meanwhile.
+keep_log() {
+  local line
+  if ! [ -t 1 ]; then
+    cat >"$1"
+    return
+  fi
+  tee "$1" | while IFS= read -r line; do
+    printf '\r\033[K%.*s' "$((${COLUMNS:-80} - 1))" "$line"
+  done
+  printf '\r\033[K'
+}
+
 # Configures and builds the preset $1; prints the log only when that fails. Further arguments go to
 # the configuration.
 build_quietly() {
@@ -42,7 +55,8 @@ build_quietly() {
   shift
   mkdir -p build
   log=build/$preset.log
-  if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+  if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } 2>&1 |
+    keep_log "$log"; then
     cat "$log"
     return 1
   fi
