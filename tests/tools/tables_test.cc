@@ -17,6 +17,7 @@
 #include "kw/trx/table_controller.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "tables/check.h"
+#include "tables/mend.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -86,6 +87,61 @@ TEST(TablesTest, TheFirstThousandErrorsAreToldAndThatThereAreMore) {
   ASSERT_EQ(findings.size(), 1001U);
   EXPECT_EQ(findings[999].line, 1003U);
   EXPECT_EQ(findings[1000].words, "there are more errors than the first 1000; mend these first");
+}
+
+/// `text`, of ASCII alone, with `size` bytes for each letter.
+std::string wide(const std::string& text, std::size_t size, bool is_little) {
+  std::string bytes;
+  for (const char c : text) {
+    const std::string zeros(size - 1, '\0');
+    bytes += is_little ? c + zeros : zeros + c;
+  }
+  return bytes;
+}
+
+TEST(TablesTest, EachDialectIsNamedAndMendedWhereThatChangesNoCell) {
+  const std::string rows =
+      "FORMAT;0\r\n\"VERSION\";1\r\na \"b\";\"c;\"\"d\r\n\";e,f\r\n;1;START\n;2;END";
+  const std::string mended =
+      "FORMAT,0\r\nVERSION,1\r\n\"a \"\"b\"\"\",\"c;\"\"d\r\n\",\"e,f\"\r\n,1,START\n,2,END";
+  const std::string plain = "FORMAT,0\n,1,START\n";
+  const struct {
+    std::string bytes;
+    const char* words;  ///< the error up to "instead"
+    std::string text;   ///< what it is mended to; empty: it is not
+  } cases[] = {
+      {rows, "its cells are parted by ';' ", mended},
+      {"sep=\t\nFORMAT\t1", "its cells are parted by tabs ", "sep=,\nFORMAT,1"},
+      {wide(rows, 2, true), "its text is UTF-16 (little endian) ", mended},
+      {"\xfe\xff" + wide(rows, 2, false), "its text is UTF-16 (big endian) ", mended},
+      {std::string("\xff\xfe\0\0", 4) + wide(plain, 4, true), "its text is UTF-32 (little endian) ",
+       plain},
+      {wide(plain, 4, false), "its text is UTF-32 (big endian) ", plain},
+      {std::string("\xff\xfe\xac\x20\x3d\xd8\x00\xde\n\0", 10), "its text is UTF-16 ",
+       "\xe2\x82\xac\xf0\x9f\x98\x80\n"},
+      {"\xff\xfe\x3d\xd8", "its text is UTF-16 (little endian) instead of UTF-8, and damaged", ""},
+      {"", "is empty", ""},
+      {"\xef\xbb\xbf" + plain, "no row has VERSION in column A", plain},
+      {"PK\x03\x04..xl/workbook.xml", "is a spreadsheet file (xlsx); save it as CSV", ""},
+      {"PK\x03\x04mimetypeapplication/vnd.oasis.opendocument.spreadsheet",
+       "is a spreadsheet file (ods); ", ""},
+      {"FORMAT;0\n,1,START\n", "no row has FORMAT in column A", ""},
+  };
+  const TempDir dir;
+  for (const auto& [bytes, words, text] : cases) {
+    const std::string file = dir.write("odd.csv", bytes);
+    EXPECT_EQ(tools::checkFile(file, {}).findings.at(0).words.rfind(words, 0), 0U)
+        << tools::checkFile(file, {}).findings[0].words;
+    const tools::MendedFile done = tools::mendFile(file, false);
+    EXPECT_EQ(done.problem, "");
+    EXPECT_EQ(done.steps.empty(), text.empty()) << words;
+    EXPECT_EQ(readFile(file), bytes);
+    EXPECT_EQ(readFile(done.file), text.empty() ? bytes : text) << words;
+    EXPECT_EQ(tools::mendFile(file, false).problem.empty(), text.empty()) << "replaces nothing";
+    EXPECT_EQ(tools::mendFile(file, true).problem, "");
+    EXPECT_EQ(readFile(file), text.empty() ? bytes : text) << words;
+    fs::remove_all(dir.path() + "/fixed");
+  }
 }
 
 /// `module` with another HAP in place of TST_Exit.

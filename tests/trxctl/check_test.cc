@@ -75,5 +75,25 @@ TEST(CheckTest, ErrorsAndStrictWarningsChangeTheExitStatus) {
   EXPECT_EQ(json[1]["findings"][0]["traceId"], "0xa001000");
 }
 
+TEST(CheckTest, FixWritesWhatTheEngineLoadsAndNeverInPlaceUnasked) {
+  const TempDir dir;
+  const std::string rows = "FORMAT;0\nVERSION;1\n;1;START\n;2;END\n";
+  dir.write("a.csv", rows);
+  EXPECT_EQ(
+      runTool("check a.csv", dir.path()),
+      "a.csv: error: its cells are parted by ';' instead of commas; trxctl check --fix writes "
+      "it as the engine reads it [0xa005002]\n= 2\n");
+  EXPECT_EQ(runTool("check --fix a.csv", dir.path()),
+            "a.csv: written to fixed/a.csv: ';' between cells made commas\n= 0\n");
+  EXPECT_EQ(readFile(dir.path() + "/a.csv"), rows);
+  EXPECT_EQ(runTool("check --fix a.csv", dir.path()),
+            "! trxctl: a.csv: not mended: fixed/a.csv is there already; move it away, or add "
+            "--in-place\n= 2\n");
+  EXPECT_EQ(runTool("check --fix --in-place a.csv", dir.path()),
+            "a.csv: rewritten: ';' between cells made commas\n= 0\n");
+  EXPECT_EQ(readFile(dir.path() + "/a.csv"), readFile(dir.path() + "/fixed/a.csv"));
+  EXPECT_EQ(runTool("check --fix a.csv", dir.path()), "= 0\n");
+}
+
 }  // namespace
 }  // namespace kw::trx::testing

@@ -448,7 +448,7 @@ TEST_F(CommandTest, CompletionOffersWhatTheHelpNames) {
   const struct {
     const char* words;
     const char* offered;
-  } cases[] = {{"c", "check config"},    {"--", "--help --version"},  {"check --s", "--strict"},
+  } cases[] = {{"c", "check config"},    {"--", "--help --version"},  {"check --st", "--strict"},
                {"check so", "some.csv"}, {"graph --format s", "svg"}, {"graph -o s", "some.csv"}};
   for (const auto& [words, offered] : cases) {
     const std::string bash = "cd " + dir.path() + " && bash try.sh " + words + " >out 2>/dev/null";

@@ -67,6 +67,13 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
   return near.empty() ? std::string() : "; did you mean " + near + "?";
 }
 
+bool isNearly(const std::string& text, const std::string& word) {
+  const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+  const std::string inner = text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+  return std::equal(inner.begin(), inner.end(), word.begin(), word.end(),
+                    [](char a, char b) { return lower(a) == lower(b); });
+}
+
 std::vector<std::string> partsOf(const std::string& text, char separator) {
   std::vector<std::string> parts(1);
   for (const char c : text) {

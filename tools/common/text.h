@@ -24,6 +24,9 @@ std::string nearestOf(const std::string& word, const std::vector<std::string>& k
 /// none is near.
 std::string didYouMean(const std::string& word, const std::vector<std::string>& known);
 
+/// True when `text` is `word` but for letter case and blanks around it.
+bool isNearly(const std::string& text, const std::string& word);
+
 /// The parts of `text` between separators, empty ones too.
 std::vector<std::string> partsOf(const std::string& text, char separator);
 

@@ -3,10 +3,10 @@
 #ifndef KW_TRX_TOOLS_SIMULATION_CASE_WORDS_H_
 #define KW_TRX_TOOLS_SIMULATION_CASE_WORDS_H_
 
+#include "tables/first_words.h"
+
 namespace kw::trx::tools {
 
-constexpr char kCaseTables[] = "TABLES";        // files, beside this one
-constexpr char kCaseBegin[] = "CASE";           // name, table (that of the first file)
 constexpr char kCaseUnit[] = "UNIT";            // units
 constexpr char kCaseHAP[] = "HAP";              // HAP or row, outcomes of its calls in their order
 constexpr char kCaseRows[] = "ROWS";            // rows that run, in their order

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "common/characters.h"
+#include "common/text.h"
 #include "tables/fault_log.h"
 #include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"

@@ -10,6 +10,7 @@
 
 #include "common/paths.h"
 #include "tables/cell_number.h"
+#include "tables/dialect.h"
 #include "tables/fault_log.h"
 #include "tables/row_faults.h"
 #include "traces/record_words.h"
@@ -130,6 +131,20 @@ void findFaults(FaultLog& log) {
   }
 }
 
+/// Says of a file in another dialect nothing but which: its cells are not those that were checked.
+void nameDialect(const std::string& file, FaultLog& log) {
+  const Dialect dialect = dialectOfFile(file);
+  if (dialect.words.empty()) {
+    return;
+  }
+  const unsigned int id = log.findings[0].id;
+  if (id != trx::kDataNotCSV.id) {
+    log.findings.clear();
+    log.has_more = false;
+  }
+  log.add(0, "", dialect.words, id);
+}
+
 }  // namespace
 
 Faults findFaults(const std::string& file) {
@@ -137,6 +152,9 @@ Faults findFaults(const std::string& file) {
   read(file, log);
   if (log.format != nullptr) {
     findFaults(log);
+  }
+  if (!log.findings.empty()) {
+    nameDialect(file, log);
   }
   return {log.findings, log.has_more};
 }

@@ -42,9 +42,6 @@ struct FaultLog {
   }
 };
 
-/// True when `cell` is `word` but for letter case and blanks around it.
-bool isNearly(const std::string& cell, const std::string& word);
-
 /// Checks a header key as the choice of the format does.
 void checkKey(FaultLog& log, const std::string& key);
 

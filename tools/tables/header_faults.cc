@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Faults of FORMAT and VERSION.
-#include <algorithm>
 #include <cstdint>
 
 #include "common/characters.h"
-#include "kw/trx/file_path.h"
+#include "common/text.h"
 #include "tables/cell_number.h"
 #include "tables/fault_log.h"
 #include "zqm_trx/table_words.h"
@@ -58,13 +57,6 @@ void noteKeyValue(FaultLog& log, const std::string& key, unsigned int row) {
 }
 
 }  // namespace
-
-bool isNearly(const std::string& cell, const std::string& word) {
-  const std::size_t begin = std::min(cell.find_first_not_of(" \t"), cell.size());
-  trx::FilePath upper(cell.substr(begin, cell.find_last_not_of(" \t") + 1 - begin));
-  upper.toUpper();
-  return upper.value == word;
-}
 
 void checkKey(FaultLog& log, const std::string& key) {
   const int value = log.format->data.getTblDefKey(key);

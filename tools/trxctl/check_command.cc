@@ -7,6 +7,7 @@
 #include "common/text.h"
 #include "simulation/case_file.h"
 #include "tables/check.h"
+#include "tables/mend.h"
 #include "trxctl/commands.h"
 #include "trxctl/json.h"
 #include "trxctl/text_output.h"
@@ -18,6 +19,8 @@ struct CheckOptions {
   std::vector<std::string> files;
   bool json = false;
   bool strict = false;
+  bool fix = false;
+  bool in_place = false;
 };
 
 void print(const CheckedFile& checked) {
@@ -60,7 +63,27 @@ void writeJson(const CheckedFile& checked, JsonWriter& json) {
   json.endArray().endObject();
 }
 
-int check(const CheckOptions& options) {
+/// Mends the files and puts the mended ones in their places. False when one could not be written.
+bool mend(std::vector<std::string>& files, bool in_place) {
+  bool is_well = true;
+  for (std::string& file : files) {
+    const MendedFile mended = mendFile(file, in_place);
+    if (!mended.problem.empty()) {
+      fail(file + ": not mended: " + mended.problem);
+      is_well = false;
+    } else if (!mended.steps.empty()) {
+      std::cout << file << ": " << (in_place ? "rewritten" : "written to " + mended.file) << ": "
+                << mended.steps << '\n';
+      file = mended.file;
+    }
+  }
+  return is_well;
+}
+
+int check(CheckOptions options) {
+  if (options.fix && !mend(options.files, options.in_place)) {
+    return kExitFailed;
+  }
   std::vector<std::string> tables;
   std::copy_if(options.files.begin(), options.files.end(), std::back_inserter(tables),
                [](const std::string& file) { return !isCaseFile(file); });
@@ -98,12 +121,21 @@ void addCheckCommand(CommandLine& line) {
                "A file without an error is loaded by the engine. With a configuration, that of "
                "--root or of\n"
                "this system, the tables and HAPs that rows name are looked for in it as well.\n"
+               "--fix mends what a spreadsheet or an editor did to a file as a whole: separator, "
+               "encoding, byte\n"
+               "order mark. No cell changes. The mended file is checked.\n"
                "Example: trxctl check init.csv rails.csv\n"
                "Exit status: 0 no errors; 1 warnings, with --strict; 2 errors.");
   command.texts(options->files,
                 {"FILE", "Table files, and case files as test runs them", "", {}, true});
   command.flag(options->json, {"--json", "Print JSON"});
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
+  command.flag(options->fix, {"--fix",
+                              "Write what another dialect holds as the engine reads it, into the "
+                              "folder fixed beside the file"});
+  command.flag(options->in_place, {"--in-place", "With --fix, in the place of the file"});
+  command.needs("--in-place", "--fix");
+  command.excludes("--fix", {"--json"});
   command.run([options] { return check(*options); });
 }
 

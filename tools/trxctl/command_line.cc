@@ -82,6 +82,10 @@ void Command::excludes(const std::string& name, const std::vector<std::string>& 
   }
 }
 
+void Command::needs(const std::string& name, const std::string& other) {
+  app_.get_option(name)->needs(app_.get_option(other));
+}
+
 void Command::run(const std::function<int()>& body) {
   app_.callback([body, &status = status_] {
     try {

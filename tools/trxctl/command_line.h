@@ -51,6 +51,8 @@ class Command {
   void number(std::size_t& value, const OptionText& option, std::size_t least, std::size_t most);
   /// Refuses the option `name` together with any of `others`.
   void excludes(const std::string& name, const std::vector<std::string>& others);
+  /// Refuses the option `name` without `other`.
+  void needs(const std::string& name, const std::string& other);
   /// What the command does: returns its exit status, or throws.
   void run(const std::function<int()>& body);
 
