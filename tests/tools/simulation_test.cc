@@ -73,6 +73,13 @@ TEST(SimulationTest, RunThatNeverEndsIsStopped) {
   const auto differences = tools::differencesOf(file.cases[0], simulator);
   ASSERT_EQ(differences.size(), 1U);
   EXPECT_EQ(differences[0], "END is none: stopped after 100000 rows");
+  const tools::CaseFile never =
+      fileOf(dir,
+             "CASE,one,again\nHAP,TST_A,fail\nROWS,1,2,1,2\nEND,never\nCASE,two,again\n"
+             "HAP,TST_A,ok,again,fail,ok\nEND,never\n");
+  EXPECT_EQ(tools::differencesOf(never.cases[0], simulator), std::vector<std::string>());
+  EXPECT_EQ(tools::differencesOf(never.cases[1], simulator),
+            std::vector<std::string>{"END is ok, expected never"});
   // And the next one is not.
   tools::SimulationRequest request;
   request.table = "again";
@@ -92,7 +99,7 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
       {"CASE,a\nROWS\n",
        "3 B there is nothing behind ROWS|2 A the case expects nothing, not even an END"},
       {"CASE,a\nEND,fine\nWAIT,1\n",
-       "3 B an end is ok, error with the message of the table, or exception with its code"},
+       "3 B an end is ok, error with the message of the table, exception with its code, or never"},
       {"CASE,a\nWAIT,1,2\nEND,ok\n", "3 C '2' is one cell too many"},
       {"CASE,a\nWAIT,0x10\nEND,ok\n", "3 B '0x10' is no decimal number"},
       {"CASE,a\nEND,exception,7000g\nWAIT,0\n", "3 C '7000g' is no hexadecimal code"},
@@ -106,6 +113,7 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
        "3 C 'ok 1' is not ok, fail [CODE [WORD...]] or throw [CODE]"},
       {"CASE,a\nHAP,TST_A,throw 1 2\nEND,ok\n",
        "3 C 'throw 1 2' is not ok, fail [CODE [WORD...]] or throw [CODE]"},
+      {"CASE,a\nHAP,TST_A,fail,again\nEND,ok\n", "3 D there is nothing behind again"},
       {"CASE,a\nUNIT,300\nEND,ok\n",
        "3 B '300' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2"},
       {"TABLES,none.csv\nCASE,a\nEND,ok\n",

@@ -415,7 +415,7 @@ TEST_F(CommandTest, EveryErrorOfTheCatalogueComesWithAdvice) {
 
 TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
   for (const std::string command : {"check", "graph", "modules", "config", "hap", "table",
-                                    "simulate", "test", "trace", "explain"}) {
+                                    "simulate", "test", "explore", "trace", "explain"}) {
     const std::string help = run(command + " --help");
     EXPECT_NE(help.find("Usage: trxctl " + command), std::string::npos) << help;
     EXPECT_NE(help.find("\nExample: trxctl " + command + " "), std::string::npos) << help;
@@ -439,6 +439,33 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
   }
   EXPECT_EQ(run("check ''"), ": error: No such file or directory [0xa000000]\n= 2\n");
   EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
+}
+
+TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
+  const struct {
+    const char* options;
+    const char* status;
+  } cases[] = {{"", "= 0\n"},
+               {"--deny endless --deny message=OTHER", "= 0\n"},
+               {"--deny swallowed --allow swallowed=2", "= 1\n"},
+               {"--deny swallowed --allow swallowed=2 --allow swallowed=rails/3", "= 0\n"},
+               {"--deny message=SELFTEST_FAILED --json", "= 1\n"},
+               {"--most-calls 4", "= 1\n"},
+               {"--most-wait 100 --table selftest", "= 0\n"}};
+  const std::string tables = " " EXAMPLE_TABLES "/selftest.csv " EXAMPLE_TABLES "/rails.csv ";
+  for (const auto& [options, status] : cases) {
+    const std::string printed = run("explore" + tables + options);
+    const std::size_t end = printed.rfind("= ");
+    EXPECT_EQ(printed.substr(end), status) << options;
+    dir.write(std::string(options).empty() ? "all.cases.csv" : "other", printed.substr(0, end));
+  }
+  const std::string tested = run("test all.cases.csv");
+  EXPECT_NE(tested.find("\n7 of 7 cases passed\n= 0\n"), std::string::npos) << tested;
+  EXPECT_EQ(run("explore" + tables + "--table rail"),
+            "! trxctl: there is no table 'rail' in the files; did you mean rails?\n= 2\n");
+  EXPECT_EQ(run("explore" + tables + "--deny swalowed"),
+            "! trxctl: --deny: 'swalowed' is no kind of claim; did you mean swallowed?\n"
+            "! Run with --help for more information.\n= 2\n");
 }
 
 TEST_F(CommandTest, CompletionOffersWhatTheHelpNames) {

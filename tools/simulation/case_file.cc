@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulation/case_file.h"
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <map>
@@ -174,14 +175,25 @@ void CaseReader::readUnits(const Cells& cells) {
 
 void CaseReader::readOutcomes(const Cells& cells) {
   OutcomeRule rule{patternOf(cells, 1), {}};
+  const auto again = static_cast<std::size_t>(
+      std::find(cells.begin(), cells.end(), kOutcomesAgain) - cells.begin());
+  if (again + 1 == cells.size()) {
+    throw Refusal{static_cast<unsigned int>(again),
+                  std::string("there is nothing behind ") + kOutcomesAgain};
+  }
+  rule.first = 0;
   for (unsigned int column = 2; column < cells.size(); ++column) {
+    if (column == again) {
+      rule.period = static_cast<unsigned int>(cells.size() - again - 1);
+      continue;
+    }
     const std::optional<HAPOutcome> outcome = outcomeFrom(cells[column]);
     if (!outcome) {
       throw Refusal{column, "'" + cells[column] + "' is not " + kOutcomeForms};
     }
     // The last one holds for all further calls.
     rule.outcome = *outcome;
-    rule.first = column - 1;
+    ++rule.first;
     current().outcomes.push_back(rule);
   }
 }
@@ -196,13 +208,16 @@ void CaseReader::readRows(const Cells& cells) {
 
 void CaseReader::readEnd(const Cells& cells) {
   ExpectedEnd end;
-  if (cells[1] == kEndError) {
+  if (cells[1] == kEndNever && cells.size() == 2) {
+    end.kind = ExpectedEnd::Kind::kNever;
+  } else if (cells[1] == kEndError) {
     end.kind = ExpectedEnd::Kind::kError;
   } else if (cells[1] == kEndException) {
     end.kind = ExpectedEnd::Kind::kException;
   } else if (cells[1] != kEndOk || cells.size() > 2) {
     throw Refusal{1, "an end is " + std::string(kEndOk) + ", " + kEndError +
-                         " with the message of the table, or " + kEndException + " with its code"};
+                         " with the message of the table, " + kEndException +
+                         " with its code, or " + kEndNever};
   }
   if (cells.size() > 2 && end.kind == ExpectedEnd::Kind::kError) {
     end.message = cells[2];

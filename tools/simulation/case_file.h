@@ -23,7 +23,7 @@ struct ExpectedCall {
 };
 
 struct ExpectedEnd {
-  enum class Kind { kOk, kError, kException };
+  enum class Kind { kOk, kError, kException, kNever };
   Kind kind = Kind::kOk;
   std::optional<std::string> message;  ///< of the table
   std::optional<unsigned int> code;    ///< of the exception
@@ -36,7 +36,8 @@ struct TableCase {
   std::string table;
   std::vector<std::string> units;
   std::vector<OutcomeRule> outcomes;
-  std::optional<std::vector<std::string>> rows;  ///< NUMBER or TABLE/NUMBER, in their order
+  /// NUMBER or TABLE/NUMBER, in their order; the first ones of a run that never ends.
+  std::optional<std::vector<std::string>> rows;
   std::optional<ExpectedEnd> end;
   std::optional<std::string> first_failing;  ///< such a row
   std::vector<ExpectedCall> calls;

@@ -16,7 +16,11 @@ std::string digitsOf(unsigned int number) { return hexText(number).substr(2); }
 
 void compareRows(const TableCase& expected, const SimulatedRun& run, Lines& differences) {
   Lines rows;
+  const bool never_ends = expected.end && expected.end->kind == ExpectedEnd::Kind::kNever;
   for (const RanRow& row : run.rows) {
+    if (never_ends && rows.size() == expected.rows->size()) {
+      break;
+    }
     rows.push_back(rowText(row.table, row.number, expected.table));
   }
   const Lines& wanted = *expected.rows;
@@ -42,6 +46,8 @@ std::string endText(const ExpectedEnd& end) {
       return kEndOk;
     case ExpectedEnd::Kind::kError:
       return kEndError + (end.message ? " " + *end.message : "");
+    case ExpectedEnd::Kind::kNever:
+      return kEndNever;
     case ExpectedEnd::Kind::kException:
       break;
   }
@@ -55,10 +61,12 @@ bool isEndOf(const ExpectedEnd& end, const SimulatedRun& run) {
     case ExpectedEnd::Kind::kError:
       return run.code == trx::kCodeTableFailed &&
              (!end.message || *end.message == run.record.message);
+    case ExpectedEnd::Kind::kNever:
+      return run.is_stopped;
     case ExpectedEnd::Kind::kException:
       break;
   }
-  return !run.failure.empty() && run.code != trx::kCodeTableFailed &&
+  return !run.failure.empty() && !run.is_stopped && run.code != trx::kCodeTableFailed &&
          (!end.code || *end.code == run.code);
 }
 
@@ -100,11 +108,13 @@ std::string endText(const SimulatedRun& run) {
   return kEndException + (" " + run.failure);
 }
 
-std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator) {
+std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
+                                       std::size_t most_rows) {
   OutcomePlan plan(expected.outcomes);
   SimulationRequest request;
   request.table = expected.table;
   request.units = expected.units;
+  request.most_rows = most_rows;
   request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
   const SimulatedRun run = simulator.run(request);
   Lines differences;

@@ -11,9 +11,10 @@
 
 namespace kw::trx::tools {
 
-/// Runs a case on a simulator with its tables. Returns what was not as expected, a line each; empty
-/// when all was.
-std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator);
+/// Runs a case on a simulator with its tables. A run of `most_rows` rows is taken for one that
+/// never ends. Returns what was not as expected, a line each; empty when all was.
+std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
+                                       std::size_t most_rows = SimulationRequest().most_rows);
 
 /// How a run ended, in words.
 std::string endText(const SimulatedRun& run);

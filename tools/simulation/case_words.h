@@ -10,13 +10,17 @@ namespace kw::trx::tools {
 constexpr char kCaseUnit[] = "UNIT";            // units
 constexpr char kCaseHAP[] = "HAP";              // HAP or row, outcomes of its calls in their order
 constexpr char kCaseRows[] = "ROWS";            // rows that run, in their order
-constexpr char kCaseEnd[] = "END";              // ok; error, message; exception, code
+constexpr char kCaseEnd[] = "END";              // ok; error, message; exception, code; never
 constexpr char kCaseFirst[] = "FIRST";          // first failing row
 constexpr char kCaseCalled[] = "CALLED";        // HAP or row, PARA, MODE, times
 constexpr char kCaseNotCalled[] = "NOTCALLED";  // HAPs or rows
 constexpr char kCaseWait[] = "WAIT";            // milliseconds
 
+/// Between outcomes: those behind it repeat for ever.
+constexpr char kOutcomesAgain[] = "again";
+
 constexpr char kEndOk[] = "ok";
+constexpr char kEndNever[] = "never";
 constexpr char kEndError[] = "error";
 constexpr char kFirstNone[] = "none";
 constexpr char kEndException[] = "exception";

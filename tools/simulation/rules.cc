@@ -26,7 +26,7 @@ std::vector<std::string> calledHAPs(const TableFlows& tables) {
 
 bool hasRow(const TableFlow& table, unsigned int number) {
   for (const FlowRow& row : table.rows) {
-    if (hexNumber(row.number) == number) {
+    if (row.number_value == number) {
       return true;
     }
   }
@@ -83,7 +83,7 @@ HAPOutcome OutcomePlan::choose(const HAPCall& call) {
       continue;
     }
     const unsigned int nth = ++calls_[i];
-    if (rule.first <= nth && nth <= rule.last) {
+    if (rule.first <= nth && nth <= rule.last && (nth - rule.first) % rule.period == 0) {
       outcome = rule.outcome;
     }
   }

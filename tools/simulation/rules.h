@@ -27,12 +27,14 @@ struct CallPattern {
 CallPattern patternFrom(const std::string& text, const std::string& table,
                         const TableFlows& tables);
 
-/// The outcome of the calls of `where` from the `first` to the `last`, counted from 1.
+/// The outcome of the calls of `where` from the `first` to the `last`, counted from 1; with a
+/// `period`, of each so manieth of them alone.
 struct OutcomeRule {
   CallPattern where;
   HAPOutcome outcome;
   unsigned int first = 1;
   unsigned int last = std::numeric_limits<unsigned int>::max();
+  unsigned int period = 1;
 };
 
 /// Gives the calls of one run their outcomes. The last rule that matches counts; without one a call

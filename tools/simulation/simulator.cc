@@ -75,8 +75,7 @@ HAPOutcome chooseFor(const trx::TRXInfo& info, const std::string& name) {
   const trx::TblCtlInfo& at = *info.getCurTblCtlInfo();
   const auto place = static_cast<std::size_t>(at.index);
   const FlowRow& row = running->tables.at(at.tableName).rows.at(place);
-  HAPCall call{at.tableName, place, hexNumber(row.number).value_or(0), name, row.mode,
-               row.para,     {}};
+  HAPCall call{at.tableName, place, row.number_value, name, row.mode, row.para, {}};
   if (running->request.choose) {
     call.outcome = running->request.choose(call);
   }
@@ -143,7 +142,8 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
       kw::platform::kTraceAll, [&](const kw::platform::TraceRecord& record) { rows.take(record); });
   runToEnd(info, result);
   engine->setStopFlag(false);
-  result.is_stopped = result.code == trx::kCodeTableStopped;
+  // A run that was to be stopped in a row that waits is refused when it is to go on.
+  result.is_stopped = result.code == trx::kCodeTableStopped || result.code == trx::kCodeStopped;
   result.reason = rows.reason();
   result.record = failureOf(info);
   running = nullptr;

@@ -1,14 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tables/flow.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 
 #include "common/paths.h"
+#include "kw/trx/table.h"
 #include "kw/trx/table_format.h"
 #include "tables/finding.h"
 #include "traces/record_collector.h"
 
 namespace kw::trx::tools {
+namespace {
+
+/// The milliseconds of a WAIT row, whose MODE has digits alone.
+unsigned int waitOf(const FlowRow& row) {
+  if (row.command != trx::kCommandWait) {
+    return 0;
+  }
+  const auto time_ms = std::strtoull(row.mode.c_str(), nullptr, trx::kDecimalBase);
+  return static_cast<unsigned int>(std::min<unsigned long long>(time_ms, trx::kWaitMaxMs));
+}
+
+}  // namespace
 
 bool FlowRow::endsOnError() const {
   return (command == trx::kCommandHAP || command == trx::kCommandCheck) && error.empty();
@@ -69,6 +84,7 @@ bool readFlow(const std::string& file, TableFlow& flow) {
       format_00->getRowOfTblArea(start, end) != 0) {
     return false;
   }
+  const std::unique_ptr<trx::HAPTable> table(format->createHAPTable());
   std::map<std::string, int> places;
   for (unsigned int row = start; row <= end; ++row) {
     const auto cell = [&](const char* column) { return format->getMember(row, column); };
@@ -79,7 +95,10 @@ bool readFlow(const std::string& file, TableFlow& flow) {
     flow.rows.push_back({lines_of_row, cell(trx::kColumnLabel), cell(trx::kColumnNumber),
                          cell(trx::kColumnCommand), cell(trx::kColumnName), cell(trx::kColumnMode),
                          cell(trx::kColumnError), cell(trx::kColumnPara)});
-    places[flow.rows.back().label] = static_cast<int>(row - start);
+    const auto place = static_cast<int>(row - start);
+    flow.rows.back().number_value = table->getEntry(place)->getNumber();
+    flow.rows.back().wait_ms = waitOf(flow.rows.back());
+    places[flow.rows.back().label] = place;
   }
   for (FlowRow& row : flow.rows) {
     const bool mode = row.command == trx::kCommandHAP &&

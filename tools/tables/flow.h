@@ -16,7 +16,9 @@ namespace kw::trx::tools {
 struct FlowRow {
   std::array<unsigned int, trx::kPlacePara> lines;  ///< of its cells up to ERROR
   std::string label, number, command, name, mode, error, para;
-  int jump = -1;  ///< place of the row that an error jumps to; -1: none
+  int jump = -1;                  ///< place of the row that an error jumps to; -1: none
+  unsigned int number_value = 0;  ///< NUMBER as the engine reads it
+  unsigned int wait_ms = 0;       ///< of a WAIT row, as the engine cuts it
 
   /// True when a failure in this row ends the table.
   bool endsOnError() const;

@@ -4,9 +4,9 @@
 int main(int argc, char** argv) {
   using namespace kw::trx::tools;
   CommandLine line;
-  for (const auto add :
-       {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addHAPCommand,
-        addTableCommand, addSimulateCommand, addTestCommand, addTraceCommand, addExplainCommand}) {
+  for (const auto add : {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand,
+                         addHAPCommand, addTableCommand, addSimulateCommand, addTestCommand,
+                         addExploreCommand, addTraceCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);

@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: Apache-2.0
+// What is said of all runs of small random tables is what all their runs show, one by one.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <random>
+#include <set>
+
+#include "exploration/witness.h"
+#include "kw/trx/testing/temp_dir.h"
+#include "simulation/case_writer.h"
+
+namespace kw::trx::testing {
+namespace {
+
+using tools::Claim;
+
+constexpr unsigned int kNestLimit = 1;
+constexpr std::size_t kMostRows = 300;
+constexpr std::size_t kMostRuns = 400;
+constexpr std::size_t kStates = 1000000;
+
+/// Shortest runs in rows, by what they show: a kind and a subject.
+using Shown = std::map<std::pair<Claim::Kind, std::string>, std::size_t>;
+
+/// All runs of a table.
+struct AllRuns {
+  Shown shown;
+  std::set<std::string> rows;
+  std::optional<std::size_t> least_calls, most_calls;
+  std::optional<std::uint64_t> least_wait, most_wait;
+  bool all_end = true;
+};
+
+template <typename Number>
+void widen(std::optional<Number>& bound, Number value, bool most) {
+  bound = !bound ? value : most ? std::max(*bound, value) : std::min(*bound, value);
+}
+
+/// The failures of a run that ended well, by what became of them.
+void noteFailures(AllRuns& all, const tools::Simulator& simulator, const std::string& entry,
+                  const tools::SimulatedRun& run) {
+  std::size_t last_check = 0;
+  std::vector<std::size_t> calls;  // the steps that call a HAP
+  for (std::size_t step = 0; step < run.rows.size(); ++step) {
+    for (const tools::FlowRow& row : simulator.tables().at(run.rows[step].table).rows) {
+      if (row.number_value == run.rows[step].number) {
+        last_check = row.command == "CHECK" ? step : last_check;
+        if (row.command == "HAP") calls.push_back(step);
+      }
+    }
+  }
+  for (std::size_t i = 0; i < run.calls.size(); ++i) {
+    const tools::HAPCall& call = run.calls[i];
+    if (call.outcome.kind == tools::HAPOutcome::Kind::kSuccess) continue;
+    const std::string& error = simulator.tables().at(call.table).rows[call.place].error;
+    const bool unseen = error == "NOP" || (error == "STACK" && calls[i] > last_check);
+    std::size_t& best = all.shown
+                            .insert({{unseen ? Claim::Kind::kSwallowed : Claim::Kind::kRecovered,
+                                      tools::rowText(call.table, call.number, entry)},
+                                     run.rows.size()})
+                            .first->second;
+    best = std::min(best, run.rows.size());
+  }
+}
+
+void note(AllRuns& all, const tools::Simulator& simulator, const std::string& entry,
+          const tools::SimulatedRun& run) {
+  for (const tools::RanRow& row : run.rows) {
+    all.rows.insert(tools::rowText(row.table, row.number, entry));
+  }
+  if (run.is_stopped) {
+    all.all_end = false;
+    return;
+  }
+  widen(all.most_calls, run.calls.size(), true);
+  widen(all.most_wait, run.wait_ms, true);
+  if (run.failure.empty()) {
+    widen(all.least_calls, run.calls.size(), false);
+    widen(all.least_wait, run.wait_ms, false);
+    noteFailures(all, simulator, entry, run);
+  } else if (!run.record.message.empty()) {
+    std::size_t& best =
+        all.shown.insert({{Claim::Kind::kMessage, run.record.message}, run.rows.size()})
+            .first->second;
+    best = std::min(best, run.rows.size());
+  }
+}
+
+/// Runs a table with every sequence of outcomes. None: there are too many.
+std::optional<AllRuns> runAll(const tools::Simulator& simulator, const std::string& entry) {
+  AllRuns all;
+  std::vector<bool> fails;
+  for (std::size_t runs = 0; runs < kMostRuns; ++runs) {
+    std::size_t made = 0;
+    tools::SimulationRequest request;
+    request.table = entry;
+    request.most_rows = kMostRows;
+    request.choose = [&](const tools::HAPCall&) {
+      if (made == fails.size()) fails.push_back(false);
+      tools::HAPOutcome outcome;
+      if (fails[made++]) outcome.kind = tools::HAPOutcome::Kind::kFailure;
+      return outcome;
+    };
+    note(all, simulator, entry, simulator.run(request));
+    if (!all.all_end) return all;
+    fails.resize(made);
+    while (!fails.empty() && fails.back()) fails.pop_back();
+    if (fails.empty()) return all;
+    fails.back() = true;
+  }
+  return std::nullopt;
+}
+
+class RandomTables {
+ public:
+  explicit RandomTables(unsigned int seed) : random_(seed) {}
+
+  std::string table(bool calls_all) {
+    const unsigned int count = 2 + pick(5);
+    std::string text = "FORMAT,0\nVERSION,1\nr0,1,START\n";
+    for (unsigned int i = 1; i <= count; ++i) {
+      const std::string label = "r" + std::to_string(pick(2) == 0 ? pick(count + 2) : i + 1);
+      const std::string head = "r" + std::to_string(i) + "," + std::to_string(i + 1) + ",";
+      const char* const modes[] = {"", "NOP", "STACK", label.c_str()};
+      switch (pick(8)) {
+        case 0:
+          text += head + "CHECK,,," + (pick(2) == 0 ? "" : label) + "\n";
+          break;
+        case 1:
+          text += head + "WAIT,," + std::to_string(pick(3)) + "\n";
+          break;
+        case 2:
+        case 3:
+          text += head + "TABLE," + callee(calls_all) + "\n";
+          break;
+        case 4:
+          text += head + "END," + (pick(2) == 0 ? "" : "M" + std::to_string(pick(3))) + "\n";
+          break;
+        default:
+          text += head + "HAP,TST_" + std::string(1, static_cast<char>('A' + pick(2))) + ",," +
+                  modes[pick(4)] + "\n";
+      }
+    }
+    return text + "r" + std::to_string(count + 1) + "," + std::to_string(count + 2) + ",END\n";
+  }
+
+ private:
+  unsigned int pick(unsigned int below) {
+    return std::uniform_int_distribution<unsigned int>(0, below - 1)(random_);
+  }
+
+  std::string callee(bool calls_all) {
+    const unsigned int which = pick(calls_all ? 9 : 5);
+    return which == 0 ? "none" : which == 1 ? "" : which < 4 ? "b" : which == 4 ? "c" : "a";
+  }
+
+  std::mt19937 random_;
+};
+
+void compare(const tools::Exploration& exploration, const tools::Simulator& simulator,
+             const tools::Program& program, const AllRuns& all) {
+  const std::string entry = "a";
+  Shown claimed;
+  bool is_endless = false;
+  for (const Claim& claim : exploration.claims) {
+    is_endless = is_endless || claim.kind == Claim::Kind::kEndless;
+    if (claim.kind == Claim::Kind::kMessage || claim.kind == Claim::Kind::kSwallowed ||
+        claim.kind == Claim::Kind::kRecovered) {
+      std::size_t& best =
+          claimed.insert({{claim.kind, claim.subject}, claim.witness->rows.size()}).first->second;
+      best = std::min(best, claim.witness->rows.size());
+    }
+    if (claim.witness) {
+      const tools::TableCase witness = tools::witnessCase(program, exploration.table, claim);
+      EXPECT_EQ(tools::differencesOfWitness(witness, claim, simulator), std::vector<std::string>())
+          << claim.words << '\n'
+          << tools::caseRows(witness, entry);
+    }
+  }
+  EXPECT_EQ(is_endless, !all.all_end);
+  for (const Claim& claim : tools::unreachedRows(program, {exploration})) {
+    EXPECT_EQ(all.rows.count(claim.subject), 0U) << claim.words;
+  }
+  if (!all.all_end) return;
+  std::size_t reached = 0;
+  for (const std::vector<bool>& rows : exploration.reached) {
+    reached += static_cast<std::size_t>(std::count(rows.begin(), rows.end(), true));
+  }
+  EXPECT_EQ(reached, all.rows.size());
+  EXPECT_EQ(claimed, all.shown);
+  EXPECT_EQ(exploration.calls.least, all.least_calls);
+  EXPECT_EQ(exploration.calls.most, all.most_calls);
+  EXPECT_EQ(exploration.wait_ms.least, all.least_wait);
+  EXPECT_EQ(exploration.wait_ms.most, all.most_wait);
+}
+
+TEST(ExplorationTest, SaysOfRandomTablesWhatAllTheirRunsShow) {
+  const TempDir dir;
+  std::size_t compared = 0;
+  std::size_t endless = 0;
+  for (unsigned int seed = 0; seed < 250; ++seed) {
+    RandomTables random(seed);
+    std::string text;
+    std::vector<std::string> files;
+    for (const char* name : {"a.csv", "b.csv", "c.csv"}) {
+      const std::string table = random.table(seed % 2 != 0);
+      files.push_back(dir.write(name, table));
+      text += std::string(name) + "\n" + table;
+    }
+    const tools::Simulator simulator(files, kNestLimit);
+    const tools::Program program = tools::programOf(simulator.tables());
+    const std::optional<AllRuns> all = runAll(simulator, "a");
+    if (!all) continue;
+    ++compared;
+    endless += all->all_end ? 0 : 1;
+    compare(tools::explore(program, program.find("a"), kNestLimit, kStates), simulator, program,
+            *all);
+    ASSERT_FALSE(HasFailure()) << "seed " << seed << '\n' << text;
+  }
+  EXPECT_GT(compared, 200U);
+  EXPECT_GT(endless, 10U);
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  const std::size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+TEST(ExplorationTest, FaultsInTablesOfTheDemoRigAreFound) {
+  struct Fault {
+    const char* from;
+    const char* to;
+    const char* claim;
+  };
+  const Fault faults[] = {
+      {",6,CHECK,,,switch-off,,,\n", "",
+       "swallowed: row 5 fails unseen: no CHECK row comes behind it"},
+      {",4,WAIT", "switch-off,4,WAIT", "endless: rows 4 5 6 can run for ever"},
+      {",5,HAP,ADC_Expect,,STACK", "again,5,HAP,ADC_Expect,,again",
+       "endless: row 5 can run for ever"},
+      {",7,END", "switch-off,7,END", "recovered: row 5 fails and the run ends well"},
+      {",7,END", "switch-off,7,END", "unreached: no run gets to row 8"},
+      {",7,END,,,,,,\n", "", "fails: every HAP succeeds and the run ends with error at row 9"},
+      {",7,END,", ",7,END,DONE", "fails: every HAP succeeds and the run ends with error at row 7"},
+      {",7,END,", ",7,END,DONE", "never-well: no run ends well"},
+      {",3,TABLE,rails", ",3,TABLE,rail", "missing: row 3 calls table rail which is not there"},
+      {",3,TABLE,rails", ",3,TABLE,selftest",
+       "nest-limit: row 3 calls table selftest once more than the nest limit allows"},
+  };
+  const TempDir dir;
+  const std::string good = readFile(std::string(EXAMPLE_TABLES) + "/selftest.csv");
+  dir.write("rails.csv", readFile(std::string(EXAMPLE_TABLES) + "/rails.csv"));
+  for (const Fault& fault : faults) {
+    std::string bad = replaced(good, fault.from, fault.to);
+    // The label that a fault gives to another row goes from its own.
+    bad = std::string(fault.to).find("switch-off") == 0 ? replaced(bad, "switch-off,8", ",8") : bad;
+    const tools::Simulator simulator({dir.write("selftest.csv", bad), dir.path() + "/rails.csv"},
+                                     kNestLimit);
+    const tools::Program program = tools::programOf(simulator.tables());
+    const tools::Exploration found =
+        tools::explore(program, program.find("selftest"), kNestLimit, kStates);
+    std::string words;
+    bool is_endless = false;
+    for (const auto& claims : {found.claims, tools::unreachedRows(program, {found})}) {
+      for (const Claim& claim : claims) {
+        words += std::string(tools::nameOf(claim.kind)) + ": " + claim.words + "\n";
+        is_endless = is_endless || claim.kind == Claim::Kind::kEndless;
+      }
+    }
+    EXPECT_NE(words.find(std::string(fault.claim) + "\n"), std::string::npos)
+        << fault.claim << " is not among\n"
+        << words;
+    // A run that goes round without a way out has no length; waiting does not grow in row 5.
+    EXPECT_EQ(found.calls.is_unbounded, is_endless && std::string(fault.to).find("again") == 0);
+    EXPECT_FALSE(found.wait_ms.is_unbounded);
+    // With room for a few states alone no called table is looked at.
+    EXPECT_EQ(tools::explore(program, program.find("selftest"), kNestLimit, 2).is_complete,
+              words.find("missing") != std::string::npos);
+  }
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

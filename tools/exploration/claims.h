@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// What can be said of all runs of a table.
+#ifndef KW_TRX_TOOLS_EXPLORATION_CLAIMS_H_
+#define KW_TRX_TOOLS_EXPLORATION_CLAIMS_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "exploration/run_path.h"
+
+namespace kw::trx::tools {
+
+struct Claim {
+  enum class Kind {
+    kEndless,    ///< a run can go on for ever
+    kUnreached,  ///< no run gets to a row
+    kSwallowed,  ///< a failure is ignored, or kept for a CHECK row that does not come
+    kRecovered,  ///< a run ends well after a failure that the table looked at
+    kMessage,    ///< a run ends with error and this message
+    kNestLimit,  ///< a call is refused, as its table runs too often already
+    kMissing,    ///< a call gets to a table that is not there
+    kFails,      ///< a run in which every HAP succeeds ends with error
+    kNeverWell,  ///< no run ends well
+    kCalls,      ///< least or most HAP calls
+    kWait,       ///< least or most waiting time
+  };
+
+  Kind kind;
+  std::string subject;  ///< the row as TABLE/NUMBER, the message, or which bound
+  std::string words;
+  std::optional<RunPath> witness;  ///< the shortest run that shows it; none: it speaks of all runs
+};
+
+/// The subjects of claims of bounds.
+constexpr char kLeast[] = "least";
+constexpr char kMost[] = "most";
+
+/// The word for a kind, as options take it.
+const char* nameOf(Claim::Kind kind);
+std::optional<Claim::Kind> claimKindFrom(const std::string& name);
+std::vector<std::string> claimKinds();
+
+/// What runs take of something.
+struct Bounds {
+  std::optional<std::uint64_t> least;  ///< of those that end well; none: none does
+  std::optional<std::uint64_t> most;   ///< of those that end; none: none does, or there is no bound
+  bool is_unbounded = false;
+};
+
+/// What was found out of one table.
+struct Exploration {
+  int table;
+  std::size_t states = 0;
+  bool is_complete = true;  ///< false: what holds for all runs holds for those looked at alone
+  Bounds calls, wait_ms;
+  std::vector<Claim> claims;
+  std::vector<std::vector<bool>> reached;  ///< rows, by table
+};
+
+/// Explores all runs of the table at `entry`. `most_states`: where it gives up looking at more.
+Exploration explore(const Program& program, int entry, unsigned int nest_limit,
+                    std::size_t most_states);
+
+/// A claim for each row that no run of any of them gets to, of tables that one gets to.
+std::vector<Claim> unreachedRows(const Program& program,
+                                 const std::vector<Exploration>& explorations);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_EXPLORATION_CLAIMS_H_

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the length of a run is counted in.
+#ifndef KW_TRX_TOOLS_EXPLORATION_MEASURE_H_
+#define KW_TRX_TOOLS_EXPLORATION_MEASURE_H_
+
+#include <cstdint>
+
+#include "exploration/program.h"
+
+namespace kw::trx::tools {
+
+enum class Measure { kRows, kHAPCalls, kWaitMs };
+
+constexpr std::uint64_t lengthOf(const ProgramRow& row, Measure measure) {
+  switch (measure) {
+    case Measure::kRows:
+      return 1;
+    case Measure::kHAPCalls:
+      return row.kind == ProgramRow::Kind::kHAP && row.can_succeed ? 1 : 0;
+    case Measure::kWaitMs:
+      break;
+  }
+  return row.wait_ms;
+}
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_EXPLORATION_MEASURE_H_

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "exploration/row_claims.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+#include <utility>
+
+#include "exploration/cycles.h"
+#include "simulation/case_file.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kRowsNamed = 8;
+
+/// A place in a run, and how long the shortest run is that shows something there.
+struct Best {
+  std::uint64_t length = kNoLength;
+  int activation = kAbsent;
+  std::size_t state = 0;
+  const Step* step = nullptr;
+
+  void take(const Best& other) {
+    if (other.length < length) {
+      *this = other;
+    }
+  }
+};
+
+/// What the runs show of one row.
+struct RowEvents {
+  Best quiet;   ///< it fails, no CHECK row comes behind it, and the run ends well
+  Best well;    ///< it fails, and the run ends well
+  Best ending;  ///< the request ends with error in it, other than by a failure of its HAP
+};
+
+class RowClaims {
+ public:
+  RowClaims(const RunGraph& graph, const ShortestRuns& shortest)
+      : graph_(graph), shortest_(shortest), entry_(graph.at(RunGraph::kRoot).table) {}
+
+  std::vector<Claim> run() {
+    for (const int activation : graph_.calleesFirst()) {
+      const Activation& at = graph_.at(activation);
+      for (std::size_t state = 0; state < at.steps.size(); ++state) {
+        for (const Step& step : at.steps[state]) {
+          takeStep(activation, state, step);
+        }
+      }
+    }
+    for (const auto& [place, events] : events_) {
+      const ProgramRow& row =
+          graph_.program().tables[static_cast<std::size_t>(place.first)].rows[place.second];
+      claimFailures(place, row, events);
+      claimEnding(place, row, events.ending);
+    }
+    return claims_;
+  }
+
+ private:
+  using Place = std::pair<int, std::size_t>;  // table and row
+
+  void takeStep(int activation, std::size_t state, const Step& step) {
+    const Activation& at = graph_.at(activation);
+    const ProgramRow& row = graph_.rowOf(at, state);
+    RowEvents& events = events_[{at.table, Activation::rowOf(state)}];
+    if (step.choice == Step::Choice::kFailure) {
+      events.quiet.take(
+          {shortest_.throughStep(activation, state, step, true), activation, state, &step});
+      events.well.take(
+          {shortest_.throughStep(activation, state, step, false), activation, state, &step});
+    } else if (step.to == kToFailure && step.callee == kAbsent &&
+               row.kind != ProgramRow::Kind::kCheck) {
+      events.ending.take({shortest_.upTo(activation, state), activation, state, &step});
+    }
+  }
+
+  void claimFailures(const Place& place, const ProgramRow& row, const RowEvents& events) {
+    using OnFailure = ProgramRow::OnFailure;
+    const std::string name = nameOf(place);
+    const bool is_kept = row.on_failure == OnFailure::kMark;
+    const Best& unseen = is_kept ? events.quiet : events.well;
+    const bool is_ignored = row.on_failure == OnFailure::kGoOn;
+    if ((is_kept || is_ignored) && unseen.length < kNoLength) {
+      add(Claim::Kind::kSwallowed, name,
+          "row " + name +
+              " fails unseen: " + (is_kept ? "no CHECK row comes behind it" : "NOP ignores it"),
+          shortest_.pathThroughStep(unseen.activation, unseen.state, *unseen.step, is_kept));
+    } else if (events.well.length < kNoLength) {
+      add(Claim::Kind::kRecovered, name, "row " + name + " fails and the run ends well",
+          shortest_.pathThroughStep(events.well.activation, events.well.state, *events.well.step,
+                                    false));
+    }
+  }
+
+  void claimEnding(const Place& place, const ProgramRow& row, const Best& best) {
+    if (best.length >= kNoLength) {
+      return;
+    }
+    const std::string name = nameOf(place);
+    const std::string& text = graph_.program()
+                                  .tables[static_cast<std::size_t>(place.first)]
+                                  .flow->rows[place.second]
+                                  .name;
+    RunPath path = shortest_.pathUpTo(best.activation, best.state);
+    shortest_.writer().writeRow(path, best.activation, best.state, Step::Choice::kNone);
+    if (row.kind == ProgramRow::Kind::kFail) {
+      add(Claim::Kind::kMessage, text, "the run ends with error " + text + " at row " + name, path);
+    } else if (row.callee == kAbsent) {
+      add(Claim::Kind::kMissing, text,
+          "row " + name + " calls table " + text + " which is not there", path);
+    } else {
+      add(Claim::Kind::kNestLimit, text,
+          "row " + name + " calls table " + text + " once more than the nest limit allows", path);
+    }
+  }
+
+  void add(Claim::Kind kind, const std::string& subject, const std::string& words,
+           const RunPath& witness) {
+    claims_.push_back({kind, subject, words, witness});
+  }
+
+  std::string nameOf(const Place& place) const {
+    return rowNameOf(graph_.program(), place.first, place.second, entry_);
+  }
+
+  const RunGraph& graph_;
+  const ShortestRuns& shortest_;
+  const int entry_;
+  std::map<Place, RowEvents> events_;
+  std::vector<Claim> claims_;
+};
+
+/// A run up to a state and round from there.
+RunPath endlessPath(const RunGraph& graph, const ShortestRuns& shortest, const Best& best) {
+  RunPath path = shortest.pathUpTo(best.activation, best.state);
+  path.repeats_from = path.rows.size();
+  const Activation& at = graph.at(best.activation);
+  for (const auto& [state, nth] : cycleThrough(at, best.state)) {
+    const Step& step = at.steps[state][nth];
+    shortest.writer().writeStep(path, best.activation, state, step, returnWith(step.mark));
+  }
+  return path;
+}
+
+/// The rows of the table itself that the cycle of a path goes through, in their order.
+std::string rowsOfCycle(const RunGraph& graph, const RunPath& path, int table) {
+  std::string names;
+  std::size_t count = 0;
+  for (std::size_t i = path.repeats_from; i < path.rows.size(); ++i) {
+    if (path.rows[i].table == table && ++count <= kRowsNamed) {
+      names += " " +
+               rowNameOf(graph.program(), table, path.rows[i].row, graph.at(RunGraph::kRoot).table);
+    }
+  }
+  return (count == 1 ? "row" : "rows") + names +
+         (count > kRowsNamed ? " and " + std::to_string(count - kRowsNamed) + " more" : "");
+}
+
+}  // namespace
+
+std::string rowNameOf(const Program& program, int table, std::size_t row, int entry) {
+  const TableFlow& flow = *program.tables[static_cast<std::size_t>(table)].flow;
+  const TableFlow& first = *program.tables[static_cast<std::size_t>(entry)].flow;
+  return rowText(flow.name, flow.rows[row].number_value, first.name);
+}
+
+std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest) {
+  return RowClaims(graph, shortest).run();
+}
+
+std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest) {
+  std::map<std::pair<int, std::size_t>, Best> cycles;  // by table and first row
+  for (const int activation : graph.calleesFirst()) {
+    const Activation& at = graph.at(activation);
+    for (const std::vector<std::size_t>& component : componentsOf(at)) {
+      if (!isCycle(at, component)) {
+        continue;
+      }
+      const std::size_t first = *std::min_element(component.begin(), component.end());
+      Best& best = cycles[{at.table, Activation::rowOf(first)}];
+      for (const std::size_t state : component) {
+        best.take({shortest.upTo(activation, state), activation, state});
+      }
+    }
+  }
+  std::vector<Claim> claims;
+  for (const auto& [place, best] : cycles) {
+    const RunPath path = endlessPath(graph, shortest, best);
+    claims.push_back(
+        {Claim::Kind::kEndless,
+         rowNameOf(graph.program(), place.first, place.second, graph.at(RunGraph::kRoot).table),
+         rowsOfCycle(graph, path, place.first) + " can run for ever", path});
+  }
+  return claims;
+}
+
+}  // namespace kw::trx::tools

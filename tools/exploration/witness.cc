@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "exploration/witness.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "exploration/row_claims.h"
+#include "simulation/case_run.h"
+#include "simulation/case_words.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// So often an endless run must go round before it is believed.
+constexpr std::size_t kRounds = 3;
+
+/// What the calls of one row do, in their order, and what they repeat for ever.
+struct RowOutcomes {
+  std::vector<bool> fails, again;
+};
+
+HAPOutcome outcomeOf(bool fails) {
+  HAPOutcome outcome;
+  outcome.kind = fails ? HAPOutcome::Kind::kFailure : HAPOutcome::Kind::kSuccess;
+  return outcome;
+}
+
+bool isAllOf(const std::vector<bool>& outcomes, bool fails) {
+  return std::count(outcomes.begin(), outcomes.end(), fails) ==
+         static_cast<std::ptrdiff_t>(outcomes.size());
+}
+
+/// Drops what the last outcome says all the same, as it holds for all further calls.
+void shorten(RowOutcomes& outcomes) {
+  std::vector<bool>& fails = outcomes.fails;
+  if (!outcomes.again.empty() && isAllOf(outcomes.again, outcomes.again[0])) {
+    fails.push_back(outcomes.again[0]);
+    outcomes.again.clear();
+  }
+  while (outcomes.again.empty() && fails.size() > 1 && fails[fails.size() - 2] == fails.back()) {
+    fails.pop_back();
+  }
+}
+
+class WitnessWriter {
+ public:
+  WitnessWriter(const Program& program, int entry, const Claim& claim)
+      : program_(program), entry_(entry), path_(*claim.witness) {
+    case_.table = flowOf(entry).name;
+    case_.name = case_.table + ": " + claim.words;
+    case_.first_failing = kFirstNone;
+  }
+
+  TableCase write() {
+    case_.rows.emplace();
+    for (std::size_t i = 0; i < path_.rows.size(); ++i) {
+      take(path_.rows[i], path_.isEndless() && i >= path_.repeats_from);
+    }
+    for (auto& [place, outcomes] : outcomes_) {
+      shorten(outcomes);
+      addRules(place, outcomes);
+    }
+    case_.end = endOf(path_.rows.back());
+    if (path_.isEndless()) {
+      case_.end->kind = ExpectedEnd::Kind::kNever;
+      case_.end->message.reset();
+    } else {
+      case_.wait_ms = wait_ms_;
+    }
+    return case_;
+  }
+
+ private:
+  using Place = std::pair<int, std::size_t>;  // table and row
+
+  const TableFlow& flowOf(int table) const {
+    return *program_.tables[static_cast<std::size_t>(table)].flow;
+  }
+  const ProgramRow& rowOf(const PathRow& at) const {
+    return program_.tables[static_cast<std::size_t>(at.table)].rows[at.row];
+  }
+
+  void take(const PathRow& at, bool repeats) {
+    const std::string name = rowNameOf(program_, at.table, at.row, entry_);
+    const ProgramRow& row = rowOf(at);
+    case_.rows->push_back(name);
+    wait_ms_ += row.wait_ms;
+    const bool fails = at.choice == Step::Choice::kFailure;
+    if (fails && row.on_failure != ProgramRow::OnFailure::kGoOn &&
+        case_.first_failing == kFirstNone) {
+      case_.first_failing = name;
+    }
+    if (at.choice != Step::Choice::kNone && row.can_succeed) {
+      RowOutcomes& outcomes = outcomes_[{at.table, at.row}];
+      (repeats ? outcomes.again : outcomes.fails).push_back(fails);
+    }
+  }
+
+  void addRules(const Place& place, const RowOutcomes& outcomes) {
+    if (isAllOf(outcomes.fails, false) && isAllOf(outcomes.again, false)) {
+      return;  // as every HAP that no rule names
+    }
+    const TableFlow& flow = flowOf(place.first);
+    OutcomeRule rule;
+    rule.where = {"", flow.name, flow.rows[place.second].number_value};
+    rule.first = 0;
+    for (const bool fails : outcomes.fails) {
+      ++rule.first;
+      rule.outcome = outcomeOf(fails);
+      case_.outcomes.push_back(rule);
+    }
+    rule.period = static_cast<unsigned int>(std::max<std::size_t>(1, outcomes.again.size()));
+    for (const bool fails : outcomes.again) {
+      ++rule.first;
+      rule.outcome = outcomeOf(fails);
+      case_.outcomes.push_back(rule);
+    }
+  }
+
+  ExpectedEnd endOf(const PathRow& last) const {
+    const ProgramRow& row = rowOf(last);
+    ExpectedEnd end;
+    end.kind =
+        row.kind == ProgramRow::Kind::kEnd ? ExpectedEnd::Kind::kOk : ExpectedEnd::Kind::kError;
+    if (row.kind == ProgramRow::Kind::kFail) {
+      end.message = flowOf(last.table).rows[last.row].name;
+    }
+    return end;
+  }
+
+  const Program& program_;
+  const int entry_;
+  const RunPath& path_;
+  TableCase case_{};
+  std::map<Place, RowOutcomes> outcomes_;
+  std::uint64_t wait_ms_ = 0;
+};
+
+}  // namespace
+
+TableCase witnessCase(const Program& program, int entry, const Claim& claim) {
+  return WitnessWriter(program, entry, claim).write();
+}
+
+std::vector<std::string> differencesOfWitness(const TableCase& witness, const Claim& claim,
+                                              const Simulator& simulator) {
+  const RunPath& path = *claim.witness;
+  if (!path.isEndless()) {
+    return differencesOf(witness, simulator, path.rows.size() + 1);
+  }
+  // The rows of some rounds, all of which are looked at.
+  TableCase rounds = witness;
+  const std::size_t round = path.rows.size() - path.repeats_from;
+  for (std::size_t i = 0; i < (kRounds - 1) * round; ++i) {
+    rounds.rows->push_back((*rounds.rows)[path.repeats_from + i]);
+  }
+  return differencesOf(rounds, simulator, rounds.rows->size());
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs that show a claim, as cases, and whether the engine runs them that way.
+#ifndef KW_TRX_TOOLS_EXPLORATION_WITNESS_H_
+#define KW_TRX_TOOLS_EXPLORATION_WITNESS_H_
+
+#include <string>
+#include <vector>
+
+#include "exploration/claims.h"
+#include "simulation/case_file.h"
+#include "simulation/simulator.h"
+
+namespace kw::trx::tools {
+
+/// The run of `claim`, which must have one, as a case of the table `entry` that expects all of it.
+TableCase witnessCase(const Program& program, int entry, const Claim& claim);
+
+/// Lets the engine run a witness. Returns what it did otherwise; empty when nothing.
+std::vector<std::string> differencesOfWitness(const TableCase& witness, const Claim& claim,
+                                              const Simulator& simulator);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_EXPLORATION_WITNESS_H_

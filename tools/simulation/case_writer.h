@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// Cases as rows of a case file.
+#ifndef KW_TRX_TOOLS_SIMULATION_CASE_WRITER_H_
+#define KW_TRX_TOOLS_SIMULATION_CASE_WRITER_H_
+
+#include <string>
+#include <vector>
+
+#include "simulation/case_file.h"
+
+namespace kw::trx::tools {
+
+/// The row that names the tables of a case file.
+std::string tablesRow(const std::vector<std::string>& files);
+
+/// The rows of a case, each with its line end. `first_table`: that which cases run that name none.
+/// Of its outcomes, those that one rule after the other gives the same calls stand in one row.
+std::string caseRows(const TableCase& one, const std::string& first_table);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_SIMULATION_CASE_WRITER_H_
