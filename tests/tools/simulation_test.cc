@@ -2,8 +2,12 @@
 // Simulated runs are the engine's own, and cases see every way in which one differs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "kw/trx/testing/temp_dir.h"
 #include "simulation/case_run.h"
+#include "tables/check.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -131,6 +135,54 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
     if (at != std::string::npos) text.replace(at, dir.path().size(), "DIR");
     EXPECT_EQ(text, one.words) << one.rows;
   }
+}
+
+/// A table of `count` rows, each with a label, that jump about.
+std::string tangled(std::mt19937& random, unsigned int count) {
+  const std::string errors[] = {"", "NOP", "STACK"};
+  std::string text = "FORMAT,0\nVERSION,1\n,0,START\n";
+  for (unsigned int row = 1; row <= count; ++row) {
+    const bool is_check = random() % 3 == 0;
+    const std::string label = "l" + std::to_string(random() % count + 1);
+    text += "l" + std::to_string(row) + "," + std::to_string(row) +
+            (is_check ? ",CHECK,,," : ",HAP,TST_A,,") +
+            (random() % 2 == 0 ? label : errors[is_check ? 0 : random() % 3]) + "\n";
+  }
+  return text + ",f,END\n";
+}
+
+TEST(SimulationTest, RowsAreWarnedOfExactlyWhenAConstantOutcomeRunsThemForEver) {
+  constexpr unsigned int rows = 5;
+  std::mt19937 random(20240607);
+  const TempDir dir;
+  std::map<bool, int> met;
+  for (int i = 0; i < 150; ++i) {
+    const std::string text = tangled(random, rows);
+    const std::string file = dir.write("tangled.csv", text);
+    const tools::Simulator simulator({file});
+    bool is_endless = false;
+    for (unsigned int failing = 0; failing < 1U << rows && !is_endless; ++failing) {
+      tools::SimulationRequest request;
+      request.table = "tangled";
+      request.most_rows = 100;
+      request.choose = [failing](const tools::HAPCall& call) {
+        tools::HAPOutcome outcome;
+        const bool fails = (failing >> (call.number - 1) & 1) != 0;
+        outcome.kind = fails ? tools::HAPOutcome::Kind::kFailure : outcome.kind;
+        return outcome;
+      };
+      is_endless = simulator.run(request).is_stopped;
+    }
+    const auto findings = tools::checkFile(file, {}).findings;
+    const bool is_warned =
+        std::any_of(findings.begin(), findings.end(), [](const tools::Finding& finding) {
+          return finding.words.find(" for ever") != std::string::npos;
+        });
+    EXPECT_EQ(is_warned, is_endless) << text;
+    ++met[is_endless];
+  }
+  EXPECT_GT(met[true], 30);
+  EXPECT_GT(met[false], 30);
 }
 
 }  // namespace

@@ -241,6 +241,43 @@ TEST(TablesTest, AnErrorIsReportedForExactlyTheFilesThatTheEngineRefuses) {
   EXPECT_GT(met[false], 50) << "files that are refused came up";
 }
 
+TEST(TablesTest, EachCycleOfRowsThatMayRunForEverIsToldWithItsRows) {
+  // Each row: rows 2 and further of a table, and what is said of those that run for ever.
+  const struct {
+    const char* rows;
+    const char* says;
+  } cases[] = {
+      {"self,2,HAP,P_A,,self", "row 2 runs for ever when it fails each time|"},
+      {"a,2,WAIT\n,3,HAP,P_A,,NOP\n,4,TABLE,well\n,5,HAP,P_B,,a",
+       "rows 2 to 5 run for ever when row 5 alone fails each time|"},
+      {"a,2,HAP,P_A,,b\n,3,HAP,P_B\nb,4,HAP,P_C,,a",
+       "rows 2 to 4 run for ever when row 4 alone fails each time|"
+       "rows 2 and 4 run for ever when rows 2 and 4 alone fail each time|"},
+      {",2,HAP,P_A,,STACK\na,3,WAIT\n,4,CHECK,,,a",
+       "rows 3 and 4 run for ever once a failure is kept for CHECK|"},
+      {"a,2,CHECK,,,b\n,3,HAP,P_B,,STACK\n,4,END\nb,5,HAP,P_A,,a", ""},
+      {",2,TABLE,keeps\na,3,CHECK,,,a", "row 3 runs for ever once a failure is kept for CHECK|"},
+      {"a,2,TABLE,bad\n,3,HAP,P_A,,a", ""},
+      {"a,2,HAP,P_A\n,3,END\n,4,HAP,P_B,,a", ""},
+      {"a,2,WAIT\n,3,CHECK,,,a", ""},
+  };
+  const TempDir dir;
+  const std::string head = "FORMAT,0\nVERSION,1\n,1,START\n";
+  dir.write("well.csv", head + ",2,END\n");
+  dir.write("keeps.csv", head + ",2,HAP,P_A,,STACK\n,3,END\n");
+  dir.write("bad.csv", head + ",2,END,BAD\n");
+  for (const auto& [rows, says] : cases) {
+    dir.write("main.csv", head + rows + "\n,e,END\n");
+    std::istringstream lines(checked(dir, {"main.csv", "well.csv", "keeps.csv", "bad.csv"}));
+    std::string said;
+    for (std::string line; std::getline(lines, line);) {
+      const std::size_t words = line.find("warning: row");
+      said += words == std::string::npos ? "" : line.substr(words + 9) + "|";
+    }
+    EXPECT_EQ(said, says) << rows;
+  }
+}
+
 /// Processor time that a check of `files` in `dir` takes, the least of three runs.
 double secondsOf(const TempDir& dir, const std::vector<std::string>& files) {
   std::clock_t least = std::numeric_limits<std::clock_t>::max();

@@ -87,31 +87,34 @@ void spread(const Names& next, std::set<std::string>& names) {
   }
 }
 
-/// The tables with a HAP row of mode STACK, their callers, and what all of these call.
-std::set<std::string> keepingTables(const TableFlows& flows) {
-  std::set<std::string> keeping;
+/// Finds the tables that leave or find a failure kept for CHECK: those with a HAP row of mode STACK
+/// and their callers leave one, and all that these call may find it.
+void findKeeping(const TableFlows& flows, Calls& calls) {
   Names callers;
   Names called;
   for (const auto& [name, flow] : flows) {
     for (const FlowRow& row : flow.rows) {
       if (row.keepsFailure()) {
-        keeping.insert(name);
+        calls.kept_after.insert(name);
       } else if (row.command == trx::kCommandTable) {
         callers[row.name].push_back(name);
         called[name].push_back(row.name);
       }
     }
   }
-  spread(callers, keeping);
-  spread(called, keeping);
-  return keeping;
+  spread(callers, calls.kept_after);
+  for (const std::string& name : calls.kept_after) {
+    calls.kept_before.insert(called[name].begin(), called[name].end());
+  }
+  spread(called, calls.kept_before);
 }
 
 }  // namespace
 
 Calls callsOf(const TableFlows& flows) {
-  return {EndFinder(flows, true).endless(), EndFinder(flows, false).endless(),
-          keepingTables(flows)};
+  Calls calls{EndFinder(flows, true).endless(), EndFinder(flows, false).endless(), {}, {}};
+  findKeeping(flows, calls);
+  return calls;
 }
 
 }  // namespace kw::trx::tools

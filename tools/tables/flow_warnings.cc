@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "common/text.h"
+#include "tables/cycle_warnings.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
@@ -39,6 +40,8 @@ class FlowWarner {
       warnOfWait(row);
     }
     warnOfEndlessCalls();
+    const std::vector<Finding> cycles = cycleWarnings(flow_, around_.calls);
+    findings_.insert(findings_.end(), cycles.begin(), cycles.end());
     return findings_;
   }
 
