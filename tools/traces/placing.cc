@@ -21,6 +21,9 @@ void RecordPlacer::take(const kw::platform::TraceRecord& record, const SliceTrac
       pending.placed = true;
     }
   }
+  if (placed && pending_.empty()) {
+    return on_record_(record, place);
+  }
   pending_.push_back({record, place, placed});
   handOn(kPendingMost);
 }

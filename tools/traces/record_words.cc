@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "traces/record_words.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <iterator>
 #include <sstream>
 
 #include "traces/catalogue.h"
@@ -9,86 +12,107 @@
 namespace kw::trx::tools {
 namespace {
 
-std::string wordText(std::uint32_t word, char form) {
-  std::ostringstream out;
-  switch (form) {
-    case 'x':
-      out << "0x" << std::hex << word;
-      break;
-    case 'd':
-      out << static_cast<std::int32_t>(word);
-      break;
-    default:
-      out << word;
-      break;
+constexpr char kText = 's';
+constexpr int kHexBase = 16;
+
+struct Form {
+  std::string name;
+  char form;
+};
+
+/// A part of a sentence: text, and behind it the value with this number.
+struct Piece {
+  static constexpr std::size_t kNoValue = static_cast<std::size_t>(-1);
+
+  std::string text;
+  std::size_t value = kNoValue;
+};
+
+/// A line of the catalogue, cut up once for all records.
+struct Line {
+  unsigned int id;
+  std::vector<Form> forms;
+  std::vector<Piece> sentence;
+};
+
+std::vector<Form> formsOf(const char* values) {
+  std::vector<Form> forms;
+  std::istringstream items(values);
+  for (std::string item; items >> item;) {
+    forms.push_back({item.substr(0, item.find(':')), item.back()});
   }
-  return out.str();
+  return forms;
 }
 
-std::string filledIn(const std::string& sentence, const std::vector<Value>& values) {
-  std::string text;
+std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<Form>& forms) {
+  std::vector<Piece> pieces;
   std::size_t begin = 0;
   for (std::size_t open = sentence.find('{'); open != std::string::npos;
        open = sentence.find('{', begin)) {
     const std::size_t close = sentence.find('}', open);
-    text.append(sentence, begin, open - begin);
     const std::string name = sentence.substr(open + 1, close - open - 1);
-    for (const Value& value : values) {
-      if (value.name == name) {
-        text += value.text;
-      }
-    }
+    const auto form = std::find_if(forms.begin(), forms.end(),
+                                   [&name](const Form& known) { return known.name == name; });
+    pieces.push_back(
+        {sentence.substr(begin, open - begin),
+         form == forms.end() ? Piece::kNoValue : static_cast<std::size_t>(form - forms.begin())});
     begin = close + 1;
   }
-  return text.append(sentence, begin, std::string::npos);
+  pieces.push_back({sentence.substr(begin)});
+  return pieces;
 }
 
-std::string rawText(const kw::platform::TraceRecord& record) {
-  std::ostringstream out;
-  out << "record 0x" << std::hex << record.id << ':';
-  for (const unsigned char c : record.data) {
-    out << ' ' << static_cast<unsigned int>(c);
+std::vector<Line> allLines() {
+  std::vector<Line> lines;
+  for (const Point& point : allPoints()) {
+    std::vector<Form> forms = formsOf(point.values);
+    std::vector<Piece> pieces = piecesOf(point.sentence, forms);
+    lines.push_back({point.id, std::move(forms), std::move(pieces)});
   }
-  return out.str();
+  return lines;
 }
 
-}  // namespace
+const Line* findLine(unsigned int id) {
+  static const std::vector<Line> lines = allLines();
+  const auto found =
+      std::lower_bound(lines.begin(), lines.end(), id,
+                       [](const Line& line, unsigned int wanted) { return line.id < wanted; });
+  return found != lines.end() && found->id == id ? &*found : nullptr;
+}
 
-std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
-  const Point* point = findPoint(record.id);
-  std::vector<Value> values;
-  std::istringstream names(point == nullptr ? "" : point->values);
-  std::size_t at = 0;
-  for (std::string item; names >> item;) {
-    const std::string name = item.substr(0, item.find(':'));
-    const char form = item.back();
-    if (form == 's') {
-      values.push_back({name, textOf(record)});
-      continue;
-    }
-    std::uint32_t word = 0;
-    if (record.data.size() < at + sizeof(word)) {
-      return {};
-    }
-    std::memcpy(&word, record.data.data() + at, sizeof(word));
-    at += sizeof(word);
-    values.push_back({name, wordText(word, form), word});
+/// The word with this number; the data must be long enough.
+std::uint32_t wordAt(const kw::platform::TraceRecord& record, std::size_t number) {
+  std::uint32_t word = 0;
+  std::memcpy(&word, record.data.data() + number * sizeof(word), sizeof(word));
+  return word;
+}
+
+/// True when the data is long enough for all words that the line names.
+bool fits(const Line& line, const kw::platform::TraceRecord& record) {
+  return (!line.forms.empty() && line.forms[0].form == kText) ||
+         record.data.size() >= line.forms.size() * sizeof(std::uint32_t);
+}
+
+template <typename Number>
+void appendNumber(Number number, int base, std::string& text) {
+  char digits[16];
+  const auto written = std::to_chars(std::begin(digits), std::end(digits), number, base);
+  text.append(digits, written.ptr);
+}
+
+void appendWord(std::uint32_t word, char form, std::string& text) {
+  switch (form) {
+    case 'x':
+      text += "0x";
+      return appendNumber(word, kHexBase, text);
+    case 'd':
+      return appendNumber(static_cast<std::int32_t>(word), 10, text);
+    default:
+      return appendNumber(word, 10, text);
   }
-  return values;
 }
 
-std::uint32_t wordOf(const kw::platform::TraceRecord& record, const std::string& name,
-                     std::uint32_t otherwise) {
-  for (const Value& value : valuesOf(record)) {
-    if (value.name == name) {
-      return value.word;
-    }
-  }
-  return otherwise;
-}
-
-std::string textOf(const kw::platform::TraceRecord& record) {
-  std::string text;
+void appendText(const kw::platform::TraceRecord& record, std::string& text) {
   for (const unsigned char c : record.data) {
     if (c == '\0') {
       break;
@@ -96,16 +120,86 @@ std::string textOf(const kw::platform::TraceRecord& record) {
     const bool control = c < ' ' || c == 0x7f;
     text += control ? '?' : static_cast<char>(c);
   }
+}
+
+void appendValue(const Line& line, std::size_t number, const kw::platform::TraceRecord& record,
+                 std::string& text) {
+  const char form = line.forms[number].form;
+  if (form == kText) {
+    appendText(record, text);
+  } else {
+    appendWord(wordAt(record, number), form, text);
+  }
+}
+
+void appendRaw(const kw::platform::TraceRecord& record, std::string& text) {
+  text += "record 0x";
+  appendNumber(record.id, kHexBase, text);
+  text += ':';
+  for (const unsigned char c : record.data) {
+    text += ' ';
+    appendNumber(static_cast<unsigned int>(c), kHexBase, text);
+  }
+}
+
+}  // namespace
+
+std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
+  const Line* const line = findLine(record.id);
+  std::vector<Value> values;
+  if (line == nullptr || !fits(*line, record)) {
+    return values;
+  }
+  for (std::size_t i = 0; i < line->forms.size(); ++i) {
+    const bool is_text = line->forms[i].form == kText;
+    values.push_back({line->forms[i].name, {}, is_text ? 0 : wordAt(record, i)});
+    appendValue(*line, i, record, values.back().text);
+  }
+  return values;
+}
+
+std::uint32_t wordOf(const kw::platform::TraceRecord& record, const char* name,
+                     std::uint32_t otherwise) {
+  const Line* const line = findLine(record.id);
+  if (line != nullptr && fits(*line, record)) {
+    for (std::size_t i = 0; i < line->forms.size(); ++i) {
+      if (line->forms[i].name == name) {
+        return line->forms[i].form == kText ? 0 : wordAt(record, i);
+      }
+    }
+  }
+  return otherwise;
+}
+
+std::string textOf(const kw::platform::TraceRecord& record) {
+  std::string text;
+  appendText(record, text);
   return text;
 }
 
-std::string describe(const kw::platform::TraceRecord& record) {
-  const Point* point = findPoint(record.id);
-  const std::vector<Value> values = valuesOf(record);
-  if (point == nullptr || (values.empty() && *point->values != '\0')) {
-    return rawText(record);
+void appendDescription(const kw::platform::TraceRecord& record, std::string& text) {
+  const Line* const line = findLine(record.id);
+  if (line == nullptr || !fits(*line, record)) {
+    return appendRaw(record, text);
   }
-  return filledIn(point->sentence, values);
+  for (const Piece& piece : line->sentence) {
+    text += piece.text;
+    if (piece.value != Piece::kNoValue) {
+      appendValue(*line, piece.value, record, text);
+    }
+  }
+}
+
+std::string describe(const kw::platform::TraceRecord& record) {
+  std::string text;
+  appendDescription(record, text);
+  return text;
+}
+
+DataForm dataFormOf(unsigned int id) {
+  const Line* const line = findLine(id);
+  const bool is_text = line != nullptr && !line->forms.empty() && line->forms[0].form == kText;
+  return {line == nullptr || is_text ? 0 : line->forms.size(), is_text};
 }
 
 }  // namespace kw::trx::tools

@@ -3,6 +3,7 @@
 #ifndef KW_TRX_TOOLS_TRACES_RECORD_WORDS_H_
 #define KW_TRX_TOOLS_TRACES_RECORD_WORDS_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,15 +23,26 @@ struct Value {
 std::vector<Value> valuesOf(const kw::platform::TraceRecord& record);
 
 /// The word called `name` in `record`, or `otherwise`.
-std::uint32_t wordOf(const kw::platform::TraceRecord& record, const std::string& name,
+std::uint32_t wordOf(const kw::platform::TraceRecord& record, const char* name,
                      std::uint32_t otherwise);
 
 /// The text of a text record, control characters made visible.
 std::string textOf(const kw::platform::TraceRecord& record);
 
-/// The sentence of the catalogue for `record`, with its values filled in. A record that the
+/// Appends the sentence of the catalogue for `record`, with its values filled in. A record that the
 /// catalogue does not know, or whose data does not fit, is shown by its id and bytes.
+void appendDescription(const kw::platform::TraceRecord& record, std::string& text);
+
+/// That sentence alone.
 std::string describe(const kw::platform::TraceRecord& record);
+
+/// What the catalogue says of the data of records with this id: how many words are named, or that
+/// it is a text.
+struct DataForm {
+  std::size_t words;
+  bool is_text;
+};
+DataForm dataFormOf(unsigned int id);
 
 }  // namespace kw::trx::tools
 
