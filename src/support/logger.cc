@@ -103,7 +103,6 @@ ZQM_TRX_WRITERS(debug2, kLevelDebug2)
 namespace kw::clib_trx {
 namespace {
 
-constexpr unsigned int kTraceClass = 7;
 constexpr int kRegionOffset = 102;
 constexpr std::size_t kLogBufferSize = 512;
 
@@ -122,7 +121,7 @@ Logger* Logger::getLogger() {
   return logger;
 }
 
-Logger::Logger() : KWTrace(0, kTraceClass), output_(&std::cout) {}
+Logger::Logger() : KWTrace(0, trx::trx::kEngineTraceClass), output_(&std::cout) {}
 
 Logger::~Logger() = default;
 

@@ -106,20 +106,24 @@ TEST_F(TraceToolTest, TornRecordsAreCountedAndTheOthersShown) {
             "openTraceRing\n= 2\n");
 }
 
-TEST_F(TraceToolTest, FollowShowsRecordsAsTheyAreWrittenAlsoToANewRing) {
-  ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
-  writeRecord(1);
+TEST_F(TraceToolTest, FollowWaitsForItsRingAndForTheNextOne) {
   std::FILE* tool =
-      popen(("echo $$; exec " TRXCTL " trace --follow --json " + ring + " 2>&-").c_str(), "r");
+      popen(("echo $$; exec " TRXCTL " trace --follow --json " + ring + " 2>&1").c_str(), "r");
   ASSERT_NE(tool, nullptr);
   char line[1024];
   ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
   const pid_t process = std::stoi(line);
+  ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
+  EXPECT_EQ(line, "trxctl: waiting for " + ring + "\n");
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
+  writeRecord(1);
   for (int number = 1; number < 4; ++number) {
     ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
     EXPECT_EQ(json::parse(line)["values"]["hap"], "HAP_" + std::to_string(number));
     if (number == 2) {
       ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
+      ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
+      EXPECT_EQ(line, "trxctl: " + ring + " was made anew\n");
     }
     writeRecord(number + 1);
   }
@@ -227,22 +231,42 @@ TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
   trx::TRXInfo second(0xdef, 126);
   const unsigned int para[] = {1, 0};
   EXPECT_EQ(execHAP(first, "TST_Ok"), "ok");
+  EXPECT_EQ(execHAP(second, "TST_Ok"), "ok");
   EXPECT_EQ(execHAP(second, "TST_Fail", "", para), "TRX 7000a");
   kw::platform::closeTraceRing();
-  std::string shown;
-  std::istringstream lines(outputOf("trace --request 0xdef --level info " + ring));
-  for (std::string line; std::getline(lines, line);) {
-    shown += line.substr(line.find(' ', line.find('/')) + 1) + "\n";
-  }
-  EXPECT_EQ(
-      shown,
-      "0xdef      info   04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
-      "0xdef      error  01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
-      "0xdef      error  01003001 the HAP that failed is TST_Fail  "
+  const auto shown = [this](const std::string& request) {
+    std::string all;
+    std::istringstream lines(outputOf("trace --request " + request + " --level info " + ring));
+    for (std::string line; std::getline(lines, line);) {
+      all += line.substr(line.find(' ', line.find('/')) + 1) + "\n";
+    }
+    return all;
+  };
+  const std::string third =
+      "0xdef.2       info   04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
+      "0xdef.2       error  01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
+      "0xdef.2       error  01003001 the HAP that failed is TST_Fail  "
       "(HAPController::errExecHAP)\n"
-      "0xdef      error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
-      "0xdef      error  01003003 the error has no detail  (HAPController::errExecHAP)\n");
-  for (const char* id : {"0x", "def0def0d", "x1", ""}) {
+      "0xdef.2       error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
+      "0xdef.2       error  01003003 the error has no detail  (HAPController::errExecHAP)\n";
+  EXPECT_EQ(shown("0xdef.2"), third);
+  EXPECT_EQ(shown("0xdef"),
+            "0xdef.1       info   04003000 HAP TST_Ok is requested  (TRX::execHAP)\n"
+            "0xdef.1       info   04003005 HAP TST_Ok succeeded  (TRX::execHAP)\n" +
+                third);
+  const json first_line =
+      json::parse(outputOf("trace --request def.2 --json " + ring + "|head -n1"));
+  EXPECT_EQ(first_line["requestNumber"], 2);
+  const std::pair<const char*, const char*> missing[] = {
+      {"--request 0xdee", "request 0xdee; did you mean 0xdef?"},
+      {"--request def.3", "request 0xdef.3; its last one is 0xdef.2"},
+      {"--hap TST_ok", "HAP TST_ok; did you mean TST_Ok?"},
+      {"--hap TST_Fail --table nope", "table nope"}};
+  for (const auto& [options, words] : missing) {
+    EXPECT_EQ(runTool(std::string("trace ") + options + " " + ring),
+              std::string("! trxctl: no record tells of ") + words + "\n= 0\n");
+  }
+  for (const char* id : {"0x", "def0def0d", "x1", "", "def.", "def.0", "def.1x"}) {
     EXPECT_EQ(runTool("trace --request='" + std::string(id) + "' " + ring).substr(0, 21),
               "! trxctl: --request: ");
   }

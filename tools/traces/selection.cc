@@ -2,8 +2,10 @@
 #include "traces/selection.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 
+#include "common/text.h"
 #include "traces/catalogue.h"
 
 namespace kw::trx::tools {
@@ -17,18 +19,43 @@ std::ptrdiff_t depthOf(const std::string& level) {
 
 bool isInside(const SliceTracker::Place& place, Slice::Kind kind, const std::string& name) {
   return name.empty() ||
-         std::any_of(place.slices.begin(), place.slices.end(),
-                     [&](const Slice& slice) { return slice.kind == kind && slice.name == name; });
+         (place.slices != nullptr &&
+          std::any_of(place.slices->begin(), place.slices->end(), [&](const Slice& slice) {
+            return slice.kind == kind && slice.name == name;
+          }));
 }
 
 }  // namespace
+
+bool Selection::takesRequest(const SliceTracker::Place& place) const {
+  return request.value_or(place.request) == place.request &&
+         (request_number == 0 || request_number == place.number);
+}
 
 bool Selection::takes(const kw::platform::TraceRecord& record,
                       const SliceTracker::Place& place) const {
   const std::ptrdiff_t depth = depthOf(levelName(record.level));
   const bool known = depth < std::end(kLevels) - std::begin(kLevels);
-  return !(known && depth > depthOf(level)) && request.value_or(place.request) == place.request &&
+  return !(known && depth > depthOf(level)) && takesRequest(place) &&
          isInside(place, Slice::Kind::kHAP, hap) && isInside(place, Slice::Kind::kTable, table);
+}
+
+std::string requestText(std::uint32_t request, std::uint32_t number) {
+  return hexText(request) + (number == 0 ? "" : '.' + std::to_string(number));
+}
+
+std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::string& text) {
+  const std::size_t dot = std::min(text.find('.'), text.size());
+  const std::optional<std::uint32_t> id = hexNumber(text.substr(0, dot));
+  std::uint32_t number = 0;
+  if (dot != text.size()) {
+    const char* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data() + dot + 1, end, number);
+    if (read.ec != std::errc() || read.ptr != end || number == 0) {
+      return std::nullopt;
+    }
+  }
+  return id ? std::make_optional(std::make_pair(*id, number)) : std::nullopt;
 }
 
 }  // namespace kw::trx::tools

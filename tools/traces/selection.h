@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "kw/platform.h"
 #include "traces/slices.h"
@@ -14,11 +15,21 @@ namespace kw::trx::tools {
 
 struct Selection {
   std::string level = "debug2";          ///< the least grave level that is wanted
-  std::optional<std::uint32_t> request;  ///< none: any
+  std::optional<std::uint32_t> request;  ///< id; none: any
+  std::uint32_t request_number = 0;      ///< among those of its id; 0: any
   std::string hap, table;                ///< inside these; empty: anywhere
 
+  /// True for the records of the request that is wanted.
+  bool takesRequest(const SliceTracker::Place& place) const;
   bool takes(const kw::platform::TraceRecord& record, const SliceTracker::Place& place) const;
 };
+
+/// A request as it is shown: its id and, when known, its number, such as 0x1f2e.3.
+std::string requestText(std::uint32_t request, std::uint32_t number);
+
+/// Id and number of the request that `text` writes so, the number 0 without one; none when it is
+/// anything else.
+std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::string& text);
 
 }  // namespace kw::trx::tools
 

@@ -17,6 +17,8 @@ std::uint32_t ownRequestOf(const kw::platform::TraceRecord& record) {
   return record.process_id << kProcessShift | (record.thread_id & kThreadMask);
 }
 
+constexpr char kRequestWord[] = "request";
+
 }  // namespace
 
 SliceTracker::SliceTracker(std::function<void(const Slice&)> ended) : ended_(std::move(ended)) {}
@@ -25,10 +27,30 @@ SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) 
   Thread& thread = threads_[{record.process_id, record.thread_id}];
   begin(thread, record);
   thread.last_ns = std::max(thread.last_ns, record.time_ns);
-  const bool in_request = !thread.open.empty();
-  Place place{in_request ? thread.request : wordOf(record, "request", 0), thread.open};
+  countRequest(thread, record);
+  Place place = placeOf(thread, record);
   end(thread, record);
   return place;
+}
+
+/// Numbers the request once its id is known: the first records of a HAP request do not tell it.
+void SliceTracker::countRequest(Thread& thread, const kw::platform::TraceRecord& record) {
+  const bool tells_no_id = record.id == trx::kTrxHAPName.id || record.id == trx::kTrxHAPMode.id ||
+                           record.id == trx::kTrxHAPUnit.id;
+  if (!thread.open.empty() && thread.number == 0 && !tells_no_id) {
+    thread.number = ++requests_[thread.request];
+  }
+}
+
+SliceTracker::Place SliceTracker::placeOf(Thread& thread, const kw::platform::TraceRecord& record) {
+  if (thread.open.empty()) {
+    const std::uint32_t request = wordOf(record, kRequestWord, 0);
+    return {request, request == thread.request ? thread.number : 0, nullptr};
+  }
+  if (thread.shown == nullptr) {
+    thread.shown = std::make_shared<const std::vector<Slice>>(thread.open);
+  }
+  return {thread.request, thread.number, thread.shown};
 }
 
 void SliceTracker::finish() {
@@ -42,21 +64,25 @@ void SliceTracker::begin(Thread& thread, const kw::platform::TraceRecord& record
   switch (record.id) {
     case trx::kTrxHAPName.id:
       closeAll(thread);
+      thread.number = 0;
       thread.request = ownRequestOf(record);
       open(thread, record, Slice::Kind::kRequest, "HAP " + textOf(record));
       return open(thread, record, Slice::Kind::kHAP, textOf(record));
     case trx::kTrxTableAdmitted.id:
       closeAll(thread);
-      thread.request = wordOf(record, "request", 0);
+      thread.number = 0;
+      thread.request = wordOf(record, kRequestWord, 0);
       return open(thread, record, Slice::Kind::kRequest, "table");
     case trx::kTrxHAPAdmitted.id:
-      thread.request = wordOf(record, "request", 0);
+      thread.request = wordOf(record, kRequestWord, 0);
+      thread.shown = nullptr;
       for (Slice& slice : thread.open) {
         slice.request = thread.request;
       }
       return;
     case trx::kTrxTableName.id:
       if (!thread.open.empty()) {
+        thread.shown = nullptr;
         thread.open.front().name = "table " + textOf(record);
       }
       return;
@@ -117,12 +143,14 @@ void SliceTracker::end(Thread& thread, const kw::platform::TraceRecord& record) 
 void SliceTracker::open(Thread& thread, const kw::platform::TraceRecord& record, Slice::Kind kind,
                         const std::string& name) {
   thread.last_ns = std::max(thread.last_ns, record.time_ns);
+  thread.shown = nullptr;
   thread.open.push_back(
       {kind, name, record.process_id, record.thread_id, thread.last_ns, 0, thread.request});
 }
 
 void SliceTracker::closeTop(Thread& thread) {
   thread.open.back().end_ns = thread.last_ns;
+  thread.shown = nullptr;
   ended_(thread.open.back());
   thread.open.pop_back();
 }

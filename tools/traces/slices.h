@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,8 +34,10 @@ class SliceTracker {
 
   /// What a record belongs to.
   struct Place {
-    std::uint32_t request = 0;  ///< 0: none
-    std::vector<Slice> slices;  ///< outermost first; their ends are not known yet
+    std::uint32_t request = 0;  ///< id; 0: none
+    std::uint32_t number = 0;   ///< of the request among those of its id, from 1; 0: not known
+    /// Outermost first; their ends are not known yet. Null for none.
+    std::shared_ptr<const std::vector<Slice>> slices;
   };
 
   /// Takes the next record; returns its place.
@@ -43,12 +46,17 @@ class SliceTracker {
   /// Ends all open slices at the last record of their threads.
   void finish();
 
+  /// How many requests have begun, by id.
+  const std::map<std::uint32_t, std::uint32_t>& requests() const { return requests_; }
+
  private:
   struct Thread {
     std::vector<Slice> open;
     std::uint64_t last_ns = 0;
     std::uint32_t request = 0;
-    bool error_end = false;  ///< the tables of the request are being ended one by one
+    std::uint32_t number = 0;  ///< of the request; 0 until its id is known
+    bool error_end = false;    ///< the tables of the request are being ended one by one
+    std::shared_ptr<const std::vector<Slice>> shown;  ///< copy of `open`; null when that changed
   };
 
   void open(Thread& thread, const kw::platform::TraceRecord& record, Slice::Kind kind,
@@ -60,11 +68,14 @@ class SliceTracker {
   void endTable(Thread& thread, bool with_error);
   void resume(Thread& thread, const kw::platform::TraceRecord& record);
   void begin(Thread& thread, const kw::platform::TraceRecord& record);
+  void countRequest(Thread& thread, const kw::platform::TraceRecord& record);
+  Place placeOf(Thread& thread, const kw::platform::TraceRecord& record);
   void end(Thread& thread, const kw::platform::TraceRecord& record);
 
   std::function<void(const Slice&)> ended_;
   std::map<std::pair<std::uint32_t, std::uint32_t>, Thread> threads_;
   std::map<std::uint32_t, std::vector<std::string>> interrupted_;  ///< tables by request
+  std::map<std::uint32_t, std::uint32_t> requests_;                ///< how many, by id
 };
 
 }  // namespace kw::trx::tools

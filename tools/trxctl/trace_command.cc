@@ -6,24 +6,21 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <iostream>
 #include <memory>
 #include <string>
 
-#include "common/text.h"
 #include "kw/platform.h"
-#include "traces/catalogue.h"
+#include "traces/doubts.h"
 #include "traces/placing.h"
-#include "traces/record_words.h"
 #include "traces/ring_follower.h"
+#include "traces/seen_names.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 #include "trxctl/timeline.h"
+#include "trxctl/trace_output.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -31,8 +28,6 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr std::uint64_t kNanosPerSecond = 1000000000;
-constexpr std::uint64_t kNanosPerMicro = 1000;
 constexpr int kFollowPollMs = 100;
 constexpr char kDefaultRing[] = "/trace.ring";
 
@@ -45,94 +40,72 @@ struct TraceOptions {
 
 std::atomic<bool> interrupted{false};
 
-std::string timeText(std::uint64_t time_ns) {
-  const auto seconds = static_cast<std::time_t>(time_ns / kNanosPerSecond);
-  std::tm parts{};
-  localtime_r(&seconds, &parts);
-  char clock[32];
-  std::strftime(clock, sizeof(clock), "%F %T", &parts);
-  char micros[16];
-  std::snprintf(micros, sizeof(micros), ".%06u",
-                static_cast<unsigned int>(time_ns % kNanosPerSecond / kNanosPerMicro));
-  return std::string(clock) + micros;
-}
-
-void print(const TraceRecord& record, const SliceTracker::Place& place) {
-  const std::string level = levelName(record.level);
-  const std::string request = place.request == 0 ? "-" : hexText(place.request);
-  char head[96];
-  std::snprintf(head, sizeof(head), "%s %u/%u %-10s ", timeText(record.time_ns).c_str(),
-                record.process_id, record.thread_id, request.c_str());
-  char kind[32];
-  std::snprintf(kind, sizeof(kind), "%-6s %08x ", level.c_str(), record.id);
-  const std::string origin = originOf(record.id);
-  std::cout << head << (record.level == trx::kLevelError ? paint(Colour::kRed, kind) : kind)
-            << describe(record)
-            << (origin.empty() ? "" : paint(Colour::kGrey, "  (" + origin + ")")) << '\n';
-}
-
-void printJson(const TraceRecord& record, const SliceTracker::Place& place) {
-  JsonWriter json(-1);
-  json.beginObject().key("timeNs").number(record.time_ns);
-  json.key("process").number(record.process_id).key("thread").number(record.thread_id);
-  json.member("request", hexText(place.request)).member("level", levelName(record.level));
-  json.member("id", hexText(record.id)).member("origin", originOf(record.id));
-  json.member("words", describe(record));
-  const std::vector<Value> values = valuesOf(record);
-  if (!values.empty()) {
-    json.key("values").beginObject();
-    for (const Value& value : values) {
-      json.member(value.name, value.text);
-    }
-    json.endObject();
-  }
-  std::cout << json.endObject().taken() << '\n';
-}
-
 /// Shows the records of one ring.
 class TraceShow {
  public:
   explicit TraceShow(const TraceOptions& options)
       : options_(options),
-        tracker_([this](const Slice& slice) { timeline_.add(slice); }),
+        ring_(options.file),
+        output_(options.json),
+        seen_(options.selection),
+        tracker_([this](const Slice& slice) { end(slice); }),
         placer_([this](const TraceRecord& record, const SliceTracker::Place& place) {
           show(record, place);
         }) {}
 
   int run() {
-    RingFollower ring(options_.file);
-    if (ring.open() != 0) {
-      return fail(options_.file + ": " +
-                  (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
-                                     "openTraceRing"
-                                   : std::strerror(errno)));
+    if (ring_.open() != 0 && !waitForRing()) {
+      return interrupted ? kExitOk : failToOpen();
     }
     while (!interrupted) {
-      takeAll(ring);
+      takeAll();
       if (!options_.follow || !waitForMore()) {
         break;
       }
-      if (ring.isReplaced()) {
-        takeAll(ring);
-        if (ring.switchOver()) {
+      if (ring_.isReplaced()) {
+        takeAll();
+        if (ring_.switchOver()) {
           std::cerr << "trxctl: " << options_.file << " was made anew\n";
         }
       }
     }
-    if (ring.lost() != 0) {
-      std::cerr << "trxctl: " << ring.lost() << " records were overwritten, torn or cut off\n";
-    }
     tracker_.finish();
+    sayWhatIsMissing();
     return options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
   }
 
  private:
-  void takeAll(RingFollower& ring) {
-    for (TraceRecord record; !interrupted && std::cout && ring.next(record);) {
-      take(record);
+  /// With --follow, waits for a ring that is not there yet. False when there will be none.
+  bool waitForRing() {
+    if (!options_.follow || errno != ENOENT) {
+      return false;
+    }
+    std::cerr << "trxctl: waiting for " << options_.file << '\n';
+    while (!interrupted && waitForMore()) {
+      if (ring_.open() == 0) {
+        return true;
+      }
+      if (errno != ENOENT) {
+        return false;
+      }
+    }
+    interrupted = true;
+    return false;
+  }
+
+  int failToOpen() const {
+    return fail(options_.file + ": " +
+                (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
+                                   "openTraceRing"
+                                 : std::strerror(errno)));
+  }
+
+  void takeAll() {
+    while (!interrupted && std::cout && ring_.next(record_)) {
+      take(record_);
     }
     placer_.flush();
-    std::cout.flush();
+    output_.flush();
   }
 
   /// False when nobody reads the output any more.
@@ -142,6 +115,10 @@ class TraceShow {
   }
 
   void take(const TraceRecord& record) {
+    if (const char* const doubt = doubtOf(record)) {
+      ++doubtful_;
+      return takeDoubtful(record, doubt);
+    }
     const SliceTracker::Place place = tracker_.take(record);
     if (options_.perfetto.empty()) {
       placer_.take(record, place);
@@ -150,18 +127,48 @@ class TraceShow {
     }
   }
 
-  void show(const TraceRecord& record, const SliceTracker::Place& place) const {
-    if (!options_.selection.takes(record, place)) {
-      return;
+  /// A doubtful record is inside of nothing, and nothing begins or ends with it.
+  void takeDoubtful(const TraceRecord& record, const char* doubt) {
+    placer_.flush();
+    if (options_.perfetto.empty() && options_.selection.takes(record, {})) {
+      output_.show(record, {}, doubt);
     }
-    if (options_.json) {
-      printJson(record, place);
-    } else {
-      print(record, place);
+  }
+
+  void end(const Slice& slice) {
+    seen_.add(slice);
+    if (!options_.perfetto.empty()) {
+      timeline_.add(slice);
+    }
+  }
+
+  void show(const TraceRecord& record, const SliceTracker::Place& place) {
+    seen_.add(place);
+    if (options_.selection.takes(record, place)) {
+      output_.show(record, place, nullptr);
+    }
+  }
+
+  void sayWhatIsMissing() const {
+    if (doubtful_ != 0) {
+      std::cerr << "trxctl: " << doubtful_
+                << " records are doubtful: the ring is damaged, and what the others say may have "
+                   "been changed too\n";
+    }
+    if (ring_.lost() != 0) {
+      std::cerr << "trxctl: " << ring_.lost() << " records were overwritten, torn or cut off\n";
+    }
+    for (const std::string& missing : seen_.missing(tracker_.requests())) {
+      std::cerr << "trxctl: " << missing << '\n';
     }
   }
 
   const TraceOptions& options_;
+  RingFollower ring_;
+  TraceRecord record_{};
+  std::uint64_t doubtful_ = 0;
+  TraceOutput output_;
+  SeenNames seen_;
   Timeline timeline_;
   SliceTracker tracker_;
   RecordPlacer placer_;
@@ -175,13 +182,16 @@ int showTrace(TraceOptions& options) {
     }
     options.file = kw::platform::getSystemRoot() + kDefaultRing;
   }
-  options.selection.request = hexNumber(options.request);
+  if (const auto request = requestOf(options.request)) {
+    options.selection.request = request->first;
+    options.selection.request_number = request->second;
+  }
   static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
   return TraceShow(options).run();
 }
 
 std::string requestProblem(const std::string& id) {
-  return hexNumber(id) ? std::string()
+  return requestOf(id) ? std::string()
                        : "'" + id + "' is no request id; write one as the lines show it";
 }
 
@@ -192,9 +202,10 @@ void addTraceCommand(CommandLine& line) {
   Selection& selection = options->selection;
   Command command = line.add(
       "trace", "Decodes the trace ring of a running or dead process",
-      "Each line: date, time, process/thread, request (- for none), level, trace id, what\n"
-      "happened, and where. The id of a request is the low half of its process id and that of\n"
-      "the thread that made its context.\n"
+      "Each line: date, local time with its zone, process/thread, request (- for none), level,\n"
+      "trace id, what happened, and where. A request is shown by its id, which is the low half\n"
+      "of its process id and that of the thread that made its context, and by its number among\n"
+      "those of that id in the ring.\n"
       "Example: trxctl trace --level info --table selftest /tmp/trace.ring\n"
       "Exit status: 0 the ring was read, also when records are lost; 2 it cannot be read.");
   command.text(options->file, {"FILE", "The ring file; else trace.ring in the system root"});
@@ -203,8 +214,8 @@ void addTraceCommand(CommandLine& line) {
                                  "",
                                  {"error", "info", "debug", "debug2"}});
   command.text(options->request, {"--request",
-                                  "Show the records of the request with this id",
-                                  "ID",
+                                  "Show the records of the requests with this id, or of one",
+                                  "ID[.NUMBER]",
                                   {},
                                   false,
                                   requestProblem});
@@ -212,7 +223,8 @@ void addTraceCommand(CommandLine& line) {
   command.text(selection.table,
                {"--table", "Show what happened inside runs of this table", "NAME"});
   command.flag(options->json, {"--json", "Print each record as a line of JSON"});
-  command.flag(options->follow, {"--follow", "Go on with new records until interrupted"});
+  command.flag(options->follow,
+               {"--follow", "Wait for the ring, and go on with new records until interrupted"});
   command.text(options->perfetto,
                {"--perfetto",
                 "Print nothing, but write a timeline of all that the ring holds, which "

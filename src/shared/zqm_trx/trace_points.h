@@ -11,6 +11,9 @@ constexpr unsigned int kLevelInfo = 0x8001;
 constexpr unsigned int kLevelDebug = 0x801;
 constexpr unsigned int kLevelDebug2 = 0x1;
 
+/// Trace class of all records of the engine's logger.
+constexpr unsigned int kEngineTraceClass = 7;
+
 /// Number and level of one trace point.
 struct TracePoint {
   unsigned long id;

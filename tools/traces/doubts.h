@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// Trace records that the engine cannot have written so: their ring was damaged.
+#ifndef KW_TRX_TOOLS_TRACES_DOUBTS_H_
+#define KW_TRX_TOOLS_TRACES_DOUBTS_H_
+
+#include "kw/platform.h"
+
+namespace kw::trx::tools {
+
+/// What makes `record` doubtful, as in "its level is not that of its id"; null when nothing does. A
+/// changed value that might as well be right is not found out. Any thread.
+const char* doubtOf(const kw::platform::TraceRecord& record);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRACES_DOUBTS_H_

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/trace_output.h"
+
+#include <charconv>
+#include <iostream>
+#include <iterator>
+
+#include "common/text.h"
+#include "traces/catalogue.h"
+#include "traces/record_words.h"
+#include "traces/selection.h"
+#include "trxctl/json.h"
+#include "zqm_trx/trace_points.h"
+
+namespace kw::trx::tools {
+namespace {
+
+using kw::platform::TraceRecord;
+
+constexpr std::uint64_t kNanosPerSecond = 1000000000;
+constexpr std::uint64_t kNanosPerMicro = 1000;
+constexpr std::size_t kBlockBytes = 65536;
+constexpr std::size_t kMicroDigits = 6;
+constexpr std::size_t kIdDigits = 8;
+constexpr std::size_t kRequestWidth = 13;
+constexpr std::size_t kLevelWidth = 6;
+
+/// Appends `number` with at least `digits` digits.
+void addNumber(std::uint64_t number, int base, std::size_t digits, std::string& text) {
+  char all[24];
+  const auto written = std::to_chars(std::begin(all), std::end(all), number, base);
+  const auto size = static_cast<std::size_t>(written.ptr - all);
+  text.append(digits > size ? digits - size : 0, '0').append(all, size);
+}
+
+/// Appends `word` and blanks up to `width`.
+void addWord(const std::string& word, std::size_t width, std::string& text) {
+  text.append(word).append(width > word.size() ? width - word.size() : 0, ' ');
+}
+
+}  // namespace
+
+TraceOutput::TraceOutput(bool json)
+    : json_(json),
+      error_(paintOf(Colour::kRed)),
+      origin_(paintOf(Colour::kGrey)),
+      doubtful_(paintOf(Colour::kYellow)) {}
+
+TraceOutput::Paint TraceOutput::paintOf(Colour colour) {
+  const std::string text = "|";
+  const std::string painted = paint(colour, text);
+  const std::size_t at = painted.find(text);
+  return {painted.substr(0, at), painted.substr(at + text.size())};
+}
+
+void TraceOutput::show(const TraceRecord& record, const SliceTracker::Place& place,
+                       const char* doubt) {
+  if (json_) {
+    addJson(record, place, doubt);
+  } else {
+    addLine(record, place, doubt);
+  }
+  out_ += '\n';
+  if (out_.size() >= kBlockBytes) {
+    std::cout << out_;
+    out_.clear();
+  }
+}
+
+void TraceOutput::flush() {
+  std::cout << out_ << std::flush;
+  out_.clear();
+}
+
+/// The date is the same for all records of a second.
+void TraceOutput::addTime(std::uint64_t time_ns) {
+  const auto second = static_cast<std::time_t>(time_ns / kNanosPerSecond);
+  if (second != second_ || clock_.empty()) {
+    std::tm parts{};
+    localtime_r(&second, &parts);
+    char text[32];
+    clock_.assign(text, std::strftime(text, sizeof(text), "%F %T.", &parts));
+    zone_.assign(text, std::strftime(text, sizeof(text), "%z ", &parts));
+    second_ = second;
+  }
+  out_ += clock_;
+  addNumber(time_ns % kNanosPerSecond / kNanosPerMicro, 10, kMicroDigits, out_);
+  out_ += zone_;
+}
+
+void TraceOutput::addLine(const TraceRecord& record, const SliceTracker::Place& place,
+                          const char* doubt) {
+  addTime(record.time_ns);
+  addNumber(record.process_id, 10, 1, out_);
+  out_ += '/';
+  addNumber(record.thread_id, 10, 1, out_);
+  out_ += ' ';
+  addWord(place.request == 0 ? "-" : requestText(place.request, place.number), kRequestWidth, out_);
+  out_ += ' ';
+  const bool is_error = record.level == trx::kLevelError;
+  out_ += is_error ? error_.before : std::string();
+  addWord(levelName(record.level), kLevelWidth, out_);
+  out_ += ' ';
+  addNumber(record.id, 16, kIdDigits, out_);
+  out_ += ' ';
+  out_ += is_error ? error_.after : std::string();
+  if (doubt != nullptr) {
+    out_.append(doubtful_.before).append("doubtful, as ").append(doubt).append(": ");
+    out_ += doubtful_.after;
+  }
+  appendDescription(record, out_);
+  if (const Point* const point = findPoint(record.id)) {
+    out_.append(origin_.before).append("  (").append(point->origin).append(")");
+    out_ += origin_.after;
+  }
+}
+
+void TraceOutput::addJson(const TraceRecord& record, const SliceTracker::Place& place,
+                          const char* doubt) {
+  JsonWriter json(-1);
+  json.beginObject().key("timeNs").number(record.time_ns);
+  json.key("process").number(record.process_id).key("thread").number(record.thread_id);
+  json.member("request", hexText(place.request)).key("requestNumber").number(place.number);
+  json.member("level", levelName(record.level));
+  json.member("id", hexText(record.id)).member("origin", originOf(record.id));
+  if (doubt != nullptr) {
+    json.member("doubtful", doubt);
+  }
+  json.member("words", describe(record));
+  const std::vector<Value> values = valuesOf(record);
+  if (!values.empty()) {
+    json.key("values").beginObject();
+    for (const Value& value : values) {
+      json.member(value.name, value.text);
+    }
+    json.endObject();
+  }
+  out_ += json.endObject().taken();
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+// Trace records as the command shows them: a line of text or of JSON each. One thread.
+#ifndef KW_TRX_TOOLS_TRXCTL_TRACE_OUTPUT_H_
+#define KW_TRX_TOOLS_TRXCTL_TRACE_OUTPUT_H_
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+#include "kw/platform.h"
+#include "traces/slices.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+
+class TraceOutput {
+ public:
+  explicit TraceOutput(bool json);
+
+  /// Shows a record; `doubt` tells what makes it doubtful, or is null.
+  void show(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
+            const char* doubt);
+
+  /// Writes to standard output what is not there yet.
+  void flush();
+
+ private:
+  /// What stands before and behind a coloured text.
+  struct Paint {
+    std::string before, after;
+  };
+
+  static Paint paintOf(Colour colour);
+  void addLine(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
+               const char* doubt);
+  void addJson(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
+               const char* doubt);
+  void addTime(std::uint64_t time_ns);
+
+  const bool json_;
+  const Paint error_, origin_, doubtful_;
+  std::string out_;
+  std::time_t second_ = -1;  // the one that the next two show
+  std::string clock_, zone_;
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRXCTL_TRACE_OUTPUT_H_
