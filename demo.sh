@@ -24,7 +24,7 @@ step "one of them, run by the tool without the demo host"
 "$trxctl" table rails --root "$rig/root" --unit 300:2:rack/rail2
 
 step "the same desk without the rig: a run with a failure, and the cases of the tables"
-if "$trxctl" simulate examples/tables/selftest.csv examples/tables/rails.csv --fail rails/2=20011; then
+if "$trxctl" simulate examples/tables/selftest.csv examples/tables/rails.csv --fail rails/2=20003; then
   exit 1
 fi
 "$trxctl" test examples/tables/*.cases.csv

@@ -4,6 +4,7 @@
 
 #include "board.h"
 #include "kw/trx/hap.h"
+#include "kw/trx/hap_description.h"
 
 namespace {
 
@@ -24,7 +25,9 @@ bool measure(kw::trx::trx::TRXInfo* info, unsigned int& millivolts) {
 
 }  // namespace
 
-// Measures a rail. out[0]: millivolts.
+ZQM_HAP_ABOUT(ADC_Measure, "Measures a rail");
+ZQM_HAP_RESULT(ADC_Measure, 0, "voltage", "mV");
+ZQM_HAP_ERROR(ADC_Measure, 0x20002, "the units name no rail");
 ZQM_HAP(ADC_Measure) {
   unsigned int millivolts = 0;
   if (!measure(info, millivolts)) {
@@ -36,7 +39,11 @@ ZQM_HAP(ADC_Measure) {
   return 0;
 }
 
-// Fails unless a rail has para[0] to para[1] millivolts.
+ZQM_HAP_ABOUT(ADC_Expect, "Fails unless a rail has a voltage between two limits");
+ZQM_HAP_PARA(ADC_Expect, 0, "lowest voltage", "mV", 0, 6000);
+ZQM_HAP_PARA(ADC_Expect, 1, "highest voltage", "mV", 0, 6000);
+ZQM_HAP_ERROR(ADC_Expect, 0x20002, "the units name no rail");
+ZQM_HAP_ERROR(ADC_Expect, 0x20003, "the voltage is out of its limits");
 ZQM_HAP(ADC_Expect) {
   unsigned int millivolts = 0;
   if (para == nullptr || !measure(info, millivolts)) {
@@ -50,7 +57,9 @@ ZQM_HAP(ADC_Expect) {
   return 0;
 }
 
-// Fails as a broken converter would, with a block of data from its driver.
+// As a broken converter would, with a block of data from its driver.
+ZQM_HAP_ABOUT(ADC_Calibrate, "Calibrates the converter, which has no reference and fails");
+ZQM_HAP_ERROR(ADC_Calibrate, 0x40001, "the converter is broken");
 ZQM_HAP(ADC_Calibrate) {
   char report[] = "no reference voltage";
   info->error.setAPIError(report, sizeof(report));

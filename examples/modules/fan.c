@@ -3,10 +3,13 @@
 #include <stddef.h>
 
 #include "kw/trx/hap.h"
+#include "kw/trx/hap_description.h"
 
 enum { kMaxPercent = 100 };
 
-/* Sets the speed of the fan. para[0]: percent; out[0]: the speed it had before. */
+ZQM_HAP_ABOUT(FAN_SetSpeed, "Sets the speed of the fan");
+ZQM_HAP_PARA(FAN_SetSpeed, 0, "speed", "%", 0, 100);
+ZQM_HAP_RESULT(FAN_SetSpeed, 0, "speed before", "%");
 ZQM_HAP(FAN_SetSpeed) {
   static unsigned int percent = 0;
   if (para == NULL || para[0] > kMaxPercent) {

@@ -6,6 +6,7 @@
 #include "board.h"
 #include "kw/trx/hap.h"
 #include "kw/trx/hap_controller.h"
+#include "kw/trx/hap_description.h"
 #include "kw/trx/trx.h"
 
 namespace {
@@ -32,7 +33,10 @@ void runNested(kw::trx::trx::TRXInfo* info, const std::string& name, const unsig
 
 }  // namespace
 
-// Sets the voltage of a rail. para[0]: millivolts.
+ZQM_HAP_ABOUT(PSU_SetVoltage, "Sets the voltage of a rail");
+ZQM_HAP_PARA(PSU_SetVoltage, 0, "voltage", "mV", 0, 5500);
+ZQM_HAP_ERROR(PSU_SetVoltage, 0x20001, "the voltage is above the limit of the rail");
+ZQM_HAP_ERROR(PSU_SetVoltage, 0x20002, "the units name no rail");
 ZQM_HAP(PSU_SetVoltage) {
   const int rail = railOf(info);
   if (rail < 0 || para == nullptr) {
@@ -50,7 +54,10 @@ ZQM_HAP(PSU_SetVoltage) {
   return 0;
 }
 
-// Switches a rail on, or off with the mode "off".
+ZQM_HAP_ABOUT(PSU_Enable, "Switches a rail on or off");
+ZQM_HAP_MODE(PSU_Enable, "", "on");
+ZQM_HAP_MODE(PSU_Enable, "off", "off");
+ZQM_HAP_ERROR(PSU_Enable, 0x20002, "the units name no rail");
 ZQM_HAP(PSU_Enable) {
   const int rail = railOf(info);
   if (rail < 0) {
@@ -61,7 +68,10 @@ ZQM_HAP(PSU_Enable) {
   return 0;
 }
 
-// Sets the voltage of a rail and switches it on, by two HAPs of its own. para[0]: millivolts.
+ZQM_HAP_ABOUT(PSU_PowerUp, "Sets the voltage of a rail and switches it on");
+ZQM_HAP_PARA(PSU_PowerUp, 0, "voltage", "mV", 0, 5500);
+ZQM_HAP_ERROR(PSU_PowerUp, 0x20001, "the voltage is above the limit of the rail");
+ZQM_HAP_ERROR(PSU_PowerUp, 0x20002, "the units name no rail");
 ZQM_HAP(PSU_PowerUp) {
   runNested(info, "PSU_SetVoltage", para);
   runNested(info, "PSU_Enable", nullptr);

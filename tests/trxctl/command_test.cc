@@ -441,6 +441,37 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
   EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
 }
 
+TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
+  EXPECT_EQ(replaced(run("modules --describe '" MODULE_PLAIN "'"), MODULE_PLAIN, "FILE"),
+            "FILE: key PLAIN, would load\n"
+            "  PLAIN_Pass\n"
+            "      Says \"yes\", or throws what para[0] says\n"
+            "      PARA word 0: code, 16 to 256 (10 to 100)\n"
+            "      MODE empty: always\n"
+            "      MODE fast: at once\n"
+            "      result word 0: time, ms\n"
+            "      error 0x20077: the pass is closed\n"
+            "  describes PLAIN_Gone, which it does not export\n= 0\n");
+  dir.write("trx.conf",
+            "hapmodule.number=1\nhapmodule.file.0=" MODULE_PLAIN "\nhaptable.number=0\n");
+  EXPECT_EQ(run("explain 20077 --root " + dir.path()),
+            "0x20077 as an error of the HAP PLAIN_Pass\n  means:  the pass is closed\n= 0\n");
+  writeTable("a.csv",
+             ",1,START\n,2,HAP,PLAIN_Pass,fast,,100\n,3,HAP,PLAIN_Pass,quick,,f\n"
+             ",4,HAP,PLAIN_Pass\n,5,HAP,PLAIN_Pass,,,10 10\n,6,END\n");
+  dir.write(
+      "a.cases.csv",
+      "TABLES,a.csv\nCASE,one\nHAP,2,fail 20077,fail 20078\nHAP,PLAIN_Pass,fail 1\nEND,error\n");
+  EXPECT_EQ(
+      run("check a.csv a.cases.csv --root " + dir.path()),
+      "a.csv:5 (E, MODE): warning: PLAIN_Pass has no mode 'quick', but an empty one and fast\n"
+      "a.csv:5 (G, PARA): warning: the code f is 15, and PLAIN_Pass takes 16 to 256\n"
+      "a.csv:6 (G, PARA): warning: PLAIN_Pass takes 1 word, not 0: code\n"
+      "a.csv:7 (G, PARA): warning: PLAIN_Pass takes 1 word, not 2: code\n"
+      "a.cases.csv:3 (D): warning: PLAIN_Pass does not record the error 20078, but 20077\n"
+      "a.cases.csv:4 (C): warning: PLAIN_Pass does not record the error 1, but 20077\n= 0\n");
+}
+
 TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
   const struct {
     const char* options;

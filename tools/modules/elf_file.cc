@@ -18,6 +18,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Where the macros of hap_description.h put their records.
+constexpr char kDescriptionSection[] = ".zqm_haps";
+
 /// An open ELF file.
 class ElfHandle {
  public:
@@ -151,6 +154,16 @@ bool isCutShort(Elf* elf) {
   return false;
 }
 
+/// Keeps the content of the section that holds the descriptions of HAPs.
+void readDescriptions(Elf* elf, const GElf_Shdr& section, const Elf_Data* data, ElfFile& file) {
+  std::size_t names = 0;
+  if (section.sh_type == SHT_PROGBITS && data->d_buf != nullptr &&
+      elf_getshdrstrndx(elf, &names) == 0 &&
+      textAt(elf, names, section.sh_name) == kDescriptionSection) {
+    file.descriptions.append(static_cast<const char*>(data->d_buf), data->d_size);
+  }
+}
+
 void readSections(Elf* elf, const std::string& path, ElfFile& file) {
   for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf, section)) != nullptr;) {
     GElf_Shdr info;
@@ -167,6 +180,8 @@ void readSections(Elf* elf, const std::string& path, ElfFile& file) {
       readNeededVersions(elf, data, info.sh_link, file);
     } else if (info.sh_type == SHT_GNU_verdef) {
       readOwnVersions(elf, data, info.sh_link, file);
+    } else {
+      readDescriptions(elf, info, data, file);
     }
   }
 }

@@ -20,6 +20,7 @@ struct ElfFile {
   std::vector<std::string> needed, rpath, runpath, undefined;
   std::set<std::string> defined, functions, versions;
   std::map<std::string, std::set<std::string>> needed_versions;  ///< by the library's name
+  std::string descriptions;  ///< what the section of descriptions of HAPs holds
 };
 
 ElfFile readElf(const std::string& path);

@@ -34,7 +34,15 @@ KnownHAPs hapsOf(const std::vector<std::string>& files) {
     for (const std::string& hap : loads ? former : module.haps) {
       haps.lost[hap] = loads ? "is replaced by a later one of its key" : "would not load";
     }
-    former = loads ? module.haps : former;
+    if (loads) {
+      former = module.haps;
+      for (const std::string& hap : former) haps.descriptions.erase(hap);
+    }
+    for (const std::string& hap : module.haps) {
+      if (const auto found = module.descriptions.find(hap); found != module.descriptions.end()) {
+        haps.descriptions.insert(*found);
+      }
+    }
   }
   haps.known.emplace();
   for (const auto& [key, names] : loaded) {

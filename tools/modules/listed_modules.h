@@ -26,6 +26,7 @@ std::vector<ListedModule> inspectModules(const std::vector<std::string>& files);
 struct KnownHAPs {
   std::optional<std::set<std::string>> known;  ///< of the modules that load; none: not known
   std::map<std::string, std::string> lost;     ///< of the others, and what befalls these
+  HAPDescriptions descriptions;                ///< of those that describe themselves
 };
 
 /// Sorts the HAPs of the listed modules as the engine does. They stay unknown when a module does

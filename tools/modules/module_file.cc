@@ -128,6 +128,7 @@ ModuleFile inspectModule(const std::string& file) {
       module.haps.push_back(function);
     }
   }
+  module.descriptions = descriptionsFrom(elf.descriptions, module.unreadable);
   const ElfFile own = readElf(kOwnFile);
   if (elf.machine != own.machine || elf.elf_class != own.elf_class) {
     module.problems.push_back("is built for " + architectureOf(elf) + "; this system is " +

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "modules/descriptions.h"
+
 namespace kw::trx::tools {
 
 /// One module file.
@@ -13,6 +15,8 @@ struct ModuleFile {
   std::string key;                    ///< empty: its name gives none
   std::vector<std::string> haps;      ///< HAPs that it exports, sorted
   std::vector<std::string> problems;  ///< why it would not load into a host like this tool
+  HAPDescriptions descriptions;       ///< of HAPs, those included that it does not export
+  std::size_t unreadable = 0;         ///< records of descriptions
   bool is_debug = false;              ///< loaded only on request
   bool has_sections = true;           ///< false: `haps` is not known, nor what it needs
 };

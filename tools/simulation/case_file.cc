@@ -53,9 +53,10 @@ unsigned int numberFrom(const Cells& cells, unsigned int column) {
 /// Reads the rows of one file one after the other.
 class CaseReader {
  public:
-  explicit CaseReader(CaseFile& file) : file_(file) {}
+  CaseReader(CaseFile& file, const CellLines& lines, const HAPDescriptions& descriptions)
+      : file_(file), lines_(lines), descriptions_(descriptions) {}
 
-  void read(const Cells& cells, unsigned int line);
+  void read(const Cells& cells, unsigned int row);
   const TableFlows& tables() const { return tables_.flows; }
 
  private:
@@ -83,8 +84,13 @@ class CaseReader {
   std::string rowOf(const Cells& cells, unsigned int column) const;
   TableCase& current() { return file_.cases.back(); }
 
+  void warnOfCode(const CallPattern& where, const HAPOutcome& outcome, unsigned int column);
+
   CaseFile& file_;
+  const CellLines& lines_;
+  const HAPDescriptions& descriptions_;
   KnownTables tables_;
+  unsigned int row_ = 0;
   unsigned int line_ = 0;
 };
 
@@ -105,8 +111,9 @@ const std::map<std::string, CaseReader::Kind>& CaseReader::kinds() {
   return kinds;
 }
 
-void CaseReader::read(const Cells& cells, unsigned int line) {
-  line_ = line;
+void CaseReader::read(const Cells& cells, unsigned int row) {
+  row_ = row;
+  line_ = lines_.lineOf(row, 0);
   const auto kind = kinds().find(cells[0]);
   if (kind == kinds().end()) {
     std::vector<std::string> names;
@@ -194,7 +201,33 @@ void CaseReader::readOutcomes(const Cells& cells) {
     // The last one holds for all further calls.
     rule.outcome = *outcome;
     ++rule.first;
+    warnOfCode(rule.where, *outcome, column);
     current().outcomes.push_back(rule);
+  }
+}
+
+/// A failure with a code that none of the HAPs it is for can have tries what never happens.
+void CaseReader::warnOfCode(const CallPattern& where, const HAPOutcome& outcome,
+                            unsigned int column) {
+  if (outcome.kind != HAPOutcome::Kind::kFailure || outcome.code == 0) {
+    return;
+  }
+  std::string hap = where.hap;
+  if (where.number) {
+    for (const FlowRow& row : tables().at(where.table).rows) {
+      hap = row.number_value == *where.number ? row.name : hap;
+    }
+  }
+  const auto found = descriptions_.find(hap);
+  if (found != descriptions_.end() && found->second.errors.count(outcome.code) == 0) {
+    std::vector<std::string> codes;
+    for (const auto& [code, about] : found->second.errors) {
+      codes.push_back(hexText(code).substr(2));
+    }
+    file_.warnings.push_back({false, lines_.lineOf(row_, column), columnTitle(column, false),
+                              hap + " does not record the error " +
+                                  hexText(outcome.code).substr(2) +
+                                  (codes.empty() ? "" : ", but " + listed(codes))});
   }
 }
 
@@ -291,7 +324,7 @@ bool isCaseFile(const std::string& file) {
   return false;
 }
 
-CaseFile readCaseFile(const std::string& file) {
+CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptions) {
   CaseFile result;
   result.file = file;
   trx::TableData data;
@@ -303,14 +336,14 @@ CaseFile readCaseFile(const std::string& file) {
     }
   }
   const CellLines lines(data);
-  CaseReader reader(result);
+  CaseReader reader(result, lines, descriptions);
   for (unsigned int row = 0; row < data.rowSize(); ++row) {
     const Cells cells = cellsOf(data, row);
     if (saysNothing(cells)) {
       continue;
     }
     try {
-      reader.read(cells, lines.lineOf(row, 0));
+      reader.read(cells, row);
     } catch (const Refusal& refusal) {
       result.findings.push_back({true, lines.lineOf(row, refusal.column),
                                  columnTitle(refusal.column, false), refusal.words});

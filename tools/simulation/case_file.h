@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "modules/descriptions.h"
 #include "simulation/rules.h"
 #include "tables/finding.h"
 
@@ -53,13 +54,15 @@ struct CaseFile {
   std::vector<std::string> tables;  ///< files, from the working folder
   std::vector<TableCase> cases;
   std::vector<Finding> findings;  ///< errors: there are no cases then
+  std::vector<Finding> warnings;
 };
 
 /// True when `file` can be read and its first row with text is one of a case file.
 bool isCaseFile(const std::string& file);
 
-/// Reads a case file and the tables that it names.
-CaseFile readCaseFile(const std::string& file);
+/// Reads a case file and the tables that it names. Warns of error codes that a HAP, by its
+/// description, does not record.
+CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptions = {});
 
 /// `row` of a table the way it stands in a case of `case_table`.
 std::string rowText(const std::string& table, unsigned int number, const std::string& case_table);

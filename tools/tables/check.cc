@@ -5,6 +5,7 @@
 #include <string>
 #include <tuple>
 
+#include "tables/description_warnings.h"
 #include "tables/fault_finder.h"
 #include "tables/fault_log.h"
 #include "tables/flow_warnings.h"
@@ -13,15 +14,23 @@
 namespace kw::trx::tools {
 namespace {
 
+std::vector<Finding> warningsOf(const TableFlow& flow, const Surroundings& around) {
+  std::vector<Finding> warnings = flowWarnings(flow, around);
+  for (const Finding& finding : descriptionWarnings(flow, around.haps.descriptions)) {
+    warnings.push_back(finding);
+  }
+  return warnings;
+}
+
 /// The warnings of a file that the engine loads; `around` holds it already, unless another file has
 /// its name.
 std::vector<Finding> warningsOfFlow(const std::string& file, const Surroundings& around) {
   const auto known = around.tables.flows.find(tableNameOf(file));
   if (known != around.tables.flows.end() && known->second.file == file) {
-    return flowWarnings(known->second, around);
+    return warningsOf(known->second, around);
   }
   TableFlow flow;
-  return readFlow(file, flow) ? flowWarnings(flow, around) : std::vector<Finding>();
+  return readFlow(file, flow) ? warningsOf(flow, around) : std::vector<Finding>();
 }
 
 }  // namespace

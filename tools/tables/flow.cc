@@ -88,7 +88,7 @@ bool readFlow(const std::string& file, TableFlow& flow) {
   std::map<std::string, int> places;
   for (unsigned int row = start; row <= end; ++row) {
     const auto cell = [&](const char* column) { return format->getMember(row, column); };
-    std::array<unsigned int, trx::kPlacePara> lines_of_row{};
+    std::array<unsigned int, trx::kPlaceRsv1> lines_of_row{};
     for (unsigned int column = 0; column < lines_of_row.size(); ++column) {
       lines_of_row[column] = lines.lineOf(row, column);
     }

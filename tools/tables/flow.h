@@ -14,7 +14,7 @@ namespace kw::trx::tools {
 
 /// One row of a table.
 struct FlowRow {
-  std::array<unsigned int, trx::kPlacePara> lines;  ///< of its cells up to ERROR
+  std::array<unsigned int, trx::kPlaceRsv1> lines;  ///< of its cells up to PARA
   std::string label, number, command, name, mode, error, para;
   int jump = -1;                  ///< place of the row that an error jumps to; -1: none
   unsigned int number_value = 0;  ///< NUMBER as the engine reads it

@@ -80,6 +80,13 @@ bool mend(std::vector<std::string>& files, bool in_place) {
   return is_well;
 }
 
+CheckedFile checkCases(const std::string& file, const Surroundings& around) {
+  const CaseFile cases = readCaseFile(file, around.haps.descriptions);
+  CheckedFile checked{file, cases.findings};
+  checked.findings.insert(checked.findings.end(), cases.warnings.begin(), cases.warnings.end());
+  return checked;
+}
+
 int check(CheckOptions options) {
   if (options.fix && !mend(options.files, options.in_place)) {
     return kExitFailed;
@@ -94,7 +101,7 @@ int check(CheckOptions options) {
   bool warnings = false;
   for (const std::string& file : options.files) {
     const CheckedFile checked =
-        isCaseFile(file) ? CheckedFile{file, readCaseFile(file).findings} : checkFile(file, around);
+        isCaseFile(file) ? checkCases(file, around) : checkFile(file, around);
     errors = errors || checked.has(true);
     warnings = warnings || checked.has(false);
     if (options.json) {

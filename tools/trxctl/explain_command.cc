@@ -5,9 +5,12 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 #include "common/text.h"
+#include "configuration/configuration.h"
 #include "kw/trx/errors.h"
+#include "modules/listed_modules.h"
 #include "traces/advice.h"
 #include "traces/catalogue.h"
 #include "traces/codes.h"
@@ -66,6 +69,28 @@ std::optional<std::uint32_t> knownDecimal(const std::string& code) {
   return known ? std::optional<std::uint32_t>(number) : std::nullopt;
 }
 
+/// Explains the error code as the HAPs of the configured modules describe it; false when none does.
+bool explainOfHAPs(std::uint32_t number) {
+  std::optional<std::vector<std::string>> modules;
+  try {
+    configuredTables(modules);
+  } catch (const std::runtime_error&) {
+    return false;  // it is for the other commands to tell
+  }
+  bool found = false;
+  if (modules) {
+    for (const auto& [hap, description] : hapsOf(*modules).descriptions) {
+      const auto error = description.errors.find(number);
+      if (error != description.errors.end()) {
+        std::cout << hexText(number) << " as an error of the HAP " << hap << '\n';
+        printPart("means:  ", error->second);
+        found = true;
+      }
+    }
+  }
+  return found;
+}
+
 int explain(const std::string& code) {
   const std::optional<std::uint32_t> number = hexNumber(code);
   if (number && explainKnown(*number)) {
@@ -78,6 +103,9 @@ int explain(const std::string& code) {
   }
   if (!number) {
     return fail("'" + code + "' is no hexadecimal code; write one such as 7000a or 0x7000a");
+  }
+  if (explainOfHAPs(*number)) {
+    return kExitOk;
   }
   std::cout << hexText(*number)
             << " is no code and no trace id of the engine. As the error code or "
@@ -114,11 +142,12 @@ void addExplainCommand(CommandLine& line) {
     bool all = false;
   };
   auto options = std::make_shared<Options>();
-  Command command =
-      line.add("explain", "Explains exception codes, error codes and trace ids",
-               "What it means, its usual causes, and what to do. Codes are hexadecimal.\n"
-               "Example: trxctl explain 0x7000b\n"
-               "Exit status: 0 all codes were explained; 2 a word is no hexadecimal code.");
+  Command command = line.add(
+      "explain", "Explains exception codes, error codes and trace ids",
+      "What it means, its usual causes, and what to do. Codes are hexadecimal; those of HAPs\n"
+      "are looked for in the descriptions of the configured modules.\n"
+      "Example: trxctl explain 0x7000b\n"
+      "Exit status: 0 all codes were explained; 2 a word is no hexadecimal code.");
   command.texts(options->codes, {"CODE", "Codes such as 7000b or 0x7000b"});
   command.flag(options->all, {"--all", "Print a page with every trace id instead"});
   command.excludes("--all", {"CODE"});

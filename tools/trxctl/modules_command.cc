@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -7,12 +6,13 @@
 #include "configuration/configuration.h"
 #include "modules/listed_modules.h"
 #include "trxctl/commands.h"
+#include "trxctl/description_output.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
 
-void print(const ListedModule& listed) {
+void print(const ListedModule& listed, bool describe) {
   const auto& [file, module, replaced_by] = listed;
   const bool loads = module.problems.empty();
   const char* const verdict = module.has_sections ? "would load" : "may load";
@@ -34,11 +34,18 @@ void print(const ListedModule& listed) {
     std::cout << "  exports no HAP\n";
   }
   for (const std::string& hap : module.haps) {
+    const auto description = module.descriptions.find(hap);
     std::cout << "  " << hap << '\n';
+    if (describe && description != module.descriptions.end()) {
+      printDescription(description->second);
+    }
+  }
+  if (describe) {
+    printDescriptionProblems(module);
   }
 }
 
-int listModules(std::vector<std::string> files) {
+int listModules(std::vector<std::string> files, bool describe) {
   if (files.empty()) {
     std::optional<std::vector<std::string>> configured;
     configuredTables(configured);
@@ -57,7 +64,7 @@ int listModules(std::vector<std::string> files) {
   }
   int status = kExitOk;
   for (const ListedModule& listed : inspectModules(files)) {
-    print(listed);
+    print(listed, describe);
     status = listed.module.problems.empty() ? status : kExitFailed;
   }
   return status;
@@ -66,7 +73,11 @@ int listModules(std::vector<std::string> files) {
 }  // namespace
 
 void addModulesCommand(CommandLine& line) {
-  auto files = std::make_shared<std::vector<std::string>>();
+  struct Options {
+    std::vector<std::string> files;
+    bool describe = false;
+  };
+  auto options = std::make_shared<Options>();
   Command command =
       line.add("modules", "Lists the HAPs of modules, and whether the modules would load",
                "Reads the files alone; none of their code runs. They are looked at as a host "
@@ -74,8 +85,10 @@ void addModulesCommand(CommandLine& line) {
                "that is linked with nothing but the engine and the C++ library.\n"
                "Example: trxctl modules libzq_hap_psu.so\n"
                "Exit status: 0 all would load; 2 one would not, or there is nothing to list.");
-  command.texts(*files, {"FILE", "Module files; else those of the configuration"});
-  command.run([files] { return listModules(*files); });
+  command.texts(options->files, {"FILE", "Module files; else those of the configuration"});
+  command.flag(options->describe,
+               {"--describe", "Show what the HAPs say of their words, modes and errors"});
+  command.run([options] { return listModules(options->files, options->describe); });
 }
 
 }  // namespace kw::trx::tools
