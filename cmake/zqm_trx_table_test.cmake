@@ -10,7 +10,7 @@ function(zqm_trx_add_table_test name)
     message(FATAL_ERROR "zqm_trx_add_table_test(${name}): no case file is given")
   endif()
   if(TARGET trxctl)
-    set(tool $<TARGET_FILE:trxctl>)
+    set(tool trxctl)
   else()
     find_program(ZQM_TRX_TRXCTL trxctl HINTS "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../../../../bin"
       "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../../../bin")

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
@@ -58,8 +59,10 @@ class ElfHandle {
   Elf* elf_ = nullptr;
 };
 
-std::string textAt(Elf* elf, std::size_t section, std::size_t offset) {
-  const char* text = elf_strptr(elf, section, offset);
+/// Offsets have 64 bits in files of any machine; there is no text where none can be addressed here.
+std::string textAt(Elf* elf, std::size_t section, std::uint64_t offset) {
+  const auto place = static_cast<std::size_t>(offset);
+  const char* text = place == offset ? elf_strptr(elf, section, place) : nullptr;
   return text == nullptr ? std::string() : text;
 }
 
@@ -106,10 +109,10 @@ void readSymbols(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
 /// Names the versions that the loader insists on, of each library.
 void readNeededVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
   GElf_Verneed library;
-  std::size_t at = 0;
+  std::uint64_t at = 0;
   while (at < data->d_size && gelf_getverneed(data, static_cast<int>(at), &library) != nullptr) {
     GElf_Vernaux version;
-    std::size_t next = at + library.vn_aux;
+    std::uint64_t next = at + library.vn_aux;
     while (next < data->d_size &&
            gelf_getvernaux(data, static_cast<int>(next), &version) != nullptr) {
       if ((version.vna_flags & VER_FLG_WEAK) == 0) {
@@ -124,10 +127,10 @@ void readNeededVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& 
 
 void readOwnVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
   GElf_Verdef version;
-  std::size_t at = 0;
+  std::uint64_t at = 0;
   while (at < data->d_size && gelf_getverdef(data, static_cast<int>(at), &version) != nullptr) {
     GElf_Verdaux name;
-    const std::size_t first = at + version.vd_aux;
+    const std::uint64_t first = at + version.vd_aux;
     if (first < data->d_size && gelf_getverdaux(data, static_cast<int>(first), &name) != nullptr) {
       file.versions.insert(textAt(elf, strings, name.vda_name));
     }

@@ -3,6 +3,7 @@
 
 #include <glob.h>
 #include <link.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -87,7 +88,7 @@ std::string findLoaded(const std::string& name, const ElfFile& /*user*/) {
     dl_iterate_phdr(
         [](dl_phdr_info* info, std::size_t, void* context) {
           const fs::path path = info->dlpi_name;
-          if (fs::exists(path)) {
+          if (access(path.c_str(), F_OK) == 0) {  // which an emulator looks up as the loader did
             static_cast<std::map<std::string, std::string>*>(context)->emplace(path.filename(),
                                                                                path);
           }
