@@ -46,12 +46,13 @@ case "${1:-}" in
     ;;
   --all)
     install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_fuzz[@]}" \
-      "${packages_all[@]}"
+      "${packages_armhf[@]}" "${packages_all[@]}"
     check_format
     ./demo.sh
     step "checking the installed files, the packages, and another platform library"
     scripts/check_packages.sh build/release
     scripts/check_platform_swap.sh
+    scripts/package_armhf.sh
     step "building with clang, its thread safety analysis and clang-tidy"
     build_quietly tidy -DZQM_TRX_TOOLS=OFF -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     for preset in asan tsan armhf; do
@@ -59,7 +60,7 @@ case "${1:-}" in
     done
     fuzz 30
     scripts/check_instructions.sh
-    step "comparing the trace records of this machine and of the device"
+    step "comparing the trace records of this machine and of the device, and their decoding"
     build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     scripts/compare_architectures.sh build/dev build/armhf
     step "comparing the binary interface with that of the last release"

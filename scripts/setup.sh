@@ -32,8 +32,17 @@ packages_test=(libgtest-dev)
 packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)
-packages_all=(clang-format clang-tidy g++-arm-linux-gnueabihf qemu-user googletest pkg-config
-  abigail-tools git)
+packages_armhf=(g++-arm-linux-gnueabihf qemu-user)
+packages_all=(clang-format clang-tidy googletest pkg-config abigail-tools git)
+
+# The name of this machine's Debian release.
+debian_release() { sed -n 's/^VERSION_CODENAME=//p' /etc/os-release; }
+
+# Where this machine takes the Debian release from.
+debian_mirror() {
+  apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' "Release: $(debian_release)" |
+    head -n 1
+}
 
 # Keeps what it reads in the file $1; a terminal shows the last line of it meanwhile.
 keep_log() {
