@@ -5,6 +5,7 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -70,6 +71,15 @@ ZQM_HAP(TST_Throw) {
     default:
       throw 5;
   }
+}
+
+// Ends the process by the signal in the first word, or with the status in the second when that is
+// 0.
+ZQM_HAP(TST_Kill) {
+  if (para[0] == 0) {
+    _exit(static_cast<int>(para[1]));
+  }
+  return raise(static_cast<int>(para[0]));
 }
 
 // Ends the thread that runs it, after it removed the semaphore with the id para[0].

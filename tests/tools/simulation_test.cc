@@ -98,7 +98,7 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
   const Wrong wrong[] = {
       {"END,ok\n", "2 A END stands before the first CASE"},
       {"CASE,a\nEND,ok\nCASE,a\nEND,ok\n", "4 B the case in line 2 has this name too"},
-      {"CASE,a,mian\n", "2 C there is no table 'mian' among those of TABLES"},
+      {"CASE,a,mian\n", "2 C there is no table 'mian' among those of TABLES; did you mean main?"},
       {"CASE,a\n", "2 A the case expects nothing, not even an END"},
       {"CASE,a\nROWS\n",
        "3 B there is nothing behind ROWS|2 A the case expects nothing, not even an END"},

@@ -63,6 +63,7 @@ TEST(TablesTest, EveryFaultIsFoundAtItsLineAndCell) {
             ",,wait,,5,NOP,G\r\n"
             "a b,0,CHECK,,,NOP\r\n"
             "top,3,TABLE,init\r\n"
+            ",2.0,WAIT\r\n"
             "VERSION,ffffffff,END,\"a\"\"b\"\r\n");
   dir.write("lost.csv", "FORMAT,1\n,1,START\n,2,HAP,A.B\n,3,Start\n,4,START\n,x,CHECK\n");
   dir.write("keys.csv",

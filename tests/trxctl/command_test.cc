@@ -133,7 +133,8 @@ TEST_F(CommandTest, ConfigTellsWhatIsOddOfEachSlip) {
 TEST_F(CommandTest, ConfigTellsWhatTheEngineWouldNotReadToo) {
   dir.write("trx.conf",
             "hapmodule.number=0\nhaptable.numbr=0\nhaptable.nest.exec.limit=3\n"
-            "haptable.tblcmd.wait.handler=requester\nhapmodule.exec.exclusion.control=yes\n");
+            "haptable.tblcmd.wait.handler=requester\nhapmodule.exec.exclusion.control=yes\n"
+            "haptable.file.0=a.csv\n");
   EXPECT_EQ(run("config --root ."),
             "path.trx.conf = DIR/trx.conf  (DIR/kw/etc/kwpath.conf:1)\n"
             "hapmodule.loading.err.mode = stop  (default)\n"
@@ -141,6 +142,8 @@ TEST_F(CommandTest, ConfigTellsWhatTheEngineWouldNotReadToo) {
             "hapmodule.nest.exec.limit = 10  (default)\n"
             "hapmodule.exec.exclusion.control = on  (DIR/trx.conf:5)\n"
             "haptable.loading.err.mode = stop  (default)\n"
+            "DIR/trx.conf:6: warning: haptable.file.0 does not count without the key "
+            "haptable.number\n"
             "haptable.nest.exec.limit = 3  (DIR/trx.conf:3)\n"
             "haptable.tblcmd.wait.handler = requester  (DIR/trx.conf:4)\n"
             "DIR/trx.conf:2: warning: unknown key haptable.numbr; did you mean haptable.number?\n"
@@ -249,8 +252,8 @@ TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
       {"TST_Throw --para 1",
        "HAP TST_Throw failed with an exception that is not the engine's: test\n= 1\n"},
       {"TST_Throw --para 0 --para 0x70003",
-       "HAP TST_Throw failed with 0x70003: a WAIT row hands its wait to the requester; this is no "
-       "failure\n= 1\n"},
+       "HAP TST_Throw failed with 0x70003, by which a WAIT row hands its wait over: the HAP threw "
+       "it, or ran a table that waits\n= 1\n"},
       {"TST_Exit", "HAP TST_Exit failed: its HAP ended the thread that ran it\n= 1\n"},
       {"TST_Throw --para 0 --para 0x12345",
        "HAP TST_Throw failed with 0x12345\n"
@@ -324,6 +327,34 @@ TEST_F(CommandTest, TableShowsItsRowsAsTheyRun) {
             "= 1\n");
 }
 
+TEST_F(CommandTest, WhateverIsNamedWrongGetsWhatWasProbablyMeant) {
+  writeTable("good.csv", ",1,START\n,2,TABLE,god\n,3,END\n");
+  dir.write("libzq_hap_pump.so", readFile(MODULE_PLAIN));
+  configure({"good.csv"});
+  const struct {
+    const char* arguments;
+    const char* says;
+  } cases[] = {
+      {"hap TST_Okk --root .", "module TST does not export the HAP; did you mean TST_Ok?"},
+      {"hap TSX_Zzzzzzzz --root .",
+       "no module with the key TSX is loaded; did you mean the module TST?"},
+      {"table good --root .", "table god is not loaded; did you mean good?"},
+      {"table ./good.csv --root .", "table ./good.csv is not loaded; name it good"},
+      {"table '' --root .", "NAME: a name is not empty"},
+      {"hap '' --root .", "NAME: a name is not empty"},
+      {"simulate good.csv --table good.csv", "no table 'good.csv' in the files; name it good"},
+      {"simulate good.csv --table god", "no table 'god' in the files; did you mean good?"},
+      {"check goood.csv", "No such file or directory; did you mean good.csv?"},
+      {"graph goood.csv", "the engine does not load this table; did you mean good.csv?"},
+      {"modules libzq_hap_pmp.so",
+       "No such file or directory; did you mean DIR/libzq_hap_pump.so?"},
+  };
+  for (const auto& [arguments, says] : cases) {
+    const std::string text = run(arguments);
+    EXPECT_NE(text.find(says), std::string::npos) << arguments << '\n' << text;
+  }
+}
+
 TEST_F(CommandTest, TerminalShowsHowLongAWaitStillTakes) {
   if (std::system("script -qec true /dev/null >/dev/null 2>&1 </dev/null") != 0) {
     GTEST_SKIP() << "no terminal can be opened here";
@@ -356,6 +387,7 @@ TEST_F(CommandTest, GraphDrawsRowsErrorsAndCalls) {
   EXPECT_EQ(run("graph flow.csv --format png -o none/flow.png 2>/dev/null | grep -c x"),
             "0\n= 1\n");
   EXPECT_EQ(run("graph flow.csv -o flow.PNG && head -c 4 flow.PNG | tail -c 3"), "PNG= 0\n");
+  EXPECT_EQ(run("graph flow.csv -o flow.pdf && head -c 5 flow.pdf"), "%PDF-= 0\n");
   EXPECT_EQ(run("graph flow.csv --format dot -o text.svg; head -n 1 text.svg"),
             "digraph tables {\n= 0\n");
   EXPECT_EQ(run("graph wrong.csv"),
@@ -390,11 +422,13 @@ TEST_F(CommandTest, ExplainKnowsCodesAndTraceIds) {
   EXPECT_EQ(run("explain 1060001"), own_code("0x1060001", "a HAP's own error, with its detail"));
   EXPECT_EQ(run("explain 0x40001"), own_code("0x40001", "an error of the HAP API, with its data"));
   EXPECT_EQ(run("explain 12"), own_code("0x12", "an error without detail"));
-  for (const std::string text : {"7000g", "", "0x", "+7000a", " 7000a", "17000000a"}) {
+  for (const std::string text : {"7000g", "", "0x", "+7000a", " 7000a"}) {
     EXPECT_EQ(run("explain '" + text + "'"), "! trxctl: '" + text +
                                                  "' is no hexadecimal code; write one such as "
                                                  "7000a or 0x7000a\n= 2\n");
   }
+  EXPECT_EQ(run("explain 0x17000000a"),
+            "! trxctl: '0x17000000a' is too long: a code has at most 8 hexadecimal digits\n= 2\n");
   EXPECT_EQ(run("explain 458762"),
             "! trxctl: '458762' is no hexadecimal code of the engine; if it is a decimal one, run "
             "trxctl explain 0x7000a\n= 2\n");
@@ -427,7 +461,7 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
     EXPECT_NE(help.find("Usage: trxctl " + command), std::string::npos) << help;
     EXPECT_NE(help.find("\nExample: trxctl " + command + " "), std::string::npos) << help;
     EXPECT_NE(help.find("\nExit status: 0 "), std::string::npos) << help;
-    EXPECT_NE(help.find("--root DIR"), std::string::npos) << help;
+    EXPECT_NE(help.find("--root DIR "), std::string::npos) << help;
   }
   const struct {
     const char* arguments;
@@ -445,7 +479,9 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
                                   "\n! Run with --help for more information.\n= 2\n");
   }
   EXPECT_EQ(run("check ''"), ": error: No such file or directory [0xa000000]\n= 2\n");
-  EXPECT_EQ(run("explain 7000c >/dev/full 2>&1; test $? = 2"), "= 0\n");
+  for (const char* command : {"explain 7000c", "--help", "graph --help", "--version"}) {
+    EXPECT_EQ(run(std::string(command) + " >/dev/full 2>&1; test $? = 2"), "= 0\n");
+  }
 }
 
 TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {

@@ -71,7 +71,9 @@ class ValueWriter {
     for (const auto& [key, line] : file_.keys) {
       if (indexOf(key, prefix) >= std::max(count, 0)) {
         writer_.warn(file_, line,
-                     key + " is never read: " + number_key + " is " + std::to_string(count));
+                     file_.values.exist(number_key)
+                         ? key + " is never read: " + number_key + " is " + std::to_string(count)
+                         : key + " does not count without the key " + number_key);
       }
     }
   }

@@ -6,6 +6,7 @@
 #include <set>
 #include <string_view>
 
+#include "common/paths.h"
 #include "kw/trx/file_path.h"
 #include "modules/elf_file.h"
 #include "modules/loader.h"
@@ -118,7 +119,8 @@ ModuleFile inspectModule(const std::string& file) {
   }
   const ElfFile elf = readElf("/" + file);
   if (!elf.problem.empty()) {
-    module.problems.push_back(elf.problem);
+    module.problems.push_back(elf.problem +
+                              nearFileHint(file[0] == '/' ? file : "/" + file, trx::kModulePrefix));
     return module;
   }
   for (const std::string& function : elf.functions) {
@@ -126,6 +128,8 @@ ModuleFile inspectModule(const std::string& file) {
     key.eraseSeparatorBackFirstOf(trx::kKeySeparator);
     if (key.value == module.key) {
       module.haps.push_back(function);
+    } else if (!key.value.empty() && key.value != function) {
+      module.others.push_back(function);
     }
   }
   module.descriptions = descriptionsFrom(elf.descriptions, module.unreadable);

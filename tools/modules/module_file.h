@@ -14,6 +14,7 @@ namespace kw::trx::tools {
 struct ModuleFile {
   std::string key;                    ///< empty: its name gives none
   std::vector<std::string> haps;      ///< HAPs that it exports, sorted
+  std::vector<std::string> others;    ///< functions that would be HAPs under another key, sorted
   std::vector<std::string> problems;  ///< why it would not load into a host like this tool
   HAPDescriptions descriptions;       ///< of HAPs, those included that it does not export
   std::size_t unreadable = 0;         ///< records of descriptions

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <exception>
 
+#include "common/text.h"
 #include "kw/trx/errors.h"
 #include "running/failure_reason.h"
 
@@ -17,8 +18,14 @@ std::string callOnce(const Request& request, bool& waits, unsigned int& time_ms)
     request.call();
     return {};
   } catch (const trx::TRXException& exception) {
-    waits = exception.getCode() == trx::kCodeWaitHandOver && request.wait;
+    const bool is_wait = exception.getCode() == trx::kCodeWaitHandOver;
+    waits = is_wait && request.wait;
     time_ms = exception.getDetail();
+    if (is_wait && !waits) {
+      return hexText(exception.getCode()) +
+             ", by which a WAIT row hands its wait over: the HAP threw it, or ran a table that "
+             "waits";
+    }
     return exceptionText(exception.getCode());
   } catch (const std::exception& exception) {
     return std::string("an exception that is not the engine's: ") + exception.what();

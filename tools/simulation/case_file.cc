@@ -9,6 +9,7 @@
 
 #include "common/paths.h"
 #include "common/text.h"
+#include "running/name_hints.h"
 #include "running/units.h"
 #include "simulation/case_words.h"
 #include "tables/surroundings.h"
@@ -156,7 +157,12 @@ void CaseReader::beginCase(const Cells& cells) {
   }
   const std::string table = cells.size() > 2 ? cells[2] : tableNameOf(file_.tables[0]);
   if (tables().count(table) == 0) {
-    throw Refusal{2, "there is no table '" + table + "' among those of " + kCaseTables};
+    std::vector<std::string> names;
+    for (const auto& [name, flow] : tables()) {
+      names.push_back(name);
+    }
+    throw Refusal{2, "there is no table '" + table + "' among those of " + kCaseTables +
+                         tableHint(table, names)};
   }
   for (const TableCase& other : file_.cases) {
     if (other.name == cells[1]) {

@@ -33,7 +33,7 @@ std::string reasonOf(const std::string& file, int error) {
   if (fs::is_regular_file(status) && fs::file_size(file, ignored) > trx::kTableFileMax) {
     return trx::kTableTooLargeWords;
   }
-  return std::strerror(error);
+  return std::strerror(error) + nearFileHint(file);
 }
 
 /// Reads `file` into `log`; notes why it cannot be read.

@@ -11,6 +11,7 @@
 #include "common/characters.h"
 #include "common/paths.h"
 #include "kw/trx/table_format.h"
+#include "tables/cell_number.h"
 #include "traces/record_collector.h"
 #include "zqm_trx/table_words.h"
 
@@ -80,10 +81,10 @@ bool meansTheSame(const std::string& a, const std::string& b, Meaning meaning) {
   if (a == b || meaning == Meaning::kText) {
     return a == b;
   }
-  const auto base = static_cast<int>(meaning == Meaning::kHex ? trx::kHexBase : trx::kDecimalBase);
-  char* end = nullptr;
-  const unsigned long number = std::strtoul(b.c_str(), &end, base);
-  return *end == '\0' && std::strtoul(a.c_str(), nullptr, base) == number;
+  const unsigned int base = meaning == Meaning::kHex ? trx::kHexBase : trx::kDecimalBase;
+  const CellNumber number_a = cellNumber(a, base);
+  const CellNumber number_b = cellNumber(b, base);
+  return number_a.is_whole && number_b.is_whole && number_a.value == number_b.value;
 }
 
 Meaning meaningOf(const std::string& command, const std::string& column) {

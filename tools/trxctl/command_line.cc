@@ -3,9 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <iostream>
 
 #include "common/paths.h"
 #include "common/text.h"
@@ -117,7 +114,7 @@ Command CommandLine::add(const std::string& name, const std::string& what,
           "--root", [](const std::string& dir) { kw::platform::setSystemRoot(absolutePath(dir)); },
           "The folder that the platform's own files, those below /kw/, lie in")
       ->type_name("DIR")
-      ->check(CLI::ExistingDirectory)
+      ->check(CLI::Validator(CLI::ExistingDirectory).description(""))
       ->trigger_on_parse();
   command->footer(footer);
   return {*command, status_};
@@ -128,19 +125,15 @@ int CommandLine::run(int argc, char** argv) {
     app_->parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
-      return app_->exit(error);
+      status_ = app_->exit(error);
+      return flushed(status_);
     }
     return fail(wordsFor(*app_, argc > 1 ? argv[1] : "-", error) +
                 "\nRun with --help for more information.");
   } catch (const std::exception& exception) {
     return fail(exception.what());
   }
-  errno = 0;
-  if (!std::cout.flush()) {
-    return fail(std::string("standard output: ") +
-                (errno != 0 ? std::strerror(errno) : "not written"));
-  }
-  return status_;
+  return flushed(status_);
 }
 
 }  // namespace kw::trx::tools

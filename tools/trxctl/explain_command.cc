@@ -20,6 +20,8 @@
 namespace kw::trx::tools {
 namespace {
 
+constexpr std::size_t kCodeDigits = 8;
+
 void printPart(const char* name, const std::string& words) {
   std::cout << "  " << name << words << '\n';
 }
@@ -100,6 +102,11 @@ int explain(const std::string& code) {
     return fail("'" + code +
                 "' is no hexadecimal code of the engine; if it is a decimal one, run " +
                 "trxctl explain " + hexText(*decimal));
+  }
+  const std::size_t begin = code.rfind("0x", 0) == 0 ? 2 : 0;
+  if (!number && code.size() > begin + kCodeDigits &&
+      code.find_first_not_of("0123456789abcdefABCDEF", begin) == std::string::npos) {
+    return fail("'" + code + "' is too long: a code has at most 8 hexadecimal digits");
   }
   if (!number) {
     return fail("'" + code + "' is no hexadecimal code; write one such as 7000a or 0x7000a");

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 
+#include "common/paths.h"
 #include "configuration/configuration.h"
 #include "kw/trx/file_path.h"
 #include "tables/graph.h"
@@ -22,6 +23,9 @@ extern char** environ;
 
 namespace kw::trx::tools {
 namespace {
+
+/// The first one is text, the others are pictures.
+const std::vector<std::string> kFormats = {"dot", "svg", "png", "pdf"};
 
 struct GraphOptions {
   std::vector<std::string> files;
@@ -67,11 +71,16 @@ int writeText(const std::string& graph, const std::string& output) {
   return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
 }
 
-/// "svg" or "png" when the name of the file ends so, in any letter case; else "dot".
+/// The format of a picture when the name of the file ends so, in any letter case; else "dot".
 std::string formatOf(const std::string& output) {
   trx::FilePath extension(std::filesystem::path(output).extension().string());
   extension.toLower();
-  return extension.value == ".svg" ? "svg" : extension.value == ".png" ? "png" : "dot";
+  for (const std::string& format : kFormats) {
+    if (extension.value == "." + format) {
+      return format;
+    }
+  }
+  return kFormats[0];
 }
 
 int graphTables(GraphOptions options) {
@@ -83,7 +92,9 @@ int graphTables(GraphOptions options) {
   TableFlow flow;
   for (const std::string& file : options.files) {
     if (!readFlow(file, flow)) {
-      return fail(file + ": the engine does not load this table; trxctl check tells why");
+      const std::string hint = nearFileHint(file);
+      return fail(file + ": the engine does not load this table" +
+                  (hint.empty() ? "; trxctl check tells why" : hint));
     }
     names.push_back(flow.name);
   }
@@ -104,11 +115,10 @@ void addGraphCommand(CommandLine& line) {
       "Example: trxctl graph selftest.csv rails.csv -o selftest.svg\n"
       "Exit status: 0 the graph is written; 2 it is not.");
   command.texts(options->files, {"FILE", "Table files", "", {}, true});
-  command.text(options->format,
-               {"--format",
-                "dot, or with Graphviz svg or png; else as the file of -o is named, or dot",
-                "",
-                {"dot", "svg", "png"}});
+  command.text(
+      options->format,
+      {"--format", "dot, or with Graphviz svg, png or pdf; else as the file of -o is named, or dot",
+       "", kFormats});
   command.text(
       options->output,
       {"-o,--output", "Where to write; else standard output, which takes no picture", "FILE"});

@@ -76,16 +76,18 @@ int runHAP(const HAPOptions& options) {
   const std::vector<unsigned int> words = wordsOf(options.para);
   const unsigned int* para = options.para.empty() ? nullptr : words.data();
   std::string reason;
+  NameHints hints;
   const RecordCollector collector(kw::platform::kTraceAll,
-                                  [&reason](const kw::platform::TraceRecord& record) {
+                                  [&](const kw::platform::TraceRecord& record) {
                                     const std::string text = requestFailureText(record);
+                                    hints.take(record);
                                     reason = text.empty() ? reason : text;
                                   });
   const auto call = [&] {
     trx::TRX::getInstance()->execHAP(&info, units.list(), options.name, options.mode, para,
                                      results.data());
   };
-  const int status = runAndTell(info, "HAP " + options.name, {call, {}, {}}, reason);
+  const int status = runAndTell(info, "HAP " + options.name, {call, {}, {}}, reason, hints);
   printResults(results, options.results);
   return status;
 }

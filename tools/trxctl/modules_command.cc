@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "common/paths.h"
+#include "common/text.h"
 #include "configuration/configuration.h"
 #include "modules/listed_modules.h"
 #include "trxctl/commands.h"
@@ -11,6 +12,17 @@
 
 namespace kw::trx::tools {
 namespace {
+
+/// The first of `names`, with a last one for those left out.
+std::vector<std::string> firstOf(std::vector<std::string> names) {
+  constexpr std::size_t most = 8;
+  if (names.size() > most) {
+    const std::size_t left = names.size() - most;
+    names.resize(most);
+    names.push_back(std::to_string(left) + " more");
+  }
+  return names;
+}
 
 void print(const ListedModule& listed, bool describe) {
   const auto& [file, module, replaced_by] = listed;
@@ -31,7 +43,12 @@ void print(const ListedModule& listed, bool describe) {
   if (!module.has_sections) {
     std::cout << "  its section table is missing: its HAPs and what it needs cannot be told\n";
   } else if (loads && module.haps.empty()) {
-    std::cout << "  exports no HAP\n";
+    std::cout << "  exports no HAP"
+              << (module.others.empty()
+                      ? ""
+                      : ": names of HAPs begin with " + module.key + "_, and it exports " +
+                            tools::listed(firstOf(module.others)))
+              << '\n';
   }
   for (const std::string& hap : module.haps) {
     const auto description = module.descriptions.find(hap);

@@ -44,7 +44,9 @@ void stopEngine(int number) {
 }  // namespace
 
 void addRequestOptions(Command& command, RequestOptions& options, const std::string& what) {
-  command.text(options.name, {"NAME", what, "", {}, true});
+  command.text(options.name, {"NAME", what, "", {}, true, [](const std::string& name) {
+                                return std::string(name.empty() ? "a name is not empty" : "");
+                              }});
   command.texts(options.units,
                 {"--unit",
                  "A unit to work on, such as 300:2:rack/rail2; repeat it for further units",
@@ -74,7 +76,7 @@ bool beginRun(const RequestOptions& options) {
 }
 
 int runAndTell(trx::TRXInfo& info, const std::string& what, Request request,
-               const std::string& reason) {
+               const std::string& reason, const NameHints& hints) {
   request.thread_ended = [&what] { endWithThread(what); };
   const Outcome outcome = runRequest(request);
   if (outcome.failure.empty()) {
@@ -84,7 +86,7 @@ int runAndTell(trx::TRXInfo& info, const std::string& what, Request request,
     return kExitOk;
   }
   std::cout << what << paint(Colour::kRed, " failed") << " with " << outcome.failure << '\n';
-  printFailure(failureOf(info), reason);
+  printFailure(failureOf(info), reason.empty() ? reason : reason + hints.hint(info));
   return kExitFindings;
 }
 

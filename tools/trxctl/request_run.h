@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kw/trx/trx_info.h"
+#include "running/name_hints.h"
 #include "running/request.h"
 #include "trxctl/command_line.h"
 
@@ -28,10 +29,10 @@ void addRequestOptions(Command& command, RequestOptions& options, const std::str
 bool beginRun(const RequestOptions& options);
 
 /// Runs `request`, called `what`, on `info` until it has ended, and says in words what came of it.
-/// `reason` is read afterwards: the last reason told by the records that were written. Returns the
+/// `reason` and `hints` are read afterwards: what the records tell that were written. Returns the
 /// exit status.
 int runAndTell(trx::TRXInfo& info, const std::string& what, Request request,
-               const std::string& reason);
+               const std::string& reason, const NameHints& hints);
 
 }  // namespace kw::trx::tools
 

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "common/text.h"
+#include "running/name_hints.h"
 #include "running/units.h"
 #include "simulation/case_run.h"
 #include "simulation/rules.h"
@@ -115,7 +116,7 @@ int simulate(const SimulateOptions& options) {
     names.push_back(name);
   }
   if (simulator.tables().count(table) == 0) {
-    return fail("there is no table '" + table + "' in the files" + didYouMean(table, names));
+    return fail("there is no table '" + table + "' in the files" + tableHint(table, names));
   }
   const std::vector<OutcomeRule> rules = rulesOf(options, table, simulator.tables());
   OutcomePlan plan(rules);

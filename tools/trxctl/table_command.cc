@@ -47,14 +47,16 @@ int runTable(const RequestOptions& options) {
   info.setTableName(options.name);
   info.setTableUnitList(units.list());
   RowPrinter printer;
+  NameHints hints;
   RowEvents rows(info, [&printer](const RowEvent& event) { printer.print(event); });
   const RecordCollector collector(kw::platform::kTraceAll,
                                   [&](const kw::platform::TraceRecord& record) {
                                     printer.endWait();
+                                    hints.take(record);
                                     rows.take(record);
                                   });
   const auto call = [&info] { trx::TRX::getInstance()->execTable(&info); };
-  return runAndTell(info, "table " + options.name, {call, waitFor, {}}, rows.reason());
+  return runAndTell(info, "table " + options.name, {call, waitFor, {}}, rows.reason(), hints);
 }
 
 }  // namespace

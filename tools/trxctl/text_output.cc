@@ -3,7 +3,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 #include "trxctl/command_line.h"
@@ -22,6 +24,15 @@ int fail(const std::string& message) {
   std::cout.flush();
   std::cerr << "trxctl: " << message << '\n';
   return kExitFailed;
+}
+
+int flushed(int status) {
+  errno = 0;
+  if (std::cout.flush()) {
+    return status;
+  }
+  return fail(std::string("standard output: ") +
+              (errno != 0 ? std::strerror(errno) : "not written"));
 }
 
 std::string paint(Colour colour, const std::string& text) {

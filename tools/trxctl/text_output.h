@@ -10,6 +10,9 @@ namespace kw::trx::tools {
 /// Says on standard error what went wrong, where, and what to do next. Returns `kExitFailed`.
 int fail(const std::string& message);
 
+/// Ends standard output: `status` when all of it was written, else `kExitFailed`, after saying why.
+int flushed(int status);
+
 enum class Colour { kRed, kYellow, kGreen, kGrey };
 
 /// `text` in that colour when standard output is a terminal and NO_COLOR is not set.

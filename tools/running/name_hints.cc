@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "running/name_hints.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "common/text.h"
+#include "kw/trx/errors.h"
+#include "kw/trx/trx_config.h"
+#include "modules/listed_modules.h"
+#include "tables/finding.h"
+#include "traces/record_words.h"
+#include "zqm_trx/module_key.h"
+#include "zqm_trx/trace_points.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// A HAP that is near, else a module whose key is.
+std::string hapHint(const std::string& name) {
+  const KnownHAPs haps = hapsOf(trx::TRXConfig::getInstance().getHAPModuleFiles());
+  if (const auto lost = haps.lost.find(name); lost != haps.lost.end()) {
+    return "; the module that exports it " + lost->second;
+  }
+  if (!haps.known) {
+    return {};
+  }
+  std::vector<std::string> keys;
+  for (const std::string& hap : *haps.known) {
+    keys.emplace_back(trx::keyOfHAP(hap));
+  }
+  const std::string hint = didYouMean(name, {haps.known->begin(), haps.known->end()});
+  const std::string key(trx::keyOfHAP(name));
+  const std::string near = nearestOf(key, keys);
+  return !hint.empty() || near.empty() || near == key ? hint
+                                                      : "; did you mean the module " + near + "?";
+}
+
+}  // namespace
+
+std::string tableHint(const std::string& name, const std::vector<std::string>& known) {
+  const std::string plain = tableNameOf(name);
+  const bool is_file = plain != name && std::count(known.begin(), known.end(), plain) != 0;
+  return is_file ? "; name it " + plain : didYouMean(plain, known);
+}
+
+void NameHints::take(const kw::platform::TraceRecord& record) {
+  if (record.id == trx::kDriverNoTable.id) {
+    missing_table_ = textOf(record);
+  }
+}
+
+std::string NameHints::hint(trx::TRXInfo& info) const {
+  const unsigned int code = info.error.getErrCode();
+  if (code == trx::kRecordUndefinedHAP) {
+    return hapHint(info.error.getErrHAPName());
+  }
+  if (code != trx::kRecordTableNotLoaded) {
+    return {};
+  }
+  std::vector<std::string> names;
+  for (const std::string& file : trx::TRXConfig::getInstance().getTableFiles()) {
+    names.push_back(tableNameOf(file));
+  }
+  return tableHint(missing_table_, names);
+}
+
+}  // namespace kw::trx::tools
