@@ -46,12 +46,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   kw::platform::TraceRingReader reader;
   if (reader.open(file.write(ring)) != 0) return 0;
   std::size_t records = 0;
+  bool doubtful = false;
   for (kw::platform::TraceRecord record; reader.next(record); ++records) {
+    doubtful = doubtful || record.doubtful;
     require(record.data.size() <= kw::platform::kTraceDataMax, "a record keeps so many bytes");
   }
   if (text == "\1" || text == "\2") {
     require(records == (text[0] == 1 ? kRecordsOfNarrow : kRecordsOfWide) && reader.lost() == 0,
             "a whole ring has all its records");
+    require(!doubtful, "of a whole ring nothing is doubtful");
   }
   require(records * kw::platform::kTraceDataMax <= ring.size(), "a record has its place");
   return 0;

@@ -62,6 +62,9 @@ bool areWords(const TraceRecord& record, std::size_t named) {
 }  // namespace
 
 const char* doubtOf(const TraceRecord& record) {
+  if (record.doubtful) {
+    return "the records around it have another thread or time";
+  }
   if (!isThread(record.process_id) || !isThread(record.thread_id)) {
     return "no thread has its number";
   }

@@ -45,6 +45,8 @@ struct TraceRecord {
   std::uint32_t id;                 ///< trace id
   std::uint32_t length;             ///< length of the data in bytes as written
   std::vector<unsigned char> data;  ///< the data; a ring keeps the first `kTraceDataMax` bytes
+  bool doubtful = false;            ///< the ring was damaged: what stands around the record in it
+                                    ///< says something else of its writer or its time
 };
 
 /// Called for every record that passes the level mask, on the writing thread, before the ring gets
@@ -95,8 +97,9 @@ class KW_PLATFORM_API TraceRingReader {
   int open(const std::string& path);
 
   /// Takes the next record, oldest first by their time; records of one thread come in their order
-  /// in any case. What was written by now is read into memory at once, and handed out bit by bit.
-  /// Returns false when there is none now; a later call may find one. A record that is only half
+  /// in any case. Of each thread one record is in memory; of what was written by now, what is
+  /// overwritten before its turn is lost. Returns false when there is none now; a later call may
+  /// find one. A record that is only half
   /// written is waited for, up to 100 ms, as its writer may be dead. Records that can't be read are
   /// skipped and counted.
   bool next(TraceRecord& record);
