@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -85,6 +86,9 @@ namespace fs = std::filesystem;
 
 constexpr unsigned int kTimeOutSeconds = 200;
 
+/// So much of a module has its headers, but not what the loader uses at once.
+constexpr std::uintmax_t kBeginningBytes = 4200;
+
 void rest(void* = nullptr, unsigned long = 0, unsigned int = 0, unsigned short = 0,
           unsigned long = 0, const void* = nullptr, int = 0) {
   pass();
@@ -122,7 +126,7 @@ class CancelLockTest : public EngineFixture {
     const std::string wrong = dir.write("wrong.csv", head);
     const fs::path cut = dir.write("libzq_hap_cut.so", "");
     fs::copy_file(MODULE_TST, cut, fs::copy_options::overwrite_existing);
-    fs::resize_file(cut, fs::file_size(cut) / 3);
+    fs::resize_file(cut, kBeginningBytes);
     configure({MODULE_CTOR, MODULE_HURT, cut, "/no/libzq_hap_none.so", MODULE_TST},
               {wrong, inner, outer},
               "hapmodule.exec.exclusion.control=on\nhapmodule.loading.err.mode=continue\n"

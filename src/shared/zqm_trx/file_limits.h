@@ -13,6 +13,7 @@ constexpr unsigned long long kTableFileMax = 16ULL << 20;
 constexpr char kNotRegularWords[] = "is no regular file";
 constexpr char kModuleTooLargeWords[] = "is larger than 256 MiB";
 constexpr char kTableTooLargeWords[] = "is larger than 16 MiB";
+constexpr char kUnreadableWords[] = "cannot be read: its disk may be failing";
 constexpr char kCutShortWords[] = "is cut short: copy it again";
 
 }  // namespace kw::trx::trx
