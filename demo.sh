@@ -29,5 +29,23 @@ if "$trxctl" simulate examples/tables/selftest.csv examples/tables/rails.csv --f
 fi
 "$trxctl" test examples/tables/*.cases.csv
 
+step "a case that expects too much, and what differs"
+printf 'TABLES,%s\nCASE,a rail out of its limits does no harm\nHAP,rails/2,fail 20003\nEND,ok\n' \
+  "$PWD/examples/tables/selftest.csv,$PWD/examples/tables/rails.csv" >"$rig/wrong.cases.csv"
+if "$trxctl" test "$rig/wrong.cases.csv"; then
+  exit 1
+fi
+
+step "what no run of the tables may do, with the shortest run that does it"
+if "$trxctl" explore examples/tables/selftest.csv examples/tables/rails.csv --deny swallowed=rails/3 |
+  sed '/^# message/,$d'; then
+  exit 1
+fi
+
+step "what the cases run, coloured in $rig/coverage.svg"
+"$trxctl" coverage examples/tables/*.cases.csv -o "$rig/tables.info"
+"$trxctl" graph examples/tables/selftest.csv examples/tables/rails.csv --coverage "$rig/tables.info" \
+  -o "$rig/coverage.svg"
+
 step "its trace, decoded: errors and infos of $rig/root/trace.ring"
 "$trxctl" trace --level info "$rig/root/trace.ring"

@@ -455,8 +455,9 @@ TEST_F(CommandTest, EveryErrorOfTheCatalogueComesWithAdvice) {
 }
 
 TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
-  for (const std::string command : {"check", "graph", "modules", "config", "hap", "table",
-                                    "simulate", "test", "explore", "trace", "explain"}) {
+  for (const std::string command :
+       {"check", "graph", "modules", "config", "hap", "table", "simulate", "test", "explore",
+        "coverage", "trace", "explain"}) {
     const std::string help = run(command + " --help");
     EXPECT_NE(help.find("Usage: trxctl " + command), std::string::npos) << help;
     EXPECT_NE(help.find("\nExample: trxctl " + command + " "), std::string::npos) << help;
@@ -550,8 +551,9 @@ TEST_F(CommandTest, CompletionOffersWhatTheHelpNames) {
   const struct {
     const char* words;
     const char* offered;
-  } cases[] = {{"c", "check config"},    {"--", "--help --version"},  {"check --st", "--strict"},
-               {"check so", "some.csv"}, {"graph --format s", "svg"}, {"graph -o s", "some.csv"}};
+  } cases[] = {{"c", "check config coverage"}, {"--", "--help --version"},
+               {"check --st", "--strict"},     {"check so", "some.csv"},
+               {"graph --format s", "svg"},    {"graph -o s", "some.csv"}};
   for (const auto& [words, offered] : cases) {
     const std::string bash = "cd " + dir.path() + " && bash try.sh " + words + " >out 2>/dev/null";
     EXPECT_EQ(std::system(bash.c_str()), 0);

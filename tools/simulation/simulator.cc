@@ -138,8 +138,13 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
       request.on_event(event);
     }
   });
-  const RecordCollector collector(
-      kw::platform::kTraceAll, [&](const kw::platform::TraceRecord& record) { rows.take(record); });
+  const RecordCollector collector(kw::platform::kTraceAll,
+                                  [&](const kw::platform::TraceRecord& record) {
+                                    rows.take(record);
+                                    if (request.on_record) {
+                                      request.on_record(record);
+                                    }
+                                  });
   runToEnd(info, result);
   engine->setStopFlag(false);
   // A run that was to be stopped in a row that waits is refused when it is to go on.

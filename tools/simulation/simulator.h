@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "kw/platform.h"
 #include "running/failure.h"
 #include "running/row_events.h"
 #include "simulation/outcome.h"
@@ -38,6 +39,8 @@ struct SimulationRequest {
   /// Gives the outcome of a call, whose own is not set yet. Null: every HAP succeeds.
   std::function<HAPOutcome(const HAPCall& call)> choose;
   std::function<void(const RowEvent& event)> on_event;  ///< called as it runs; may be null
+  /// Called with each record of the engine; may be null.
+  std::function<void(const kw::platform::TraceRecord& record)> on_record;
   std::size_t most_rows = 100000;  ///< where a run is stopped that may never end
 };
 

@@ -11,6 +11,8 @@ namespace {
 
 constexpr char kUnreached[] = "color=grey fontcolor=grey";
 constexpr char kOnError[] = "color=red style=dashed";
+constexpr char kHasRun[] = " style=filled fillcolor=\"#d8f0d8\"";
+constexpr char kNeverRun[] = " style=filled fillcolor=\"#f8d8d8\"";
 constexpr char kCall[] = "color=blue style=dotted";
 
 /// `text` as the language of Graphviz writes it.
@@ -26,7 +28,8 @@ std::string dotText(const std::string& text) {
 /// Writes tables in the language of Graphviz.
 class GraphWriter {
  public:
-  explicit GraphWriter(const KnownTables& tables) : tables_(tables) {}
+  GraphWriter(const KnownTables& tables, const GraphCounts& counts)
+      : tables_(tables), counts_(counts) {}
 
   /// The tables called `names` and those that they call.
   std::string write(const std::vector<std::string>& names) {
@@ -72,14 +75,28 @@ class GraphWriter {
       const FlowRow& row = flow.rows[at];
       if (row.command == trx::kCommandTable && !row.name.empty()) {
         calls_ << "  " << node(name, at) << " -> " << node(row.name, 0) << " [" << kCall
-               << " label=\"calls\"]\n";
+               << " label=" << edgeText("calls", countsOf(name, at), &RowCounts::runs) << "]\n";
         add(row.name);
       }
     }
   }
 
+  /// What is told of a row; null: nothing is.
+  const RowCounts* countsOf(const std::string& table, std::size_t at) const {
+    const auto found = counts_.find(table);
+    return found == counts_.end() ? nullptr : &found->second[at];
+  }
+
+  /// The text of an arrow, with how often it was taken.
+  static std::string edgeText(const std::string& words, const RowCounts* counts,
+                              std::uint64_t RowCounts::*count) {
+    const std::string times = counts == nullptr ? "" : std::to_string(counts->*count);
+    return dotText(words + (words.empty() || times.empty() ? "" : " ") + times);
+  }
+
   void writeRow(const TableFlow& flow, std::size_t at, bool reached) {
     const FlowRow& row = flow.rows[at];
+    const RowCounts* const counts = countsOf(flow.name, at);
     const bool end = row.command == trx::kCommandEnd;
     std::string label = row.number + "  " + row.command;
     for (const std::string& part : {row.name, row.mode, row.para}) {
@@ -90,38 +107,50 @@ class GraphWriter {
     }
     out_ << "    " << node(flow.name, at) << " [label=" << dotText(label)
          << (end ? " shape=ellipse" : "") << (end && !row.name.empty() ? " color=red" : "")
-         << (reached ? "" : std::string(" ") + kUnreached) << "]\n";
+         << (reached ? "" : std::string(" ") + kUnreached)
+         << (counts == nullptr   ? ""
+             : counts->runs == 0 ? kNeverRun
+                                 : kHasRun)
+         << "]\n";
     if (!row.endsTable()) {
-      writeEdge(node(flow.name, at), node(flow.name, at + 1), reached ? "" : kUnreached, row);
+      writeEdge(node(flow.name, at), node(flow.name, at + 1), reached ? "" : kUnreached, row,
+                counts);
     }
     if (row.jump >= 0) {
       out_ << "    " << node(flow.name, at) << " -> "
            << node(flow.name, static_cast<std::size_t>(row.jump)) << " ["
-           << (reached ? kOnError : kUnreached) << " label=\"error\"]\n";
+           << (reached ? kOnError : kUnreached)
+           << " label=" << edgeText("error", counts, &RowCounts::errors) << "]\n";
     } else if (row.endsOnError()) {
       const std::string failed = node(flow.name, std::to_string(at) + " error");
       out_ << "    " << failed << " [label=\"\" shape=point "
            << (reached ? "color=red" : kUnreached) << "]\n    " << node(flow.name, at) << " -> "
-           << failed << " [" << (reached ? kOnError : kUnreached) << " label=\"error end\"]\n";
+           << failed << " [" << (reached ? kOnError : kUnreached)
+           << " label=" << edgeText("error end", counts, &RowCounts::errors) << "]\n";
     }
   }
 
   void writeEdge(const std::string& from, const std::string& to, const std::string& style,
-                 const FlowRow& row) {
+                 const FlowRow& row, const RowCounts* counts) {
     const bool mode = row.command == trx::kCommandHAP && row.jump < 0 && !row.error.empty();
     out_ << "    " << from << " -> " << to << (style.empty() ? "" : " [" + style + "]")
-         << (mode ? " [label=" + dotText(row.error) + "]" : "") << '\n';
+         << (mode || counts != nullptr
+                 ? " [label=" + edgeText(mode ? row.error : "", counts, &RowCounts::onward) + "]"
+                 : "")
+         << '\n';
   }
 
   const KnownTables& tables_;
+  const GraphCounts& counts_;
   std::set<std::string> added_;
   std::ostringstream out_, calls_;
 };
 
 }  // namespace
 
-std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names) {
-  return GraphWriter(tables).write(names);
+std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names,
+                    const GraphCounts& counts) {
+  return GraphWriter(tables, counts).write(names);
 }
 
 }  // namespace kw::trx::tools

@@ -3,6 +3,8 @@
 #ifndef KW_TRX_TOOLS_TABLES_GRAPH_H_
 #define KW_TRX_TOOLS_TABLES_GRAPH_H_
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -10,8 +12,20 @@
 
 namespace kw::trx::tools {
 
-/// The tables called `names` and those that they call, as `dot` takes them.
-std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names);
+/// What is told of the runs of a row.
+struct RowCounts {
+  std::uint64_t runs = 0;
+  std::uint64_t onward = 0;  ///< to the next row
+  std::uint64_t errors = 0;  ///< by a jump, or to the error end
+};
+
+/// By table, for each of its rows.
+using GraphCounts = std::map<std::string, std::vector<RowCounts>>;
+
+/// The tables called `names` and those that they call, as `dot` takes them. Tables of `counts` are
+/// coloured by whether their rows have run.
+std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names,
+                    const GraphCounts& counts = {});
 
 }  // namespace kw::trx::tools
 

@@ -10,6 +10,7 @@ namespace kw::trx::tools {
 /// Each adds one command to the command line.
 void addCheckCommand(CommandLine& line);
 void addConfigCommand(CommandLine& line);
+void addCoverageCommand(CommandLine& line);
 void addExplainCommand(CommandLine& line);
 void addExploreCommand(CommandLine& line);
 void addGraphCommand(CommandLine& line);

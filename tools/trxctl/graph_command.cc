@@ -14,6 +14,7 @@
 
 #include "common/paths.h"
 #include "configuration/configuration.h"
+#include "coverage/graph_counts.h"
 #include "kw/trx/file_path.h"
 #include "tables/graph.h"
 #include "trxctl/commands.h"
@@ -31,6 +32,7 @@ struct GraphOptions {
   std::vector<std::string> files;
   std::string format;  ///< empty: as the extension of `output` tells
   std::string output;
+  std::string coverage;
 };
 
 /// Lets `dot` draw `graph` into `output`.
@@ -100,7 +102,11 @@ int graphTables(GraphOptions options) {
   }
   std::optional<std::vector<std::string>> modules;
   const KnownTables tables = readTables(options.files, configuredTables(modules));
-  const std::string graph = graphOf(tables, names);
+  GraphCounts counts;
+  if (!options.coverage.empty()) {
+    counts = graphCountsOf(tables.flows, readCoverage(options.coverage));
+  }
+  const std::string graph = graphOf(tables, names, counts);
   return options.format == "dot" ? writeText(graph, options.output) : draw(graph, options);
 }
 
@@ -122,6 +128,9 @@ void addGraphCommand(CommandLine& line) {
   command.text(
       options->output,
       {"-o,--output", "Where to write; else standard output, which takes no picture", "FILE"});
+  command.text(
+      options->coverage,
+      {"--coverage", "Colour what has run, by a file of trxctl coverage, and count it", "FILE"});
   command.run([options] { return graphTables(*options); });
 }
 

@@ -4,9 +4,10 @@
 int main(int argc, char** argv) {
   using namespace kw::trx::tools;
   CommandLine line;
-  for (const auto add : {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand,
-                         addHAPCommand, addTableCommand, addSimulateCommand, addTestCommand,
-                         addExploreCommand, addTraceCommand, addExplainCommand}) {
+  for (const auto add :
+       {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addHAPCommand,
+        addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand, addCoverageCommand,
+        addTraceCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);

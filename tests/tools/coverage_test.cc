@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// What ran is counted alike from cases and from files, row by row and arrow by arrow.
+#include <gtest/gtest.h>
+
+#include "coverage/graph_counts.h"
+#include "coverage/row_counter.h"
+#include "kw/trx/testing/temp_dir.h"
+#include "simulation/case_run.h"
+#include "tables/surroundings.h"
+
+namespace kw::trx::testing {
+namespace {
+
+// Lines 3 to 14.
+constexpr char kMain[] =
+    "FORMAT,0\nVERSION,1\n,1,START\nagain,2,HAP,TST_A,,NOP\n,3,HAP,TST_B,,STACK\n,4,TABLE,sub\n"
+    ",5,HAP,TST_C,,again\n,6,CHECK,,,bad\n,7,WAIT,,5\n,8,HAP,TST_D\n,9,END\nbad,a,CHECK\n,b,END\n";
+constexpr char kSub[] = "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_E\n,3,END\n";
+constexpr char kCases[] =
+    "TABLES,main.csv,sub.csv\nCASE,well\nEND,ok\nCASE,unseen\nHAP,TST_A,fail\nEND,ok\n"
+    "CASE,thrown\nHAP,TST_A,throw 7000c\nEND,ok\nCASE,kept\nHAP,TST_B,fail\nEND,error\n"
+    "CASE,again\nHAP,TST_C,fail,fail,ok\nEND,ok\nCASE,stop\nHAP,TST_D,fail\nEND,error\n"
+    "CASE,below\nHAP,TST_E,fail\nEND,error\nCASE,foreign\nHAP,TST_D,throw\nEND,exception\n";
+
+TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
+  const TempDir dir;
+  const std::string main = dir.write("main.csv", kMain);
+  dir.write("sub.csv", kSub);
+  const tools::CaseFile file = tools::readCaseFile(dir.write("a.cases.csv", kCases));
+  const tools::Simulator simulator(file.tables);
+  tools::RowCounter counter(simulator.tables());
+  tools::TableFlows without_sub = simulator.tables();
+  without_sub.erase("sub");
+  tools::RowCounter partly(without_sub);
+  for (const tools::TableCase& one : file.cases) {
+    EXPECT_EQ(tools::differencesOf(one, simulator, 1000,
+                                   [&](const kw::platform::TraceRecord& record) {
+                                     counter.take(record);
+                                     partly.take(record);
+                                   }),
+              std::vector<std::string>())
+        << one.name;
+  }
+  const std::string expected =
+      "TN:\nSF:" + main +
+      "\nBRDA:4,0,0,8\nBRDA:4,0,1,2\nBRDA:5,0,0,9\nBRDA:5,0,1,1\nBRDA:7,0,0,7\nBRDA:7,0,1,2\n"
+      "BRDA:8,0,0,6\nBRDA:8,0,1,1\nBRDA:10,0,0,4\nBRDA:10,0,1,1\nBRDA:12,0,0,0\nBRDA:12,0,1,1\n"
+      "BRF:12\nBRH:11\nDA:3,8\nDA:4,10\nDA:5,10\nDA:6,10\nDA:7,9\nDA:8,7\nDA:9,6\nDA:10,6\n"
+      "DA:11,4\nDA:12,1\nDA:13,0\nLF:11\nLH:10\nend_of_record\n";
+  const std::string written = tools::lcovOf(counter.coverage());
+  EXPECT_EQ(written.substr(0, expected.size()), expected);
+  const tools::Coverage read = tools::readCoverage(dir.write("a.info", written));
+  EXPECT_EQ(tools::lcovOf(read), written);
+  EXPECT_EQ(partly.unknown(), (std::map<std::string, std::uint64_t>{{"sub", 29}}));
+
+  // Runs, onward and by error of each row; the table that failed below did not come back.
+  std::string counts;
+  const tools::GraphCounts graph = tools::graphCountsOf(simulator.tables(), read);
+  for (const tools::RowCounts& row : graph.at("main")) {
+    counts += std::to_string(row.runs) + "/" + std::to_string(row.onward) + "/" +
+              std::to_string(row.errors) + " ";
+  }
+  EXPECT_EQ(counts, "8/8/0 10/10/0 10/10/0 10/9/0 9/7/2 7/6/1 6/6/0 6/4/1 4/4/0 1/0/1 0/0/0 ");
+  tools::Coverage twice = read;
+  tools::merge(twice, read);
+  EXPECT_EQ(twice.at(main).at(10).runs, 12U);
+  EXPECT_EQ((*twice.at(main).at(10).branches)[tools::kBadly], 2U);
+  EXPECT_THROW(tools::readCoverage(main), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

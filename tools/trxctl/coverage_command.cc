@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include "common/paths.h"
+#include "configuration/configuration.h"
+#include "coverage/row_counter.h"
+#include "simulation/case_run.h"
+#include "tables/surroundings.h"
+#include "trxctl/commands.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kPercent = 100;
+
+struct CoverageOptions {
+  std::vector<std::string> files;
+  std::string output;
+  std::size_t least = 0;
+};
+
+/// Adds what the cases of a file run, whether they pass or not.
+void addCases(const std::string& name, Coverage& coverage) {
+  const CaseFile file = readCaseFile(name);
+  if (!file.findings.empty()) {
+    throw std::runtime_error(name + ": " + file.findings[0].words + "; see trxctl check");
+  }
+  const Simulator simulator(file.tables);
+  RowCounter counter(simulator.tables());
+  for (const TableCase& one : file.cases) {
+    differencesOf(one, simulator, SimulationRequest().most_rows,
+                  [&counter](const kw::platform::TraceRecord& record) { counter.take(record); });
+  }
+  merge(coverage, counter.coverage());
+}
+
+/// Adds what the hosts of a ring ran of `tables`.
+void addRing(const std::string& name, const TableFlows& tables, Coverage& coverage) {
+  kw::platform::TraceRingReader ring;
+  if (ring.open(name) != 0) {
+    throw std::runtime_error(name + ": " +
+                             (errno == EINVAL
+                                  ? "is neither a case file, a trace ring nor a file of "
+                                    "LCOV"
+                                  : std::strerror(errno)));
+  }
+  RowCounter counter(tables);
+  for (kw::platform::TraceRecord record; ring.next(record);) {
+    counter.take(record);
+  }
+  merge(coverage, counter.coverage());
+  for (const auto& [table, rows] : counter.unknown()) {
+    std::cerr << "trxctl: " << name << ": " << rows << " rows that ran "
+              << (table.empty() ? "in tables that began before its first record"
+                                : "stand in no table " + table + " among the files")
+              << '\n';
+  }
+}
+
+std::string share(std::size_t part, std::size_t whole) {
+  return std::to_string(part) + " of " + std::to_string(whole);
+}
+
+/// Prints what has run of each file. Returns the percentage of all rows that has, rounded down.
+std::size_t printSummary(const Coverage& coverage) {
+  CoverageSum all;
+  for (const auto& [name, file] : coverage) {
+    const CoverageSum sum = sumOf(file);
+    std::cout << name << ": " << share(sum.rows_run, sum.rows) << " rows, "
+              << share(sum.branches_taken, sum.branches) << " branches\n";
+    for (const auto& [line, row] : file) {
+      if (row.runs == 0) {
+        std::cout << "  line " << line << " never ran\n";
+      } else if (row.branches && ((*row.branches)[kWell] == 0) != ((*row.branches)[kBadly] == 0)) {
+        std::cout << "  line " << line
+                  << ((*row.branches)[kWell] == 0 ? " never went well\n" : " never failed\n");
+      }
+    }
+    all.rows += sum.rows;
+    all.rows_run += sum.rows_run;
+  }
+  return all.rows == 0 ? kPercent : kPercent * all.rows_run / all.rows;
+}
+
+/// The tables among `files`, which leave it; else those of the configuration.
+TableFlows takeTables(std::vector<std::string>& files) {
+  const auto tables =
+      std::stable_partition(files.begin(), files.end(), [](const std::string& file) {
+        TableFlow flow;
+        return isCaseFile(file) || !readFlow(file, flow);
+      });
+  const std::vector<std::string> given(tables, files.end());
+  files.erase(tables, files.end());
+  std::optional<std::vector<std::string>> modules;
+  return readTables(given, given.empty() ? configuredTables(modules) : std::vector<std::string>())
+      .flows;
+}
+
+int cover(CoverageOptions options) {
+  const TableFlows tables = takeTables(options.files);
+  Coverage coverage;
+  for (const auto& [name, flow] : tables) {
+    coverage[absolutePath(flow.file)] = emptyCoverage(flow);
+  }
+  for (const std::string& file : options.files) {
+    if (isCaseFile(file)) {
+      addCases(file, coverage);
+    } else if (isCoverageFile(file)) {
+      merge(coverage, readCoverage(file));
+    } else {
+      addRing(file, tables, coverage);
+    }
+  }
+  if (!options.output.empty() && !(std::ofstream(options.output) << lcovOf(coverage)).flush()) {
+    return fail(options.output + ": " + std::strerror(errno));
+  }
+  return printSummary(coverage) >= options.least ? kExitOk : kExitFindings;
+}
+
+}  // namespace
+
+void addCoverageCommand(CommandLine& line) {
+  auto options = std::make_shared<CoverageOptions>();
+  Command command = line.add(
+      "coverage", "Tells which rows of tables ran, in cases and in hosts, and which never failed",
+      "Files may be case files, trace rings, files that this command wrote, and the tables of the\n"
+      "rings; else their tables are those of the configuration. All are added up.\n"
+      "Example: trxctl coverage selftest.cases.csv -o tables.info\n"
+      "Exit status: 0 done; 1 fewer rows ran than --least says; 2 a file cannot be read.");
+  command.texts(options->files, {"FILE", "Case files, rings, coverage and tables", "", {}, true});
+  command.text(options->output,
+               {"-o,--output", "Write it for genhtml and for trxctl graph --coverage", "FILE"});
+  command.number(options->least, {"--least", "Ask for so many percent of all rows", "PERCENT"}, 0,
+                 kPercent);
+  command.run([options] { return cover(*options); });
+}
+
+}  // namespace kw::trx::tools
