@@ -117,9 +117,11 @@ TEST(ContextTest, AnswersFromTheTopOfTheHAPStack) {
   info.pushHAPCtlInfo(&first);
   EXPECT_TRUE(info.isErrDisables());
   info.setAPIRtnValue(-1);
+  info.setAPIAutoRtn(7);
   info.pushHAPCtlInfo(&second);
   EXPECT_FALSE(info.isErrDisables());
   EXPECT_EQ(info.getAPIRtnValue(), 0);
+  EXPECT_EQ(info.getAPIAutoRtn(), 1);
   info.getHAPUnitList(out);
   EXPECT_TRUE(out.empty()) << "an empty unit list is copied as well";
   info.pushHAPCtlInfo(&third);
@@ -128,6 +130,7 @@ TEST(ContextTest, AnswersFromTheTopOfTheHAPStack) {
   EXPECT_EQ(info.popHAPCtlInfo(), &third);
   EXPECT_EQ(info.popHAPCtlInfo(), &second);
   EXPECT_EQ(info.getAPIRtnValue(), -1);
+  EXPECT_EQ(info.getAPIAutoRtn(), 7);
   info.releaseHAPCtlInfo();
   EXPECT_TRUE(info.isHAPCtlInfoEmpty());
 }

@@ -107,6 +107,23 @@ TEST_F(LockTest, FailsWhenItCannotBeGivenBack) {
             }),
             "TRX 7000d");
   semctl(semaphore_.id, 0, SETVAL, 1);
+  const int id = semaphore_.id;
+  EXPECT_EQ(outcomeOf([&] {
+              TRXLock lock(&semaphore_, true, true);
+              semaphore_.id = -1;
+            }),
+            "TRX 7000d");
+  semaphore_.id = id;
+  semaphore_.held = false;
+  semctl(id, 0, SETVAL, 1);
+  semaphore_.unchecked = true;
+  EXPECT_EQ(outcomeOf([&] {
+              TRXLock lock(&semaphore_, true, true);
+              semaphore_.held = false;
+            }),
+            "ok");
+  EXPECT_EQ(value(), 1) << "given back unchecked";
+  semaphore_.unchecked = false;
   EXPECT_EQ(outcomeOf([&] {
               TRXLock lock(&semaphore_, true, true);
               removeSemaphore();

@@ -25,12 +25,13 @@ thread_local int points_left = 0;
 /// A request that keeps loads waiting until they sleep.
 kw::trx::trx::TRXInfo* waited_for = nullptr;
 
-/// Reads of this thread until one fails; 0 for never.
+/// Reads of this thread until one fails, with this error; 0 for never.
 thread_local int reads_left = 0;
+int read_error = EIO;
 
 bool readFails() {
   const bool fails = reads_left > 0 && --reads_left == 0;
-  errno = fails ? EIO : errno;
+  errno = fails ? read_error : errno;
   return fails;
 }
 
@@ -182,9 +183,16 @@ TEST_F(CancelLockTest, NoPointOfALoadEndsTheProcess) {
   waited_for = nullptr;
 }
 
-TEST_F(CancelLockTest, ReadThatFailsMakesAFileOneThatCannotBeRead) {
+TEST_F(CancelLockTest, ReadThatFailsMakesAFileOneThatCannotBeReadAndAnInterruptedOneIsRepeated) {
   int failed = 0;
   for (bool felt = true; felt; ++failed) {
+    reads_left = failed + 1;
+    read_error = EINTR;
+    EXPECT_EQ(outcomeOf([this] { engine->load(false); }), "ok");
+    trx::TRXInfo whole;
+    EXPECT_EQ(outcomeOf([&] { engine->execTable(&whole, units, "outer"); }), "TRX 7000b");
+    EXPECT_EQ(whole.getTblRtnMsg(), "OVER") << "with every module and table";
+    read_error = EIO;
     reads_left = failed + 1;
     const std::string outcome = outcomeOf([this] { engine->load(false); });
     felt = reads_left == 0;
