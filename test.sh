@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages,
-# clang-tidy, the sanitizers, the device build under emulation, the fuzz targets and the instruction
+# Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages
+# (as root also on a bare machine), clang-tidy, the sanitizers, the device build under emulation, the fuzz targets and the instruction
 # counts, with warnings as errors; with --soak MINUTES a long run under reloads and kills, and its
 # figures; with --fuzz MINUTES a long run of each fuzz target.
 set -euo pipefail
@@ -52,6 +52,7 @@ case "${1:-}" in
     step "checking the installed files, the packages, and another platform library"
     scripts/check_packages.sh build/release
     scripts/check_platform_swap.sh
+    scripts/check_bare_machine.sh build/release
     scripts/package_armhf.sh
     step "building with clang, its thread safety analysis and clang-tidy"
     build_quietly tidy -DZQM_TRX_TOOLS=OFF -DCMAKE_COMPILE_WARNING_AS_ERROR=ON

@@ -33,12 +33,18 @@ packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)
 packages_armhf=(g++-arm-linux-gnueabihf qemu-user)
-packages_all=(clang-format clang-tidy googletest pkg-config abigail-tools git)
+packages_all=(clang-format clang-tidy googletest pkg-config abigail-tools git debootstrap)
 
 # The name of this machine's Debian release.
 debian_release() { sed -n 's/^VERSION_CODENAME=//p' /etc/os-release; }
 
-# Where this machine takes the Debian release from.
+# The sources that this machine takes that release and its updates from, as in a sources.list.
+debian_sources() {
+  apt-get indextargets --format 'deb $(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
+    grep -E " $(debian_release)(-updates|-security)? " | sort -u
+}
+
+# Where this machine takes the release itself from.
 debian_mirror() {
   apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' "Release: $(debian_release)" |
     head -n 1
