@@ -75,6 +75,26 @@ TEST(CheckTest, ErrorsAndStrictWarningsChangeTheExitStatus) {
   EXPECT_EQ(json[1]["findings"][0]["traceId"], "0xa001000");
 }
 
+TEST(CheckTest, SarifIsWhatCodeHostsRead) {
+  const TempDir dir;
+  dir.write("a b.csv", "FORMAT,0\nVERSION,00\n,1,START\n,2,WAIT,,x\n,3,END\n");
+  const auto log = nlohmann::json::parse(outputOf("check --sarif 'a b.csv' none.csv", dir.path()));
+  EXPECT_EQ(log["version"], "2.1.0");
+  const auto& run = log["runs"][0];
+  EXPECT_EQ(run["tool"]["driver"]["name"], "trxctl");
+  ASSERT_EQ(run["results"].size(), 3U);
+  const auto place = [&run](int result) {
+    return run["results"][result]["locations"][0]["physicalLocation"];
+  };
+  EXPECT_EQ(run["results"][0]["level"], "warning");
+  EXPECT_EQ(run["results"][1]["level"], "error");
+  EXPECT_EQ(run["results"][1]["ruleId"], "0x14000000");
+  EXPECT_EQ(run["results"][1]["message"]["text"], "E, MODE: 'x' is not allowed here: only digits");
+  EXPECT_EQ(place(1)["artifactLocation"]["uri"], "a%20b.csv");
+  EXPECT_EQ(place(1)["region"]["startLine"], 4);
+  EXPECT_EQ(place(2)["region"]["startLine"], 1);
+}
+
 TEST(CheckTest, FixWritesWhatTheEngineLoadsAndNeverInPlaceUnasked) {
   const TempDir dir;
   const std::string rows = "FORMAT;0\nVERSION;1\n;1;START\n;2;END\n";

@@ -4,12 +4,11 @@
 #include <iterator>
 #include <memory>
 
-#include "common/text.h"
 #include "simulation/case_file.h"
 #include "tables/check.h"
 #include "tables/mend.h"
+#include "trxctl/check_output.h"
 #include "trxctl/commands.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
@@ -18,50 +17,11 @@ namespace {
 struct CheckOptions {
   std::vector<std::string> files;
   bool json = false;
+  bool sarif = false;
   bool strict = false;
   bool fix = false;
   bool in_place = false;
 };
-
-void print(const CheckedFile& checked) {
-  for (const Finding& finding : checked.findings) {
-    std::cout << checked.file;
-    if (finding.line != 0) {
-      std::cout << ':' << finding.line << " (" << finding.column << ')';
-    }
-    std::cout << ": "
-              << (finding.is_error ? paint(Colour::kRed, "error")
-                                   : paint(Colour::kYellow, "warning"))
-              << ": " << finding.words;
-    if (finding.id != 0) {
-      std::cout << ' ' << paint(Colour::kGrey, "[" + hexText(finding.id) + "]");
-    }
-    std::cout << '\n';
-  }
-}
-
-void writeJson(const Finding& finding, JsonWriter& json) {
-  json.beginObject().member("severity", finding.is_error ? "error" : "warning");
-  if (finding.line != 0) {
-    json.key("line").number(finding.line);
-    json.member("column", finding.column.substr(0, 1));
-    json.member("name", finding.column.size() > 3 ? finding.column.substr(3) : "");
-  }
-  json.member("words", finding.words);
-  if (finding.id != 0) {
-    json.member("traceId", hexText(finding.id));
-  }
-  json.endObject();
-}
-
-void writeJson(const CheckedFile& checked, JsonWriter& json) {
-  json.beginObject().member("file", checked.file).key("loads").boolean(!checked.has(true));
-  json.key("findings").beginArray();
-  for (const Finding& finding : checked.findings) {
-    writeJson(finding, json);
-  }
-  json.endArray().endObject();
-}
 
 /// Mends the files and puts the mended ones in their places. False when one could not be written.
 bool mend(std::vector<std::string>& files, bool in_place) {
@@ -95,8 +55,8 @@ int check(CheckOptions options) {
   std::copy_if(options.files.begin(), options.files.end(), std::back_inserter(tables),
                [](const std::string& file) { return !isCaseFile(file); });
   const Surroundings around = surroundingsOf(tables);
-  JsonWriter json(2);
-  json.beginArray();
+  CheckJson json;
+  CheckSarif sarif;
   bool errors = false;
   bool warnings = false;
   for (const std::string& file : options.files) {
@@ -105,14 +65,15 @@ int check(CheckOptions options) {
     errors = errors || checked.has(true);
     warnings = warnings || checked.has(false);
     if (options.json) {
-      writeJson(checked, json);
+      json.add(checked);
+    } else if (options.sarif) {
+      sarif.add(checked);
     } else {
       print(checked);
     }
   }
-  json.endArray();
-  if (options.json) {
-    std::cout << json.taken() << '\n';
+  if (options.json || options.sarif) {
+    std::cout << (options.json ? json.taken() : sarif.taken()) << '\n';
   }
   return errors ? kExitFailed : options.strict && warnings ? kExitFindings : kExitOk;
 }
@@ -136,13 +97,15 @@ void addCheckCommand(CommandLine& line) {
   command.texts(options->files,
                 {"FILE", "Table files, and case files as test runs them", "", {}, true});
   command.flag(options->json, {"--json", "Print JSON"});
+  command.flag(options->sarif, {"--sarif", "Print SARIF, which code hosts show at its lines"});
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
   command.flag(options->fix, {"--fix",
                               "Write what another dialect holds as the engine reads it, into the "
                               "folder fixed beside the file"});
   command.flag(options->in_place, {"--in-place", "With --fix, in the place of the file"});
   command.needs("--in-place", "--fix");
-  command.excludes("--fix", {"--json"});
+  command.excludes("--fix", {"--json", "--sarif"});
+  command.excludes("--json", {"--sarif"});
   command.run([options] { return check(*options); });
 }
 

@@ -4,10 +4,16 @@
 
 #include "configuration/report.h"
 #include "trxctl/commands.h"
+#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
+
+struct ConfigOptions {
+  bool strict = false;
+  bool json = false;
+};
 
 void print(const ConfigEntry& entry) {
   const std::string place = entry.file + ":" + std::to_string(entry.line);
@@ -20,28 +26,61 @@ void print(const ConfigEntry& entry) {
             << '\n';
 }
 
-int showConfiguration(bool strict) {
+void write(const ConfigEntry& entry, JsonWriter& json) {
+  json.beginObject();
+  if (!entry.is_warning) {
+    json.member("key", entry.key).member("value", entry.words);
+  } else {
+    json.member("words", entry.words);
+  }
+  if (entry.line != 0) {
+    json.member("file", entry.file).key("line").number(entry.line);
+  }
+  json.endObject();
+}
+
+void printJson(const ConfigReport& report) {
+  JsonWriter json(2);
+  json.beginObject().key("loads").boolean(report.problem.empty());
+  json.member("problem", report.problem);
+  for (const bool is_warning : {false, true}) {
+    json.key(is_warning ? "warnings" : "values").beginArray();
+    for (const ConfigEntry& entry : report.entries) {
+      if (entry.is_warning == is_warning) {
+        write(entry, json);
+      }
+    }
+    json.endArray();
+  }
+  std::cout << json.endObject().taken() << '\n';
+}
+
+int showConfiguration(const ConfigOptions& options) {
   const ConfigReport report = reportConfiguration();
-  for (const ConfigEntry& entry : report.entries) {
+  if (options.json) {
+    printJson(report);
+  }
+  for (const ConfigEntry& entry : options.json ? std::vector<ConfigEntry>() : report.entries) {
     print(entry);
   }
   if (!report.problem.empty()) {
     return fail(report.problem);
   }
-  return strict && report.hasWarnings() ? kExitFindings : kExitOk;
+  return options.strict && report.hasWarnings() ? kExitFindings : kExitOk;
 }
 
 }  // namespace
 
 void addConfigCommand(CommandLine& line) {
-  auto strict = std::make_shared<bool>(false);
+  auto options = std::make_shared<ConfigOptions>();
   Command command = line.add(
       "config", "Shows the effective configuration, and what is odd about it",
       "Each value stands with the file and line that set it, or with \"default\".\n"
       "Example: trxctl config --root /opt/board\n"
       "Exit status: 0 the engine accepts it; 1 there are warnings, with --strict; 2 it does not.");
-  command.flag(*strict, {"--strict", "Let warnings change the exit status"});
-  command.run([strict] { return showConfiguration(*strict); });
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
+  command.run([options] { return showConfiguration(*options); });
 }
 
 }  // namespace kw::trx::tools

@@ -57,6 +57,14 @@ JsonWriter& JsonWriter::raw(std::string_view text) {
   return *this;
 }
 
+JsonWriter& JsonWriter::texts(std::string_view name, const std::vector<std::string>& texts) {
+  key(name).beginArray();
+  for (const std::string& one : texts) {
+    text(one);
+  }
+  return endArray();
+}
+
 std::string JsonWriter::taken() { return std::exchange(out_, {}); }
 
 JsonWriter& JsonWriter::begin(char bracket) {

@@ -32,6 +32,9 @@ class JsonWriter {
     return key(name).text(value);
   }
 
+  /// A list of texts under `name`.
+  JsonWriter& texts(std::string_view name, const std::vector<std::string>& texts);
+
   /// What was written since the last call.
   std::string taken();
 

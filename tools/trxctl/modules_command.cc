@@ -8,6 +8,7 @@
 #include "modules/listed_modules.h"
 #include "trxctl/commands.h"
 #include "trxctl/description_output.h"
+#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
@@ -62,7 +63,19 @@ void print(const ListedModule& listed, bool describe) {
   }
 }
 
-int listModules(std::vector<std::string> files, bool describe) {
+void write(const ListedModule& listed, JsonWriter& json) {
+  const ModuleFile& module = listed.module;
+  json.beginObject().member("file", listed.file).member("key", module.key);
+  json.key("loads").boolean(module.problems.empty());
+  json.key("isDebug").boolean(module.is_debug).member("replacedBy", listed.replaced_by);
+  json.key("hapsKnown").boolean(module.has_sections);
+  json.texts("problems", module.problems);
+  json.texts("haps", module.haps);
+  json.texts("otherFunctions", module.others);
+  json.endObject();
+}
+
+int listModules(std::vector<std::string> files, bool describe, bool is_json) {
   if (files.empty()) {
     std::optional<std::vector<std::string>> configured;
     configuredTables(configured);
@@ -80,9 +93,14 @@ int listModules(std::vector<std::string> files, bool describe) {
     }
   }
   int status = kExitOk;
+  JsonWriter json(2);
+  json.beginArray();
   for (const ListedModule& listed : inspectModules(files)) {
-    print(listed, describe);
+    is_json ? write(listed, json) : print(listed, describe);
     status = listed.module.problems.empty() ? status : kExitFailed;
+  }
+  if (is_json) {
+    std::cout << json.endArray().taken() << '\n';
   }
   return status;
 }
@@ -93,6 +111,7 @@ void addModulesCommand(CommandLine& line) {
   struct Options {
     std::vector<std::string> files;
     bool describe = false;
+    bool json = false;
   };
   auto options = std::make_shared<Options>();
   Command command =
@@ -105,7 +124,9 @@ void addModulesCommand(CommandLine& line) {
   command.texts(options->files, {"FILE", "Module files; else those of the configuration"});
   command.flag(options->describe,
                {"--describe", "Show what the HAPs say of their words, modes and errors"});
-  command.run([options] { return listModules(options->files, options->describe); });
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.excludes("--json", {"--describe"});
+  command.run([options] { return listModules(options->files, options->describe, options->json); });
 }
 
 }  // namespace kw::trx::tools
