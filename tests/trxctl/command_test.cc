@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "kw/trx/testing/temp_dir.h"
@@ -353,6 +354,69 @@ TEST_F(CommandTest, WhateverIsNamedWrongGetsWhatWasProbablyMeant) {
     const std::string text = run(arguments);
     EXPECT_NE(text.find(says), std::string::npos) << arguments << '\n' << text;
   }
+}
+
+TEST_F(CommandTest, CrashIsToldWithItsSignalHAPModuleAndLastRecords) {
+  writeTable("outer.csv", ",1,START\n,2,TABLE,inner\n,3,END\n");
+  writeTable("inner.csv", ",1,START\n,2,HAP,TST_Ok,,,1\n,3,HAP,TST_Kill,,,9\n,4,END\n");
+  configure({"outer.csv", "inner.csv"});
+  const struct {
+    const char* arguments;
+    const char* says;
+  } cases[] = {
+      {"hap TST_Kill --para 6",
+       "HAP TST_Kill crashed: SIGABRT (Aborted) in HAP TST_Kill of module TST.so\n"},
+      {"hap TST_Kill --para 0 --para 7 --ring kept.ring",
+       "HAP TST_Kill crashed: the process was ended with exit status 7 in HAP TST_Kill of module "
+       "TST.so\n"},
+      {"table outer",
+       "inner           3  HAP TST_Kill\ntable outer crashed: SIGKILL (Killed) in HAP TST_Kill of "
+       "module TST.so\n"},
+  };
+  for (const auto& [arguments, says] : cases) {
+    const std::string text = runRows(std::string(arguments) + " --root .");
+    const std::size_t head = text.find(says);
+    ASSERT_NE(head, std::string::npos) << text;
+    const std::string rest = text.substr(head + std::strlen(says));
+    EXPECT_EQ(rest.rfind("  last trace records:\n    ", 0), 0U) << rest;
+    EXPECT_NE(rest.find("    HAP TST_Kill "), std::string::npos) << rest;
+    EXPECT_EQ(rest.substr(rest.size() - 4), "= 3\n");
+  }
+  EXPECT_NE(run("trace --hap TST_Kill kept.ring").find("HAP TST_Kill is requested"),
+            std::string::npos);
+  EXPECT_EQ(run("hap TST_Kill --root . --para 0 --para 7 --in-process"), "= 7\n");
+}
+
+TEST_F(CommandTest, JsonSaysWhatTheTextSays) {
+  writeTable("t.csv", ",1,START\n,a,HAP,TST_Fail,,NOP,1\n,b,HAP,TST_Fail,,,1\n,c,END\n");
+  configure({"t.csv"}, "colour=red\n");
+  const auto json = [this](const std::string& arguments) {
+    return nlohmann::json::parse(outputOf(arguments + " --json --root .", dir.path()));
+  };
+  const auto well = json("hap TST_Ok --para 5 --mode fast");
+  EXPECT_EQ(well["hap"], "TST_Ok");
+  EXPECT_EQ(well["end"], "ok");
+  EXPECT_EQ(well["results"], nlohmann::json({5, 4}));
+  const auto failed = json("hap TST_FailDetail --para 0x20005 --para 4 --para 7");
+  EXPECT_EQ(failed["end"], "failed");
+  EXPECT_EQ(failed["errorRecord"]["code"], "0x20005");
+  EXPECT_EQ(failed["errorRecord"]["detail"], nlohmann::json({7}));
+  const auto table = json("table t");
+  EXPECT_EQ(table["firstFailingRow"]["number"], 0xb);
+  ASSERT_EQ(table["rows"].size(), 3U);
+  EXPECT_EQ(table["rows"][1]["words"], "HAP TST_Fail");
+  EXPECT_EQ(table["rows"][1]["notes"], nlohmann::json({"failed, which is ignored"}));
+  const auto crash = json("hap TST_Kill --para 6");
+  EXPECT_EQ(crash["end"], "crashed");
+  EXPECT_EQ(crash["signal"], "SIGABRT (Aborted)");
+  EXPECT_EQ(crash["module"], MODULE_TST);
+  EXPECT_EQ(json("hap TST_Exit")["end"], "threadEnded");
+  EXPECT_EQ(json("modules")[0]["key"], "TST");
+  EXPECT_EQ(json("modules")[0]["haps"][0], "TST_Call");
+  const auto config = json("config");
+  EXPECT_EQ(config["values"][2]["key"], "hapmodule.number");
+  EXPECT_EQ(config["values"][2]["line"], 1);
+  EXPECT_EQ(config["warnings"][0]["words"], "unknown key colour");
 }
 
 TEST_F(CommandTest, TerminalShowsHowLongAWaitStillTakes) {

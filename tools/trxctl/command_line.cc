@@ -101,7 +101,7 @@ CommandLine::CommandLine()
   app_->footer(
       "Each command has a help of its own: trxctl COMMAND --help\n"
       "Exit status: 0 all is well; 1 warnings with --strict, or a request that failed;\n"
-      "2 errors found, or the command could not be carried out.");
+      "2 errors found, or the command could not be carried out; 3 a HAP crashed.");
 }
 
 CommandLine::~CommandLine() = default;

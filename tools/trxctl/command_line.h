@@ -20,6 +20,7 @@ namespace kw::trx::tools {
 constexpr int kExitOk = 0;
 constexpr int kExitFindings = 1;  ///< warnings with --strict, or a request that failed
 constexpr int kExitFailed = 2;    ///< errors found, or the command could not be carried out
+constexpr int kExitCrashed = 3;   ///< the process of a request was taken down
 
 /// Thrown by a command whose words are not understood.
 class UsageError : public std::runtime_error {

@@ -12,6 +12,8 @@
 #include "traces/record_collector.h"
 #include "trxctl/commands.h"
 #include "trxctl/request_run.h"
+#include "trxctl/run_json.h"
+#include "trxctl/run_output.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -55,15 +57,37 @@ std::vector<unsigned int> wordsOf(const std::vector<std::string>& texts) {
   return words;
 }
 
-void printResults(const std::vector<unsigned int>& results, std::size_t wanted) {
+/// How many result words are shown: those `wanted`, or up to the last that is not 0.
+std::size_t shownOf(const std::vector<unsigned int>& results, std::size_t wanted) {
   std::size_t shown = wanted;
   for (std::size_t i = 0; i < results.size() && wanted == 0; ++i) {
     shown = results[i] != 0 ? i + 1 : shown;
   }
-  for (std::size_t i = 0; i < shown; ++i) {
+  return shown;
+}
+
+void printResults(const std::vector<unsigned int>& results, std::size_t wanted) {
+  for (std::size_t i = 0; i < shownOf(results, wanted); ++i) {
     std::cout << "  result word " << i << ": " << results[i] << " (" << hexText(results[i])
               << ")\n";
   }
+}
+
+void write(const RunReport& report, const std::vector<unsigned int>& results,
+           const HAPOptions& options) {
+  if (!options.json) {
+    printRun(report);
+    printResults(results, options.results);
+    return;
+  }
+  JsonWriter json(2);
+  json.beginObject();
+  writeRun(report, json);
+  json.key("results").beginArray();
+  for (std::size_t i = 0; i < shownOf(results, options.results); ++i) {
+    json.number(results[i]);
+  }
+  std::cout << json.endArray().endObject().taken() << '\n';
 }
 
 int runHAP(const HAPOptions& options) {
@@ -87,21 +111,23 @@ int runHAP(const HAPOptions& options) {
     trx::TRX::getInstance()->execHAP(&info, units.list(), options.name, options.mode, para,
                                      results.data());
   };
-  const int status = runAndTell(info, "HAP " + options.name, {call, {}, {}}, reason, hints);
-  printResults(results, options.results);
-  return status;
+  const RunReport report = runRequest(info, options, {call, {}, {}}, reason, hints);
+  write(report, results, options);
+  return statusOf(report);
 }
 
 }  // namespace
 
 void addHAPCommand(CommandLine& line) {
   auto options = std::make_shared<HAPOptions>();
+  options->kind = RequestKind::kHAP;
   Command command = line.add(
       "hap", "Runs one HAP on the configured modules",
       "A HAP that relies on data which its host hangs on the context cannot be run this way.\n"
       "Without --para the HAP gets no parameter words; else zeros follow those given, to 64.\n"
+      "It runs in a process of its own: a crash is told with its signal and the last records.\n"
       "Example: trxctl hap PSU_SetVoltage --root /opt/board --unit 300:2 --para 3300\n"
-      "Exit status: 0 the HAP succeeded; 1 it failed; 2 it could not be run.");
+      "Exit status: 0 the HAP succeeded; 1 it failed; 2 it could not be run; 3 it crashed.");
   addRequestOptions(command, *options, "The HAP");
   command.text(options->mode, {"--mode", "The mode text", "TEXT"});
   command.texts(options->para, {"--para",
@@ -115,7 +141,7 @@ void addHAPCommand(CommandLine& line) {
       {"--results", "How many result words to print; else those up to the last that is not 0",
        "NUMBER"},
       1, kResultWords);
-  command.run([options] { return runHAP(*options); });
+  command.run([options] { return runApart(*options, [options] { return runHAP(*options); }); });
 }
 
 }  // namespace kw::trx::tools

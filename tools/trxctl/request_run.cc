@@ -5,17 +5,19 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 
 #include "common/paths.h"
 #include "kw/platform.h"
 #include "kw/trx/trx.h"
+#include "running/child_process.h"
 #include "running/engine_start.h"
 #include "running/failure.h"
 #include "running/units.h"
+#include "trxctl/run_json.h"
 #include "trxctl/run_output.h"
 #include "trxctl/text_output.h"
 
@@ -23,6 +25,7 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kRingRecords = 65536;
+constexpr std::size_t kCrashRingRecords = 4096;
 
 trx::TRX* interrupted_engine = nullptr;
 
@@ -34,19 +37,65 @@ void stopEngine(int number) {
   static_cast<void>(!write(STDERR_FILENO, notice, sizeof(notice) - 1));
 }
 
-/// Ends the tool: the HAP ends the thread that the tool lives in.
-[[noreturn]] void endWithThread(const std::string& what) {
-  std::cout << what << paint(Colour::kRed, " failed") << ": its HAP ended the thread that ran it"
-            << std::endl;
+/// Ends the process: the HAP ends the thread that it lives in.
+[[noreturn]] void endWithThread(const RequestOptions& options) {
+  if (options.json) {
+    JsonWriter json(2);
+    json.beginObject();
+    writeThreadEnd(options.request(), json);
+    std::cout << json.endObject().taken() << std::endl;
+  } else {
+    printThreadEnd(options.request());
+  }
+  noteEndOfWork(kExitFindings);
   std::_Exit(kExitFindings);
+}
+
+/// A folder for the ring of a process that may be taken down, removed at the end.
+class CrashFolder {
+ public:
+  CrashFolder() {
+    std::error_code error;
+    std::string path = std::filesystem::temp_directory_path(error) / "trxctl.XXXXXX";
+    path_ = mkdtemp(path.data()) == nullptr ? "" : path;
+  }
+  CrashFolder(const CrashFolder&) = delete;
+  CrashFolder& operator=(const CrashFolder&) = delete;
+  ~CrashFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+
+  /// Empty when there is no folder.
+  std::string ring() const { return path_.empty() ? path_ : path_ + "/trace.ring"; }
+
+ private:
+  std::string path_;
+};
+
+int tellCrash(const RequestOptions& options, const ChildEnd& end) {
+  const CrashReport report{
+      options.request(), end.signal, end.exit_status,
+      crashIn(options.ring.empty() ? options.crash_ring : absolutePath(options.ring))};
+  if (options.json) {
+    JsonWriter json(2);
+    json.beginObject();
+    writeCrash(report, json);
+    std::cout << json.endObject().taken() << '\n';
+  } else {
+    printCrash(report);
+  }
+  return kExitCrashed;
+}
+
+std::string nameProblem(const std::string& name) {
+  return name.empty() ? "a name is not empty" : "";
 }
 
 }  // namespace
 
 void addRequestOptions(Command& command, RequestOptions& options, const std::string& what) {
-  command.text(options.name, {"NAME", what, "", {}, true, [](const std::string& name) {
-                                return std::string(name.empty() ? "a name is not empty" : "");
-                              }});
+  command.text(options.name, {"NAME", what, "", {}, true, nameProblem});
   command.texts(options.units,
                 {"--unit",
                  "A unit to work on, such as 300:2:rack/rail2; repeat it for further units",
@@ -57,6 +106,30 @@ void addRequestOptions(Command& command, RequestOptions& options, const std::str
   command.flag(options.debug_modules, {"--debug-modules", "Load debug modules as well"});
   command.text(options.ring,
                {"--ring", "Write the trace of the run to this new ring file", "FILE"});
+  command.flag(options.json, {"--json", "Print JSON"});
+  command.flag(options.in_process,
+               {"--in-process", "Run in the process of the tool itself, as debuggers like it"});
+}
+
+int runApart(RequestOptions& options, const std::function<int()>& body) {
+  if (options.in_process) {
+    return body();
+  }
+  const CrashFolder folder;
+  options.crash_ring = folder.ring();
+  std::cout.flush();
+  const ChildEnd end = runInChild([&body] {
+    try {
+      return flushed(body());
+    } catch (const std::exception& exception) {
+      return fail(exception.what());
+    }
+  });
+  if (end.signal == SIGINT) {
+    static_cast<void>(std::signal(SIGINT, SIG_DFL));
+    static_cast<void>(raise(SIGINT));
+  }
+  return end.signal == 0 && end.status ? *end.status : tellCrash(options, end);
 }
 
 bool beginRun(const RequestOptions& options) {
@@ -64,6 +137,10 @@ bool beginRun(const RequestOptions& options) {
       kw::platform::openTraceRing(absolutePath(options.ring), kRingRecords) != 0) {
     fail(options.ring + ": " + std::strerror(errno) + "; choose another place for the ring");
     return false;
+  }
+  if (options.ring.empty() && !options.crash_ring.empty()) {
+    // Without it a crash is told without records.
+    static_cast<void>(kw::platform::openTraceRing(options.crash_ring, kCrashRingRecords));
   }
   const std::string problem = startEngine(options.debug_modules);
   if (!problem.empty()) {
@@ -75,19 +152,19 @@ bool beginRun(const RequestOptions& options) {
   return true;
 }
 
-int runAndTell(trx::TRXInfo& info, const std::string& what, Request request,
-               const std::string& reason, const NameHints& hints) {
-  request.thread_ended = [&what] { endWithThread(what); };
-  const Outcome outcome = runRequest(request);
-  if (outcome.failure.empty()) {
-    char time[32];
-    std::snprintf(time, sizeof(time), "%.1f ms", outcome.time_ms);
-    std::cout << what << paint(Colour::kGreen, " succeeded") << " after " << time << '\n';
-    return kExitOk;
+RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, Request call,
+                     const std::string& reason, const NameHints& hints) {
+  call.thread_ended = [&options] { endWithThread(options); };
+  RunReport report{options.request(), runRequest(call), {}, ""};
+  if (!report.outcome.failure.empty()) {
+    report.failure = failureOf(info);
+    report.reason = reason.empty() ? reason : reason + hints.hint(info);
   }
-  std::cout << what << paint(Colour::kRed, " failed") << " with " << outcome.failure << '\n';
-  printFailure(failureOf(info), reason.empty() ? reason : reason + hints.hint(info));
-  return kExitFindings;
+  return report;
+}
+
+int statusOf(const RunReport& report) {
+  return report.outcome.failure.empty() ? kExitOk : kExitFindings;
 }
 
 }  // namespace kw::trx::tools

@@ -37,6 +37,10 @@ std::string printableText(const std::vector<unsigned char>& bytes) {
   return text;
 }
 
+std::string nameOf(const RequestName& request) {
+  return (request.kind == RequestKind::kHAP ? "HAP " : "table ") + request.name;
+}
+
 void print(const ErrorRecord& record) {
   std::cout << "  last error record" << (record.hap.empty() ? "" : ", of HAP " + record.hap)
             << ":\n";
@@ -68,6 +72,39 @@ void printRow(double seconds, const RowEvent& event) {
   std::snprintf(number, sizeof(number), " %4x  ", event.number);
   std::cout << paint(Colour::kGrey, head) << std::left << std::setw(kNameWidth) << event.table
             << number << event.words << std::endl;
+}
+
+void printRun(const RunReport& report) {
+  const Outcome& outcome = report.outcome;
+  if (outcome.failure.empty()) {
+    char time[32];
+    std::snprintf(time, sizeof(time), "%.1f ms", outcome.time_ms);
+    std::cout << nameOf(report.request) << paint(Colour::kGreen, " succeeded") << " after " << time
+              << '\n';
+    return;
+  }
+  std::cout << nameOf(report.request) << paint(Colour::kRed, " failed") << " with "
+            << outcome.failure << '\n';
+  printFailure(report.failure, report.reason);
+}
+
+void printCrash(const CrashReport& report) {
+  const Crash& crash = report.crash;
+  std::cout << nameOf(report.request) << paint(Colour::kRed, " crashed") << ": "
+            << (report.signal != 0 ? signalText(report.signal)
+                                   : "the process was ended with exit status " +
+                                         std::to_string(report.exit_status))
+            << (crash.hap.empty() ? " outside of any HAP" : " in HAP " + crash.hap)
+            << (crash.module.empty() ? "" : " of module " + crash.module) << '\n';
+  std::cout << (crash.records.empty() ? "" : "  last trace records:\n");
+  for (const std::string& record : crash.records) {
+    std::cout << "    " << record << '\n';
+  }
+}
+
+void printThreadEnd(const RequestName& request) {
+  std::cout << nameOf(request) << paint(Colour::kRed, " failed")
+            << ": its HAP ended the thread that ran it" << std::endl;
 }
 
 void printFailure(const Failure& failure, const std::string& reason) {

@@ -7,11 +7,18 @@
 
 #include "running/failure.h"
 #include "running/row_events.h"
+#include "running/run_report.h"
 
 namespace kw::trx::tools {
 
 /// Prints a row that begins `seconds` after its run, or what is said about the one that runs.
 void printRow(double seconds, const RowEvent& event);
+
+/// Prints how a request ended.
+void printRun(const RunReport& report);
+void printCrash(const CrashReport& report);
+/// A request whose HAP ended the thread that ran it.
+void printThreadEnd(const RequestName& request);
 
 /// Prints what is known of a run that failed, and of its `reason` unless that is empty.
 void printFailure(const Failure& failure, const std::string& reason);

@@ -49,8 +49,8 @@ void EngineWait::run() {
   }
 }
 
-void waitFor(unsigned int time_ms) {
-  const bool shown = isatty(STDOUT_FILENO) == 1;
+void waitFor(unsigned int time_ms, bool shown) {
+  shown = shown && isatty(STDOUT_FILENO) == 1;
   const auto end = Clock::now() + std::chrono::milliseconds(time_ms);
   const trx::TRX* engine = trx::TRX::getInstance();
   for (auto now = Clock::now(); now < end && !engine->isStopFlag(); now = Clock::now()) {

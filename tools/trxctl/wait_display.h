@@ -29,7 +29,8 @@ class EngineWait {
 };
 
 /// Waits for the engine, which handed the wait over; ends early when the engine is stopped.
-void waitFor(unsigned int time_ms);
+/// `shown`: tells on a terminal how long it still takes.
+void waitFor(unsigned int time_ms, bool shown = true);
 
 }  // namespace kw::trx::tools
 
