@@ -186,15 +186,15 @@ const Body* TraceLanes::find(const LaneRun& run, std::uint64_t number) {
   Window& window = windows_[run.lane];
   const std::uint64_t slot = run.slot + (number - run.first);
   const auto place = [&window, slot] { return static_cast<std::size_t>(slot - window.slot); };
-  const auto isThere = [&] {
+  const auto is_there = [&] {
     return slot >= window.slot && place() < window.slots.size() &&
            window.slots[place()].mark == trace_file::completeMark(number);
   };
-  if (!isThere()) {
+  if (!is_there()) {
     load(window, slot,
          static_cast<std::size_t>(std::min<std::uint64_t>(run.end - number, kWindowSlots)));
   }
-  return isThere() ? &window.slots[place()].body : nullptr;
+  return is_there() ? &window.slots[place()].body : nullptr;
 }
 
 /// Reads the slots three times: their marks, then what is in them, then their marks again.

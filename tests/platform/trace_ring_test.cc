@@ -281,6 +281,27 @@ TEST_F(TraceRingTest, LaneOfADeadWriterIsUsedAgainAndThatOfALivingOneIsNot) {
   EXPECT_EQ(readIds(), "lost 2");
 }
 
+TEST_F(TraceRingTest, ChangedTimeOrWriterIsDoubtfulAndTheOrderStays) {
+  constexpr file::Shape kShape{128, 4, 256};
+  std::string expected;
+  open(300);
+  for (unsigned long id = 0; id < 300; ++id) {
+    write(id);
+    expected += std::to_string(id) + (id == 1 || id == 2 ? "! " : " ");
+  }
+  const auto bodyOf = [&](std::uint64_t slot) {  // the records fill the lanes one after the other
+    return file::slotsOffset(kShape) + slot * sizeof(file::SlotCopy) +
+           offsetof(file::SlotCopy, body);
+  };
+  patch(bodyOf(1) + offsetof(file::Body, time_ns), std::uint64_t{1} << 63);
+  patch(bodyOf(2) + offsetof(file::Body, process_id), 0x100000001);
+  std::string ids;
+  for (TraceRecord record; reader_.next(record);) {
+    ids += std::to_string(record.id) + (record.doubtful ? "! " : " ");
+  }
+  EXPECT_EQ(ids, expected);
+}
+
 TEST_F(TraceRingTest, DamagedFileIsRefusedOrEnds) {
   EXPECT_EQ(reader_.open(dir_.path() + "/none"), -1);
   EXPECT_EQ(errno, ENOENT);

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "common/characters.h"
 #include "common/text.h"
 #include "traces/catalogue.h"
 #include "traces/record_words.h"
@@ -107,8 +108,12 @@ void TraceOutput::addLine(const TraceRecord& record, const SliceTracker::Place& 
   if (doubt != nullptr) {
     out_.append(doubtful_.before).append("doubtful, as ").append(doubt).append(": ");
     out_ += doubtful_.after;
+    for (const std::string& character : charactersOf(describe(record))) {
+      out_ += characterAt(character, 0) == 0 ? "?" : character;
+    }
+  } else {
+    appendDescription(record, out_);
   }
-  appendDescription(record, out_);
   if (const Point* const point = findPoint(record.id)) {
     out_.append(origin_.before).append("  (").append(point->origin).append(")");
     out_ += origin_.after;
