@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages
-# (as root also on a bare machine), clang-tidy, the sanitizers, the device build under emulation, the fuzz targets and the instruction
-# counts, with warnings as errors; with --soak MINUTES a long run under reloads and kills, and its
-# figures; with --fuzz MINUTES a long run of each fuzz target.
+# Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages (as
+# root also on a bare machine), clang-tidy, the sanitizers, the device build under emulation, the fuzz
+# targets, the instruction counts and the binary interface, with warnings as errors; with --soak
+# MINUTES a long run under reloads and kills, and its figures; with --fuzz MINUTES a long run of each
+# fuzz target.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . scripts/setup.sh
@@ -46,7 +47,7 @@ case "${1:-}" in
     ;;
   --all)
     install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_fuzz[@]}" \
-      "${packages_armhf[@]}" "${packages_all[@]}"
+      "${packages_armhf[@]}" "${packages_abi[@]}" "${packages_all[@]}"
     check_format
     ./demo.sh
     step "checking the installed files, the packages, and another platform library"
@@ -65,7 +66,7 @@ case "${1:-}" in
     build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     scripts/compare_architectures.sh build/dev build/armhf
     step "comparing the binary interface with that of the last release"
-    scripts/check_abi.sh build/dev
+    scripts/check_abi.sh
     run_tests dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     ;;
   --soak)

@@ -1,19 +1,48 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Compares the binary interface of a built library with that of the last release, whose description
-# is kept in abi/: scripts/check_abi.sh BUILD_FOLDER, an x86-64 build with debug information. The
-# description of a release is made from such a build with
-#   abidw --headers-dir include BUILD_FOLDER/src/libzqm_trx.so.7 >abi/libzqm_trx.so.7.abi
+# Compares the binary interface of the engine with that of the last release, whose descriptions are
+# kept in abi/, for x86-64 and 32-bit ARM: scripts/check_abi.sh [--update]. Any change but an addition
+# fails; --update keeps the present interface instead, as that of a release. The engine is built for
+# it without whole-program optimisation, which takes debug information away.
 set -euo pipefail
-tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-baseline=$tree/abi/libzqm_trx.so.7.abi
-library=$(realpath "$1")/src/libzqm_trx.so.7
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/setup.sh
+install_missing "${packages_build[@]}" "${packages_armhf[@]}" "${packages_abi[@]}"
+soname=libzqm_trx.so.7
 
-if [ ! -e "$baseline" ]; then
-  echo "no release to compare the binary interface with: ${baseline#"$tree/"} does not exist"
-elif ! command -v abidiff >/dev/null; then
-  echo "the binary interface is not compared: abidiff (package abigail-tools) is missing"
-else
-  abidiff --no-added-syms --headers-dir2 "$tree/include" "$baseline" "$library"
-  echo "the binary interface is that of the last release, or adds to it"
-fi
+# Builds the engine into build/$1; what follows goes to the configuration.
+build_engine() {
+  local build=build/$1
+  shift
+  mkdir -p "$build"
+  { cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=ABI "-DCMAKE_CXX_FLAGS_ABI=-O2 -g" \
+    -DZQM_TRX_TESTS=OFF -DZQM_TRX_TOOLS=OFF -DZQM_TRX_EXAMPLES=OFF "$@" &&
+    cmake --build "$build" --target zqm_trx; } >"$build/build.log" 2>&1 ||
+    { cat "$build/build.log"; return 1; }
+}
+
+describe() {
+  abidw --suppressions abi/not_ours.suppr --exported-interfaces-only --drop-undefined-syms \
+    --no-corpus-path --no-comp-dir-path --no-show-locs --no-parameter-names "$1/src/$soname"
+}
+
+# Compares or keeps the interface of build/$1 under the name of the architecture $2.
+judge() {
+  local kept=abi/$soname.$2.abi.gz now=build/$1/now.abi released=build/$1/released.abi
+  describe "build/$1" >"$now"
+  if [ -n "$update" ]; then
+    gzip -9n <"$now" >"$kept"
+    echo "kept in $kept"
+    return
+  fi
+  gzip -dc "$kept" >"$released"
+  abidiff --no-added-syms --no-unreferenced-symbols "$released" "$now"
+  echo "the binary interface for $2 is that of the last release, or adds to it"
+}
+
+update=
+[ "${1:-}" != --update ] || update=yes
+build_engine abi
+judge abi x86-64
+build_engine abi-armhf --toolchain "$PWD/cmake/armhf.cmake"
+judge abi-armhf armhf

@@ -33,7 +33,8 @@ packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)
 packages_armhf=(g++-arm-linux-gnueabihf qemu-user)
-packages_all=(clang-format clang-tidy googletest pkg-config abigail-tools git debootstrap)
+packages_abi=(abigail-tools)
+packages_all=(clang-format clang-tidy googletest pkg-config git debootstrap)
 
 # The name of this machine's Debian release.
 debian_release() { sed -n 's/^VERSION_CODENAME=//p' /etc/os-release; }
