@@ -33,7 +33,7 @@ TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
   without_sub.erase("sub");
   tools::RowCounter partly(without_sub);
   for (const tools::TableCase& one : file.cases) {
-    EXPECT_EQ(tools::differencesOf(one, simulator, 1000,
+    EXPECT_EQ(tools::differencesOf(one, simulator,
                                    [&](const kw::platform::TraceRecord& record) {
                                      counter.take(record);
                                      partly.take(record);

@@ -9,6 +9,7 @@
 
 #include "exploration/witness.h"
 #include "kw/trx/testing/temp_dir.h"
+#include "simulation/case_run.h"
 #include "simulation/case_writer.h"
 
 namespace kw::trx::testing {
@@ -174,7 +175,9 @@ void compare(const tools::Exploration& exploration, const tools::Simulator& simu
     }
     if (claim.witness) {
       const tools::TableCase witness = tools::witnessCase(program, exploration.table, claim);
-      EXPECT_EQ(tools::differencesOfWitness(witness, claim, simulator), std::vector<std::string>())
+      EXPECT_EQ(
+          tools::differencesOf(tools::confirmingCase(program, exploration.table, claim), simulator),
+          std::vector<std::string>())
           << claim.words << '\n'
           << tools::caseRows(witness, entry);
     }

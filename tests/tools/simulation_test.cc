@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <random>
 
+#include <csignal>
+#include <stdexcept>
+
+#include "common/processes.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "simulation/case_run.h"
 #include "tables/check.h"
@@ -88,6 +92,22 @@ TEST(SimulationTest, RunThatNeverEndsIsStopped) {
   tools::SimulationRequest request;
   request.table = "again";
   EXPECT_EQ(simulator.run(request).failure, "");
+}
+
+TEST(SimulationTest, ProcessesGiveResultsInOrderAndTellHowOneEnded) {
+  const std::vector<tools::Texts> results = tools::inProcesses(7, 3, [](std::size_t number) {
+    if (number == 3) std::raise(SIGKILL);
+    if (number == 6) throw std::runtime_error("on purpose");
+    return tools::Texts(number, std::to_string(number));
+  });
+  std::string text;
+  for (const tools::Texts& texts : results) {
+    for (const std::string& one : texts) text += one + ' ';
+    text += '|';
+  }
+  EXPECT_EQ(text,
+            "|1 |2 2 |its process ended by the signal Killed |4 4 4 4 |5 5 5 5 5 "
+            "|its process ended with the status 1 |");
 }
 
 TEST(SimulationTest, EveryWrongCellIsNamed) {

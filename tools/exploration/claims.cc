@@ -43,7 +43,7 @@ class GoodRun {
           at.calls.begin(), at.calls.end(),
           [state](const std::pair<std::size_t, int>& call) { return call.first == state; });
       const std::vector<Step>& steps = at.steps[state];
-      path_.rows.push_back({at.table, Activation::rowOf(state),
+      path_.rows.push_back({at.table, static_cast<std::uint32_t>(Activation::rowOf(state)),
                             steps.empty() ? Step::Choice::kNone : steps[0].choice});
       if (callee == at.calls.end()) {
         // The step of the success stands first.

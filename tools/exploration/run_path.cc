@@ -33,7 +33,8 @@ void PathWriter::writeStep(RunPath& path, int activation, std::size_t state, con
 
 void PathWriter::writeRow(RunPath& path, int activation, std::size_t state,
                           Step::Choice choice) const {
-  path.rows.push_back({graph_.at(activation).table, Activation::rowOf(state), choice});
+  path.rows.push_back(
+      {graph_.at(activation).table, static_cast<std::uint32_t>(Activation::rowOf(state)), choice});
 }
 
 }  // namespace kw::trx::tools

@@ -28,8 +28,8 @@ using ChosenSteps = std::array<std::vector<int>, kGoals>;
 
 /// One row of a run.
 struct PathRow {
-  int table;
-  std::size_t row;
+  std::int32_t table;
+  std::uint32_t row;
   Step::Choice choice;  ///< of a HAP
 };
 

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "exploration/row_claims.h"
-#include "simulation/case_run.h"
 #include "simulation/case_words.h"
 
 namespace kw::trx::tools {
@@ -143,19 +142,18 @@ TableCase witnessCase(const Program& program, int entry, const Claim& claim) {
   return WitnessWriter(program, entry, claim).write();
 }
 
-std::vector<std::string> differencesOfWitness(const TableCase& witness, const Claim& claim,
-                                              const Simulator& simulator) {
+TableCase confirmingCase(const Program& program, int entry, const Claim& claim) {
+  TableCase run = witnessCase(program, entry, claim);
   const RunPath& path = *claim.witness;
-  if (!path.isEndless()) {
-    return differencesOf(witness, simulator, path.rows.size() + 1);
+  run.most_rows = path.rows.size() + 1;
+  if (path.isEndless()) {
+    const std::size_t round = path.rows.size() - path.repeats_from;
+    for (std::size_t i = 0; i < (kRounds - 1) * round; ++i) {
+      run.rows->push_back((*run.rows)[path.repeats_from + i]);
+    }
+    run.most_rows = run.rows->size();
   }
-  // The rows of some rounds, all of which are looked at.
-  TableCase rounds = witness;
-  const std::size_t round = path.rows.size() - path.repeats_from;
-  for (std::size_t i = 0; i < (kRounds - 1) * round; ++i) {
-    rounds.rows->push_back((*rounds.rows)[path.repeats_from + i]);
-  }
-  return differencesOf(rounds, simulator, rounds.rows->size());
+  return run;
 }
 
 }  // namespace kw::trx::tools

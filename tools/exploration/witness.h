@@ -8,16 +8,14 @@
 
 #include "exploration/claims.h"
 #include "simulation/case_file.h"
-#include "simulation/simulator.h"
 
 namespace kw::trx::tools {
 
 /// The run of `claim`, which must have one, as a case of the table `entry` that expects all of it.
 TableCase witnessCase(const Program& program, int entry, const Claim& claim);
 
-/// Lets the engine run a witness. Returns what it did otherwise; empty when nothing.
-std::vector<std::string> differencesOfWitness(const TableCase& witness, const Claim& claim,
-                                              const Simulator& simulator);
+/// The same for a run of the engine that is to confirm it: of one that never ends, some rounds.
+TableCase confirmingCase(const Program& program, int entry, const Claim& claim);
 
 }  // namespace kw::trx::tools
 

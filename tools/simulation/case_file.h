@@ -43,6 +43,8 @@ struct TableCase {
   std::optional<std::string> first_failing;  ///< such a row
   std::vector<ExpectedCall> calls;
   std::optional<std::uint64_t> wait_ms;
+  /// Where its run is taken for one that never ends.
+  std::size_t most_rows = SimulationRequest().most_rows;
 
   bool expectsSomething() const {
     return rows || end || first_failing || !calls.empty() || wait_ms;

@@ -109,12 +109,12 @@ std::string endText(const SimulatedRun& run) {
 }
 
 std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
-                                       std::size_t most_rows, const OnRecord& on_record) {
+                                       const OnRecord& on_record) {
   OutcomePlan plan(expected.outcomes);
   SimulationRequest request;
   request.table = expected.table;
   request.units = expected.units;
-  request.most_rows = most_rows;
+  request.most_rows = expected.most_rows;
   request.on_record = on_record;
   request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
   const SimulatedRun run = simulator.run(request);

@@ -13,10 +13,9 @@ namespace kw::trx::tools {
 
 using OnRecord = decltype(SimulationRequest::on_record);
 
-/// Runs a case on a simulator with its tables. A run of `most_rows` rows is taken for one that
-/// never ends. Returns what was not as expected, a line each; empty when all was.
+/// Runs a case on a simulator with its tables. Returns what was not as expected, a line each; empty
+/// when all was.
 std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
-                                       std::size_t most_rows = SimulationRequest().most_rows,
                                        const OnRecord& on_record = {});
 
 /// How a run ended, in words.

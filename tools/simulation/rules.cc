@@ -75,19 +75,42 @@ CallPattern patternFrom(const std::string& text, const std::string& table,
   return rowPattern(in_table ? text.substr(0, separator) : table, *number, tables);
 }
 
-HAPOutcome OutcomePlan::choose(const HAPCall& call) {
-  HAPOutcome outcome;
-  for (std::size_t i = 0; i < rules_.size(); ++i) {
+OutcomePlan::OutcomePlan(const std::vector<OutcomeRule>& rules)
+    : rules_(rules), calls_(rules.size()) {
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    const CallPattern& where = rules[i].where;
+    (where.number ? by_number_[*where.number] : by_hap_[where.hap]).push_back(i);
+  }
+}
+
+std::size_t OutcomePlan::take(const Places& places, const HAPCall& call) {
+  std::size_t last = rules_.size();
+  for (const std::size_t i : places) {
     const OutcomeRule& rule = rules_[i];
     if (!rule.where.matches(call)) {
       continue;
     }
     const unsigned int nth = ++calls_[i];
     if (rule.first <= nth && nth <= rule.last && (nth - rule.first) % rule.period == 0) {
-      outcome = rule.outcome;
+      last = i;
     }
   }
-  return outcome;
+  return last;
+}
+
+HAPOutcome OutcomePlan::choose(const HAPCall& call) {
+  std::size_t last = rules_.size();
+  const auto consider = [&](const Places& places) {
+    const std::size_t found = take(places, call);
+    last = found == rules_.size() || (last != rules_.size() && found < last) ? last : found;
+  };
+  if (const auto rows = by_number_.find(call.number); rows != by_number_.end()) {
+    consider(rows->second);
+  }
+  if (const auto haps = by_hap_.find(call.hap); haps != by_hap_.end()) {
+    consider(haps->second);
+  }
+  return last == rules_.size() ? HAPOutcome() : rules_[last].outcome;
 }
 
 }  // namespace kw::trx::tools

@@ -4,6 +4,7 @@
 #define KW_TRX_TOOLS_SIMULATION_RULES_H_
 
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,14 +42,21 @@ struct OutcomeRule {
 /// succeeds.
 class OutcomePlan {
  public:
-  explicit OutcomePlan(const std::vector<OutcomeRule>& rules)
-      : rules_(rules), calls_(rules.size()) {}
+  /// `rules` must outlive it.
+  explicit OutcomePlan(const std::vector<OutcomeRule>& rules);
 
   HAPOutcome choose(const HAPCall& call);
 
  private:
+  using Places = std::vector<std::size_t>;
+
+  /// The last rule of one list that gives the call an outcome; `rules_.size()`: none does.
+  std::size_t take(const Places& places, const HAPCall& call);
+
   const std::vector<OutcomeRule>& rules_;
-  std::vector<unsigned int> calls_;  // that matched each rule
+  std::map<unsigned int, Places> by_number_;  // rules of rows
+  std::map<std::string, Places> by_hap_;      // rules of HAPs
+  std::vector<unsigned int> calls_;           // that matched each rule
 };
 
 }  // namespace kw::trx::tools

@@ -56,11 +56,15 @@ struct SimulatedRun {
   bool is_stopped = false;  ///< it was stopped after `most_rows` rows
 };
 
+/// As often a table runs within itself when a configuration does not say it.
+constexpr unsigned int kTableNestLimit = 10;
+
 class Simulator {
  public:
   /// Loads the tables of `files` into the engine. `nest_limit`: of tables. Throws
   /// `std::runtime_error` with the reason in words when the engine does not take them.
-  explicit Simulator(const std::vector<std::string>& files, unsigned int nest_limit = 10);
+  explicit Simulator(const std::vector<std::string>& files,
+                     unsigned int nest_limit = kTableNestLimit);
 
   /// The loaded tables, by name.
   const TableFlows& tables() const { return tables_; }

@@ -35,7 +35,7 @@ void addCases(const std::string& name, Coverage& coverage) {
   const Simulator simulator(file.tables);
   RowCounter counter(simulator.tables());
   for (const TableCase& one : file.cases) {
-    differencesOf(one, simulator, SimulationRequest().most_rows,
+    differencesOf(one, simulator,
                   [&counter](const kw::platform::TraceRecord& record) { counter.take(record); });
   }
   merge(coverage, counter.coverage());

@@ -3,10 +3,14 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
+#include "common/processes.h"
 #include "common/text.h"
 #include "exploration/witness.h"
+#include "simulation/case_run.h"
 #include "simulation/case_writer.h"
+#include "tables/surroundings.h"
 #include "trxctl/commands.h"
 #include "trxctl/json.h"
 #include "trxctl/text_output.h"
@@ -14,7 +18,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kNestLimit = 10;
 /// A case expects the rows of its run up to so many: longer lists are read by nobody.
 constexpr std::size_t kRowsShown = 100;
 constexpr std::size_t kMostNestLimit = 1000;
@@ -30,7 +33,7 @@ struct ExploreOptions {
   std::vector<std::string> allowed;
   std::size_t most_calls = kUnlimited;
   std::size_t most_wait_ms = kUnlimited;
-  std::size_t nest_limit = kNestLimit;
+  std::size_t nest_limit = kTableNestLimit;
   std::size_t most_states = kStates;
   bool json = false;
 };
@@ -59,10 +62,10 @@ struct Result {
 
 class ExploreOutput {
  public:
-  ExploreOutput(const ExploreOptions& options, const Simulator& simulator, const Result& result)
-      : options_(options), simulator_(simulator), result_(result) {}
+  ExploreOutput(const ExploreOptions& options, const Result& result)
+      : options_(options), result_(result) {}
 
-  /// Prints all claims, each witness after the engine has run it. Throws when it runs otherwise.
+  /// Prints all claims, with their witnesses as cases.
   int print() {
     if (options_.json) {
       json_.beginArray();
@@ -155,7 +158,7 @@ class ExploreOutput {
     denied_ += denied ? 1 : 0;
     std::string rows;
     if (claim.witness) {
-      TableCase witness = confirmed(exploration, claim);
+      TableCase witness = witnessCase(result_.program, exploration.table, claim);
       if (witness.rows->size() > kRowsShown) {
         witness.rows.reset();
       }
@@ -173,45 +176,63 @@ class ExploreOutput {
               << rows;
   }
 
-  TableCase confirmed(const Exploration& exploration, const Claim& claim) const {
-    TableCase witness = witnessCase(result_.program, exploration.table, claim);
-    const std::vector<std::string> differences = differencesOfWitness(witness, claim, simulator_);
-    if (!differences.empty()) {
-      throw std::runtime_error("the engine does not confirm '" + claim.words +
-                               "': " + differences[0] + "; this is a fault of trxctl");
-    }
-    return witness;
-  }
-
   const ExploreOptions& options_;
-  const Simulator& simulator_;
   const Result& result_;
   JsonWriter json_{kIndent};
   std::size_t denied_ = 0;
 };
 
+/// Lets the engine run all witnesses. Throws when it runs one otherwise.
+void confirm(const Result& result, const ExploreOptions& options) {
+  std::vector<std::pair<int, const Claim*>> claims;
+  for (const Exploration& exploration : result.explorations) {
+    for (const Claim& claim : exploration.claims) {
+      if (claim.witness) {
+        claims.emplace_back(exploration.table, &claim);
+      }
+    }
+  }
+  std::unique_ptr<Simulator> simulator;  // each process has its own
+  const std::vector<Texts> differences =
+      inProcesses(claims.size(), usualJobs(), [&](std::size_t number) {
+        if (simulator == nullptr) {
+          simulator = std::make_unique<Simulator>(options.files,
+                                                  static_cast<unsigned int>(options.nest_limit));
+        }
+        const auto& [entry, claim] = claims[number];
+        return differencesOf(confirmingCase(result.program, entry, *claim), *simulator);
+      });
+  for (std::size_t i = 0; i < claims.size(); ++i) {
+    if (!differences[i].empty()) {
+      throw std::runtime_error("the engine does not confirm '" + claims[i].second->words +
+                               "': " + differences[i][0] + "; this is a fault of trxctl");
+    }
+  }
+}
+
 int exploreTables(const ExploreOptions& options) {
-  const auto nest_limit = static_cast<unsigned int>(options.nest_limit);
-  const Simulator simulator(options.files, nest_limit);
+  const KnownTables tables = readTables(options.files, {});
+  if (!tables.refused.empty()) {
+    return fail("the engine does not load the table " + *tables.refused.begin() +
+                "; trxctl check tells why");
+  }
   Result result;
-  result.program = programOf(simulator.tables());
+  result.program = programOf(tables.flows);
   std::vector<int> entries = entriesOf(result.program);
   if (!options.table.empty()) {
     entries = {result.program.find(options.table)};
     if (entries[0] == kAbsent) {
-      std::vector<std::string> names;
-      for (const auto& [name, flow] : simulator.tables()) {
-        names.push_back(name);
-      }
       return fail("there is no table '" + options.table + "' in the files" +
-                  didYouMean(options.table, names));
+                  didYouMean(options.table, tables.names()));
     }
   }
   for (const int entry : entries) {
-    result.explorations.push_back(explore(result.program, entry, nest_limit, options.most_states));
+    result.explorations.push_back(explore(
+        result.program, entry, static_cast<unsigned int>(options.nest_limit), options.most_states));
   }
   result.unreached = unreachedRows(result.program, result.explorations);
-  return ExploreOutput(options, simulator, result).print();
+  confirm(result, options);
+  return ExploreOutput(options, result).print();
 }
 
 }  // namespace

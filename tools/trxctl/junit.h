@@ -6,13 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace kw::trx::tools {
+#include "simulation/case_workers.h"
 
-struct CaseResult {
-  std::string name;
-  unsigned int line;
-  std::vector<std::string> differences;  ///< empty: it passed
-};
+namespace kw::trx::tools {
 
 struct TestedFile {
   std::string file;

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <memory>
 
-#include "simulation/case_run.h"
+#include "common/processes.h"
 #include "trxctl/commands.h"
 #include "trxctl/junit.h"
 #include "trxctl/text_output.h"
@@ -13,9 +13,12 @@
 namespace kw::trx::tools {
 namespace {
 
+constexpr std::size_t kMostJobs = 1000;
+
 struct TestOptions {
   std::vector<std::string> files;
   std::string junit;
+  std::size_t jobs = usualJobs();
 };
 
 void print(const CaseFile& file) {
@@ -39,24 +42,25 @@ void print(const CaseFile& file, const CaseResult& result) {
 
 int test(const TestOptions& options) {
   bool unreadable = false;
+  std::vector<CaseFile> files;
+  for (const std::string& name : options.files) {
+    files.push_back(readCaseFile(name));
+    print(files.back());
+    if (!files.back().findings.empty()) {
+      unreadable = true;
+      files.pop_back();
+    }
+  }
+  const auto results = runCases(files, options.jobs);
   std::size_t failed = 0;
   std::size_t run = 0;
   std::vector<TestedFile> tested;
-  for (const std::string& name : options.files) {
-    const CaseFile file = readCaseFile(name);
-    unreadable = unreadable || !file.findings.empty();
-    print(file);
-    if (!file.findings.empty()) {
-      continue;
-    }
-    const Simulator simulator(file.tables);
-    tested.push_back({name, {}});
-    for (const TableCase& expected : file.cases) {
-      CaseResult result{expected.name, expected.line, differencesOf(expected, simulator)};
-      print(file, result);
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    tested.push_back({files[i].file, results[i]});
+    for (const CaseResult& result : results[i]) {
+      print(files[i], result);
       failed += result.differences.empty() ? 0 : 1;
       ++run;
-      tested.back().cases.push_back(result);
     }
   }
   std::cout << run - failed << " of " << run << " cases passed\n";
@@ -77,6 +81,9 @@ void addTestCommand(CommandLine& line) {
                "Exit status: 0 all cases passed; 1 one failed; 2 a file could not be run.");
   command.texts(options->files, {"FILE", "Case files", "", {}, true});
   command.text(options->junit, {"--junit", "Write the results as JUnit XML", "FILE"});
+  command.number(options->jobs,
+                 {"-j,--jobs", "Run so many processes; else one a processor", "COUNT"}, 1,
+                 kMostJobs);
   command.run([options] { return test(*options); });
 }
 
