@@ -387,6 +387,16 @@ TEST_F(CommandTest, CrashIsToldWithItsSignalHAPModuleAndLastRecords) {
   EXPECT_EQ(run("hap TST_Kill --root . --para 0 --para 7 --in-process"), "= 7\n");
 }
 
+TEST_F(CommandTest, InterruptOfTheToolStopsTheTableInItsChild) {
+  writeTable("slow.csv", ",1,START\n,2,WAIT,,20000\n,3,END\n");
+  configure({"slow.csv"}, "haptable.tblcmd.wait.handler=requester\n");
+  const std::string text =
+      run("--version >/dev/null; " TRXCTL
+          " table slow --root . >rows & while ! grep -qs WAIT rows; do sleep 0.05; done; "
+          "kill -INT $!; wait $!; echo status $? >>rows; cat rows");
+  EXPECT_NE(text.find("the engine's stop flag is set\nstatus 1\n"), std::string::npos) << text;
+}
+
 TEST_F(CommandTest, JsonSaysWhatTheTextSays) {
   writeTable("t.csv", ",1,START\n,a,HAP,TST_Fail,,NOP,1\n,b,HAP,TST_Fail,,,1\n,c,END\n");
   configure({"t.csv"}, "colour=red\n");

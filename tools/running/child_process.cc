@@ -19,6 +19,16 @@ constexpr int kNoFile = -1;
 /// In a child, where its parent reads how the work ended.
 int parent_reads = kNoFile;
 
+/// In its parent.
+volatile pid_t child_process = 0;
+
+/// Hands an interrupt on to the child. One from the terminal it gets by itself.
+void handOn(int number, siginfo_t* info, void*) {
+  if (info->si_code <= 0) {
+    kill(child_process, number);
+  }
+}
+
 [[noreturn]] void beChild(int pipe, const std::function<int()>& work) {
   parent_reads = pipe;
   prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -41,6 +51,7 @@ ChildEnd runInChild(const std::function<int()>& work) {
     throw std::system_error(errno, std::generic_category(), "a child process");
   }
   const pid_t child = fork();
+  child_process = child;
   if (child == 0) {
     close(pipes[0]);
     beChild(pipes[1], work);
@@ -51,11 +62,15 @@ ChildEnd runInChild(const std::function<int()>& work) {
     close(pipes[0]);
     throw std::system_error(error, std::generic_category(), "a child process");
   }
-  const auto former = std::signal(SIGINT, SIG_IGN);
+  struct sigaction on_interrupt {};
+  struct sigaction former {};
+  on_interrupt.sa_sigaction = handOn;
+  on_interrupt.sa_flags = SA_SIGINFO;
+  sigaction(SIGINT, &on_interrupt, &former);
   int how = 0;
   while (waitpid(child, &how, 0) < 0 && errno == EINTR) {
   }
-  std::signal(SIGINT, former);
+  sigaction(SIGINT, &former, nullptr);
   // What the child has left behind may hold the other end.
   static_cast<void>(fcntl(pipes[0], F_SETFL, O_NONBLOCK));
   ChildEnd end;

@@ -11,6 +11,20 @@ namespace {
 constexpr std::size_t kMostSteps = 4000000;
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
+/// The way that leads from one row to another, where `before` has the row before each.
+Cycle wayAlong(const std::vector<std::size_t>& before, std::size_t from, std::size_t to) {
+  Cycle way = {{to, to}};
+  for (std::size_t at = to; at != from; at = before[at]) {
+    if (before[at] + 1 == at) {
+      way.back().first = before[at];
+    } else {
+      way.emplace_back(before[at], before[at]);
+    }
+  }
+  std::reverse(way.begin(), way.end());
+  return way;
+}
+
 /// Finds cycles while CHECK finds no failure, or always one: a failure that is kept stays.
 class CycleFinder {
  public:
@@ -110,21 +124,10 @@ class CycleFinder {
         }
       }
     }
-    Cycle way;
-    if (before_[to] != kNowhere) {
-      way.emplace_back(to, to);
-      for (std::size_t at = to; at != from; at = before_[at]) {
-        if (before_[at] + 1 == at) {
-          way.back().first = before_[at];
-        } else {
-          way.emplace_back(before_[at], before_[at]);
-        }
-      }
-    }
+    const Cycle way = before_[to] == kNowhere ? Cycle() : wayAlong(before_, from, to);
     for (const std::size_t at : met) {
       before_[at] = kNowhere;
     }
-    std::reverse(way.begin(), way.end());
     return way;
   }
 
