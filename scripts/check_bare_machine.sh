@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Tries the Debian packages and the demo as a new user does, in a bare Debian of this machine's
-# release: scripts/check_bare_machine.sh BUILD_FOLDER, whose packages it makes. The packages are
-# installed with apt alone and removed again, the tool runs, a host and modules are built and tested
-# against them; then the demo runs in a checkout whose path has a blank. It needs root, and some 1.5 GB
-# below build/ while it runs.
+# Tries the Debian packages, the demo and the tests as a new user does, in a bare Debian of this
+# machine's release: scripts/check_bare_machine.sh BUILD_FOLDER, whose packages it makes. The packages
+# are installed with apt alone and removed again, the tool runs, a host and modules are built and
+# tested against them; then demo and tests run in a checkout whose path has a blank. It needs root, and
+# some 1.5 GB below build/ while it runs.
 set -euo pipefail
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$tree"
@@ -81,9 +81,10 @@ if [ -n "$rest" ]; then
 fi
 EOF
 
-step "running the demo in a checkout whose path has a blank"
+step "running the demo and the tests in a checkout whose path has a blank"
 in_bare_machine <<'EOF'
 cd "/my src"
 ./demo.sh
+./test.sh
 EOF
-echo "the packages and the demo work on a bare machine"
+echo "the packages, the demo and the tests work on a bare machine"

@@ -601,7 +601,7 @@ TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
                {"--deny message=SELFTEST_FAILED --json", "= 1\n"},
                {"--most-calls 4", "= 1\n"},
                {"--most-wait 100 --table selftest", "= 0\n"}};
-  const std::string tables = " " EXAMPLE_TABLES "/selftest.csv " EXAMPLE_TABLES "/rails.csv ";
+  const std::string tables = " '" EXAMPLE_TABLES "/selftest.csv' '" EXAMPLE_TABLES "/rails.csv' ";
   for (const auto& [options, status] : cases) {
     const std::string printed = run("explore" + tables + options);
     const std::size_t end = printed.rfind("= ");
