@@ -17,7 +17,11 @@ char lower(char letter) {
 }
 
 /// How many letters have to be changed, put in or left out to make `b` of `a`; letter case is free.
-std::size_t distanceOf(const std::string& a, const std::string& b) {
+/// More than `most` is not counted on.
+std::size_t distanceOf(const std::string& a, const std::string& b, std::size_t most) {
+  if (std::max(a.size(), b.size()) - std::min(a.size(), b.size()) > most) {
+    return most + 1;
+  }
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (std::size_t i = 0; i < a.size(); ++i) {
@@ -26,6 +30,9 @@ std::size_t distanceOf(const std::string& a, const std::string& b) {
       const std::size_t change = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({change, row[j] + 1, diagonal + 1});
+    }
+    if (*std::min_element(row.begin(), row.end()) > most) {
+      return most + 1;
     }
   }
   return row.back();
@@ -52,7 +59,7 @@ std::string nearestOf(const std::string& word, const std::vector<std::string>& k
   std::string nearest;
   std::size_t least = word.size() / 3 + 1;
   for (const std::string& candidate : known) {
-    const std::size_t distance = distanceOf(word, candidate);
+    const std::size_t distance = distanceOf(word, candidate, least);
     const bool shares = distance < std::min(word.size(), candidate.size());
     if (shares && distance <= least && (nearest.empty() || distance < least)) {
       nearest = candidate;

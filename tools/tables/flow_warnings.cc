@@ -70,12 +70,10 @@ class FlowWarner {
           "the engine does not load the table '" + row.name + "'; trxctl check tells why");
       return;
     }
-    const auto [known, is_new] = near_.try_emplace(row.command + row.name);
-    if (is_new) {
-      known->second = didYouMean(row.name, around_.tables.names());
-    }
+    const auto meant = around_.meant_tables.find(row.name);
     add(row, trx::kPlaceName,
-        "no table '" + row.name + "' is among the files or the configuration" + known->second);
+        "no table '" + row.name + "' is among the files or the configuration" +
+            (meant == around_.meant_tables.end() ? "" : meant->second));
   }
 
   void warnOfHAP(const FlowRow& row) {
@@ -86,7 +84,7 @@ class FlowWarner {
               "; trxctl modules tells more");
       return;
     }
-    const auto [known, is_new] = near_.try_emplace(row.command + row.name);
+    const auto [known, is_new] = near_.try_emplace(row.name);
     if (is_new) {
       known->second =
           didYouMean(row.name, {around_.haps.known->begin(), around_.haps.known->end()});
@@ -122,7 +120,7 @@ class FlowWarner {
   const TableFlow& flow_;
   const Surroundings& around_;
   const std::vector<bool> reached_;
-  std::map<std::string, std::string> near_;  // what was probably meant, by command and name
+  std::map<std::string, std::string> near_;  // what was probably meant by names of HAPs
   std::vector<Finding> findings_;
 };
 

@@ -4,9 +4,34 @@
 #include <optional>
 #include <utility>
 
+#include "common/text.h"
 #include "configuration/configuration.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
+namespace {
+
+/// More missing names than anybody corrects by what was meant.
+constexpr std::size_t kMeantMax = 500;
+
+/// Each missing name is compared with all that are there.
+std::map<std::string, std::string> meantTables(const KnownTables& tables) {
+  std::map<std::string, std::string> meant;
+  const std::vector<std::string> names = tables.names();
+  for (const auto& [name, flow] : tables.flows) {
+    for (const FlowRow& row : flow.rows) {
+      const bool is_missing = row.command == trx::kCommandTable && !row.name.empty() &&
+                              tables.flows.count(row.name) == 0 &&
+                              tables.refused.count(row.name) == 0;
+      if (is_missing && meant.size() < kMeantMax && meant.count(row.name) == 0) {
+        meant[row.name] = didYouMean(row.name, names);
+      }
+    }
+  }
+  return meant;
+}
+
+}  // namespace
 
 KnownTables readTables(const std::vector<std::string>& files,
                        const std::vector<std::string>& configured) {
@@ -41,6 +66,7 @@ Surroundings surroundingsOf(const std::vector<std::string>& files) {
   std::optional<std::vector<std::string>> modules;
   const std::vector<std::string> configured = configuredTables(modules);
   around.tables = readTables(files, configured);
+  around.meant_tables = meantTables(around.tables);
   around.calls = callsOf(around.tables.flows);
   if (modules) {
     around.haps = hapsOf(*modules);

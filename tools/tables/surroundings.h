@@ -3,6 +3,7 @@
 #ifndef KW_TRX_TOOLS_TABLES_SURROUNDINGS_H_
 #define KW_TRX_TOOLS_TABLES_SURROUNDINGS_H_
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -30,8 +31,10 @@ KnownTables readTables(const std::vector<std::string>& files,
 /// What is known of the surroundings of a table.
 struct Surroundings {
   KnownTables tables;  ///< those among the files and the configuration
-  Calls calls;         ///< among these
-  KnownHAPs haps;      ///< of the listed modules
+  /// What was probably meant by names of tables that are not there, as `didYouMean` says it.
+  std::map<std::string, std::string> meant_tables;
+  Calls calls;     ///< among these
+  KnownHAPs haps;  ///< of the listed modules
 };
 
 /// What is known around the tables `files`: with a configuration, the tables and modules that it
