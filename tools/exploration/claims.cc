@@ -181,6 +181,7 @@ std::optional<Claim::Kind> claimKindFrom(const std::string& name) {
 
 std::vector<std::string> claimKinds() {
   std::vector<std::string> names;
+  names.reserve(kKindNames.size());
   for (const auto& one : kKindNames) {
     names.emplace_back(one.second);
   }

@@ -99,15 +99,15 @@ bool isCycle(const Activation& activation, const std::vector<std::size_t>& compo
 
 std::vector<std::pair<std::size_t, std::size_t>> cycleThrough(const Activation& activation,
                                                               std::size_t state) {
-  constexpr auto kUnseen = static_cast<std::size_t>(-1);
-  std::vector<std::pair<std::size_t, std::size_t>> from(activation.steps.size(), {kUnseen, 0});
+  constexpr auto unseen = static_cast<std::size_t>(-1);
+  std::vector<std::pair<std::size_t, std::size_t>> from(activation.steps.size(), {unseen, 0});
   std::deque<std::size_t> open = {state};
-  while (from[state].first == kUnseen) {
+  while (from[state].first == unseen) {
     const std::size_t at = open.front();
     open.pop_front();
     for (std::size_t nth = 0; nth < activation.steps[at].size(); ++nth) {
       const int to = activation.steps[at][nth].to;
-      if (to >= 0 && from[static_cast<std::size_t>(to)].first == kUnseen) {
+      if (to >= 0 && from[static_cast<std::size_t>(to)].first == unseen) {
         from[static_cast<std::size_t>(to)] = {at, nth};
         open.push_back(static_cast<std::size_t>(to));
       }

@@ -124,7 +124,7 @@ class CycleFinder {
         }
       }
     }
-    const Cycle way = before_[to] == kNowhere ? Cycle() : wayAlong(before_, from, to);
+    Cycle way = before_[to] == kNowhere ? Cycle() : wayAlong(before_, from, to);
     for (const std::size_t at : met) {
       before_[at] = kNowhere;
     }

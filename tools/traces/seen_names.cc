@@ -34,6 +34,7 @@ std::vector<std::string> SeenNames::missing(
     return missing;
   }
   std::vector<std::string> ids;
+  ids.reserve(requests.size());
   for (const auto& request : requests) {
     ids.push_back(hexText(request.first));
   }
