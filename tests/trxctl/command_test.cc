@@ -398,7 +398,7 @@ TEST_F(CommandTest, InterruptOfTheToolStopsTheTableInItsChild) {
 }
 
 TEST_F(CommandTest, JsonSaysWhatTheTextSays) {
-  writeTable("t.csv", ",1,START\n,a,HAP,TST_Fail,,NOP,1\n,b,HAP,TST_Fail,,,1\n,c,END\n");
+  writeTable("t.csv", ",1,START\n,a,HAP,TST_Fail,,NOP,1 0\n,b,HAP,TST_Fail,,,1 0\n,c,END\n");
   configure({"t.csv"}, "colour=red\n");
   const auto json = [this](const std::string& arguments) {
     return nlohmann::json::parse(outputOf(arguments + " --json --root .", dir.path()));

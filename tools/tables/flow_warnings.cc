@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tables/flow_warnings.h"
 
-#include <cstdlib>
-
 #include "common/text.h"
+#include "tables/cell_number.h"
 #include "tables/cycle_warnings.h"
 #include "zqm_trx/table_words.h"
 
@@ -95,7 +94,7 @@ class FlowWarner {
 
   void warnOfWait(const FlowRow& row) {
     if (row.command == trx::kCommandWait &&
-        std::strtoul(row.mode.c_str(), nullptr, trx::kDecimalBase) > trx::kWaitMaxMs) {
+        cellNumber(row.mode, trx::kDecimalBase).value > trx::kWaitMaxMs) {
       add(row, trx::kPlaceMode, "the wait is cut to one hour, 3600000 ms");
     }
   }

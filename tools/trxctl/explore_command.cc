@@ -8,6 +8,7 @@
 #include "common/processes.h"
 #include "common/text.h"
 #include "exploration/witness.h"
+#include "running/name_hints.h"
 #include "simulation/case_run.h"
 #include "simulation/case_writer.h"
 #include "tables/surroundings.h"
@@ -223,7 +224,7 @@ int exploreTables(const ExploreOptions& options) {
     entries = {result.program.find(options.table)};
     if (entries[0] == kAbsent) {
       return fail("there is no table '" + options.table + "' in the files" +
-                  didYouMean(options.table, tables.names()));
+                  tableHint(options.table, tables.names()));
     }
   }
   for (const int entry : entries) {
