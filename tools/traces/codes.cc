@@ -49,7 +49,7 @@ constexpr CodeText kCodes[] = {
              "permitted to this user, another thread of this process holds it, or a signal came in "
              "between",
              "call TRX::startUp once per system and run one outermost HAP a process at a time; "
-             "ipcs -s shows the semaphore under key 0x0056f9a0"),
+             "trxctl lock shows what is wrong with it"),
     ZQM_CODE(kCodeUnlock, "the exclusion semaphore cannot be given back",
              "somebody removed the semaphore while a HAP ran",
              "call TRX::startUp again and load the engine anew"),

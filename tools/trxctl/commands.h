@@ -15,6 +15,7 @@ void addExplainCommand(CommandLine& line);
 void addExploreCommand(CommandLine& line);
 void addGraphCommand(CommandLine& line);
 void addHAPCommand(CommandLine& line);
+void addLockCommand(CommandLine& line);
 void addModulesCommand(CommandLine& line);
 void addSimulateCommand(CommandLine& line);
 void addTableCommand(CommandLine& line);

@@ -7,7 +7,7 @@ int main(int argc, char** argv) {
   for (const auto add :
        {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addHAPCommand,
         addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand, addCoverageCommand,
-        addTraceCommand, addExplainCommand}) {
+        addTraceCommand, addLockCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);

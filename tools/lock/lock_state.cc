@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lock/lock_state.h"
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <system_error>
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr int kSemNumber = 0;
+constexpr int kUsersPermissions = 0660;  ///< those that a user of the semaphore asks for
+constexpr int kLooksMost = 10;
+
+/// The last argument of semctl(2), which the caller has to define.
+union SemctlArgument {
+  int val;
+  semid_ds* buf;
+  unsigned short* array;
+};
+
+struct ConditionText {
+  LockCondition condition;
+  const char *name, *meaning, *advice;
+};
+
+constexpr ConditionText kTexts[] = {
+    {LockCondition::kFree, "free", "free: the next HAP gets it at once", ""},
+    {LockCondition::kHeld, "held", "held: HAPs of other processes wait for it", ""},
+    {LockCondition::kMissing, "missing",
+     "it does not exist: outermost HAPs are refused with 0x7000c",
+     "trxctl lock --create, as TRX::startUp does; hosts that have loaded already load again"},
+    {LockCondition::kNotPermitted, "notPermitted",
+     "this user may not use it: outermost HAPs are refused with 0x7000c",
+     "run as its owner or in its group, or let its owner remove it and create it anew"},
+    {LockCondition::kUnfinished, "neverFinished",
+     "it was never finished: whoever made it died before it was free for anybody, and all wait",
+     "trxctl lock --repair, or TRX::startUp"},
+    {LockCondition::kAbandoned, "abandoned",
+     "it is at 0, and the process that used it last has ended: all wait for ever",
+     "trxctl lock --repair"},
+    {LockCondition::kAboveOne, "aboveOne",
+     "its value is above 1: so many HAPs run at once, and nothing excludes them",
+     "end the hosts, or their requests; then trxctl lock --repair --force"},
+};
+
+const ConditionText& textOf(LockCondition condition) {
+  return *std::find_if(std::begin(kTexts), std::end(kTexts),
+                       [condition](const auto& text) { return text.condition == condition; });
+}
+
+[[noreturn]] void failAt(const char* what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// Owner and mode from the list of all semaphores, which everybody may read.
+void readListed(LockState& state) {
+  std::ifstream in("/proc/sysvipc/sem");
+  std::string line;
+  std::getline(in, line);
+  while (std::getline(in, line)) {
+    std::istringstream words(line);
+    std::int64_t key = 0, id = 0, semaphores = 0, uid = 0, gid = 0, creator = 0, creator_gid = 0;
+    std::string mode;
+    words >> key >> id >> mode >> semaphores >> uid >> gid >> creator >> creator_gid >>
+        state.used >> state.changed;
+    if (words && id == state.id) {
+      state.uid = static_cast<std::uint32_t>(uid);
+      state.gid = static_cast<std::uint32_t>(gid);
+      state.mode = static_cast<std::uint32_t>(std::stoul(mode, nullptr, 8)) & 0777;
+      return;
+    }
+  }
+}
+
+/// Reads all but the process. False when this user may not read the semaphore.
+bool readState(LockState& state) {
+  semid_ds about{};
+  SemctlArgument argument{};
+  argument.buf = &about;
+  if (semctl(state.id, kSemNumber, IPC_STAT, argument) < 0) {
+    return errno == EACCES ? false : (failAt("cannot look at the semaphore"), false);
+  }
+  state.uid = about.sem_perm.uid;
+  state.gid = about.sem_perm.gid;
+  state.mode = about.sem_perm.mode & 0777;
+  state.used = static_cast<std::int64_t>(about.sem_otime);
+  state.changed = static_cast<std::int64_t>(about.sem_ctime);
+  state.value = semctl(state.id, kSemNumber, GETVAL);
+  state.waiting = semctl(state.id, kSemNumber, GETNCNT);
+  state.process = semctl(state.id, kSemNumber, GETPID);
+  if (state.value < 0 || state.waiting < 0 || state.process < 0) {
+    failAt("cannot look at the semaphore");
+  }
+  return true;
+}
+
+/// Reads until nothing has changed while the process was looked at: one that gives back and ends
+/// meanwhile has left nothing behind.
+bool readWhole(LockState& state) {
+  for (int look = 0; look < kLooksMost; ++look) {
+    if (!readState(state)) {
+      return false;
+    }
+    state.facts = state.process == 0 ? ProcessFacts{} : factsOf(state.process);
+    LockState again = state;
+    if (readState(again) && again.value == state.value && again.process == state.process) {
+      break;
+    }
+    state.facts.gone = false;  // it is in use: nobody has left it
+  }
+  return true;
+}
+
+LockCondition conditionOf(const LockState& state) {
+  if (state.value > 1) {
+    return LockCondition::kAboveOne;
+  }
+  if (state.value == 1) {
+    return LockCondition::kFree;
+  }
+  if (state.used == 0) {
+    return LockCondition::kUnfinished;
+  }
+  return state.facts.gone ? LockCondition::kAbandoned : LockCondition::kHeld;
+}
+
+LockState lookOnce(int key) {
+  LockState state;
+  state.id = semget(key, 0, 0);
+  if (state.id < 0) {
+    return errno == ENOENT ? state : (failAt("cannot look for the semaphore"), state);
+  }
+  state.readable = readWhole(state);
+  if (!state.readable) {
+    readListed(state);
+  }
+  const bool permitted = semget(key, 0, kUsersPermissions) >= 0;
+  state.condition = state.readable && permitted ? conditionOf(state) : LockCondition::kNotPermitted;
+  return state;
+}
+
+}  // namespace
+
+LockState lookAtLock(int key) {
+  for (int look = 1;; ++look) {
+    try {
+      return lookOnce(key);
+    } catch (const std::system_error& error) {
+      const int code = error.code().value();
+      const bool removed_meanwhile = code == EIDRM || code == EINVAL;
+      if (!removed_meanwhile || look == kLooksMost) {
+        throw;
+      }
+    }
+  }
+}
+
+bool isWrong(LockCondition condition) {
+  return condition != LockCondition::kFree && condition != LockCondition::kHeld;
+}
+
+const char* nameOf(LockCondition condition) { return textOf(condition).name; }
+const char* meaningOf(LockCondition condition) { return textOf(condition).meaning; }
+const char* adviceOf(LockCondition condition) { return textOf(condition).advice; }
+
+}  // namespace kw::trx::tools
