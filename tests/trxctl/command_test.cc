@@ -590,6 +590,36 @@ TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
       "a.cases.csv:4 (C): warning: PLAIN_Pass does not record the error 1, but 20077\n= 0\n");
 }
 
+TEST_F(CommandTest, SimulationStopsAndAsks) {
+  dir.write("keys", "f 20003\nx\n\nc\n");
+  dir.write("quit", "q\n");
+  const std::string tables =
+      "simulate " EXAMPLE_TABLES "/selftest.csv " EXAMPLE_TABLES "/rails.csv ";
+  EXPECT_EQ(
+      run(tables + "--break rails/3 <keys | sed 's/^  *0.[01]00 s  //'"),
+      "selftest        1  START\nselftest        2  HAP FAN_SetSpeed\n"
+      "selftest        3  TABLE rails\nrails           1  START\n"
+      "rails           2  HAP ADC_Expect\nrails           3  HAP ADC_Calibrate\n"
+      "  at selftest/3 > rails/3; a failure is kept for CHECK: no; first failing row: none\n"
+      "step> f 20003\nthe next HAP: fail 20003\n"
+      "step> x\nEnter: the next row; c: the next break, or the end; for the next HAP o: succeed,\n"
+      "f [CODE [WORD...]]: fail, t [CODE]: throw; q: stop the run\n"
+      "step> \n             failed, which is ignored\nrails           4  END\n"
+      "  at selftest/3 > rails/4; a failure is kept for CHECK: no; first failing row: none\n"
+      "step> c\nselftest        4  WAIT 100 ms\nselftest        5  HAP ADC_Expect\n"
+      "selftest        6  CHECK\nselftest        7  END\n"
+      "table selftest succeeded; waits of 100 ms, not waited\n= 0\n");
+  const std::string stopped = run(tables + "--fail 5 --break switch-off <quit");
+  EXPECT_NE(stopped.find("  at selftest/8; a failure is kept for CHECK: yes; first failing row: "
+                         "selftest/5\nstep> q\ntable selftest did not end: stopped\n"),
+            std::string::npos)
+      << stopped;
+  EXPECT_EQ(run(tables + "--break nowhere"), "! trxctl: no row calls a HAP 'nowhere'\n= 2\n");
+  EXPECT_EQ(run("simulate --case " EXAMPLE_TABLES "/selftest.cases.csv --name 'fan too slow' | "
+                "tail -1"),
+            "  message of the table: SELFTEST_FAILED\n= 0\n");
+}
+
 TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
   const struct {
     const char* options;

@@ -30,7 +30,7 @@ struct Best {
 };
 
 /// What the runs show of one row.
-struct RowEvents {
+struct RowEvidence {
   Best quiet;   ///< it fails, no CHECK row comes behind it, and the run ends well
   Best well;    ///< it fails, and the run ends well
   Best ending;  ///< the request ends with error in it, other than by a failure of its HAP
@@ -65,7 +65,7 @@ class RowClaims {
   void takeStep(int activation, std::size_t state, const Step& step) {
     const Activation& at = graph_.at(activation);
     const ProgramRow& row = graph_.rowOf(at, state);
-    RowEvents& events = events_[{at.table, Activation::rowOf(state)}];
+    RowEvidence& events = events_[{at.table, Activation::rowOf(state)}];
     if (step.choice == Step::Choice::kFailure) {
       events.quiet.take(
           {shortest_.throughStep(activation, state, step, true), activation, state, &step});
@@ -77,7 +77,7 @@ class RowClaims {
     }
   }
 
-  void claimFailures(const Place& place, const ProgramRow& row, const RowEvents& events) {
+  void claimFailures(const Place& place, const ProgramRow& row, const RowEvidence& events) {
     using OnFailure = ProgramRow::OnFailure;
     const std::string name = nameOf(place);
     const bool is_kept = row.on_failure == OnFailure::kMark;
@@ -129,7 +129,7 @@ class RowClaims {
   const RunGraph& graph_;
   const ShortestRuns& shortest_;
   const int entry_;
-  std::map<Place, RowEvents> events_;
+  std::map<Place, RowEvidence> events_;
   std::vector<Claim> claims_;
 };
 

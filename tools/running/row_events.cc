@@ -74,8 +74,8 @@ void RowEvents::begin(const kw::platform::TraceRecord& row, const std::string& w
                       unsigned int wait_ms) {
   reason_.clear();
   const trx::TblCtlInfo* table = info_.getCurTblCtlInfo();
-  on_event_(
-      {true, table == nullptr ? "?" : table->tableName, wordOf(row, "number", 0), words, wait_ms});
+  on_event_({true, table == nullptr ? "?" : table->tableName, wordOf(row, "number", 0), words,
+             wait_ms, &info_});
 }
 
 }  // namespace kw::trx::tools

@@ -14,10 +14,11 @@ namespace kw::trx::tools {
 /// A row that begins, or something to be said about the one that runs.
 struct RowEvent {
   bool is_row;
-  std::string table;     ///< of a row
-  unsigned int number;   ///< NUMBER of a row
-  std::string words;     ///< the command of a row, or what is said
-  unsigned int wait_ms;  ///< of a row that waits; else 0
+  std::string table;                      ///< of a row
+  unsigned int number;                    ///< NUMBER of a row
+  std::string words;                      ///< the command of a row, or what is said
+  unsigned int wait_ms;                   ///< of a row that waits; else 0
+  const trx::TRXInfo* context = nullptr;  ///< of the request
 };
 
 /// Follows one request. Records come in their order, from one thread.
@@ -39,7 +40,7 @@ class RowEvents {
   void beginNamed(const std::string& command, const kw::platform::TraceRecord& record);
   void begin(const kw::platform::TraceRecord& row, const std::string& words,
              unsigned int wait_ms = 0);
-  void note(const std::string& words) { on_event_({false, "", 0, words, 0}); }
+  void note(const std::string& words) { on_event_({false, "", 0, words, 0, &info_}); }
 
   const trx::TRXInfo& info_;
   const OnEvent on_event_;

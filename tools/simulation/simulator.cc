@@ -68,6 +68,7 @@ struct Run {
   const SimulationRequest& request;
   const TableFlows& tables;
   SimulatedRun& result;
+  trx::TRX* engine;
 };
 Run* running = nullptr;
 
@@ -118,15 +119,18 @@ Simulator::Simulator(const std::vector<std::string>& files, unsigned int nest_li
   trx::TRX::getInstance()->setHAPAPI(new SimulatedHAPs(chooseFor));
 }
 
+// Asking for the engine would write a record, which its listener may not.
+void Simulator::stop() { running->engine->setStopFlag(true); }
+
 SimulatedRun Simulator::run(const SimulationRequest& request) const {
   SimulatedRun result;
-  Run run{request, tables_, result};
+  trx::TRX* engine = trx::TRX::getInstance();
+  Run run{request, tables_, result, engine};
   running = &run;
   Units units(request.units);
   trx::TRXInfo info;
   info.setTableName(request.table);
   info.setTableUnitList(units.list());
-  trx::TRX* engine = trx::TRX::getInstance();
   RowEvents rows(info, [&](const RowEvent& event) {
     if (event.is_row) {
       result.rows.push_back({event.table, event.number});

@@ -39,7 +39,7 @@ struct SimulationRequest {
   /// Gives the outcome of a call, whose own is not set yet. Null: every HAP succeeds.
   std::function<HAPOutcome(const HAPCall& call)> choose;
   std::function<void(const RowEvent& event)> on_event;  ///< called as it runs; may be null
-  /// Called with each record of the engine; may be null.
+  /// Called with each record of the engine, after what it tells of; may be null.
   std::function<void(const kw::platform::TraceRecord& record)> on_record;
   std::size_t most_rows = 100000;  ///< where a run is stopped that may never end
 };
@@ -68,6 +68,9 @@ class Simulator {
 
   /// The loaded tables, by name.
   const TableFlows& tables() const { return tables_; }
+
+  /// Lets the run in progress end before its next row; to be called by what it calls.
+  static void stop();
 
   /// Runs a table once. Throws `std::invalid_argument` for a unit that cannot be read.
   SimulatedRun run(const SimulationRequest& request) const;

@@ -11,6 +11,7 @@
 #include "trxctl/commands.h"
 #include "trxctl/json.h"
 #include "trxctl/run_output.h"
+#include "trxctl/step_dialogue.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
@@ -26,6 +27,9 @@ struct SimulateOptions {
   std::vector<std::string> failing;
   std::vector<std::string> throwing;
   std::size_t most_rows = SimulationRequest().most_rows;
+  std::string case_file, case_name;
+  bool step = false;
+  std::vector<std::string> breaks;
   bool json = false;
 };
 
@@ -90,13 +94,13 @@ void printJson(const std::string& table, const SimulatedRun& run) {
   std::cout << json.taken() << '\n';
 }
 
-void printEnd(const std::string& table, const SimulatedRun& run) {
+void printEnd(const std::string& table, const SimulatedRun& run, std::size_t most_rows) {
   std::cout << "table " << table;
   if (run.failure.empty()) {
     std::cout << paint(Colour::kGreen, " succeeded");
   } else if (run.is_stopped) {
     std::cout << paint(Colour::kRed, " did not end") << ": stopped after " << run.rows.size()
-              << " rows; see --most-rows";
+              << (run.rows.size() < most_rows ? " rows" : " rows; see --most-rows");
   } else {
     std::cout << paint(Colour::kRed, " failed") << " with " << run.failure;
   }
@@ -108,9 +112,52 @@ void printEnd(const std::string& table, const SimulatedRun& run) {
   }
 }
 
-int simulate(const SimulateOptions& options) {
+/// The case that the options name. Throws in words when there is no such one.
+TableCase caseOf(const SimulateOptions& options, std::vector<std::string>& files) {
+  const CaseFile file = readCaseFile(options.case_file);
+  if (!file.findings.empty()) {
+    throw std::invalid_argument(options.case_file + ": " + file.findings[0].words +
+                                "; see trxctl check");
+  }
+  files = files.empty() ? file.tables : files;
+  std::vector<std::string> names;
+  for (const TableCase& one : file.cases) {
+    if (one.name == options.case_name || (options.case_name.empty() && file.cases.size() == 1)) {
+      return one;
+    }
+    names.push_back("'" + one.name + "'");
+  }
+  throw std::invalid_argument(options.case_file + " has the cases " + listed(names) +
+                              "; say which with --name");
+}
+
+/// Prints the run as it goes, and stops it where it is to be stopped.
+void follow(SimulationRequest& request, std::uint64_t& waited_ms, StepDialogue* dialogue) {
+  request.on_event = [&waited_ms, dialogue](const RowEvent& event) {
+    printRow(static_cast<double>(waited_ms) / kMsPerSecond, event);
+    waited_ms += event.wait_ms;
+    if (dialogue != nullptr && event.is_row) {
+      dialogue->stopAt(event);
+    }
+  };
+  if (dialogue != nullptr) {
+    request.on_record = [dialogue](const kw::platform::TraceRecord& record) {
+      dialogue->take(record);
+    };
+  }
+}
+
+int simulate(SimulateOptions options) {
+  TableCase one;
+  if (!options.case_file.empty()) {
+    one = caseOf(options, options.files);
+  } else if (options.files.empty()) {
+    throw UsageError("FILE is required, or a case with --case");
+  }
   const Simulator simulator(options.files);
-  const std::string table = options.table.empty() ? tableNameOf(options.files[0]) : options.table;
+  const std::string table = !options.table.empty() ? options.table
+                            : !one.table.empty()   ? one.table
+                                                   : tableNameOf(options.files[0]);
   std::vector<std::string> names;
   for (const auto& [name, flow] : simulator.tables()) {
     names.push_back(name);
@@ -118,25 +165,33 @@ int simulate(const SimulateOptions& options) {
   if (simulator.tables().count(table) == 0) {
     return fail("there is no table '" + table + "' in the files" + tableHint(table, names));
   }
-  const std::vector<OutcomeRule> rules = rulesOf(options, table, simulator.tables());
+  std::vector<OutcomeRule> rules = one.outcomes;
+  for (const OutcomeRule& rule : rulesOf(options, table, simulator.tables())) {
+    rules.push_back(rule);
+  }
   OutcomePlan plan(rules);
+  std::unique_ptr<StepDialogue> dialogue;
+  if (options.step || !options.breaks.empty()) {
+    dialogue = std::make_unique<StepDialogue>(
+        options.step ? std::vector<std::string>() : options.breaks, table, simulator.tables());
+  }
   SimulationRequest request;
   request.table = table;
-  request.units = options.units;
+  request.units = options.units.empty() ? one.units : options.units;
   request.most_rows = options.most_rows;
-  request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
+  request.choose = [&](const HAPCall& call) {
+    const HAPOutcome planned = plan.choose(call);
+    return dialogue == nullptr ? planned : dialogue->chosen().value_or(planned);
+  };
   std::uint64_t waited_ms = 0;
   if (!options.json) {
-    request.on_event = [&waited_ms](const RowEvent& event) {
-      printRow(static_cast<double>(waited_ms) / kMsPerSecond, event);
-      waited_ms += event.wait_ms;
-    };
+    follow(request, waited_ms, dialogue.get());
   }
   const SimulatedRun run = simulator.run(request);
   if (options.json) {
     printJson(table, run);
   } else {
-    printEnd(table, run);
+    printEnd(table, run, options.most_rows);
   }
   return run.failure.empty() ? kExitOk : kExitFindings;
 }
@@ -156,7 +211,7 @@ void addSimulateCommand(CommandLine& line) {
       "numbers: the error code and words of detail, or the code of the exception.\n"
       "Example: trxctl simulate selftest.csv rails.csv --fail ADC_Expect:2=20001\n"
       "Exit status: 0 the table ended well; 1 it ended with error; 2 it could not be run.");
-  command.texts(options->files, {"FILE", "Table files; the first one is run", "", {}, true});
+  command.texts(options->files, {"FILE", "Table files; the first one is run"});
   command.text(options->table, {"--table", "Run this table instead", "NAME"});
   command.texts(options->units, {"--unit",
                                  "A unit to work on, such as 300:2:rack/rail2; repeat it for "
@@ -170,7 +225,14 @@ void addSimulateCommand(CommandLine& line) {
                 {"--throw", "Let this throw an exception; may be repeated", "WHERE[:N][=CODE]"});
   command.number(options->most_rows, {"--most-rows", "Stop after so many rows (100000)", "ROWS"}, 1,
                  kMostRows);
+  command.text(options->case_file, {"--case", "Run a case of this file, with its tables", "FILE"});
+  command.text(options->case_name, {"--name", "The case, when the file has several", "CASE"});
+  command.flag(options->step,
+               {"--step", "Stop at each row, show where the run is and ask what its HAP does"});
+  command.texts(options->breaks,
+                {"--break", "Stop at this row, then at each; may be repeated", "HAP|LABEL|NUMBER"});
   command.flag(options->json, {"--json", "Print JSON"});
+  command.excludes("--json", {"--step", "--break"});
   command.run([options] { return simulate(*options); });
 }
 

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// The dialogue of a run that is stopped at its rows.
+#ifndef KW_TRX_TOOLS_TRXCTL_STEP_DIALOGUE_H_
+#define KW_TRX_TOOLS_TRXCTL_STEP_DIALOGUE_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulation/rules.h"
+#include "simulation/simulator.h"
+#include "traces/slices.h"
+
+namespace kw::trx::tools {
+
+/// Shows where a run is and asks what to do, on standard output and input. Without further input
+/// the run goes on to its end.
+class StepDialogue {
+ public:
+  /// Stops at each row, or with `breaks` at the rows of these alone: HAP, LABEL or NUMBER in
+  /// `table`, TABLE/LABEL or TABLE/NUMBER. Throws `std::invalid_argument` for one that does not
+  /// exist.
+  StepDialogue(const std::vector<std::string>& breaks, const std::string& table,
+               const TableFlows& tables);
+
+  /// Follows the run; to be called with each record and each row as it begins, the row before the
+  /// record that tells of it.
+  void take(const kw::platform::TraceRecord& record);
+  void stopAt(const RowEvent& row);
+
+  /// What was chosen for the HAP that is called now; none: nothing was.
+  std::optional<HAPOutcome> chosen();
+
+ private:
+  struct Frame {
+    std::string table;
+    unsigned int number;  ///< of its row
+  };
+
+  bool isBreak(const RowEvent& row) const;
+  void noteRow(const RowEvent& row);
+  void printContext(const trx::TRXInfo& info) const;
+  void ask();
+  /// False: it is no answer.
+  bool obey(const std::string& answer);
+
+  const TableFlows& tables_;
+  std::vector<CallPattern> breaks_;
+  bool steps_;
+  SliceTracker tracker_;
+  std::vector<Frame> stack_;  // the outermost table first
+  std::size_t depth_ = 0;     // of the table that runs, from 1
+  std::optional<HAPOutcome> next_;
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRXCTL_STEP_DIALOGUE_H_
