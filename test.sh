@@ -56,7 +56,7 @@ case "${1:-}" in
     scripts/check_bare_machine.sh build/release
     scripts/package_armhf.sh
     step "building with clang, its thread safety analysis and clang-tidy"
-    build_quietly tidy -DZQM_TRX_TOOLS=OFF -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    build_quietly tidy -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     for preset in asan tsan armhf; do
       run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done

@@ -50,6 +50,7 @@ std::string wordProblem(const std::string& text) {
 
 std::vector<unsigned int> wordsOf(const std::vector<std::string>& texts) {
   std::vector<unsigned int> words;
+  words.reserve(std::max(texts.size(), kParaWordsLeast));
   for (const std::string& text : texts) {
     words.push_back(wordOf(text).value_or(0));
   }
