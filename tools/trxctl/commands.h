@@ -11,6 +11,7 @@ namespace kw::trx::tools {
 void addCheckCommand(CommandLine& line);
 void addConfigCommand(CommandLine& line);
 void addCoverageCommand(CommandLine& line);
+void addDoctorCommand(CommandLine& line);
 void addExplainCommand(CommandLine& line);
 void addExploreCommand(CommandLine& line);
 void addGraphCommand(CommandLine& line);

@@ -5,9 +5,9 @@ int main(int argc, char** argv) {
   using namespace kw::trx::tools;
   CommandLine line;
   for (const auto add :
-       {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addHAPCommand,
-        addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand, addCoverageCommand,
-        addTraceCommand, addLockCommand, addExplainCommand}) {
+       {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addDoctorCommand,
+        addHAPCommand, addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand,
+        addCoverageCommand, addTraceCommand, addLockCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);
