@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the room of traces makes of records that the engine did not write so.
+// What the room of traces makes of records that the engine did not write so, and of requests.
 #include <gtest/gtest.h>
 
 #include <functional>
 
+#include "common/text.h"
+#include "common/times.h"
 #include "kw/trx/testing/engine_fixture.h"
 #include "traces/doubts.h"
 #include "traces/record_collector.h"
+#include "traces/request_summaries.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::testing {
@@ -64,6 +67,163 @@ TEST_F(DoubtsTest, NothingThatAnEngineWritesIsDoubtfulAndWhatItCannotWriteIs) {
     }
   }
   EXPECT_GT(found_out, records.size() * 15 / 2) << "of nine each";
+}
+
+class SummariesTest : public EngineFixture {
+ protected:
+  /// The records of what `requests` does, a microsecond apart, as those of one thread.
+  template <typename Requests>
+  static std::vector<TraceRecord> recordsOf(const Requests& requests) {
+    tools::RecordCollector collector(kw::platform::kTraceAll);
+    requests();
+    std::vector<TraceRecord> records = collector.taken();
+    std::uint64_t time_ns = 0;
+    for (TraceRecord& record : records) {
+      record.process_id = record.thread_id = 4711;
+      record.time_ns = time_ns += 1000;
+    }
+    return records;
+  }
+
+  /// What the records tell: name, units and outcome of each request.
+  static std::vector<std::string> summariesOf(const std::vector<TraceRecord>& records, bool all) {
+    std::vector<std::string> lines;
+    tools::RequestSummaries summaries([&lines](const tools::RequestSummary& request) {
+      EXPECT_LE(request.begin_ns, request.end_ns);
+      EXPECT_LT(request.end_ns - request.begin_ns, 100000U) << request.name;
+      const auto meaning = [](const std::string& hap, std::uint32_t code) {
+        return hap == "TST_FailDetail" && code == 0x20001 ? "no voltage" : std::string();
+      };
+      lines.push_back(request.name + (request.units.empty() ? "" : " on " + request.units[0]) +
+                      ": " + tools::outcomeText(request, meaning));
+    });
+    for (const TraceRecord& record : records) {
+      if (all || record.level == trx::kLevelInfo || record.level == trx::kLevelError) {
+        summaries.take(record);
+      }
+    }
+    summaries.finish();
+    return lines;
+  }
+};
+
+TEST_F(SummariesTest, EachRequestIsTold) {
+  const std::string head = "FORMAT,0\nVERSION,1\n,1,START\n";
+  const std::string fail = "HAP,TST_FailDetail,,";
+  const std::string code = ",20001 0\n";
+  const std::pair<std::string, std::string> tables[] = {
+      {"ignores", ",2," + fail + "NOP" + code + ",3," + fail + "STACK" + code + ",4,END\n"},
+      {"checks", ",2," + fail + "STACK" + code + ",3,HAP,TST_Ok\n,a,CHECK,,,x\nx,b,END,OVER\n"},
+      {"stops", ",2,TABLE,inner\n,3,END\n"},
+      {"inner", ",1c," + fail + code + ",3,END\n"},
+      {"calls", ",2,TABLE,nowhere\n,3,END\n"},
+      {"nests", ",2,TABLE,nests\n,3,END\n"},
+      {"throws", ",2,HAP,TST_Throw,,,1\n,3,END\n"},
+      {"waits", ",2,WAIT,,1\n,3,END\n"}};
+  std::vector<std::string> files;
+  for (const auto& [name, rows] : tables) {
+    files.push_back(dir.write(name + ".csv", head + rows));
+  }
+  configure({MODULE_TST}, files, "haptable.tblcmd.wait.handler=requester\n");
+  start();
+  kw::sysobj::Component unit(300, 1, "psu");
+  const std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo info(0xabc, 126);
+    const auto run = [&](const char* name, const char* mode, std::vector<unsigned int> para) {
+      execHAP(info, name, mode, para.data());
+      info.initialize();
+    };
+    units = {&unit};
+    run("TST_Ok", "", {0});
+    units.clear();
+    run("TST_FailDetail", "", {0x20001, 0});
+    run("TST_Fail", "", {1, 9});
+    run("TST_Call", "TST_Fail", {1, 9});
+    run("TST_Throw", "", {0, 0x7000e});
+    run("TST_Throw", "", {1});
+    run("TST_None", "", {});
+    run("None", "", {});
+    for (const auto& table : tables) {
+      execTable(info, table.first);
+      info.initialize();
+    }
+    execTable(info, "absent");
+    engine->setStopFlag(true);
+    info.initialize();
+    run("TST_Ok", "", {0});
+    execTable(info, "waits");
+    engine->setStopFlag(false);
+    start();
+    run("TST_Fail", "", {1, 9});
+  });
+  const std::string described = "HAP TST_FailDetail: 0x20001, no voltage";
+  const std::string own = "HAP TST_Fail: 0x9, an error without detail";
+  const std::string stopped =
+      " request of " + tools::hexText(trx::TRX::getTRXID()) + " is refused: the engine is stopped";
+  const std::vector<std::string> expected = {
+      "TST_Ok on psu: ok",
+      "TST_FailDetail: failed: " + described,
+      "TST_Fail: failed: " + own,
+      "TST_Call: failed: " + own,
+      "TST_Throw: failed: HAP TST_Throw threw an engine exception: 0x7000e",
+      "TST_Throw: failed: HAP TST_Throw threw an exception that is not the engine's",
+      "TST_None: failed: HAP TST_None: module TST does not export the HAP: 0x1000001, the HAP is "
+      "not defined",
+      "None: failed: HAP None: no module with the key None is loaded: 0x1000001, the HAP is not "
+      "defined",
+      "ignores: ok",
+      "checks: failed: row checks/2: " + described +
+          "; ended by row checks/b, an END with a message",
+      "stops: failed: row inner/1c: " + described,
+      "inner: failed: row inner/1c: " + described,
+      "calls: failed: row calls/2: table nowhere is not loaded (0x1000002)",
+      "nests: failed: row nests/2: table nests is nested too deeply in itself (0x7000b)",
+      "throws: failed: row throws/2: HAP TST_Throw threw an exception that is not the engine's",
+      "waits: waits at its requester",
+      "waits: ok",
+      "absent: failed: table absent is not loaded (0x1000002)",
+      "TST_Ok: refused: the HAP" + stopped,
+      ": refused: the table" + stopped,
+      "TST_Fail: failed: " + own};
+  EXPECT_EQ(summariesOf(records, true), expected);
+  EXPECT_EQ(summariesOf(records, false), expected);
+}
+
+TEST(TimesTest, PointsInTimeAreRead) {
+  setenv("TZ", "CET-1", 1);
+  tzset();
+  constexpr std::uint64_t second = 1000000000;
+  constexpr std::uint64_t end = 1795514643 * second + 120345000;
+  ASSERT_EQ(tools::localMicrosText(end), "2026-11-24 11:04:03.120345+0100");
+  constexpr std::uint64_t midnight = end - 120345000 - (11 * 3600 + 4 * 60 + 3) * second;
+  const struct {
+    const char* text;
+    std::optional<std::uint64_t> time;
+  } cases[] = {{"2026-11-24 11:04:03.120345+0100", end},
+               {"2026-11-24T10:04:03.120345+0000", end},
+               {"2026-11-24 10:04:03.120345Z", end},
+               {"2026-11-24 11:04:03.120345", end},
+               {"2026-11-24 11:04", end - 3 * second - 120345000},
+               {"2026-11-24", midnight},
+               {"00:00:01.5", midnight + second * 3 / 2},
+               {"00:01", midnight + 60 * second},
+               {"5m", end - 300 * second},
+               {"90s", end - 90 * second},
+               {"2h", end - 7200 * second},
+               {"1d", end - 86400 * second},
+               {"4000000000d", 0},
+               {"", {}},
+               {"5", {}},
+               {"5w", {}},
+               {"-5m", {}},
+               {"25:00", {}},
+               {"2026-11-24 11:04:03x", {}},
+               {"2026-13-01", {}}};
+  for (const auto& [text, time] : cases) {
+    EXPECT_EQ(tools::timeOf(text, end), time) << text;
+  }
+  unsetenv("TZ");
+  tzset();
 }
 
 }  // namespace

@@ -314,5 +314,57 @@ TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
   }
 }
 
+TEST_F(TraceToolTest, RequestsAreSummedUpAndChosen) {
+  constexpr unsigned long err_name = 0x1003001;
+  constexpr unsigned long err_code = 0x1003002;
+  constexpr unsigned long hap_done = 0x4003005;
+  configure({MODULE_PLAIN}, {});
+  clib_trx::Logger& log = *clib_trx::Logger::getLogger();
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 64), 0);
+  writeRecord(1);
+  log.info(-1, hap_done, "HAP_1");
+  log.info(-1, kHAPRequested, "PLAIN_Pass");
+  log.error(-1, err_name, "PLAIN_Pass");
+  log.error(err_code, 0x20077UL, 0UL, 0UL, 0UL);
+  writeRecord(2);
+  kw::platform::closeTraceRing();
+  const auto shown = [this](const std::string& options) {
+    std::string names;
+    const std::string lines =
+        outputOf("trace --summary --json " + options + " --root " + dir.path() + " 2>/dev/null");
+    std::istringstream in(lines);
+    for (std::string line; std::getline(in, line);) {
+      const json request = json::parse(line);
+      names +=
+          request["name"].get<std::string>() + " " + request["words"].get<std::string>() + "\n";
+    }
+    return names;
+  };
+  const std::string first = "HAP_1 ok\n";
+  const std::string failed = "PLAIN_Pass failed: HAP PLAIN_Pass: 0x20077, the pass is closed\n";
+  const std::string last = "HAP_2 its end is not in the ring\n";
+  const std::string process = std::to_string(getpid());
+  const std::string other = std::to_string(getpid() + 1);
+  const std::pair<std::string, std::string> cases[] = {
+      {"", first + failed + last},
+      {"--failed", failed},
+      {"--text closed", failed},
+      {"--text HAP_ --process " + process, first + last},
+      {"--process " + other, ""},
+      {"--thread " + process + " --since 5m --until 0s", first + failed + last},
+      {"--until 5m", ""},
+      {"--since 2100-01-01", ""}};
+  for (const auto& [options, expected] : cases) {
+    EXPECT_EQ(shown(options), expected) << options;
+  }
+  const std::string line = outputOf("trace --summary --text HAP_1 " + ring);
+  EXPECT_NE(line.find(" ms " + process + "/" + process + " 0x"), std::string::npos) << line;
+  EXPECT_NE(line.find(".1  HAP HAP_1: ok\n"), std::string::npos) << line;
+  EXPECT_EQ(runTool("trace --summary --request 1.1 " + ring),
+            "! trxctl: none of the 3 requests in the ring is one of those asked for\n= 0\n");
+  EXPECT_EQ(runTool("trace --summary --since 5x " + ring).substr(0, 34),
+            "! trxctl: --since: '5x' is no time");
+}
+
 }  // namespace
 }  // namespace kw::trx::testing

@@ -4,12 +4,21 @@
 #define KW_TRX_TOOLS_COMMON_TIMES_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace kw::trx::tools {
 
 /// Local date, time and zone of `seconds` since 1970, such as 2026-11-23 10:24:03+0100.
 std::string localTimeText(std::int64_t seconds);
+
+/// The same of nanoseconds, with microseconds: 2026-11-23 10:24:03.120345+0100.
+std::string localMicrosText(std::uint64_t time_ns);
+
+/// The point in time, in nanoseconds since 1970, that `text` names; none when it names none. It is
+/// one such as the above, zone, fraction, seconds or time of day left out at will; a time of day on
+/// the day of `end_ns`; or a number with s, m, h or d, so long before `end_ns`.
+std::optional<std::uint64_t> timeOf(const std::string& text, std::uint64_t end_ns);
 
 }  // namespace kw::trx::tools
 

@@ -6,11 +6,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <string>
 
+#include "common/times.h"
 #include "kw/platform.h"
 #include "traces/doubts.h"
 #include "traces/placing.h"
@@ -21,6 +21,7 @@
 #include "trxctl/text_output.h"
 #include "trxctl/timeline.h"
 #include "trxctl/trace_output.h"
+#include "trxctl/trace_summary.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -29,6 +30,7 @@ namespace {
 using kw::platform::TraceRecord;
 
 constexpr int kFollowPollMs = 100;
+constexpr std::size_t kIdMost = 0xffffffff;
 constexpr char kDefaultRing[] = "/trace.ring";
 
 struct TraceOptions {
@@ -36,6 +38,8 @@ struct TraceOptions {
   Selection selection;
   bool follow = false;
   bool json = false;
+  bool summary = false;
+  SummaryOptions requests;
 };
 
 std::atomic<bool> interrupted{false};
@@ -55,7 +59,7 @@ class TraceShow {
 
   int run() {
     if (ring_.open() != 0 && !waitForRing()) {
-      return interrupted ? kExitOk : failToOpen();
+      return interrupted ? kExitOk : failToOpenRing(options_.file);
     }
     while (!interrupted) {
       takeAll();
@@ -91,13 +95,6 @@ class TraceShow {
     }
     interrupted = true;
     return false;
-  }
-
-  int failToOpen() const {
-    return fail(options_.file + ": " +
-                (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
-                                   "openTraceRing"
-                                 : std::strerror(errno)));
   }
 
   void takeAll() {
@@ -150,14 +147,7 @@ class TraceShow {
   }
 
   void sayWhatIsMissing() const {
-    if (doubtful_ != 0) {
-      std::cerr << "trxctl: " << doubtful_
-                << " records are doubtful: the ring is damaged, and what the others say may have "
-                   "been changed too\n";
-    }
-    if (ring_.lost() != 0) {
-      std::cerr << "trxctl: " << ring_.lost() << " records were overwritten, torn or cut off\n";
-    }
+    sayWhatIsLost(doubtful_, ring_.lost());
     for (const std::string& missing : seen_.missing(tracker_.requests())) {
       std::cerr << "trxctl: " << missing << '\n';
     }
@@ -186,6 +176,12 @@ int showTrace(TraceOptions& options) {
     options.selection.request = request->first;
     options.selection.request_number = request->second;
   }
+  if (options.summary) {
+    options.requests.json = options.json;
+    options.requests.filter.request = options.selection.request;
+    options.requests.filter.request_number = options.selection.request_number;
+    return showSummary(options.file, options.requests);
+  }
   static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
   return TraceShow(options).run();
 }
@@ -193,6 +189,38 @@ int showTrace(TraceOptions& options) {
 std::string requestProblem(const std::string& id) {
   return requestOf(id) ? std::string()
                        : "'" + id + "' is no request id; write one as the lines show it";
+}
+
+std::string timeProblem(const std::string& time) {
+  return timeOf(time, 0) ? std::string()
+                         : "'" + time +
+                               "' is no time; write one such as 5m, 2h (before the last record), "
+                               "10:24, '2026-11-23 10:24:03'";
+}
+
+void addSummaryOptions(Command& command, TraceOptions& options) {
+  RequestFilter& filter = options.requests.filter;
+  command.flag(options.summary, {"--summary", "Print a line for each request instead of records"});
+  command.text(
+      options.requests.since,
+      {"--since", "Show requests that ran at or after this time", "TIME", {}, false, timeProblem});
+  command.text(options.requests.until, {"--until",
+                                        "Show requests that began at or before this time",
+                                        "TIME",
+                                        {},
+                                        false,
+                                        timeProblem});
+  command.number(filter.process, {"--process", "Show requests of this process", "ID"}, 1, kIdMost);
+  command.number(filter.thread, {"--thread", "Show requests of this thread", "ID"}, 1, kIdMost);
+  command.flag(filter.failed, {"--failed", "Show requests that failed or were refused"});
+  command.text(filter.text, {"--text",
+                             "Show requests of whose name, mode, units or outcome this "
+                             "is a part",
+                             "TEXT"});
+  for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
+    command.needs(option, "--summary");
+  }
+  command.excludes("--summary", {"--level", "--hap", "--table", "--follow", "--perfetto"});
 }
 
 }  // namespace
@@ -222,7 +250,7 @@ void addTraceCommand(CommandLine& line) {
   command.text(selection.hap, {"--hap", "Show what happened inside HAPs of this name", "NAME"});
   command.text(selection.table,
                {"--table", "Show what happened inside runs of this table", "NAME"});
-  command.flag(options->json, {"--json", "Print each record as a line of JSON"});
+  command.flag(options->json, {"--json", "Print each record or request as a line of JSON"});
   command.flag(options->follow,
                {"--follow", "Wait for the ring, and go on with new records until interrupted"});
   command.text(options->perfetto,
@@ -232,6 +260,7 @@ void addTraceCommand(CommandLine& line) {
                 "FILE"});
   command.excludes("--perfetto",
                    {"--level", "--request", "--hap", "--table", "--json", "--follow"});
+  addSummaryOptions(command, *options);
   command.run([options] { return showTrace(*options); });
 }
 

@@ -1,0 +1,358 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "traces/request_summaries.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "kw/trx/errors.h"
+#include "traces/codes.h"
+#include "traces/record_words.h"
+#include "zqm_trx/trace_points.h"
+
+namespace kw::trx::tools {
+namespace {
+
+using kw::platform::TraceRecord;
+
+constexpr std::size_t kUnitsMost = 8;
+
+bool isBegin(const TraceRecord& record) {
+  return record.id == trx::kTrxHAPName.id || record.id == trx::kTrxTableAdmitted.id;
+}
+
+/// A request that came to nothing, and leaves the one that its thread runs alone.
+bool isRefusal(const TraceRecord& record) {
+  return record.id == trx::kTrxTableStopped.id || record.id == trx::kTrxNoContext.id ||
+         record.id == trx::kTrxContextRunning.id || record.id == trx::kTrxTableRefused.id;
+}
+
+/// The request is over, though its slice is not.
+bool isEnd(const TraceRecord& record) {
+  return record.id == trx::kTrxHAPStopped.id || record.id == trx::kTrxNoModule.id ||
+         record.id == trx::kTrxNoAPI.id || record.id == trx::kTrxHAPForeignException.id ||
+         record.id == trx::kTrxTableForeignException.id;
+}
+
+/// The host has gone on: none of these is written while a request runs, which would wait for ever.
+bool isBehindRequests(const TraceRecord& record) {
+  return record.id == trx::kTrxLoadEntered.id || record.id == trx::kTrxSetAPI.id;
+}
+
+std::string innermost(const SliceTracker::Place& place, Slice::Kind kind) {
+  std::string name;
+  for (std::size_t i = 0; place.slices && i < place.slices->size(); ++i) {
+    const Slice& slice = (*place.slices)[i];
+    name = slice.kind == kind ? slice.name : name;
+  }
+  return name;
+}
+
+void addUnit(RequestSummary& summary, const std::string& unit) {
+  const auto& units = summary.units;
+  if (std::find(units.begin(), units.end(), unit) != units.end()) {
+    return;
+  }
+  if (units.size() == kUnitsMost) {
+    summary.more_units = true;
+  } else {
+    summary.units.push_back(unit);
+  }
+}
+
+std::string rowText(const std::string& table, const std::string& row) {
+  return "row " + (table.empty() ? "?" : table) + '/' + (row.empty() ? "?" : row);
+}
+
+}  // namespace
+
+RequestSummaries::RequestSummaries(OnRequest on_request)
+    : on_request_(std::move(on_request)), tracker_([this](const Slice& slice) {
+        slice_ended_ = slice_ended_ || slice.kind == Slice::Kind::kRequest;
+      }) {}
+
+void RequestSummaries::take(const TraceRecord& record) {
+  Running& running = threads_[{record.process_id, record.thread_id}];
+  slice_ended_ = false;
+  const SliceTracker::Place place = tracker_.take(record);
+  if (isBegin(record)) {
+    close(running, true);
+    begin(running, record);
+  } else if (isRefusal(record)) {
+    return refuse(record);
+  } else if (isBehindRequests(record)) {
+    return close(running, true);
+  }
+  if (!running.open || record.id == trx::kTrxInstance.id) {
+    return;
+  }
+  RequestSummary& summary = running.summary;
+  summary.request = place.request;
+  summary.number = std::max(summary.number, place.number);
+  summary.end_ns = std::max(summary.end_ns, record.time_ns);
+  note(running, record, place);
+  if ((slice_ended_ && !isBegin(record)) || isEnd(record)) {
+    close(running, false);
+  }
+}
+
+void RequestSummaries::finish() {
+  for (auto& thread : threads_) {
+    close(thread.second, false);
+  }
+}
+
+void RequestSummaries::begin(Running& running, const TraceRecord& record) {
+  running = Running();
+  running.open = true;
+  RequestSummary& summary = running.summary;
+  summary.process_id = record.process_id;
+  summary.thread_id = record.thread_id;
+  summary.begin_ns = record.time_ns;
+  summary.is_table = record.id == trx::kTrxTableAdmitted.id;
+}
+
+void RequestSummaries::note(Running& running, const TraceRecord& record,
+                            const SliceTracker::Place& place) {
+  if (noteName(running.summary, record) || noteRow(running, record, place) ||
+      noteHAPFailure(running, record, place)) {
+    return;
+  }
+  noteEnd(running, record);
+}
+
+bool RequestSummaries::noteName(RequestSummary& summary, const TraceRecord& record) {
+  switch (record.id) {
+    case trx::kTrxHAPName.id:
+    case trx::kTrxTableName.id:
+      summary.name = textOf(record);
+      return true;
+    case trx::kTrxHAPMode.id:
+      summary.mode = textOf(record);
+      return true;
+    case trx::kTrxHAPUnit.id:
+    case trx::kHAPExecNestedUnit.id:
+      addUnit(summary, textOf(record));
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// A row begins. A failure that nobody took up was ignored then.
+bool RequestSummaries::noteRow(Running& running, const TraceRecord& record,
+                               const SliceTracker::Place& place) {
+  switch (record.id) {
+    case trx::kCmdStart.id:
+    case trx::kCmdCheck.id:
+    case trx::kCmdWait.id:
+    case trx::kCmdHAP.id:
+    case trx::kCmdTable.id:
+    case trx::kCmdEnd.id:
+      break;
+    case trx::kCmdEndMessage.id:
+      running.summary.end = RequestEnd::kFailed;
+      break;
+    default:
+      running.in_wait = false;
+      return false;
+  }
+  running.table = innermost(place, Slice::Kind::kTable);
+  running.row = hexText(wordOf(record, "number", 0)).substr(2);
+  running.pending.reset();
+  running.in_wait = record.id == trx::kCmdWait.id;
+  if (record.id == trx::kCmdEndMessage.id) {
+    running.summary.ended_by = rowText(running.table, running.row) + ", an END with a message";
+  } else if (record.id == trx::kCmdEnd.id && slice_ended_) {
+    running.summary.end = RequestEnd::kOk;
+  }
+  return true;
+}
+
+/// A HAP has failed: of nested ones each tells so, the outermost last.
+bool RequestSummaries::noteHAPFailure(Running& running, const TraceRecord& record,
+                                      const SliceTracker::Place& place) {
+  const std::string hap = innermost(place, Slice::Kind::kHAP);
+  const auto fail = [&](std::uint32_t code, const std::string& event) {
+    running.pending = RequestFailure{
+        running.table, running.row, hap, code, false, "HAP " + (hap.empty() ? "?" : hap) + event};
+  };
+  switch (record.id) {
+    case trx::kHAPErrName.id:
+      fail(0, " failed");
+      running.pending->hap = textOf(record);
+      running.pending->event = "HAP " + textOf(record);
+      return true;
+    case trx::kHAPErrCodeOnly.id:
+    case trx::kHAPErrDetail.id:
+    case trx::kHAPErrAPI.id:
+      if (running.pending) {
+        running.pending->code = wordOf(record, "code", 0);
+      }
+      return true;
+    case trx::kHAPExecNoKey.id:
+    case trx::kHAPExecNoModule.id:
+    case trx::kHAPExecUnresolved.id:
+      fail(trx::kRecordUndefinedHAP, ": " + describe(record));
+      return true;
+    case trx::kHAPExecNestLimit.id:
+      fail(trx::kCodeHAPFailed, ": " + describe(record));
+      return true;
+    case trx::kHAPExecLockFailed.id:
+      fail(trx::kCodeLock, ": " + describe(record));
+      return true;
+    case trx::kHAPExecUnlockFailed.id:
+      fail(trx::kCodeUnlock, ": " + describe(record));
+      return true;
+    case trx::kHAPExecThrew.id:
+      // One that only passes on the failure of a HAP inside of it adds nothing.
+      if (!running.pending) {
+        fail(wordOf(record, "code", 0), " threw an engine exception");
+        running.pending->thrown = true;
+      }
+      return true;
+    case trx::kHAPExecForeignException.id:
+      fail(0, " threw an exception that is not the engine's");
+      running.pending->thrown = true;
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// What comes of a failure, and how the request ends.
+void RequestSummaries::noteEnd(Running& running, const TraceRecord& record) {
+  RequestSummary& summary = running.summary;
+  const auto fail = [&](std::uint32_t code) {
+    summary.end = RequestEnd::kFailed;
+    summary.failure = RequestFailure{running.table, running.row, {}, code, false, describe(record)};
+  };
+  switch (record.id) {
+    case trx::kCmdHAPStack.id:
+    case trx::kCmdHAPJump.id:
+      if (!running.kept) {
+        running.kept = running.pending;
+      }
+      running.pending.reset();
+      return;
+    case trx::kCmdHAPNop.id:
+      return running.pending.reset();
+    case trx::kCmdHAPStop.id:
+      summary.end = RequestEnd::kFailed;
+      summary.failure = running.pending;
+      return running.pending.reset();
+    case trx::kCmdCheckStop.id:
+      summary.end = RequestEnd::kFailed;
+      summary.ended_by = rowText(running.table, running.row) + ", a CHECK";
+      return;
+    case trx::kDriverNoTable.id:
+      return fail(trx::kRecordTableNotLoaded);
+    case trx::kDriverNestLimit.id:
+      return fail(trx::kCodeTableFailed);
+    case trx::kDriverStopped.id:
+      return fail(trx::kCodeTableStopped);
+    case trx::kTrxHAPStopped.id:
+    case trx::kTrxNoModule.id:
+    case trx::kTrxNoAPI.id:
+      fail(0);
+      summary.end = RequestEnd::kRefused;
+      return;
+    case trx::kTrxHAPDone.id:
+      running.pending.reset();
+      summary.end = RequestEnd::kOk;
+      return;
+    case trx::kCmdTableName.id:
+      summary.end = slice_ended_ ? RequestEnd::kOk : summary.end;
+      return;
+    default:
+      return;
+  }
+}
+
+/// Hands the request on. `goes_on`: its thread has begun something else.
+void RequestSummaries::close(Running& running, bool goes_on) {
+  if (!running.open) {
+    return;
+  }
+  running.open = false;
+  RequestSummary& summary = running.summary;
+  if (summary.end == RequestEnd::kOpen && running.pending) {
+    summary.end = RequestEnd::kFailed;
+    summary.failure = running.pending;
+  } else if (summary.end == RequestEnd::kOpen && running.in_wait && goes_on) {
+    summary.end = RequestEnd::kWaits;
+  }
+  if (summary.end == RequestEnd::kFailed && !summary.failure) {
+    summary.failure = running.kept;
+  }
+  on_request_(summary);
+}
+
+void RequestSummaries::refuse(const TraceRecord& record) {
+  RequestSummary summary;
+  summary.process_id = record.process_id;
+  summary.thread_id = record.thread_id;
+  summary.request = wordOf(record, "request", 0);
+  summary.begin_ns = summary.end_ns = record.time_ns;
+  summary.is_table = record.id == trx::kTrxTableStopped.id || record.id == trx::kTrxTableRefused.id;
+  summary.end = RequestEnd::kRefused;
+  summary.failure = RequestFailure{{}, {}, {}, 0, false, describe(record)};
+  on_request_(summary);
+}
+
+namespace {
+
+/// The code of a failure with what it means, as far as its event does not say that.
+std::string codeText(const RequestFailure& failure, const CodeMeaning& meaning) {
+  if (failure.code == 0) {
+    return failure.hap.empty() || failure.thrown ? "" : " gave no error code";
+  }
+  if (failure.hap.empty()) {
+    return " (" + hexText(failure.code) + ")";
+  }
+  if (failure.thrown) {
+    const CodeText* const known = findCode(failure.code);
+    return ": " + hexText(failure.code) +
+           (known == nullptr ? "" : std::string(", ") + known->meaning);
+  }
+  const std::string described = meaning(failure.hap, failure.code);
+  return ": " + hexText(failure.code) + ", " +
+         (described.empty() ? recordCodeMeaning(failure.code) : described);
+}
+
+}  // namespace
+
+std::string outcomeText(const RequestSummary& request, const CodeMeaning& meaning) {
+  std::string text = nameOf(request.end);
+  if (request.end == RequestEnd::kOpen) {
+    return "its end is not in the ring";
+  }
+  if (request.end == RequestEnd::kWaits) {
+    return "waits at its requester";
+  }
+  if (request.failure) {
+    const RequestFailure& failure = *request.failure;
+    text += failure.row.empty() ? ": " : ": " + rowText(failure.table, failure.row) + ": ";
+    text += failure.event;
+    text += codeText(failure, meaning);
+  }
+  return text + (request.ended_by.empty() ? "" : "; ended by " + request.ended_by);
+}
+
+const char* nameOf(RequestEnd end) {
+  switch (end) {
+    case RequestEnd::kOk:
+      return "ok";
+    case RequestEnd::kFailed:
+      return "failed";
+    case RequestEnd::kRefused:
+      return "refused";
+    case RequestEnd::kWaits:
+      return "waits";
+    default:
+      return "open";
+  }
+}
+
+bool isFailure(RequestEnd end) { return end == RequestEnd::kFailed || end == RequestEnd::kRefused; }
+
+}  // namespace kw::trx::tools

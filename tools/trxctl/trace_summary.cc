@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/trace_summary.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <stdexcept>
+
+#include "common/text.h"
+#include "common/times.h"
+#include "configuration/configuration.h"
+#include "kw/platform.h"
+#include "modules/listed_modules.h"
+#include "traces/doubts.h"
+#include "traces/ring_follower.h"
+#include "traces/selection.h"
+#include "trxctl/command_line.h"
+#include "trxctl/json.h"
+#include "trxctl/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+using kw::platform::TraceRecord;
+
+constexpr double kNanosPerMilli = 1e6;
+
+/// What the HAPs of the configured modules say of their errors; nothing without a configuration.
+HAPDescriptions configuredDescriptions() {
+  std::optional<std::vector<std::string>> modules;
+  try {
+    configuredTables(modules);
+  } catch (const std::runtime_error&) {
+    return {};  // a ring is often read on another machine
+  }
+  return modules ? hapsOf(*modules).descriptions : HAPDescriptions();
+}
+
+/// The time of the last record that is not doubtful; 0: there is none.
+std::uint64_t endOf(const std::string& file) {
+  RingFollower ring(file);
+  std::uint64_t end_ns = 0;
+  TraceRecord record{};
+  if (ring.open() == 0) {
+    while (ring.next(record)) {
+      end_ns = doubtOf(record) == nullptr ? std::max(end_ns, record.time_ns) : end_ns;
+    }
+  }
+  return end_ns;
+}
+
+class SummaryShow {
+ public:
+  SummaryShow(const SummaryOptions& options, std::uint64_t end_ns)
+      : json_(options.json),
+        filter_(options.filter),
+        descriptions_(configuredDescriptions()),
+        summaries_([this](const RequestSummary& request) { show(request); }) {
+    if (!options.since.empty()) {
+      filter_.since_ns = timeOf(options.since, end_ns);
+    }
+    if (!options.until.empty()) {
+      filter_.until_ns = timeOf(options.until, end_ns);
+    }
+  }
+
+  int run(RingFollower& ring) {
+    TraceRecord record{};
+    std::uint64_t doubtful = 0;
+    while (std::cout && ring.next(record)) {
+      if (doubtOf(record) == nullptr) {
+        summaries_.take(record);
+      } else {
+        ++doubtful;
+      }
+    }
+    summaries_.finish();
+    sayWhatIsLost(doubtful, ring.lost());
+    if (shown_ == 0) {
+      std::cerr
+          << "trxctl: "
+          << (requests_ == 0
+                  ? "no record tells of a request; those of the level info must be in the ring"
+                  : "none of the " + std::to_string(requests_) +
+                        " requests in the ring is one of those asked for")
+          << '\n';
+    }
+    return kExitOk;
+  }
+
+ private:
+  void show(const RequestSummary& request) {
+    const std::string words = outcomeText(
+        request,
+        [this](const std::string& hap, std::uint32_t code) { return meaningOf(hap, code); });
+    ++requests_;
+    if (filter_.takes(request, words)) {
+      ++shown_;
+      json_ ? printJson(request, words) : printLine(request, words);
+    }
+  }
+
+  std::string meaningOf(const std::string& hap, std::uint32_t code) const {
+    const auto description = descriptions_.find(hap);
+    if (description == descriptions_.end()) {
+      return {};
+    }
+    const auto error = description->second.errors.find(code);
+    return error == description->second.errors.end() ? std::string() : error->second;
+  }
+
+  static std::string whatText(const RequestSummary& request) {
+    if (request.name.empty()) {
+      return request.is_table ? "a table" : "a request";
+    }
+    std::string text = (request.is_table ? "table " : "HAP ") + request.name;
+    text += request.mode.empty() ? "" : ", mode " + request.mode;
+    for (std::size_t i = 0; i < request.units.size(); ++i) {
+      text += (i == 0 ? " on " : ", ") + request.units[i];
+    }
+    return text + (request.more_units ? " and others" : "");
+  }
+
+  static void printLine(const RequestSummary& request, const std::string& words) {
+    char duration[32];
+    std::snprintf(duration, sizeof(duration), "%10.3f ms",
+                  static_cast<double>(request.end_ns - request.begin_ns) / kNanosPerMilli);
+    const std::string id = requestText(request.request, request.number);
+    std::cout << localMicrosText(request.begin_ns) << duration << ' ' << request.process_id << '/'
+              << request.thread_id << ' ' << id << "  " << whatText(request) << ": "
+              << (isFailure(request.end) ? paint(Colour::kRed, words) : words) << '\n';
+  }
+
+  static void printJson(const RequestSummary& request, const std::string& words) {
+    JsonWriter json(-1);
+    json.beginObject().key("startNs").number(request.begin_ns);
+    json.key("durationNs").number(request.end_ns - request.begin_ns);
+    json.key("process").number(request.process_id).key("thread").number(request.thread_id);
+    json.member("request", hexText(request.request)).key("requestNumber").number(request.number);
+    json.member("kind", request.is_table ? "table" : "hap").member("name", request.name);
+    json.member("mode", request.mode).texts("units", request.units);
+    json.key("moreUnits").boolean(request.more_units);
+    json.member("outcome", nameOf(request.end)).member("words", words);
+    if (request.failure) {
+      const RequestFailure& failure = *request.failure;
+      json.member("failedTable", failure.table).member("failedRow", failure.row);
+      json.member("failedHap", failure.hap).member("code", hexText(failure.code));
+    }
+    std::cout << json.endObject().taken() << '\n';
+  }
+
+  const bool json_;
+  RequestFilter filter_;
+  const HAPDescriptions descriptions_;
+  RequestSummaries summaries_;
+  std::uint64_t requests_ = 0, shown_ = 0;
+};
+
+}  // namespace
+
+int showSummary(const std::string& file, const SummaryOptions& options) {
+  RingFollower ring(file);
+  if (ring.open() != 0) {
+    return failToOpenRing(file);
+  }
+  const bool timed = !options.since.empty() || !options.until.empty();
+  return SummaryShow(options, timed ? endOf(file) : 0).run(ring);
+}
+
+int failToOpenRing(const std::string& file) {
+  return fail(file + ": " +
+              (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
+                                 "openTraceRing"
+                               : std::strerror(errno)));
+}
+
+void sayWhatIsLost(std::uint64_t doubtful, std::uint64_t lost) {
+  if (doubtful != 0) {
+    std::cerr << "trxctl: " << doubtful
+              << " records are doubtful: the ring is damaged, and what the others say may have "
+                 "been changed too\n";
+  }
+  if (lost != 0) {
+    std::cerr << "trxctl: " << lost << " records were overwritten, torn or cut off\n";
+  }
+}
+
+}  // namespace kw::trx::tools
