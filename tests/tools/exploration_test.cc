@@ -7,6 +7,7 @@
 #include <random>
 #include <set>
 
+#include "exploration/measure.h"
 #include "exploration/witness.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "simulation/case_run.h"
@@ -288,6 +289,56 @@ TEST(ExplorationTest, FaultsInTablesOfTheDemoRigAreFound) {
     EXPECT_EQ(tools::explore(program, program.find("selftest"), kNestLimit, 2).is_complete,
               words.find("missing") != std::string::npos);
   }
+}
+
+// Each table of a chain calls the next one twice: a run has 2 to the power of its length rows.
+TEST(ExplorationTest, RunsThatAreTooLongToRunAreStillMeasured) {
+  constexpr std::size_t tables = 60;
+  struct Row {
+    std::size_t first;
+    std::optional<std::uint64_t> calls;
+    bool is_run;
+  };
+  const TempDir dir;
+  std::vector<std::string> files;
+  for (std::size_t i = 0; i < tables; ++i) {
+    const std::string row = i + 1 == tables ? "HAP,TST_A" : "TABLE,t" + std::to_string(i + 1);
+    files.push_back(
+        dir.write("t" + std::to_string(i) + ".csv",
+                  "FORMAT,0\nVERSION,1\n,1,START\n,2," + row + "\n,3," + row + "\n,4,END\n"));
+  }
+  const tools::Simulator simulator(files, kNestLimit);
+  const tools::Program program = tools::programOf(simulator.tables());
+  for (const Row& row :
+       {Row{50, 1U << 10, true}, Row{30, 1U << 30, false}, Row{0, tools::kMostAmount, false}}) {
+    const tools::Exploration found =
+        tools::explore(program, program.find("t" + std::to_string(row.first)), kNestLimit, kStates);
+    EXPECT_EQ(found.calls.least, row.calls) << row.first;
+    EXPECT_EQ(found.calls.most, row.calls) << row.first;
+    EXPECT_EQ(found.claims.size(), 4U) << row.first;  // least and most
+    for (const Claim& claim : found.claims) {
+      EXPECT_EQ(claim.witness.has_value(), row.is_run) << claim.words;
+      EXPECT_EQ(claim.words.find("not run") == std::string::npos, row.is_run) << claim.words;
+    }
+  }
+}
+
+// 100 tables call each other round, each as often as it may.
+TEST(ExplorationTest, TablesMayBeNestedDeeply) {
+  constexpr int tables = 100;
+  constexpr unsigned int limit = 400;
+  const TempDir dir;
+  std::vector<std::string> files;
+  for (int i = 0; i < tables; ++i) {
+    files.push_back(dir.write("t" + std::to_string(i) + ".csv",
+                              "FORMAT,0\nVERSION,1\n,1,START\n,2,TABLE,t" +
+                                  std::to_string((i + 1) % tables) + "\n,3,END\n"));
+  }
+  const tools::Simulator simulator(files, limit);
+  const tools::Program program = tools::programOf(simulator.tables());
+  const tools::Exploration found = tools::explore(program, program.find("t0"), limit, kStates);
+  ASSERT_EQ(found.claims.at(0).kind, Claim::Kind::kFails);
+  EXPECT_EQ(found.claims[0].witness->rows.size(), 2U * tables * (limit + 1));
 }
 
 }  // namespace

@@ -25,49 +25,87 @@ constexpr std::array<std::pair<Claim::Kind, const char*>, 11> kKindNames = {
      {Claim::Kind::kCalls, "calls"},
      {Claim::Kind::kWait, "wait"}}};
 
-/// Where one row of a run too many is written that does not end.
-constexpr std::size_t kMostRows = 10000000;
-
 /// The run in which every HAP succeeds that can.
 class GoodRun {
  public:
-  explicit GoodRun(const RunGraph& graph) : graph_(graph) {}
+  explicit GoodRun(const RunGraph& graph)
+      : graph_(graph), chosen_(graph.activations().size()), ends_(chosen_.size()) {
+    for (const int activation : graph.calleesFirst()) {
+      follow(activation);
+    }
+  }
 
-  /// Follows it through an activation. None: it does not end there; else where it gets to, and
-  /// with which mark.
-  std::optional<std::pair<int, bool>> follow(int activation) {
-    const Activation& at = graph_.at(activation);
-    std::size_t state = at.first();
-    while (path_.rows.size() < kMostRows && !at.is_left_out) {
-      const auto callee = std::find_if(
-          at.calls.begin(), at.calls.end(),
-          [state](const std::pair<std::size_t, int>& call) { return call.first == state; });
-      const std::vector<Step>& steps = at.steps[state];
-      path_.rows.push_back({at.table, static_cast<std::uint32_t>(Activation::rowOf(state)),
-                            steps.empty() ? Step::Choice::kNone : steps[0].choice});
-      if (callee == at.calls.end()) {
-        // The step of the success stands first.
-        if (steps[0].to < 0) {
-          return std::make_pair(steps[0].to, steps[0].mark);
-        }
-        state = static_cast<std::size_t>(steps[0].to);
-        continue;
+  /// True when the request ends with error in it; else it ends well, or never.
+  bool fails() const { return ends_[RunGraph::kRoot] && ends_[RunGraph::kRoot]->to == kToFailure; }
+
+  RunPath path() const {
+    RunPath path;
+    PathWriter(graph_, chosen_)
+        .writeToGoal(path, RunGraph::kRoot, graph_.at(RunGraph::kRoot).first(), Goal::kFailure);
+    return path;
+  }
+
+  /// The row that ends it, as a table with its row.
+  std::pair<int, std::size_t> lastRow() const {
+    int activation = RunGraph::kRoot;
+    while (lastStep(activation).callee != kAbsent) {
+      activation = lastStep(activation).callee;
+    }
+    const auto& last = ends_[static_cast<std::size_t>(activation)];
+    return {graph_.at(activation).table, Activation::rowOf(last->state)};
+  }
+
+ private:
+  struct End {
+    std::size_t state, nth;  ///< the last step
+    int to;
+    bool mark;
+  };
+
+  const Step& lastStep(int activation) const {
+    const auto& end = ends_[static_cast<std::size_t>(activation)];
+    return graph_.at(activation).steps[end->state][end->nth];
+  }
+
+  /// The step that it takes; none: it does not come back from there.
+  std::optional<std::size_t> stepFrom(const std::vector<Step>& steps) const {
+    if (steps.empty() || steps[0].callee == kAbsent) {
+      return steps.empty() ? std::nullopt : std::make_optional<std::size_t>(0);  // the success
+    }
+    const auto& called = ends_[static_cast<std::size_t>(steps[0].callee)];
+    for (std::size_t nth = 0; called && nth < steps.size(); ++nth) {
+      const bool fails = steps[nth].to == kToFailure;
+      if (fails == (called->to == kToFailure) && (fails || steps[nth].mark == called->mark)) {
+        return nth;
       }
-      const auto called = follow(callee->second);
-      if (!called || called->first == kToFailure) {
-        return called;
-      }
-      state =
-          static_cast<std::size_t>(Activation::state(Activation::rowOf(state) + 1, called->second));
     }
     return std::nullopt;
   }
 
-  const RunPath& path() const { return path_; }
+  /// Follows it through an activation, unless it goes round there for ever.
+  void follow(int activation) {
+    const Activation& at = graph_.at(activation);
+    std::vector<int> taken(at.steps.size(), kAbsent);
+    for (std::size_t state = at.first(); state < taken.size() && taken[state] == kAbsent;) {
+      const auto nth = stepFrom(at.steps[state]);
+      if (!nth) {
+        return;
+      }
+      taken[state] = static_cast<int>(*nth);
+      const Step& step = at.steps[state][*nth];
+      if (step.to < 0) {
+        const Goal goal = step.to == kToFailure ? Goal::kFailure : returnWith(step.mark);
+        chosen_[static_cast<std::size_t>(activation)][indexOf(goal)] = std::move(taken);
+        ends_[static_cast<std::size_t>(activation)] = End{state, *nth, step.to, step.mark};
+        return;
+      }
+      state = static_cast<std::size_t>(step.to);
+    }
+  }
 
- private:
   const RunGraph& graph_;
-  RunPath path_;
+  std::vector<ChosenSteps> chosen_;
+  std::vector<std::optional<End>> ends_;
 };
 
 class Explorer {
@@ -81,12 +119,12 @@ class Explorer {
     result_.states = graph_.states();
     result_.is_complete = graph_.isComplete();
     noteReached();
-    add(endlessClaims(graph_, shortest_));
+    add(endlessClaims(graph_, shortest_, witnesses_));
     claimGoodRun();
     if (wellOf(shortest_).second == kNoLength) {
       result_.claims.push_back({Claim::Kind::kNeverWell, "", "no run ends well", std::nullopt});
     }
-    add(rowClaims(graph_, shortest_));
+    add(rowClaims(graph_, shortest_, witnesses_));
     result_.calls = measure(Measure::kHAPCalls, Claim::Kind::kCalls, "HAP calls", "");
     result_.wait_ms = measure(Measure::kWaitMs, Claim::Kind::kWait, "waiting", " ms");
     return result_;
@@ -111,15 +149,14 @@ class Explorer {
   }
 
   void claimGoodRun() {
-    GoodRun run(graph_);
-    const auto end = run.follow(RunGraph::kRoot);
-    if (end && end->first == kToFailure) {
-      const PathRow& last = run.path().rows.back();
-      result_.claims.push_back(
-          {Claim::Kind::kFails, rowNameOf(graph_.program(), last.table, last.row, result_.table),
-           "every HAP succeeds and the run ends with error at row " +
-               rowNameOf(graph_.program(), last.table, last.row, result_.table),
-           run.path()});
+    const GoodRun run(graph_);
+    if (run.fails()) {
+      const auto [table, row] = run.lastRow();
+      const std::string name = rowNameOf(graph_.program(), table, row, result_.table);
+      result_.claims.push_back(witnesses_.give(
+          {Claim::Kind::kFails, name,
+           "every HAP succeeds and the run ends with error at row " + name, std::nullopt},
+          [&] { return run.path(); }));
     }
   }
 
@@ -139,7 +176,7 @@ class Explorer {
     if (length < kNoLength) {
       bounds.least = ShortestRuns::amountOf(length);
       claimBound(kind, kLeast, what + " of a run that ends well", *bounds.least, unit,
-                 shortest.pathOfRequest(goal));
+                 [&, goal = goal] { return shortest.pathOfRequest(goal); });
     }
     const LongestRuns longest(graph_, measure);
     Goal most = Goal::kFailure;
@@ -149,23 +186,46 @@ class Explorer {
     bounds.is_unbounded = longest.ofRequest(most) == kNoBound;
     if (!bounds.is_unbounded && longest.ofRequest(most) != kNoRun) {
       bounds.most = static_cast<std::uint64_t>(longest.ofRequest(most));
-      claimBound(kind, kMost, what, *bounds.most, unit, longest.pathOfRequest(most));
+      claimBound(kind, kMost, what, *bounds.most, unit,
+                 [&] { return longest.pathOfRequest(most); });
     }
     return bounds;
   }
 
   void claimBound(Claim::Kind kind, const std::string& which, const std::string& what,
-                  std::uint64_t amount, const std::string& unit, const RunPath& witness) {
-    result_.claims.push_back(
-        {kind, which, which + " " + what + ": " + std::to_string(amount) + unit, witness});
+                  std::uint64_t amount, const std::string& unit,
+                  const std::function<RunPath()>& witness) {
+    result_.claims.push_back(witnesses_.give(
+        {kind, which, which + " " + what + ": " + amountText(amount) + unit, std::nullopt},
+        witness));
   }
 
   const RunGraph graph_;
   const ShortestRuns shortest_;
+  Witnesses witnesses_;
   Exploration result_;
 };
 
 }  // namespace
+
+Claim Witnesses::give(Claim claim, const std::function<RunPath()>& witness) {
+  if (rows_left_ == 0) {
+    claim.words += "; not run, after cases of " + std::to_string(kMostRows) + " rows";
+    return claim;
+  }
+  RunPath path = witness();
+  rows_left_ -= std::min(rows_left_, path.rows.size());
+  if (path.is_cut) {
+    claim.words += "; not run, in more than " + std::to_string(RunPath::kMostRows) + " rows";
+    return claim;
+  }
+  claim.witness = std::move(path);
+  return claim;
+}
+
+std::string amountText(std::uint64_t amount) {
+  return (amount < kMostAmount ? "" : "at least ") + std::to_string(amount);
+}
 
 const char* nameOf(Claim::Kind kind) {
   return std::find_if(kKindNames.begin(), kKindNames.end(),

@@ -4,6 +4,7 @@
 #define KW_TRX_TOOLS_EXPLORATION_CLAIMS_H_
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +31,21 @@ struct Claim {
   Kind kind;
   std::string subject;  ///< the row as TABLE/NUMBER, the message, or which bound
   std::string words;
-  std::optional<RunPath> witness;  ///< the shortest run that shows it; none: it speaks of all runs
+  /// The shortest run that shows it; none: it speaks of all runs, or that run is too long.
+  std::optional<RunPath> witness;
+};
+
+/// Gives claims their witnesses, as many and as long as can be looked at: the rows of all of them
+/// together can be the square of those of the tables.
+class Witnesses {
+ public:
+  /// The claim with its witness, or else with words that say that it has none.
+  Claim give(Claim claim, const std::function<RunPath()>& witness);
+
+ private:
+  static constexpr std::size_t kMostRows = 10000000;
+
+  std::size_t rows_left_ = kMostRows;
 };
 
 /// The subjects of claims of bounds.
@@ -41,6 +56,9 @@ constexpr char kMost[] = "most";
 const char* nameOf(Claim::Kind kind);
 std::optional<Claim::Kind> claimKindFrom(const std::string& name);
 std::vector<std::string> claimKinds();
+
+/// An amount as far as amounts are counted.
+std::string amountText(std::uint64_t amount);
 
 /// What runs take of something.
 struct Bounds {

@@ -8,6 +8,15 @@
 #include "exploration/cycles.h"
 
 namespace kw::trx::tools {
+namespace {
+
+std::int64_t lengthOfBoth(std::int64_t one, std::int64_t other) {
+  return one == kNoBound || other == kNoBound
+             ? kNoBound
+             : std::min(static_cast<std::int64_t>(kMostAmount), one + other);
+}
+
+}  // namespace
 
 LongestRuns::LongestRuns(const RunGraph& graph, Measure measure)
     : graph_(graph),
@@ -41,7 +50,7 @@ std::int64_t LongestRuns::lengthOfStep(int activation, std::size_t state, const 
   }
   const std::int64_t called =
       toGoal(step.callee, graph_.at(step.callee).first(), goalOfCallee(step, goal));
-  return called == kNoRun ? kNoRun : std::min(kNoBound, own + called);
+  return called == kNoRun ? kNoRun : lengthOfBoth(own, called);
 }
 
 /// Of a step out of its component and all behind it.
@@ -53,7 +62,7 @@ std::int64_t LongestRuns::throughStep(int activation, std::size_t state, const S
   const std::int64_t own = lengthOfStep(activation, state, step, goal);
   const std::int64_t behind =
       step.to < 0 ? 0 : toGoal(activation, static_cast<std::size_t>(step.to), goal);
-  return own == kNoRun || behind == kNoRun ? kNoRun : std::min(kNoBound, own + behind);
+  return own == kNoRun || behind == kNoRun ? kNoRun : lengthOfBoth(own, behind);
 }
 
 void LongestRuns::measureComponent(int activation, const Component& component,

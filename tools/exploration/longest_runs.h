@@ -21,8 +21,8 @@ class LongestRuns {
   /// `graph` must outlive it.
   LongestRuns(const RunGraph& graph, Measure measure);
 
-  /// Of whole requests: `kNoRun` when none gets to the goal, `kNoBound` when there is always a
-  /// longer one. Not for `Goal::kQuietReturn`.
+  /// Of whole requests, `kMostAmount` being that or more: `kNoRun` when none gets to the goal,
+  /// `kNoBound` when there is always a longer one. Not for `Goal::kQuietReturn`.
   std::int64_t ofRequest(Goal goal) const {
     return toGoal(RunGraph::kRoot, graph_.at(RunGraph::kRoot).first(), goal);
   }

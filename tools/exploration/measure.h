@@ -11,6 +11,10 @@ namespace kw::trx::tools {
 
 enum class Measure { kRows, kHAPCalls, kWaitMs };
 
+/// Amounts are counted as far as this: a run may take more, as its length can double with each
+/// table that calls another one twice.
+constexpr std::uint64_t kMostAmount = std::uint64_t{1} << 43;
+
 constexpr std::uint64_t lengthOf(const ProgramRow& row, Measure measure) {
   switch (measure) {
     case Measure::kRows:

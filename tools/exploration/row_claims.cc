@@ -38,8 +38,11 @@ struct RowEvidence {
 
 class RowClaims {
  public:
-  RowClaims(const RunGraph& graph, const ShortestRuns& shortest)
-      : graph_(graph), shortest_(shortest), entry_(graph.at(RunGraph::kRoot).table) {}
+  RowClaims(const RunGraph& graph, const ShortestRuns& shortest, Witnesses& witnesses)
+      : graph_(graph),
+        shortest_(shortest),
+        witnesses_(witnesses),
+        entry_(graph.at(RunGraph::kRoot).table) {}
 
   std::vector<Claim> run() {
     for (const int activation : graph_.calleesFirst()) {
@@ -87,11 +90,15 @@ class RowClaims {
       add(Claim::Kind::kSwallowed, name,
           "row " + name +
               " fails unseen: " + (is_kept ? "no CHECK row comes behind it" : "NOP ignores it"),
-          shortest_.pathThroughStep(unseen.activation, unseen.state, *unseen.step, is_kept));
+          [&] {
+            return shortest_.pathThroughStep(unseen.activation, unseen.state, *unseen.step,
+                                             is_kept);
+          });
     } else if (events.well.length < kNoLength) {
-      add(Claim::Kind::kRecovered, name, "row " + name + " fails and the run ends well",
-          shortest_.pathThroughStep(events.well.activation, events.well.state, *events.well.step,
-                                    false));
+      add(Claim::Kind::kRecovered, name, "row " + name + " fails and the run ends well", [&] {
+        return shortest_.pathThroughStep(events.well.activation, events.well.state,
+                                         *events.well.step, false);
+      });
     }
   }
 
@@ -104,8 +111,11 @@ class RowClaims {
                                   .tables[static_cast<std::size_t>(place.first)]
                                   .flow->rows[place.second]
                                   .name;
-    RunPath path = shortest_.pathUpTo(best.activation, best.state);
-    shortest_.writer().writeRow(path, best.activation, best.state, Step::Choice::kNone);
+    const auto path = [&] {
+      RunPath up_to = shortest_.pathUpTo(best.activation, best.state);
+      shortest_.writer().writeRow(up_to, best.activation, best.state, Step::Choice::kNone);
+      return up_to;
+    };
     if (row.kind == ProgramRow::Kind::kFail) {
       add(Claim::Kind::kMessage, text, "the run ends with error " + text + " at row " + name, path);
     } else if (row.callee == kAbsent) {
@@ -118,8 +128,8 @@ class RowClaims {
   }
 
   void add(Claim::Kind kind, const std::string& subject, const std::string& words,
-           const RunPath& witness) {
-    claims_.push_back({kind, subject, words, witness});
+           const std::function<RunPath()>& witness) {
+    claims_.push_back(witnesses_.give({kind, subject, words, std::nullopt}, witness));
   }
 
   std::string nameOf(const Place& place) const {
@@ -128,35 +138,38 @@ class RowClaims {
 
   const RunGraph& graph_;
   const ShortestRuns& shortest_;
+  Witnesses& witnesses_;
   const int entry_;
   std::map<Place, RowEvidence> events_;
   std::vector<Claim> claims_;
 };
 
+/// The steps of a cycle, as pairs of a state and the place of its step.
+using Cycle = std::vector<std::pair<std::size_t, std::size_t>>;
+
 /// A run up to a state and round from there.
-RunPath endlessPath(const RunGraph& graph, const ShortestRuns& shortest, const Best& best) {
+RunPath endlessPath(const RunGraph& graph, const ShortestRuns& shortest, const Best& best,
+                    const Cycle& cycle) {
   RunPath path = shortest.pathUpTo(best.activation, best.state);
   path.repeats_from = path.rows.size();
   const Activation& at = graph.at(best.activation);
-  for (const auto& [state, nth] : cycleThrough(at, best.state)) {
+  for (const auto& [state, nth] : cycle) {
     const Step& step = at.steps[state][nth];
     shortest.writer().writeStep(path, best.activation, state, step, returnWith(step.mark));
   }
   return path;
 }
 
-/// The rows of the table itself that the cycle of a path goes through, in their order.
-std::string rowsOfCycle(const RunGraph& graph, const RunPath& path, int table) {
+/// The rows of the table itself that a cycle goes through, in their order.
+std::string rowsOfCycle(const RunGraph& graph, int table, const Cycle& cycle) {
   std::string names;
-  std::size_t count = 0;
-  for (std::size_t i = path.repeats_from; i < path.rows.size(); ++i) {
-    if (path.rows[i].table == table && ++count <= kRowsNamed) {
-      names += " " +
-               rowNameOf(graph.program(), table, path.rows[i].row, graph.at(RunGraph::kRoot).table);
-    }
+  for (std::size_t i = 0; i < cycle.size() && i < kRowsNamed; ++i) {
+    names += " " + rowNameOf(graph.program(), table, Activation::rowOf(cycle[i].first),
+                             graph.at(RunGraph::kRoot).table);
   }
-  return (count == 1 ? "row" : "rows") + names +
-         (count > kRowsNamed ? " and " + std::to_string(count - kRowsNamed) + " more" : "");
+  return (cycle.size() == 1 ? "row" : "rows") + names +
+         (cycle.size() > kRowsNamed ? " and " + std::to_string(cycle.size() - kRowsNamed) + " more"
+                                    : "");
 }
 
 }  // namespace
@@ -167,11 +180,13 @@ std::string rowNameOf(const Program& program, int table, std::size_t row, int en
   return rowText(flow.name, flow.rows[row].number_value, first.name);
 }
 
-std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest) {
-  return RowClaims(graph, shortest).run();
+std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest,
+                             Witnesses& witnesses) {
+  return RowClaims(graph, shortest, witnesses).run();
 }
 
-std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest) {
+std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest,
+                                 Witnesses& witnesses) {
   std::map<std::pair<int, std::size_t>, Best> cycles;  // by table and first row
   for (const int activation : graph.calleesFirst()) {
     const Activation& at = graph.at(activation);
@@ -188,11 +203,12 @@ std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shor
   }
   std::vector<Claim> claims;
   for (const auto& [place, best] : cycles) {
-    const RunPath path = endlessPath(graph, shortest, best);
-    claims.push_back(
+    const Cycle cycle = cycleThrough(graph.at(best.activation), best.state);
+    claims.push_back(witnesses.give(
         {Claim::Kind::kEndless,
          rowNameOf(graph.program(), place.first, place.second, graph.at(RunGraph::kRoot).table),
-         rowsOfCycle(graph, path, place.first) + " can run for ever", path});
+         rowsOfCycle(graph, place.first, cycle) + " can run for ever", std::nullopt},
+        [&, &best = best] { return endlessPath(graph, shortest, best, cycle); }));
   }
   return claims;
 }

@@ -15,10 +15,12 @@ namespace kw::trx::tools {
 std::string rowNameOf(const Program& program, int table, std::size_t row, int entry);
 
 /// Claims about failures, messages and calls, in the order of tables and rows.
-std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest);
+std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest,
+                             Witnesses& witnesses);
 
 /// A claim for each cycle of rows that a run can stay in.
-std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest);
+std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest,
+                                 Witnesses& witnesses);
 
 }  // namespace kw::trx::tools
 

@@ -33,10 +33,15 @@ struct PathRow {
   Step::Choice choice;  ///< of a HAP
 };
 
-/// The rows of a run, and from where on they repeat for ever.
+/// The rows of a run, and from where on they repeat for ever. One of more rows than a simulation
+/// runs by itself is cut off: nobody reads it, and it may have 2 to the power of the number of
+/// tables.
 struct RunPath {
   std::vector<PathRow> rows;
   std::size_t repeats_from = kEnds;
+  bool is_cut = false;
+
+  static constexpr std::size_t kMostRows = 100000;
 
   static constexpr std::size_t kEnds = static_cast<std::size_t>(-1);
   bool isEndless() const { return repeats_from != kEnds; }
@@ -49,7 +54,8 @@ class PathWriter {
   PathWriter(const RunGraph& graph, const std::vector<ChosenSteps>& chosen)
       : graph_(graph), chosen_(chosen) {}
 
-  /// From a state to a goal, which must be one that it can get to.
+  /// From a state to a goal, which must be one that it can get to. Tables may be nested as deeply
+  /// as states can be looked at, so it does not call itself.
   void writeToGoal(RunPath& path, int activation, std::size_t state, Goal goal) const;
 
   /// One step, with all that it calls; `goal`: of the whole.

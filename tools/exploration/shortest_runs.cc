@@ -12,7 +12,25 @@ namespace {
 using Entry = std::pair<std::uint64_t, std::size_t>;
 using Nearest = std::priority_queue<Entry, std::vector<Entry>, std::greater<>>;
 
+/// Of runs that take as much of their measure, the one of fewer rows is the shorter one: rows are
+/// counted in the low bits, as far as a path can be written.
+constexpr unsigned int kRowsBits = 17;
+constexpr std::uint64_t kMostCounted = (std::uint64_t{1} << kRowsBits) - 1;
+static_assert(kMostCounted > RunPath::kMostRows);
+static_assert(((kMostAmount << kRowsBits) | kMostCounted) < kNoLength);
+
 }  // namespace
+
+std::uint64_t lengthOfBoth(std::uint64_t one, std::uint64_t other) {
+  if (one >= kNoLength || other >= kNoLength) {
+    return kNoLength;
+  }
+  const std::uint64_t amount = std::min(kMostAmount, (one >> kRowsBits) + (other >> kRowsBits));
+  return (amount << kRowsBits) |
+         std::min(kMostCounted, (one & kMostCounted) + (other & kMostCounted));
+}
+
+std::uint64_t ShortestRuns::amountOf(std::uint64_t length) { return length >> kRowsBits; }
 
 ShortestRuns::ShortestRuns(const RunGraph& graph, Measure measure)
     : graph_(graph),
@@ -37,8 +55,8 @@ ShortestRuns::ShortestRuns(const RunGraph& graph, Measure measure)
 }
 
 std::uint64_t ShortestRuns::weight(int activation, std::size_t state) const {
-  const std::uint64_t length = lengthOf(graph_.rowOf(graph_.at(activation), state), measure_);
-  return measure_ == Measure::kRows ? length : (length << kRowsBits) + 1;
+  const std::uint64_t amount = lengthOf(graph_.rowOf(graph_.at(activation), state), measure_);
+  return (amount << kRowsBits) + 1;
 }
 
 /// Of a step within its activation, with all that it calls.
@@ -47,7 +65,8 @@ std::uint64_t ShortestRuns::lengthOfStep(int activation, std::size_t state, cons
   const std::uint64_t own = weight(activation, state);
   return step.callee == kAbsent
              ? own
-             : own + toGoal(step.callee, graph_.at(step.callee).first(), goalOfCallee(step, goal));
+             : lengthOfBoth(own, toGoal(step.callee, graph_.at(step.callee).first(),
+                                        goalOfCallee(step, goal)));
 }
 
 void ShortestRuns::measureBackwards(int activation, Goal goal) {
@@ -89,7 +108,7 @@ void ShortestRuns::measureBackwards(int activation, Goal goal) {
     }
     for (const auto& [from, nth] : into[state]) {
       const Step& step = at.steps[from][static_cast<std::size_t>(nth)];
-      offer(from, nth, std::min(kNoLength, length + lengthOfStep(activation, from, step, goal)));
+      offer(from, nth, lengthOfBoth(length, lengthOfStep(activation, from, step, goal)));
     }
   }
 }
@@ -116,7 +135,7 @@ void ShortestRuns::measureForwards(int activation) {
       }
       const auto to = static_cast<std::size_t>(step.to);
       const std::uint64_t found =
-          length + lengthOfStep(activation, state, step, returnWith(step.mark));
+          lengthOfBoth(length, lengthOfStep(activation, state, step, returnWith(step.mark)));
       if (found < before[to]) {
         before[to] = found;
         origins[to] = {static_cast<int>(state), static_cast<int>(nth)};
@@ -137,29 +156,30 @@ void ShortestRuns::offer(int callee, Goal goal, const Caller& caller) {
 void ShortestRuns::measureCallers(int activation) {
   const Activation& at = graph_.at(activation);
   for (const auto& [state, callee] : at.calls) {
-    const std::uint64_t up_to =
-        before_[static_cast<std::size_t>(activation)][state] + weight(activation, state);
+    const std::uint64_t up_to = lengthOfBoth(before_[static_cast<std::size_t>(activation)][state],
+                                             weight(activation, state));
     offer(callee, Goal::kFailure,
-          {callerOf(activation, Goal::kFailure).length + up_to, activation, state, kAbsent,
-           Goal::kFailure});
+          {lengthOfBoth(callerOf(activation, Goal::kFailure).length, up_to), activation, state,
+           kAbsent, Goal::kFailure});
     for (const Step& step : at.steps[state]) {
       if (step.to < 0) {
         continue;
       }
       const Goal goal = goalAfter(activation, step.to, false);
-      offer(callee, returnWith(step.mark),
-            {up_to + rest(activation, step.to, goal), activation, state, step.to, goal});
+      offer(
+          callee, returnWith(step.mark),
+          {lengthOfBoth(up_to, rest(activation, step.to, goal)), activation, state, step.to, goal});
       offer(callee, Goal::kQuietReturn,
-            {up_to + rest(activation, step.to, Goal::kQuietReturn), activation, state, step.to,
-             Goal::kQuietReturn});
+            {lengthOfBoth(up_to, rest(activation, step.to, Goal::kQuietReturn)), activation, state,
+             step.to, Goal::kQuietReturn});
     }
   }
 }
 
 /// Of what comes after a step of an activation, around it included.
 std::uint64_t ShortestRuns::rest(int activation, int to, Goal goal) const {
-  return std::min(kNoLength, toGoal(activation, static_cast<std::size_t>(to), goal) +
-                                 callerOf(activation, goal).length);
+  return lengthOfBoth(toGoal(activation, static_cast<std::size_t>(to), goal),
+                      callerOf(activation, goal).length);
 }
 
 Goal ShortestRuns::goalAfter(int activation, int to, bool quietly) const {
@@ -176,14 +196,14 @@ std::uint64_t ShortestRuns::throughStep(int activation, std::size_t state, const
   if (step.to < 0) {
     return kNoLength;
   }
-  return std::min(kNoLength,
-                  before_[static_cast<std::size_t>(activation)][state] + weight(activation, state) +
-                      rest(activation, step.to, goalAfter(activation, step.to, quietly)));
+  return lengthOfBoth(
+      lengthOfBoth(before_[static_cast<std::size_t>(activation)][state], weight(activation, state)),
+      rest(activation, step.to, goalAfter(activation, step.to, quietly)));
 }
 
 std::uint64_t ShortestRuns::upTo(int activation, std::size_t state) const {
-  return std::min(kNoLength, callerOf(activation, Goal::kFailure).length +
-                                 before_[static_cast<std::size_t>(activation)][state]);
+  return lengthOfBoth(callerOf(activation, Goal::kFailure).length,
+                      before_[static_cast<std::size_t>(activation)][state]);
 }
 
 void ShortestRuns::writeWithin(RunPath& path, int activation, std::size_t state) const {

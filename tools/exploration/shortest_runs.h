@@ -16,6 +16,9 @@ namespace kw::trx::tools {
 /// A length that no run has.
 constexpr std::uint64_t kNoLength = std::numeric_limits<std::uint64_t>::max() / 8;
 
+/// The length of one run behind another.
+std::uint64_t lengthOfBoth(std::uint64_t one, std::uint64_t other);
+
 class ShortestRuns {
  public:
   /// `graph` must outlive it.
@@ -25,8 +28,8 @@ class ShortestRuns {
   std::uint64_t toGoal(int activation, std::size_t state, Goal goal) const {
     return after_[static_cast<std::size_t>(activation)][indexOf(goal)][state];
   }
-  /// How much of its measure a run of that length takes; not for rows.
-  static std::uint64_t amountOf(std::uint64_t length) { return length >> kRowsBits; }
+  /// How much of its measure a run of that length takes; `kMostAmount`: that, or more.
+  static std::uint64_t amountOf(std::uint64_t length);
   /// Of whole requests.
   std::uint64_t ofRequest(Goal goal) const {
     return toGoal(RunGraph::kRoot, graph_.at(RunGraph::kRoot).first(), goal);
@@ -48,10 +51,6 @@ class ShortestRuns {
   PathWriter writer() const { return PathWriter(graph_, chosen_); }
 
  private:
-  /// Of runs that take as much of another measure, the one of fewer rows is the shorter one: rows
-  /// are counted in the low bits then.
-  static constexpr unsigned int kRowsBits = 24;
-
   /// The call through which an activation is entered in the shortest run around it, by the goal of
   /// the activation: what comes behind it is part of that run, but for a failure.
   struct Caller {
