@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
-#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -10,42 +8,16 @@
 #include "exploration/witness.h"
 #include "running/name_hints.h"
 #include "simulation/case_run.h"
-#include "simulation/case_writer.h"
 #include "tables/surroundings.h"
 #include "trxctl/commands.h"
-#include "trxctl/json.h"
+#include "trxctl/explore_output.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
 
-/// A case expects the rows of its run up to so many: longer lists are read by nobody.
-constexpr std::size_t kRowsShown = 100;
 constexpr std::size_t kMostNestLimit = 1000;
-constexpr std::size_t kStates = 2000000;
 constexpr std::size_t kMostStates = 1000000000;
-constexpr std::size_t kUnlimited = 0xffffffff;
-constexpr char kSubjectSeparator = '=';
-
-struct ExploreOptions {
-  std::vector<std::string> files;
-  std::string table;
-  std::vector<std::string> denied;
-  std::vector<std::string> allowed;
-  std::size_t most_calls = kUnlimited;
-  std::size_t most_wait_ms = kUnlimited;
-  std::size_t nest_limit = kTableNestLimit;
-  std::size_t most_states = kStates;
-  bool json = false;
-};
-
-/// True when one of `patterns`, each KIND or KIND=SUBJECT, is of the claim.
-bool isNamed(const std::vector<std::string>& patterns, const Claim& claim) {
-  const std::string kind = nameOf(claim.kind);
-  return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
-    return pattern == kind || pattern == kind + kSubjectSeparator + claim.subject;
-  });
-}
 
 std::string patternProblem(const std::string& pattern) {
   const std::string kind = pattern.substr(0, pattern.find(kSubjectSeparator));
@@ -54,137 +26,8 @@ std::string patternProblem(const std::string& pattern) {
              : "'" + kind + "' is no kind of claim" + didYouMean(kind, claimKinds());
 }
 
-/// The tables explored, and what came of them.
-struct Result {
-  Program program;
-  std::vector<Exploration> explorations;
-  std::vector<Claim> unreached;
-};
-
-class ExploreOutput {
- public:
-  ExploreOutput(const ExploreOptions& options, const Result& result)
-      : options_(options), result_(result) {}
-
-  /// Prints all claims, with their witnesses as cases.
-  int print() {
-    if (options_.json) {
-      json_.beginArray();
-    } else {
-      std::cout << tablesRow(options_.files);
-    }
-    for (const Exploration& exploration : result_.explorations) {
-      print(exploration);
-    }
-    if (options_.json) {
-      std::cout << json_.endArray().taken() << '\n';
-    }
-    return denied_ == 0 ? kExitOk : kExitFindings;
-  }
-
- private:
-  static constexpr int kIndent = 2;
-
-  std::string tableName(const Exploration& exploration) const {
-    return result_.program.tables[static_cast<std::size_t>(exploration.table)].flow->name;
-  }
-
-  void print(const Exploration& exploration) {
-    const bool is_last = &exploration == &result_.explorations.back();
-    if (options_.json) {
-      json_.beginObject().member("table", tableName(exploration));
-      json_.key("states").number(exploration.states);
-      json_.key("complete").boolean(exploration.is_complete);
-      printJson("calls", exploration.calls);
-      printJson("waitMs", exploration.wait_ms);
-      json_.key("claims").beginArray();
-    } else {
-      printSummary(exploration);
-    }
-    for (const Claim& claim : exploration.claims) {
-      printClaim(exploration, claim);
-    }
-    for (std::size_t i = 0; is_last && i < result_.unreached.size(); ++i) {
-      printClaim(exploration, result_.unreached[i]);
-    }
-    if (options_.json) {
-      json_.endArray().endObject();
-    }
-  }
-
-  void printSummary(const Exploration& exploration) const {
-    const bool ends =
-        std::none_of(exploration.claims.begin(), exploration.claims.end(),
-                     [](const Claim& claim) { return claim.kind == Claim::Kind::kEndless; });
-    std::cout << "\n# table " << tableName(exploration) << ": " << exploration.states << " states; "
-              << (ends ? "every run ends" : "a run need not end") << "; HAP calls "
-              << text(exploration.calls, "") << "; waits " << text(exploration.wait_ms, " ms")
-              << '\n';
-    if (!exploration.is_complete) {
-      std::cout << "# " << paint(Colour::kYellow, "left open")
-                << ": there are more states; what is said of all runs holds for these alone\n";
-    }
-  }
-
-  static std::string text(const Bounds& bounds, const std::string& unit) {
-    const std::string least = bounds.least ? std::to_string(*bounds.least) + unit : "-";
-    const std::string most = bounds.is_unbounded ? "any number"
-                             : bounds.most       ? std::to_string(*bounds.most) + unit
-                                                 : "-";
-    return least + " to " + most;
-  }
-
-  void printJson(const std::string& name, const Bounds& bounds) {
-    json_.key(name).beginObject();
-    if (bounds.least) {
-      json_.key("least").number(*bounds.least);
-    }
-    if (bounds.most) {
-      json_.key("most").number(*bounds.most);
-    }
-    json_.key("unbounded").boolean(bounds.is_unbounded).endObject();
-  }
-
-  bool isDenied(const Exploration& exploration, const Claim& claim) const {
-    const bool too_much = (claim.kind == Claim::Kind::kCalls &&
-                           exploration.calls.most.value_or(0) > options_.most_calls) ||
-                          (claim.kind == Claim::Kind::kWait &&
-                           exploration.wait_ms.most.value_or(0) > options_.most_wait_ms);
-    return (isNamed(options_.denied, claim) && !isNamed(options_.allowed, claim)) ||
-           (too_much && claim.subject == kMost);
-  }
-
-  void printClaim(const Exploration& exploration, const Claim& claim) {
-    const bool denied = isDenied(exploration, claim);
-    denied_ += denied ? 1 : 0;
-    std::string rows;
-    if (claim.witness) {
-      TableCase witness = witnessCase(result_.program, exploration.table, claim);
-      if (witness.rows->size() > kRowsShown) {
-        witness.rows.reset();
-      }
-      rows = caseRows(witness, tableNameOf(options_.files[0]));
-    }
-    if (options_.json) {
-      json_.beginObject().member("kind", nameOf(claim.kind)).member("subject", claim.subject);
-      json_.member("words", claim.words).key("denied").boolean(denied);
-      json_.member("case", rows).endObject();
-      return;
-    }
-    const std::string kind = nameOf(claim.kind);
-    std::cout << "\n# " << (denied ? paint(Colour::kRed, "error: " + kind) : kind) << ": "
-              << claim.words << '\n'
-              << rows;
-  }
-
-  const ExploreOptions& options_;
-  const Result& result_;
-  JsonWriter json_{kIndent};
-  std::size_t denied_ = 0;
-};
-
 /// Lets the engine run all witnesses. Throws when it runs one otherwise.
-void confirm(const Result& result, const ExploreOptions& options) {
+void confirm(const ExplorationResult& result, const ExploreOptions& options) {
   std::vector<std::pair<int, const Claim*>> claims;
   for (const Exploration& exploration : result.explorations) {
     for (const Claim& claim : exploration.claims) {
@@ -217,7 +60,7 @@ int exploreTables(const ExploreOptions& options) {
     return fail("the engine does not load the table " + *tables.refused.begin() +
                 "; trxctl check tells why");
   }
-  Result result;
+  ExplorationResult result;
   result.program = programOf(tables.flows);
   std::vector<int> entries = entriesOf(result.program);
   if (!options.table.empty()) {
@@ -233,7 +76,9 @@ int exploreTables(const ExploreOptions& options) {
   }
   result.unreached = unreachedRows(result.program, result.explorations);
   confirm(result, options);
-  return ExploreOutput(options, result).print();
+  const std::size_t denied =
+      options.json ? printExplorationJson(options, result) : printExploration(options, result);
+  return denied == 0 ? kExitOk : kExitFindings;
 }
 
 }  // namespace
@@ -267,9 +112,9 @@ void addExploreCommand(CommandLine& line) {
                                    false,
                                    patternProblem});
   command.number(options->most_calls, {"--most-calls", "More HAP calls are an error", "COUNT"}, 0,
-                 kUnlimited);
+                 ExploreOptions::kUnlimited);
   command.number(options->most_wait_ms, {"--most-wait", "Longer waiting is an error", "MS"}, 0,
-                 kUnlimited);
+                 ExploreOptions::kUnlimited);
   command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
                  0, kMostNestLimit);
   command.number(

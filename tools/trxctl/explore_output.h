@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+// Claims about all runs of tables, as a case file and as JSON.
+#ifndef KW_TRX_TOOLS_TRXCTL_EXPLORE_OUTPUT_H_
+#define KW_TRX_TOOLS_TRXCTL_EXPLORE_OUTPUT_H_
+
+#include <string>
+#include <vector>
+
+#include "exploration/claims.h"
+#include "simulation/simulator.h"
+
+namespace kw::trx::tools {
+
+/// Between the kind and the subject of a claim in an option.
+constexpr char kSubjectSeparator = '=';
+
+struct ExploreOptions {
+  static constexpr std::size_t kUnlimited = 0xffffffff;
+
+  std::vector<std::string> files;
+  std::string table;
+  std::vector<std::string> denied;
+  std::vector<std::string> allowed;
+  std::size_t most_calls = kUnlimited;
+  std::size_t most_wait_ms = kUnlimited;
+  std::size_t nest_limit = kTableNestLimit;
+  std::size_t most_states = 2000000;
+  bool json = false;
+};
+
+/// The tables explored, and what came of them.
+struct ExplorationResult {
+  Program program;
+  std::vector<Exploration> explorations;
+  std::vector<Claim> unreached;
+};
+
+/// Both print all claims, with their witnesses as cases, and return how many were denied.
+std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result);
+std::size_t printExplorationJson(const ExploreOptions& options, const ExplorationResult& result);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRXCTL_EXPLORE_OUTPUT_H_
