@@ -342,7 +342,8 @@ TEST_F(TraceToolTest, RequestsAreSummedUpAndChosen) {
   };
   const std::string first = "HAP_1 ok\n";
   const std::string failed = "PLAIN_Pass failed: HAP PLAIN_Pass: 0x20077, the pass is closed\n";
-  const std::string last = "HAP_2 its end is not in the ring\n";
+  const std::string last =
+      "HAP_2 its end is not in the ring, its last record: HAP HAP_2 is requested\n";
   const std::string process = std::to_string(getpid());
   const std::string other = std::to_string(getpid() + 1);
   const std::pair<std::string, std::string> cases[] = {

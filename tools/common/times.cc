@@ -21,9 +21,9 @@ std::uint64_t secondsIn(char unit) {
     case 'm':
       return 60;
     case 'h':
-      return 60 * 60;
+      return 3600;
     case 'd':
-      return 24 * 60 * 60;
+      return 86400;
     default:
       return 0;
   }

@@ -59,6 +59,12 @@ void addUnit(RequestSummary& summary, const std::string& unit) {
   }
 }
 
+/// True when an exception with this code only passes on the failure of a HAP inside of the one that
+/// threw.
+bool passesOn(const std::optional<RequestFailure>& inner, std::uint32_t code) {
+  return inner && (code == trx::kCodeHAPFailed || code == inner->code);
+}
+
 std::string rowText(const std::string& table, const std::string& row) {
   return "row " + (table.empty() ? "?" : table) + '/' + (row.empty() ? "?" : row);
 }
@@ -89,6 +95,7 @@ void RequestSummaries::take(const TraceRecord& record) {
   summary.request = place.request;
   summary.number = std::max(summary.number, place.number);
   summary.end_ns = std::max(summary.end_ns, record.time_ns);
+  running.last = record;
   note(running, record, place);
   if ((slice_ended_ && !isBegin(record)) || isEnd(record)) {
     close(running, false);
@@ -204,8 +211,7 @@ bool RequestSummaries::noteHAPFailure(Running& running, const TraceRecord& recor
       fail(trx::kCodeUnlock, ": " + describe(record));
       return true;
     case trx::kHAPExecThrew.id:
-      // One that only passes on the failure of a HAP inside of it adds nothing.
-      if (!running.pending) {
+      if (!passesOn(running.pending, wordOf(record, "code", 0))) {
         fail(wordOf(record, "code", 0), " threw an engine exception");
         running.pending->thrown = true;
       }
@@ -280,6 +286,9 @@ void RequestSummaries::close(Running& running, bool goes_on) {
     summary.failure = running.pending;
   } else if (summary.end == RequestEnd::kOpen && running.in_wait && goes_on) {
     summary.end = RequestEnd::kWaits;
+  } else if (summary.end == RequestEnd::kOpen) {
+    summary.last = (running.row.empty() ? "" : rowText(running.table, running.row) + ": ") +
+                   describe(running.last);
   }
   if (summary.end == RequestEnd::kFailed && !summary.failure) {
     summary.failure = running.kept;
@@ -324,7 +333,7 @@ std::string codeText(const RequestFailure& failure, const CodeMeaning& meaning) 
 std::string outcomeText(const RequestSummary& request, const CodeMeaning& meaning) {
   std::string text = nameOf(request.end);
   if (request.end == RequestEnd::kOpen) {
-    return "its end is not in the ring";
+    return "its end is not in the ring, its last record: " + request.last;
   }
   if (request.end == RequestEnd::kWaits) {
     return "waits at its requester";

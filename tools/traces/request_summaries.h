@@ -43,6 +43,7 @@ struct RequestSummary {
   bool more_units = false;         ///< there are others
   RequestEnd end = RequestEnd::kOpen;
   std::optional<RequestFailure> failure;
+  std::string last;      ///< what its last record says, when its end is not told
   std::string ended_by;  ///< the row that ended the table when it is not the one that failed
 };
 
@@ -71,6 +72,7 @@ class RequestSummaries {
     std::string table, row;                 ///< that runs
     std::optional<RequestFailure> pending;  ///< of a HAP; what comes of it is not known yet
     std::optional<RequestFailure> kept;     ///< the first one that STACK or a jump left behind
+    kw::platform::TraceRecord last;         ///< record
     bool in_wait = false;                   ///< nothing came behind a WAIT row
   };
 
