@@ -40,7 +40,7 @@ TEST(SimulationTest, CasesTellEveryDifferenceAndNoOther) {
   const Case cases[] = {
       // All of it as it is: the wait in decimal, NUMBER in hexadecimal.
       {"ROWS,1,2,3,4,sub/1,sub/2,sub/3,5,6,7,8\nEND,ok\nFIRST,none\nWAIT,20\n"
-       "CALLED,TST_A,1 2,on,1\nCALLED,TST_A,,,2\nNOTCALLED,9\n",
+       "CALLED,TST_A,1 2,on,1\nCALLED,TST_A,,,2\nNOTCALLED,again/2\n",
        ""},
       {"HAP,2,fail 20001 5\nROWS,1,2,3,4,sub/1,sub/2,sub/3,5,6,7,9,a\nEND,error,NOT_WELL\n"
        "FIRST,2\nWAIT,54\n",
@@ -131,6 +131,8 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
        "3 A 'HAPS' begins no row of a case file; did you mean HAP?"},
       {"CASE,a\nHAP,TST_C,ok\nEND,ok\n", "3 B no row calls a HAP 'TST_C'; did you mean TST_A?"},
       {"CASE,a\nHAP,b,ok\nEND,ok\n", "3 B no row of table main has the NUMBER b"},
+      {"CASE,a\nHAP,1,fail\nEND,ok\n",
+       "3 B row 1 of table main is a row of START, which calls no HAP"},
       {"CASE,a\nFIRST,sub/4\n",
        "3 B no row of table sub has the NUMBER 4|2 A the case expects nothing, not even an END"},
       {"CASE,a\nHAP,TST_A,ok 1\nEND,ok\n",

@@ -81,7 +81,7 @@ class CaseReader {
   void readNotCalled(const Cells& cells);
   void readWait(const Cells& cells);
 
-  CallPattern patternOf(const Cells& cells, unsigned int column) const;
+  CallPattern callPatternOf(const Cells& cells, unsigned int column) const;
   std::string rowOf(const Cells& cells, unsigned int column) const;
   TableCase& current() { return file_.cases.back(); }
 
@@ -187,7 +187,7 @@ void CaseReader::readUnits(const Cells& cells) {
 }
 
 void CaseReader::readOutcomes(const Cells& cells) {
-  OutcomeRule rule{patternOf(cells, 1), {}};
+  OutcomeRule rule{callPatternOf(cells, 1), {}};
   const auto again = static_cast<std::size_t>(
       std::find(cells.begin(), cells.end(), kOutcomesAgain) - cells.begin());
   if (again + 1 == cells.size()) {
@@ -278,7 +278,7 @@ void CaseReader::readCalled(const Cells& cells) {
   const auto cell = [&cells](std::size_t column) {
     return column < cells.size() ? cells[column] : std::string();
   };
-  ExpectedCall call{patternOf(cells, 1), cells[1], cell(2), cell(3), std::nullopt};
+  ExpectedCall call{callPatternOf(cells, 1), cells[1], cell(2), cell(3), std::nullopt};
   if (cells.size() > 4) {
     call.times = numberFrom(cells, 4);
   }
@@ -287,26 +287,31 @@ void CaseReader::readCalled(const Cells& cells) {
 
 void CaseReader::readNotCalled(const Cells& cells) {
   for (unsigned int column = 1; column < cells.size(); ++column) {
-    current().calls.push_back({patternOf(cells, column), cells[column], "", "", 0});
+    current().calls.push_back({callPatternOf(cells, column), cells[column], "", "", 0});
   }
 }
 
 void CaseReader::readWait(const Cells& cells) { current().wait_ms = numberFrom(cells, 1); }
 
-CallPattern CaseReader::patternOf(const Cells& cells, unsigned int column) const {
+CallPattern CaseReader::callPatternOf(const Cells& cells, unsigned int column) const {
   try {
-    return patternFrom(cells[column], file_.cases.back().table, tables());
+    return callPatternFrom(cells[column], file_.cases.back().table, tables());
   } catch (const std::invalid_argument& problem) {
     throw Refusal{column, problem.what()};
   }
 }
 
 std::string CaseReader::rowOf(const Cells& cells, unsigned int column) const {
-  const CallPattern pattern = patternOf(cells, column);
-  if (!pattern.number) {
-    throw Refusal{column, "'" + cells[column] + "' is not the NUMBER of a row"};
+  const std::string& table = file_.cases.back().table;
+  try {
+    const CallPattern pattern = patternFrom(cells[column], table, tables());
+    if (!pattern.number) {
+      throw Refusal{column, "'" + cells[column] + "' is not the NUMBER of a row"};
+    }
+    return rowText(pattern.table, *pattern.number, table);
+  } catch (const std::invalid_argument& problem) {
+    throw Refusal{column, problem.what()};
   }
-  return rowText(pattern.table, *pattern.number, file_.cases.back().table);
 }
 
 }  // namespace

@@ -24,13 +24,14 @@ std::vector<std::string> calledHAPs(const TableFlows& tables) {
   return {haps.begin(), haps.end()};
 }
 
-bool hasRow(const TableFlow& table, unsigned int number) {
+/// Null: the table has no such row.
+const FlowRow* findRow(const TableFlow& table, unsigned int number) {
   for (const FlowRow& row : table.rows) {
     if (row.number_value == number) {
-      return true;
+      return &row;
     }
   }
-  return false;
+  return nullptr;
 }
 
 [[noreturn]] void refuse(const std::string& words) { throw std::invalid_argument(words); }
@@ -44,7 +45,7 @@ CallPattern rowPattern(const std::string& table, unsigned int number, const Tabl
     }
     refuse("there is no table '" + table + "'" + didYouMean(table, names));
   }
-  if (!hasRow(found->second, number)) {
+  if (findRow(found->second, number) == nullptr) {
     refuse("no row of table " + table + " has the NUMBER " + hexText(number).substr(2));
   }
   return {"", table, number};
@@ -73,6 +74,19 @@ CallPattern patternFrom(const std::string& text, const std::string& table,
     refuse("no row calls a HAP '" + text + "'" + didYouMean(text, haps));
   }
   return rowPattern(in_table ? text.substr(0, separator) : table, *number, tables);
+}
+
+CallPattern callPatternFrom(const std::string& text, const std::string& table,
+                            const TableFlows& tables) {
+  const CallPattern pattern = patternFrom(text, table, tables);
+  if (pattern.number) {
+    const FlowRow& row = *findRow(tables.at(pattern.table), *pattern.number);
+    if (row.command != trx::kCommandHAP) {
+      refuse("row " + hexText(*pattern.number).substr(2) + " of table " + pattern.table +
+             " is a row of " + row.command + ", which calls no HAP");
+    }
+  }
+  return pattern;
 }
 
 OutcomePlan::OutcomePlan(const std::vector<OutcomeRule>& rules)

@@ -28,6 +28,10 @@ struct CallPattern {
 CallPattern patternFrom(const std::string& text, const std::string& table,
                         const TableFlows& tables);
 
+/// The same; throws also for a row that is no HAP row, so that nothing would come of it.
+CallPattern callPatternFrom(const std::string& text, const std::string& table,
+                            const TableFlows& tables);
+
 /// The outcome of the calls of `where` from the `first` to the `last`, counted from 1; with a
 /// `period`, of each so manieth of them alone.
 struct OutcomeRule {

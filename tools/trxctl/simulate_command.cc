@@ -55,7 +55,7 @@ OutcomeRule ruleFrom(const std::string& text, const std::string& what, const std
     rule.first = rule.last = static_cast<unsigned int>(std::stoul(nth));
     where.resize(call);
   }
-  rule.where = patternFrom(where, table, tables);
+  rule.where = callPatternFrom(where, table, tables);
   return rule;
 }
 
