@@ -40,11 +40,13 @@ std::size_t distanceOf(const std::string& a, const std::string& b, std::size_t m
 
 }  // namespace
 
-std::string hexText(unsigned long number) {
+std::string hexDigits(unsigned long number) {
   char digits[2 * sizeof(number)];
   const auto written = std::to_chars(std::begin(digits), std::end(digits), number, kHexBase);
-  return "0x" + std::string(digits, written.ptr);
+  return std::string(digits, written.ptr);
 }
+
+std::string hexText(unsigned long number) { return "0x" + hexDigits(number); }
 
 std::optional<std::uint32_t> hexNumber(const std::string& text) {
   const std::size_t begin = text.rfind("0x", 0) == 0 ? 2 : 0;

@@ -13,6 +13,9 @@ namespace kw::trx::tools {
 /// `number` as 0x and hexadecimal digits.
 std::string hexText(unsigned long number);
 
+/// The digits alone.
+std::string hexDigits(unsigned long number);
+
 /// The number that `text` writes in hexadecimal, 1 to 8 digits with or without 0x; none when it is
 /// anything else.
 std::optional<std::uint32_t> hexNumber(const std::string& text);

@@ -13,8 +13,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr int kSemNumber = 0;
-
 LockAction couldNot(const std::string& what) {
   const std::string reason = std::strerror(errno);
   return {false, "cannot " + what + ": " + reason};
@@ -42,8 +40,9 @@ std::string refusalOf(const LockState& state) {
 /// Sets the value from `value` to 1 in one operation; refused when it has another one by now.
 bool setFree(int id, int value) {
   const auto taken = static_cast<short>(-value);
-  sembuf operations[] = {
-      {kSemNumber, taken, IPC_NOWAIT}, {kSemNumber, 0, IPC_NOWAIT}, {kSemNumber, 1, IPC_NOWAIT}};
+  sembuf operations[] = {{kLockSemNumber, taken, IPC_NOWAIT},
+                         {kLockSemNumber, 0, IPC_NOWAIT},
+                         {kLockSemNumber, 1, IPC_NOWAIT}};
   return semop(id, operations, 3) == 0;
 }
 
@@ -89,7 +88,7 @@ LockAction removeLock(int key, bool force) {
   if (!refusal.empty() && !force) {
     return {false, refusal + "; --force removes it all the same"};
   }
-  if (semctl(state.id, kSemNumber, IPC_RMID) != 0) {
+  if (semctl(state.id, kLockSemNumber, IPC_RMID) != 0) {
     return couldNot("remove it");
   }
   return {true, "removed it" + (refusal.empty() ? "" : ", though " + refusal) +

@@ -14,7 +14,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr int kSemNumber = 0;
 constexpr int kUsersPermissions = 0660;  ///< those that a user of the semaphore asks for
 constexpr int kLooksMost = 10;
 
@@ -84,7 +83,7 @@ bool readState(LockState& state) {
   semid_ds about{};
   SemctlArgument argument{};
   argument.buf = &about;
-  if (semctl(state.id, kSemNumber, IPC_STAT, argument) < 0) {
+  if (semctl(state.id, kLockSemNumber, IPC_STAT, argument) < 0) {
     return errno == EACCES ? false : (failAt("cannot look at the semaphore"), false);
   }
   state.uid = about.sem_perm.uid;
@@ -92,9 +91,9 @@ bool readState(LockState& state) {
   state.mode = about.sem_perm.mode & 0777;
   state.used = static_cast<std::int64_t>(about.sem_otime);
   state.changed = static_cast<std::int64_t>(about.sem_ctime);
-  state.value = semctl(state.id, kSemNumber, GETVAL);
-  state.waiting = semctl(state.id, kSemNumber, GETNCNT);
-  state.process = semctl(state.id, kSemNumber, GETPID);
+  state.value = semctl(state.id, kLockSemNumber, GETVAL);
+  state.waiting = semctl(state.id, kLockSemNumber, GETNCNT);
+  state.process = semctl(state.id, kLockSemNumber, GETPID);
   if (state.value < 0 || state.waiting < 0 || state.process < 0) {
     failAt("cannot look at the semaphore");
   }

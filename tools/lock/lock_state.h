@@ -12,6 +12,9 @@
 
 namespace kw::trx::tools {
 
+/// The one semaphore of the set that the engine uses.
+constexpr int kLockSemNumber = 0;
+
 enum class LockCondition {
   kFree,
   kHeld,

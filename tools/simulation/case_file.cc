@@ -228,11 +228,10 @@ void CaseReader::warnOfCode(const CallPattern& where, const HAPOutcome& outcome,
   if (found != descriptions_.end() && found->second.errors.count(outcome.code) == 0) {
     std::vector<std::string> codes;
     for (const auto& [code, about] : found->second.errors) {
-      codes.push_back(hexText(code).substr(2));
+      codes.push_back(hexDigits(code));
     }
     file_.warnings.push_back({false, lines_.lineOf(row_, column), columnTitle(column, false),
-                              hap + " does not record the error " +
-                                  hexText(outcome.code).substr(2) +
+                              hap + " does not record the error " + hexDigits(outcome.code) +
                                   (codes.empty() ? "" : ", but " + listed(codes))});
   }
 }
@@ -317,7 +316,7 @@ std::string CaseReader::rowOf(const Cells& cells, unsigned int column) const {
 }  // namespace
 
 std::string rowText(const std::string& table, unsigned int number, const std::string& case_table) {
-  return (table == case_table ? "" : table + "/") + hexText(number).substr(2);
+  return (table == case_table ? "" : table + "/") + hexDigits(number);
 }
 
 bool isCaseFile(const std::string& file) {

@@ -12,8 +12,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-std::string digitsOf(unsigned int number) { return hexText(number).substr(2); }
-
 void compareRows(const TableCase& expected, const SimulatedRun& run, Lines& differences) {
   Lines rows;
   const bool never_ends = expected.end && expected.end->kind == ExpectedEnd::Kind::kNever;
@@ -51,7 +49,7 @@ std::string endText(const ExpectedEnd& end) {
     case ExpectedEnd::Kind::kException:
       break;
   }
-  return kEndException + (end.code ? " " + digitsOf(*end.code) : "");
+  return kEndException + (end.code ? " " + hexDigits(*end.code) : "");
 }
 
 bool isEndOf(const ExpectedEnd& end, const SimulatedRun& run) {

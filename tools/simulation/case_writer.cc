@@ -65,7 +65,7 @@ std::string endRow(const ExpectedEnd& end) {
     case ExpectedEnd::Kind::kException:
       break;
   }
-  return end.code ? row(kCaseEnd, {kEndException, hexText(*end.code).substr(2)})
+  return end.code ? row(kCaseEnd, {kEndException, hexDigits(*end.code)})
                   : row(kCaseEnd, {kEndException});
 }
 

@@ -14,8 +14,6 @@ constexpr char kFail[] = "fail";
 constexpr char kThrow[] = "throw";
 constexpr std::size_t kDetailMax = std::size(trx::HAP_ERR_T{}.detail);
 
-std::string digitsOf(unsigned int number) { return hexText(number).substr(2); }
-
 }  // namespace
 
 std::optional<HAPOutcome> outcomeFrom(const std::string& text) {
@@ -51,10 +49,10 @@ std::string textOf(const HAPOutcome& outcome) {
   }
   std::string text = outcome.kind == HAPOutcome::Kind::kFailure ? kFail : kThrow;
   if (outcome.code != 0) {
-    text += " " + digitsOf(outcome.code);
+    text += " " + hexDigits(outcome.code);
   }
   for (const unsigned int word : outcome.detail) {
-    text += " " + digitsOf(word);
+    text += " " + hexDigits(word);
   }
   return text;
 }

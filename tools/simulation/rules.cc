@@ -46,7 +46,7 @@ CallPattern rowPattern(const std::string& table, unsigned int number, const Tabl
     refuse("there is no table '" + table + "'" + didYouMean(table, names));
   }
   if (findRow(found->second, number) == nullptr) {
-    refuse("no row of table " + table + " has the NUMBER " + hexText(number).substr(2));
+    refuse("no row of table " + table + " has the NUMBER " + hexDigits(number));
   }
   return {"", table, number};
 }
@@ -82,8 +82,8 @@ CallPattern callPatternFrom(const std::string& text, const std::string& table,
   if (pattern.number) {
     const FlowRow& row = *findRow(tables.at(pattern.table), *pattern.number);
     if (row.command != trx::kCommandHAP) {
-      refuse("row " + hexText(*pattern.number).substr(2) + " of table " + pattern.table +
-             " is a row of " + row.command + ", which calls no HAP");
+      refuse("row " + hexDigits(*pattern.number) + " of table " + pattern.table + " is a row of " +
+             row.command + ", which calls no HAP");
     }
   }
   return pattern;

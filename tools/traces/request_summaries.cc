@@ -164,7 +164,7 @@ bool RequestSummaries::noteRow(Running& running, const TraceRecord& record,
       return false;
   }
   running.table = innermost(place, Slice::Kind::kTable);
-  running.row = hexText(wordOf(record, "number", 0)).substr(2);
+  running.row = hexDigits(wordOf(record, "number", 0));
   running.pending.reset();
   running.in_wait = record.id == trx::kCmdWait.id;
   if (record.id == trx::kCmdEndMessage.id) {

@@ -19,8 +19,8 @@ void printDescription(const HAPDescription& hap) {
   std::cout << (hap.about.empty() ? "" : "      " + hap.about + '\n');
   for (const auto& [word, para] : hap.paras) {
     std::cout << "      PARA word " << word << ": " << withUnit(para.name, para.unit) << ", "
-              << para.least << " to " << para.most << " (" << hexText(para.least).substr(2)
-              << " to " << hexText(para.most).substr(2) << ")\n";
+              << para.least << " to " << para.most << " (" << hexDigits(para.least) << " to "
+              << hexDigits(para.most) << ")\n";
   }
   for (const auto& [mode, about] : hap.modes) {
     std::cout << "      MODE " << (mode.empty() ? "empty" : mode) << ": " << about << '\n';
