@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+// What is tried of tables without modules, and what HAPs say of themselves.
+#include <gtest/gtest.h>
+
+#include "command_fixture.h"
+
+namespace kw::trx::testing {
+namespace {
+
+TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
+  EXPECT_EQ(replaced(run("modules --describe '" MODULE_PLAIN "'"), MODULE_PLAIN, "FILE"),
+            "FILE: key PLAIN, would load\n"
+            "  PLAIN_Pass\n"
+            "      Says \"yes\", or throws what para[0] says\n"
+            "      PARA word 0: code, 16 to 256 (10 to 100)\n"
+            "      MODE empty: always\n"
+            "      MODE fast: at once\n"
+            "      result word 0: time, ms\n"
+            "      error 0x20077: the pass is closed\n"
+            "  describes PLAIN_Gone, which it does not export\n= 0\n");
+  dir.write("trx.conf",
+            "hapmodule.number=1\nhapmodule.file.0=" MODULE_PLAIN "\nhaptable.number=0\n");
+  EXPECT_EQ(run("explain 20077 --root " + dir.path()),
+            "0x20077 as an error of the HAP PLAIN_Pass\n  means:  the pass is closed\n= 0\n");
+  writeTable("a.csv",
+             ",1,START\n,2,HAP,PLAIN_Pass,fast,,100\n,3,HAP,PLAIN_Pass,quick,,f\n"
+             ",4,HAP,PLAIN_Pass\n,5,HAP,PLAIN_Pass,,,10 10\n,6,END\n");
+  dir.write(
+      "a.cases.csv",
+      "TABLES,a.csv\nCASE,one\nHAP,2,fail 20077,fail 20078\nHAP,PLAIN_Pass,fail 1\nEND,error\n");
+  EXPECT_EQ(
+      run("check a.csv a.cases.csv --root " + dir.path()),
+      "a.csv:5 (E, MODE): warning: PLAIN_Pass has no mode 'quick', but an empty one and fast\n"
+      "a.csv:5 (G, PARA): warning: the code f is 15, and PLAIN_Pass takes 16 to 256\n"
+      "a.csv:6 (G, PARA): warning: PLAIN_Pass takes 1 word, not 0: code\n"
+      "a.csv:7 (G, PARA): warning: PLAIN_Pass takes 1 word, not 2: code\n"
+      "a.cases.csv:3 (D): warning: PLAIN_Pass does not record the error 20078, but 20077\n"
+      "a.cases.csv:4 (C): warning: PLAIN_Pass does not record the error 1, but 20077\n= 0\n");
+}
+
+TEST_F(CommandTest, SimulationStopsAndAsks) {
+  dir.write("keys", "f 20003\nx\n\nc\n");
+  dir.write("quit", "q\n");
+  const std::string tables =
+      "simulate '" EXAMPLE_TABLES "/selftest.csv' '" EXAMPLE_TABLES "/rails.csv' ";
+  EXPECT_EQ(
+      run(tables + "--break rails/3 <keys | sed 's/^  *0.[01]00 s  //'"),
+      "selftest        1  START\nselftest        2  HAP FAN_SetSpeed\n"
+      "selftest        3  TABLE rails\nrails           1  START\n"
+      "rails           2  HAP ADC_Expect\nrails           3  HAP ADC_Calibrate\n"
+      "  at selftest/3 > rails/3; a failure is kept for CHECK: no; first failing row: none\n"
+      "step> f 20003\nthe next HAP: fail 20003\n"
+      "step> x\nEnter: the next row; c: the next break, or the end; for the next HAP o: succeed,\n"
+      "f [CODE [WORD...]]: fail, t [CODE]: throw; q: stop the run\n"
+      "step> \n             failed, which is ignored\nrails           4  END\n"
+      "  at selftest/3 > rails/4; a failure is kept for CHECK: no; first failing row: none\n"
+      "step> c\nselftest        4  WAIT 100 ms\nselftest        5  HAP ADC_Expect\n"
+      "selftest        6  CHECK\nselftest        7  END\n"
+      "table selftest succeeded; waits of 100 ms, not waited\n= 0\n");
+  const std::string stopped = run(tables + "--fail 5 --break switch-off <quit");
+  EXPECT_NE(stopped.find("  at selftest/8; a failure is kept for CHECK: yes; first failing row: "
+                         "selftest/5\nstep> q\ntable selftest did not end: stopped\n"),
+            std::string::npos)
+      << stopped;
+  EXPECT_EQ(run(tables + "--break nowhere"), "! trxctl: no row calls a HAP 'nowhere'\n= 2\n");
+  EXPECT_EQ(run("simulate --case '" EXAMPLE_TABLES "/selftest.cases.csv' --name 'fan too slow' | "
+                "tail -1"),
+            "  message of the table: SELFTEST_FAILED\n= 0\n");
+}
+
+TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
+  const struct {
+    const char* options;
+    const char* status;
+  } cases[] = {{"", "= 0\n"},
+               {"--deny endless --deny message=OTHER", "= 0\n"},
+               {"--deny swallowed --allow swallowed=2", "= 1\n"},
+               {"--deny swallowed --allow swallowed=2 --allow swallowed=rails/3", "= 0\n"},
+               {"--deny message=SELFTEST_FAILED --json", "= 1\n"},
+               {"--most-calls 4", "= 1\n"},
+               {"--most-wait 100 --table selftest", "= 0\n"}};
+  const std::string tables = " '" EXAMPLE_TABLES "/selftest.csv' '" EXAMPLE_TABLES "/rails.csv' ";
+  for (const auto& [options, status] : cases) {
+    const std::string printed = run("explore" + tables + options);
+    const std::size_t end = printed.rfind("= ");
+    EXPECT_EQ(printed.substr(end), status) << options;
+    dir.write(std::string(options).empty() ? "all.cases.csv" : "other", printed.substr(0, end));
+  }
+  const std::string tested = run("test all.cases.csv");
+  EXPECT_NE(tested.find("\n7 of 7 cases passed\n= 0\n"), std::string::npos) << tested;
+  EXPECT_EQ(run("explore" + tables + "--table rail"),
+            "! trxctl: there is no table 'rail' in the files; did you mean rails?\n= 2\n");
+  EXPECT_EQ(run("explore" + tables + "--deny swalowed"),
+            "! trxctl: --deny: 'swalowed' is no kind of claim; did you mean swallowed?\n"
+            "! Run with --help for more information.\n= 2\n");
+}
+
+}  // namespace
+}  // namespace kw::trx::testing
