@@ -9,8 +9,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::uint64_t kNanosPerSecond = 1000000000;
-constexpr std::uint64_t kNanosPerMicro = 1000;
 constexpr std::size_t kDateLength = 10;
 constexpr std::size_t kFractionDigits = 9;
 

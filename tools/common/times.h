@@ -9,6 +9,9 @@
 
 namespace kw::trx::tools {
 
+constexpr std::uint64_t kNanosPerSecond = 1000000000;
+constexpr std::uint64_t kNanosPerMicro = 1000;
+
 /// Local date, time and zone of `seconds` since 1970, such as 2026-11-23 10:24:03+0100.
 std::string localTimeText(std::int64_t seconds);
 

@@ -53,7 +53,9 @@ int examineMachine(const DoctorOptions& options) {
   if (options.json) {
     printJson(found);
   } else {
-    std::for_each(found.begin(), found.end(), print);
+    for (const Diagnosis& one : found) {
+      print(one);
+    }
   }
   const auto has = [&found](Diagnosis::Verdict verdict) {
     return std::any_of(found.begin(), found.end(),

@@ -31,7 +31,7 @@ struct LockOptions {
   bool force = false, watch = false, json = false;
 };
 
-std::atomic<bool> interrupted{false};
+std::atomic<bool> watch_ends{false};
 
 std::string named(std::uint32_t id, const char* name) {
   return std::to_string(id) + (name == nullptr ? "" : " (" + std::string(name) + ")");
@@ -145,13 +145,13 @@ bool waitForMore() {
 
 /// A line at each change, until interrupted.
 int watchLock(bool json) {
-  static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
+  static_cast<void>(std::signal(SIGINT, [](int) { watch_ends = true; }));
   const auto shown = [](const LockState& state) {
     return std::make_tuple(state.condition, state.id, state.value, state.waiting, state.process);
   };
   LockState last = lookAtLock(kKey);
   json ? writeJson(last, true) : printLine(last);
-  while (!interrupted && waitForMore()) {
+  while (!watch_ends && waitForMore()) {
     const LockState now = lookAtLock(kKey);
     if (shown(now) != shown(last)) {
       json ? writeJson(now, true) : printLine(now);

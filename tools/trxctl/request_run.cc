@@ -34,7 +34,7 @@ void stopEngine(int number) {
       "\ntrxctl: interrupted; stops before the next row, and at once when interrupted again\n";
   interrupted_engine->setStopFlag(true);
   static_cast<void>(std::signal(number, SIG_DFL));
-  static_cast<void>(!write(STDERR_FILENO, notice, sizeof(notice) - 1));
+  static_cast<void>(!::write(STDERR_FILENO, notice, sizeof(notice) - 1));
 }
 
 /// Ends the process: the HAP ends the thread that it lives in.

@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "common/text.h"
+#include "common/times.h"
 #include "traces/record_words.h"
 #include "trxctl/command_line.h"
 #include "trxctl/json.h"
@@ -17,7 +18,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::uint64_t kNanosPerMicro = 1000;
 constexpr const char* kKinds[] = {"request", "table", "hap"};
 
 /// `time_ns` in microseconds, which is the unit of a timeline.

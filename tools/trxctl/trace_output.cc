@@ -7,6 +7,7 @@
 
 #include "common/characters.h"
 #include "common/text.h"
+#include "common/times.h"
 #include "traces/catalogue.h"
 #include "traces/record_words.h"
 #include "traces/selection.h"
@@ -18,8 +19,6 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr std::uint64_t kNanosPerSecond = 1000000000;
-constexpr std::uint64_t kNanosPerMicro = 1000;
 constexpr std::size_t kBlockBytes = 65536;
 constexpr std::size_t kMicroDigits = 6;
 constexpr std::size_t kIdDigits = 8;
