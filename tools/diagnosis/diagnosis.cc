@@ -100,6 +100,7 @@ class Examiner {
   void examineTables() {
     const std::vector<std::string>& files = trx::TRXConfig::getInstance().getTableFiles();
     std::vector<std::string> tables;
+    tables.reserve(files.size());
     for (const std::string& file : files) {
       tables.push_back(absolutePath("/" + file));
     }

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 /// What the stand-in writes for each record.
 constexpr std::uint64_t kRecordBytes = 128;
-constexpr std::uint64_t kMegabyte = 1024 * 1024;
+constexpr std::uint64_t kMegabyte = std::uint64_t{1024} * 1024;
 
 }  // namespace
 
