@@ -78,7 +78,7 @@ CallPattern patternFrom(const std::string& text, const std::string& table,
 
 CallPattern callPatternFrom(const std::string& text, const std::string& table,
                             const TableFlows& tables) {
-  const CallPattern pattern = patternFrom(text, table, tables);
+  CallPattern pattern = patternFrom(text, table, tables);
   if (pattern.number) {
     const FlowRow& row = *findRow(tables.at(pattern.table), *pattern.number);
     if (row.command != trx::kCommandHAP) {

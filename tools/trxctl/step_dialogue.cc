@@ -136,7 +136,7 @@ bool StepDialogue::obey(const std::string& answer) {
 }
 
 std::optional<HAPOutcome> StepDialogue::chosen() {
-  const std::optional<HAPOutcome> outcome = next_;
+  std::optional<HAPOutcome> outcome = next_;
   next_.reset();
   return outcome;
 }
