@@ -118,7 +118,7 @@ Coverage readCoverage(const std::string& path) {
     } else if (file != nullptr && kind == "BRDA" && fields.size() > 3 && numberIn(fields, 2) < 2) {
       auto& branches = (*file)[line].branches;
       branches = branches.value_or(std::array<std::uint64_t, 2>{});
-      (*branches)[numberIn(fields, 2)] += numberIn(fields, 3);
+      (*branches)[static_cast<std::size_t>(numberIn(fields, 2))] += numberIn(fields, 3);
     }
   }
   if (coverage.empty()) {
