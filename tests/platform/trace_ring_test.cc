@@ -290,8 +290,8 @@ TEST_F(TraceRingTest, ChangedTimeOrWriterIsDoubtfulAndTheOrderStays) {
     expected += std::to_string(id) + (id == 1 || id == 2 ? "! " : " ");
   }
   const auto bodyOf = [&](std::uint64_t slot) {  // the records fill the lanes one after the other
-    return file::slotsOffset(kShape) + slot * sizeof(file::SlotCopy) +
-           offsetof(file::SlotCopy, body);
+    return static_cast<std::size_t>(file::slotsOffset(kShape) + slot * sizeof(file::SlotCopy) +
+                                    offsetof(file::SlotCopy, body));
   };
   patch(bodyOf(1) + offsetof(file::Body, time_ns), std::uint64_t{1} << 63);
   patch(bodyOf(2) + offsetof(file::Body, process_id), 0x100000001);
