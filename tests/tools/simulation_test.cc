@@ -97,7 +97,7 @@ TEST(SimulationTest, RunThatNeverEndsIsStopped) {
 TEST(SimulationTest, ProcessesGiveResultsInOrderAndTellHowOneEnded) {
   const std::vector<tools::Texts> results = tools::inProcesses(7, 3, [](std::size_t number) {
     if (number == 3) std::raise(SIGKILL);
-    if (number == 6) throw std::runtime_error("on purpose");
+    if (number == 4) throw std::runtime_error("on purpose");
     return tools::Texts(number, std::to_string(number));
   });
   std::string text;
@@ -106,8 +106,8 @@ TEST(SimulationTest, ProcessesGiveResultsInOrderAndTellHowOneEnded) {
     text += '|';
   }
   EXPECT_EQ(text,
-            "|1 |2 2 |its process ended by the signal Killed |4 4 4 4 |5 5 5 5 5 "
-            "|its process ended with the status 1 |");
+            "|1 |2 2 |its process ended by the signal Killed |its process ended with the status 1 "
+            "|5 5 5 5 5 |its process ended by the signal Killed |");
 }
 
 TEST(SimulationTest, EveryWrongCellIsNamed) {

@@ -29,7 +29,7 @@ using Work = std::function<Texts(std::size_t number)>;
 struct Worker {
   pid_t process;
   File results;
-  std::size_t first, last;  ///< of its numbers
+  std::vector<std::size_t> numbers;  ///< that it works on, in this order
 };
 
 void writeText(std::FILE* out, const std::string& text) {
@@ -62,11 +62,12 @@ std::optional<Texts> readTexts(std::FILE* in) {
 }
 
 /// Ends without what the parent has to do at its end.
-[[noreturn]] void runWorker(const Worker& worker, int descriptor, const Work& work) {
+[[noreturn]] void runWorker(const std::vector<std::size_t>& numbers, int descriptor,
+                            const Work& work) {
   int status = 0;
   try {
     const File out(fdopen(descriptor, "w"));
-    for (std::size_t number = worker.first; number < worker.last; ++number) {
+    for (const std::size_t number : numbers) {
       const Texts texts = work(number);
       writeText(out.get(), std::to_string(texts.size()));
       for (const std::string& text : texts) {
@@ -81,15 +82,15 @@ std::optional<Texts> readTexts(std::FILE* in) {
   _exit(status);
 }
 
-Worker start(std::size_t first, std::size_t last, const Work& work) {
+Worker start(const std::vector<std::size_t>& numbers, const Work& work) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) {
     throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
   }
-  Worker worker{fork(), File(fdopen(ends[0], "r")), first, last};
+  Worker worker{fork(), File(fdopen(ends[0], "r")), numbers};
   if (worker.process == 0) {
     worker.results.reset();
-    runWorker(worker, ends[1], work);
+    runWorker(numbers, ends[1], work);
   }
   close(ends[1]);
   if (worker.process < 0) {
@@ -113,22 +114,26 @@ std::vector<Texts> inProcesses(std::size_t count, std::size_t jobs, const Work& 
   std::fflush(nullptr);  // or the children would write it again
   std::vector<Worker> workers;
   for (std::size_t job = 0; job < jobs; ++job) {
-    workers.push_back(start(count * job / jobs, count * (job + 1) / jobs, work));
+    std::vector<std::size_t> numbers;  // of long and short work alike
+    for (std::size_t number = job; number < count; number += jobs) {
+      numbers.push_back(number);
+    }
+    workers.push_back(start(numbers, work));
   }
   std::vector<Texts> results(count);
   for (Worker& worker : workers) {
-    std::size_t done = worker.first;
-    for (; done < worker.last; ++done) {
+    std::size_t done = 0;
+    for (; done < worker.numbers.size(); ++done) {
       const std::optional<Texts> texts = readTexts(worker.results.get());
       if (!texts) {
         break;
       }
-      results[done] = *texts;
+      results[worker.numbers[done]] = *texts;
     }
     int status = 0;
     waitpid(worker.process, &status, 0);
-    for (; done < worker.last; ++done) {
-      results[done] = {endOf(status)};
+    for (; done < worker.numbers.size(); ++done) {
+      results[worker.numbers[done]] = {endOf(status)};
     }
   }
   return results;
