@@ -7,41 +7,6 @@
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
-namespace {
-
-/// The command of the row that begins with a record; null: none does.
-const char* commandOf(const kw::platform::TraceRecord& record) {
-  switch (record.id) {
-    case trx::kCmdStart.id:
-      return trx::kCommandStart;
-    case trx::kCmdHAP.id:
-      return trx::kCommandHAP;
-    case trx::kCmdCheck.id:
-      return trx::kCommandCheck;
-    case trx::kCmdWait.id:
-      return trx::kCommandWait;
-    case trx::kCmdTable.id:
-      return trx::kCommandTable;
-    case trx::kCmdEnd.id:
-    case trx::kCmdEndMessage.id:
-      return trx::kCommandEnd;
-    default:
-      return nullptr;
-  }
-}
-
-/// The innermost table that runs; empty when none is known.
-std::string tableAt(const SliceTracker::Place& place) {
-  std::string table;
-  for (std::size_t i = 0; place.slices && i < place.slices->size(); ++i) {
-    const Slice& slice = (*place.slices)[i];
-    table = slice.kind == Slice::Kind::kTable ? slice.name : table;
-  }
-  return table;
-}
-
-}  // namespace
-
 RowCounter::RowCounter(const TableFlows& tables) : tracker_([](const Slice& /*ended*/) {}) {
   for (const auto& [name, flow] : tables) {
     Table& table = tables_[name];
@@ -55,7 +20,7 @@ RowCounter::RowCounter(const TableFlows& tables) : tracker_([](const Slice& /*en
 void RowCounter::take(const kw::platform::TraceRecord& record) {
   const SliceTracker::Place place = tracker_.take(record);
   Pending& pending = threads_[{record.process_id, record.thread_id}];
-  if (commandOf(record) != nullptr) {
+  if (rowCommandOf(record) != nullptr) {
     settle(pending);
     begin(pending, record, place);
   } else if (record.id == trx::kDriverErrorEnd.id || record.id == trx::kDriverStopped.id) {
@@ -68,11 +33,12 @@ void RowCounter::take(const kw::platform::TraceRecord& record) {
 void RowCounter::begin(Pending& pending, const kw::platform::TraceRecord& record,
                        const SliceTracker::Place& place) {
   pending = Pending();
-  const std::string name = tableAt(place);
+  const Slice* const running = innermost(place, Slice::Kind::kTable);
+  const std::string name = running == nullptr ? std::string() : running->name;
   const auto table = tables_.find(name);
   if (table != tables_.end()) {
     const auto row = table->second.rows.find(wordOf(record, "number", 0));
-    if (row != table->second.rows.end() && row->second->command == commandOf(record)) {
+    if (row != table->second.rows.end() && row->second->command == rowCommandOf(record)) {
       LineCoverage& line = (*table->second.file)[lineOf(*row->second)];
       ++line.runs;
       pending = {row->second, &line, false};

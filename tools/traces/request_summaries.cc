@@ -38,13 +38,9 @@ bool isBehindRequests(const TraceRecord& record) {
   return record.id == trx::kTrxLoadEntered.id || record.id == trx::kTrxSetAPI.id;
 }
 
-std::string innermost(const SliceTracker::Place& place, Slice::Kind kind) {
-  std::string name;
-  for (std::size_t i = 0; place.slices && i < place.slices->size(); ++i) {
-    const Slice& slice = (*place.slices)[i];
-    name = slice.kind == kind ? slice.name : name;
-  }
-  return name;
+std::string nameAt(const SliceTracker::Place& place, Slice::Kind kind) {
+  const Slice* const slice = innermost(place, kind);
+  return slice == nullptr ? std::string() : slice->name;
 }
 
 void addUnit(RequestSummary& summary, const std::string& unit) {
@@ -148,26 +144,15 @@ bool RequestSummaries::noteName(RequestSummary& summary, const TraceRecord& reco
 /// A row begins. A failure that nobody took up was ignored then.
 bool RequestSummaries::noteRow(Running& running, const TraceRecord& record,
                                const SliceTracker::Place& place) {
-  switch (record.id) {
-    case trx::kCmdStart.id:
-    case trx::kCmdCheck.id:
-    case trx::kCmdWait.id:
-    case trx::kCmdHAP.id:
-    case trx::kCmdTable.id:
-    case trx::kCmdEnd.id:
-      break;
-    case trx::kCmdEndMessage.id:
-      running.summary.end = RequestEnd::kFailed;
-      break;
-    default:
-      running.in_wait = false;
-      return false;
+  running.in_wait = record.id == trx::kCmdWait.id;
+  if (rowCommandOf(record) == nullptr) {
+    return false;
   }
-  running.table = innermost(place, Slice::Kind::kTable);
+  running.table = nameAt(place, Slice::Kind::kTable);
   running.row = hexDigits(wordOf(record, "number", 0));
   running.pending.reset();
-  running.in_wait = record.id == trx::kCmdWait.id;
   if (record.id == trx::kCmdEndMessage.id) {
+    running.summary.end = RequestEnd::kFailed;
     running.summary.ended_by = rowText(running.table, running.row) + ", an END with a message";
   } else if (record.id == trx::kCmdEnd.id && slice_ended_) {
     running.summary.end = RequestEnd::kOk;
@@ -178,7 +163,7 @@ bool RequestSummaries::noteRow(Running& running, const TraceRecord& record,
 /// A HAP has failed: of nested ones each tells so, the outermost last.
 bool RequestSummaries::noteHAPFailure(Running& running, const TraceRecord& record,
                                       const SliceTracker::Place& place) {
-  const std::string hap = innermost(place, Slice::Kind::kHAP);
+  const std::string hap = nameAt(place, Slice::Kind::kHAP);
   const auto fail = [&](std::uint32_t code, const std::string& event) {
     running.pending = RequestFailure{
         running.table, running.row, hap, code, false, "HAP " + (hap.empty() ? "?" : hap) + event};

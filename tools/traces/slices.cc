@@ -2,8 +2,11 @@
 #include "traces/slices.h"
 
 #include <algorithm>
+#include <cstring>
 
+#include "kw/trx/errors.h"
 #include "traces/record_words.h"
+#include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -18,6 +21,11 @@ std::uint32_t ownRequestOf(const kw::platform::TraceRecord& record) {
 }
 
 constexpr char kRequestWord[] = "request";
+constexpr char kCodeWord[] = "code";
+
+bool isRowOf(const Slice& slice, const char* command) {
+  return slice.kind == Slice::Kind::kRow && std::strcmp(slice.command, command) == 0;
+}
 
 }  // namespace
 
@@ -29,6 +37,10 @@ SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) 
   thread.last_ns = std::max(thread.last_ns, record.time_ns);
   countRequest(thread, record);
   Place place = placeOf(thread, record);
+  if (!thread.open.empty()) {
+    noteLock(thread, record);
+    noteFailure(thread, record);
+  }
   end(thread, record);
   return place;
 }
@@ -55,7 +67,7 @@ SliceTracker::Place SliceTracker::placeOf(Thread& thread, const kw::platform::Tr
 
 void SliceTracker::finish() {
   for (auto& thread : threads_) {
-    closeAll(thread.second);
+    closeAll(thread.second, false);
   }
 }
 
@@ -63,13 +75,13 @@ void SliceTracker::finish() {
 void SliceTracker::begin(Thread& thread, const kw::platform::TraceRecord& record) {
   switch (record.id) {
     case trx::kTrxHAPName.id:
-      closeAll(thread);
+      closeAll(thread, false);
       thread.number = 0;
       thread.request = ownRequestOf(record);
       open(thread, record, Slice::Kind::kRequest, "HAP " + textOf(record));
       return open(thread, record, Slice::Kind::kHAP, textOf(record));
     case trx::kTrxTableAdmitted.id:
-      closeAll(thread);
+      closeAll(thread, false);
       thread.number = 0;
       thread.request = wordOf(record, kRequestWord, 0);
       return open(thread, record, Slice::Kind::kRequest, "table");
@@ -92,20 +104,14 @@ void SliceTracker::begin(Thread& thread, const kw::platform::TraceRecord& record
     case trx::kDriverResume.id:
       return resume(thread, record);
     case trx::kHAPExecNested.id:
-      return open(thread, record, Slice::Kind::kHAP, textOf(record));
-    case trx::kCmdStart.id:
-    case trx::kCmdCheck.id:
-    case trx::kCmdWait.id:
-    case trx::kCmdHAP.id:
-    case trx::kCmdTable.id:
-    case trx::kCmdEnd.id:
-    case trx::kCmdEndMessage.id:
-      return closeHAPsOfRow(thread);
+      return openHAP(thread, record);
     case trx::kCmdTableName.id:
-      return textOf(record).empty() ? void()
-                                    : open(thread, record, Slice::Kind::kTable, textOf(record));
+      return openCalledTable(thread, record);
     default:
-      return;
+      if (const char* const command = rowCommandOf(record)) {
+        closeRow(thread);
+        openRow(thread, record, command);
+      }
   }
 }
 
@@ -132,44 +138,223 @@ void SliceTracker::end(Thread& thread, const kw::platform::TraceRecord& record) 
     case trx::kDriverStopped.id:
     case trx::kDriverErrorEnd.id:
       thread.error_end = true;
-      return closeAll(thread);
+      return closeAll(thread, true);
     case trx::kTrxHAPDone.id:
-      return closeAll(thread);
+      return closeAll(thread, true);
     default:
       return;
   }
+}
+
+/// That a HAP or row has failed. What follows inside of a HAP that was left tells of its caller.
+void SliceTracker::noteFailure(Thread& thread, const kw::platform::TraceRecord& record) {
+  switch (record.id) {
+    case trx::kHAPErrRequest.id:
+      return noteReturn(thread, false, 0);
+    case trx::kHAPErrCodeOnly.id:
+    case trx::kHAPErrDetail.id:
+    case trx::kHAPErrAPI.id:
+      if (Slice* const failed = lastReturned(thread)) {
+        failed->code = wordOf(record, kCodeWord, 0);
+      }
+      return;
+    case trx::kHAPExecNoKey.id:
+    case trx::kHAPExecNoModule.id:
+    case trx::kHAPExecUnresolved.id:
+      return noteReturn(thread, false, trx::kRecordUndefinedHAP);
+    case trx::kHAPExecNestLimit.id:
+      return noteReturn(thread, false, trx::kCodeHAPFailed);
+    case trx::kHAPExecLockFailed.id:
+      return noteReturn(thread, false, trx::kCodeLock);
+    case trx::kHAPExecUnlockFailed.id:
+      return noteReturn(thread, false, trx::kCodeUnlock);
+    case trx::kHAPExecThrew.id:
+      return noteReturn(thread, true, wordOf(record, kCodeWord, 0));
+    case trx::kHAPExecForeignException.id:
+      return noteReturn(thread, true, 0);
+    case trx::kCmdHAPNop.id:
+    case trx::kCmdHAPStack.id:
+    case trx::kCmdHAPJump.id:
+    case trx::kCmdHAPStop.id:
+    case trx::kCmdHAPForeignException.id:
+    case trx::kCmdCheckJump.id:
+    case trx::kCmdCheckStop.id:
+      return noteRowFailure(thread, wordOf(record, kCodeWord, 0));
+    default:
+      return;
+  }
+}
+
+/// The HAP that was left last: of those that were, the outermost. Null: none was.
+Slice* SliceTracker::lastReturned(Thread& thread) {
+  Slice* last = nullptr;
+  for (auto slice = thread.open.rbegin();
+       slice != thread.open.rend() && slice->kind == Slice::Kind::kHAP && slice->end_ns != 0;
+       ++slice) {
+    last = &*slice;
+  }
+  return last;
+}
+
+/// The innermost HAP that still ran has returned, or was left by an exception.
+void SliceTracker::noteReturn(Thread& thread, bool thrown, std::uint32_t code) {
+  const auto running = std::find_if(
+      thread.open.rbegin(), thread.open.rend(),
+      [](const Slice& slice) { return slice.kind != Slice::Kind::kHAP || slice.end_ns == 0; });
+  if (running == thread.open.rend() || running->kind != Slice::Kind::kHAP) {
+    return;
+  }
+  running->end_ns = thread.last_ns;
+  running->failed = true;
+  running->thrown = thrown;
+  running->code = code;
+}
+
+/// The code of its HAP tells more than that of the exception.
+void SliceTracker::noteRowFailure(Thread& thread, std::uint32_t code) {
+  for (auto slice = thread.open.rbegin(); slice != thread.open.rend(); ++slice) {
+    if (slice->kind == Slice::Kind::kRow) {
+      slice->failed = true;
+      slice->code = slice->code == 0 ? code : slice->code;
+      return;
+    }
+    if (slice->kind != Slice::Kind::kHAP) {
+      return;
+    }
+    code = slice->failed ? slice->code : code;
+  }
+}
+
+/// The outermost HAP takes the semaphore. Whoever gave it back while this one waited had it before.
+void SliceTracker::noteLock(Thread& thread, const kw::platform::TraceRecord& record) {
+  if (record.id == trx::kLockTake.id) {
+    thread.lock_since_ns = thread.last_ns;
+    return;
+  }
+  const bool failed = record.id == trx::kHAPExecLockFailed.id;
+  if (thread.lock_since_ns == 0 || (record.id != trx::kLockGiveBack.id && !failed)) {
+    return;
+  }
+  const std::uint64_t had_it_ns = failed ? thread.last_ns : last_give_back_ns_;
+  const auto hap = std::find_if(thread.open.begin(), thread.open.end(), [](const Slice& slice) {
+    return slice.kind == Slice::Kind::kHAP && slice.end_ns == 0;
+  });
+  if (hap != thread.open.end()) {
+    hap->lock_ns = thread.last_ns - thread.lock_since_ns;
+    hap->lock_wait_ns = had_it_ns > thread.lock_since_ns
+                            ? std::min(had_it_ns, thread.last_ns) - thread.lock_since_ns
+                            : 0;
+  }
+  last_give_back_ns_ = failed ? last_give_back_ns_ : std::max(last_give_back_ns_, thread.last_ns);
+  thread.lock_since_ns = 0;
 }
 
 void SliceTracker::open(Thread& thread, const kw::platform::TraceRecord& record, Slice::Kind kind,
                         const std::string& name) {
   thread.last_ns = std::max(thread.last_ns, record.time_ns);
   thread.shown = nullptr;
-  thread.open.push_back(
-      {kind, name, record.process_id, record.thread_id, thread.last_ns, 0, thread.request});
+  Slice slice{kind, name, record.process_id, record.thread_id, thread.last_ns};
+  slice.request = thread.request;
+  if (kind == Slice::Kind::kHAP && !thread.open.empty()) {
+    slice.table = thread.open.back().table;
+    slice.row = thread.open.back().row;
+  } else if (kind == Slice::Kind::kTable) {
+    slice.table = name;
+  }
+  thread.open.push_back(std::move(slice));
+}
+
+/// A row of the table that runs; of one whose begin is not known nothing is.
+void SliceTracker::openRow(Thread& thread, const kw::platform::TraceRecord& record,
+                           const char* command) {
+  if (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kTable) {
+    const std::string table = thread.open.back().name;
+    open(thread, record, Slice::Kind::kRow, "");
+    Slice& row = thread.open.back();
+    row.table = table;
+    row.row = wordOf(record, "number", 0);
+    row.command = command;
+  }
+}
+
+void SliceTracker::openHAP(Thread& thread, const kw::platform::TraceRecord& record) {
+  while (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kHAP &&
+         thread.open.back().end_ns != 0) {
+    closeTop(thread);
+  }
+  if (!thread.open.empty() && isRowOf(thread.open.back(), trx::kCommandHAP)) {
+    thread.open.back().name = textOf(record);
+  }
+  open(thread, record, Slice::Kind::kHAP, textOf(record));
+}
+
+void SliceTracker::openCalledTable(Thread& thread, const kw::platform::TraceRecord& record) {
+  if (textOf(record).empty()) {
+    return;
+  }
+  if (!thread.open.empty() && isRowOf(thread.open.back(), trx::kCommandTable)) {
+    thread.open.back().name = textOf(record);
+  }
+  open(thread, record, Slice::Kind::kTable, textOf(record));
 }
 
 void SliceTracker::closeTop(Thread& thread) {
-  thread.open.back().end_ns = thread.last_ns;
-  thread.shown = nullptr;
-  ended_(thread.open.back());
+  Slice slice = std::move(thread.open.back());
   thread.open.pop_back();
-}
-
-/// Ends the request. Tables that are still open then were interrupted, and may go on later.
-void SliceTracker::closeAll(Thread& thread) {
-  std::vector<std::string> tables;
-  for (const Slice& slice : thread.open) {
-    if (slice.kind == Slice::Kind::kTable && !thread.error_end) {
-      tables.push_back(slice.name);
+  thread.shown = nullptr;
+  slice.end_ns = slice.end_ns == 0 ? thread.last_ns : slice.end_ns;
+  slice.number = thread.number;
+  if (isRowOf(slice, trx::kCommandWait)) {
+    slice.wait_ns = slice.end_ns - slice.begin_ns;
+  }
+  if (!thread.open.empty()) {
+    Slice& around = thread.open.back();
+    around.wait_ns += slice.wait_ns;
+    around.lock_ns += slice.lock_ns;
+    around.lock_wait_ns += slice.lock_wait_ns;
+    if (slice.kind == Slice::Kind::kHAP && around.kind == Slice::Kind::kHAP) {
+      around.nested_ns += slice.end_ns - slice.begin_ns;
+    } else if (slice.kind == Slice::Kind::kHAP && slice.failed &&
+               around.kind == Slice::Kind::kRow) {
+      around.failed = true;
+      around.thrown = slice.thrown;
+      around.code = slice.code;
     }
   }
-  if (!tables.empty()) {
-    interrupted_[thread.request] = tables;
+  ended_(slice);
+}
+
+/// Ends the request; `ended`: a record tells that all in it has ended.
+void SliceTracker::closeAll(Thread& thread, bool ended) {
+  if (!ended) {
+    interrupt(thread);
   }
   while (!thread.open.empty()) {
     closeTop(thread);
   }
   thread.error_end = false;
+  thread.lock_since_ns = 0;
+}
+
+/// Tables that are still open when a request ends were interrupted, and may go on later.
+void SliceTracker::interrupt(Thread& thread) {
+  std::vector<Slice> tables;
+  for (std::size_t i = 0; i < thread.open.size(); ++i) {
+    Slice& slice = thread.open[i];
+    if (slice.kind == Slice::Kind::kRequest || slice.end_ns != 0) {
+      continue;
+    }
+    slice.cut = true;
+    const bool calls = i + 1 < thread.open.size() && thread.open[i + 1].kind == Slice::Kind::kTable;
+    if (slice.kind == Slice::Kind::kTable || isRowOf(slice, trx::kCommandWait) ||
+        (slice.kind == Slice::Kind::kRow && calls)) {
+      tables.push_back(slice);
+      tables.back().end_ns = thread.last_ns;
+    }
+  }
+  if (!tables.empty() && !thread.error_end) {
+    interrupted_[thread.request] = tables;
+  }
 }
 
 /// Ends the innermost HAP of that name, and those inside it, which threw.
@@ -189,24 +374,77 @@ void SliceTracker::closeHAPsOfRow(Thread& thread) {
   }
 }
 
-void SliceTracker::endTable(Thread& thread, bool with_error) {
+void SliceTracker::closeRow(Thread& thread) {
   closeHAPsOfRow(thread);
+  if (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kRow) {
+    closeTop(thread);
+  }
+}
+
+/// An error end fails the rows that called the table, too.
+void SliceTracker::endTable(Thread& thread, bool with_error) {
+  closeRow(thread);
   thread.error_end = thread.error_end || with_error;
   if (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kTable) {
     closeTop(thread);
   }
+  for (Slice& slice : thread.open) {
+    slice.failed = slice.failed || (with_error && slice.kind == Slice::Kind::kRow);
+  }
   const bool was_first = thread.open.size() == 1;
   if (was_first && !thread.error_end) {
-    closeAll(thread);
+    closeAll(thread, true);
   }
 }
 
 void SliceTracker::resume(Thread& thread, const kw::platform::TraceRecord& record) {
   const auto found = interrupted_.find(thread.request);
-  const std::vector<std::string> tables =
-      found == interrupted_.end() ? std::vector<std::string>{textOf(record)} : found->second;
-  for (const std::string& table : tables) {
-    open(thread, record, Slice::Kind::kTable, table);
+  if (found == interrupted_.end()) {
+    return open(thread, record, Slice::Kind::kTable, textOf(record));
+  }
+  const std::uint64_t now_ns = std::max(thread.last_ns, record.time_ns);
+  for (Slice& slice : found->second) {
+    slice.process_id = record.process_id;
+    slice.thread_id = record.thread_id;
+    slice.wait_ns = slice.lock_ns = slice.lock_wait_ns = 0;
+    slice.cut = false;
+    slice.resumed = true;
+    const bool waited = isRowOf(slice, trx::kCommandWait);
+    slice.begin_ns = waited ? std::min(slice.end_ns, now_ns) : now_ns;
+    slice.end_ns = 0;
+    thread.last_ns = now_ns;
+    thread.shown = nullptr;
+    thread.open.push_back(slice);
+  }
+  interrupted_.erase(found);
+}
+
+const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind) {
+  if (place.slices == nullptr) {
+    return nullptr;
+  }
+  const auto found = std::find_if(place.slices->rbegin(), place.slices->rend(),
+                                  [kind](const Slice& slice) { return slice.kind == kind; });
+  return found == place.slices->rend() ? nullptr : &*found;
+}
+
+const char* rowCommandOf(const kw::platform::TraceRecord& record) {
+  switch (record.id) {
+    case trx::kCmdStart.id:
+      return trx::kCommandStart;
+    case trx::kCmdHAP.id:
+      return trx::kCommandHAP;
+    case trx::kCmdCheck.id:
+      return trx::kCommandCheck;
+    case trx::kCmdWait.id:
+      return trx::kCommandWait;
+    case trx::kCmdTable.id:
+      return trx::kCommandTable;
+    case trx::kCmdEnd.id:
+    case trx::kCmdEndMessage.id:
+      return trx::kCommandEnd;
+    default:
+      return nullptr;
   }
 }
 

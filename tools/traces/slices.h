@@ -17,19 +17,39 @@ namespace kw::trx::tools {
 
 /// A span of time in which one thread worked on something.
 struct Slice {
-  enum class Kind { kRequest, kTable, kHAP };
+  enum class Kind { kRequest, kTable, kRow, kHAP };
   Kind kind;
-  std::string name;
-  std::uint32_t process_id, thread_id;
-  std::uint64_t begin_ns, end_ns;
-  std::uint32_t request;
+  std::string name;  ///< of a row: that of the HAP or table which it calls; empty: none
+  std::uint32_t process_id = 0, thread_id = 0;
+  std::uint64_t begin_ns = 0;
+  std::uint64_t end_ns = 0;   ///< 0: not known yet
+  std::uint32_t request = 0;  ///< id
+  std::uint32_t number = 0;   ///< of the request, as `SliceTracker::Place`; known when it has ended
+
+  // Of rows and HAPs.
+  std::string table{};        ///< innermost one; empty: none
+  std::uint32_t row = 0;      ///< NUMBER of the row, or of that which called the HAP
+  const char* command = "";   ///< of a row
+  bool failed = false;        ///< a row also when its failure was ignored or kept
+  bool thrown = false;        ///< the failure is an exception, also one that a HAP let through
+  std::uint32_t code = 0;     ///< of the failure; 0: none is told
+  std::uint64_t wait_ns = 0;  ///< in WAIT rows
+  std::uint64_t lock_ns = 0;  ///< from before the exclusion semaphore is taken to its giving back
+  std::uint64_t lock_wait_ns = 0;  ///< thereof known to be spent waiting for other holders
+  std::uint64_t nested_ns = 0;     ///< of a HAP: in HAPs that it called
+
+  // Of rows, tables and HAPs.
+  bool cut = false;      ///< its end is not known: interrupted, or the records end
+  bool resumed = false;  ///< goes on one that was cut, after an interruption
 };
 
-/// Follows the records of all threads. What a record leaves open, such as the HAP that threw, ends
-/// with the next record that tells so. Records may be missing.
+/// Follows the records of all threads. What a record leaves open ends with the next record that
+/// tells so; a HAP that failed has what the records of its failure tell still in it, but ends
+/// before them. Records may be missing.
 class SliceTracker {
  public:
-  /// `ended` is called with each slice when it ends, inner ones before outer ones.
+  /// `ended` is called with each slice when it ends, inner ones before outer ones. Of one that was
+  /// interrupted each part is a slice; a WAIT row that was handed to the requester goes on at once.
   explicit SliceTracker(std::function<void(const Slice&)> ended);
 
   /// What a record belongs to.
@@ -53,6 +73,7 @@ class SliceTracker {
   struct Thread {
     std::vector<Slice> open;
     std::uint64_t last_ns = 0;
+    std::uint64_t lock_since_ns = 0;  ///< when it was about to take the semaphore; 0: it is not
     std::uint32_t request = 0;
     std::uint32_t number = 0;  ///< of the request; 0 until its id is known
     bool error_end = false;    ///< the tables of the request are being ended one by one
@@ -61,22 +82,40 @@ class SliceTracker {
 
   void open(Thread& thread, const kw::platform::TraceRecord& record, Slice::Kind kind,
             const std::string& name);
+  void openRow(Thread& thread, const kw::platform::TraceRecord& record, const char* command);
+  void openHAP(Thread& thread, const kw::platform::TraceRecord& record);
+  void openCalledTable(Thread& thread, const kw::platform::TraceRecord& record);
   void closeTop(Thread& thread);
-  void closeAll(Thread& thread);
+  void closeAll(Thread& thread, bool ended);
+  void interrupt(Thread& thread);
   void closeHAP(Thread& thread, const std::string& name);
+  static Slice* lastReturned(Thread& thread);
+  static void noteReturn(Thread& thread, bool thrown, std::uint32_t code);
+  static void noteRowFailure(Thread& thread, std::uint32_t code);
   void closeHAPsOfRow(Thread& thread);
+  void closeRow(Thread& thread);
   void endTable(Thread& thread, bool with_error);
   void resume(Thread& thread, const kw::platform::TraceRecord& record);
   void begin(Thread& thread, const kw::platform::TraceRecord& record);
+  static void noteFailure(Thread& thread, const kw::platform::TraceRecord& record);
+  void noteLock(Thread& thread, const kw::platform::TraceRecord& record);
   void countRequest(Thread& thread, const kw::platform::TraceRecord& record);
   Place placeOf(Thread& thread, const kw::platform::TraceRecord& record);
   void end(Thread& thread, const kw::platform::TraceRecord& record);
 
   std::function<void(const Slice&)> ended_;
   std::map<std::pair<std::uint32_t, std::uint32_t>, Thread> threads_;
-  std::map<std::uint32_t, std::vector<std::string>> interrupted_;  ///< tables by request
-  std::map<std::uint32_t, std::uint32_t> requests_;                ///< how many, by id
+  /// By request: the tables, the rows that called them, and a WAIT row behind them.
+  std::map<std::uint32_t, std::vector<Slice>> interrupted_;
+  std::map<std::uint32_t, std::uint32_t> requests_;  ///< how many, by id
+  std::uint64_t last_give_back_ns_ = 0;              ///< of the semaphore, by any thread
 };
+
+/// The innermost slice of a kind that a record belongs to; null: none. It lives as long as `place`.
+const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind);
+
+/// The command of the row that begins with a record; null: none does.
+const char* rowCommandOf(const kw::platform::TraceRecord& record);
 
 }  // namespace kw::trx::tools
 

@@ -18,7 +18,7 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr const char* kKinds[] = {"request", "table", "hap"};
+constexpr const char* kKinds[] = {"request", "table", "row", "hap"};
 
 /// `time_ns` in microseconds, which is the unit of a timeline.
 std::string microsText(std::uint64_t time_ns) {

@@ -134,7 +134,7 @@ class TraceShow {
 
   void end(const Slice& slice) {
     seen_.add(slice);
-    if (!options_.perfetto.empty()) {
+    if (!options_.perfetto.empty() && slice.kind != Slice::Kind::kRow) {
       timeline_.add(slice);
     }
   }
