@@ -73,9 +73,10 @@ TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
     const char* options;
     const char* status;
   } cases[] = {{"", "= 0\n"},
-               {"--deny endless --deny message=OTHER", "= 0\n"},
+               {"--deny endless --deny unreached=rails/3 --deny never-well", "= 0\n"},
                {"--deny swallowed --allow swallowed=2", "= 1\n"},
                {"--deny swallowed --allow swallowed=2 --allow swallowed=rails/3", "= 0\n"},
+               {"--deny swallowed=selftest/2", "= 1\n"},
                {"--deny message=SELFTEST_FAILED --json", "= 1\n"},
                {"--most-calls 4", "= 1\n"},
                {"--most-wait 100 --table selftest", "= 0\n"}};
@@ -90,6 +91,25 @@ TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
   EXPECT_NE(tested.find("\n7 of 7 cases passed\n= 0\n"), std::string::npos) << tested;
   EXPECT_EQ(run("explore" + tables + "--table rail"),
             "! trxctl: there is no table 'rail' in the files; did you mean rails?\n= 2\n");
+  const struct {
+    const char* option;
+    const char* words;
+  } mistaken[] = {{"--deny swallowed=c", "no row of table selftest has the NUMBER c"},
+                  {"--allow swallowed=rails/9", "no row of table rails has the NUMBER 9"},
+                  {"--deny fails=rail/3", "there is no table 'rail'; did you mean rails?"},
+                  {"--deny recovered=PSU", "'PSU' is no row: write NUMBER or TABLE/NUMBER"},
+                  {"--deny message=SELFTEST", "no END row has the message 'SELFTEST'"},
+                  {"--deny message=SELFTEST_FAILS",
+                   "no END row has the message 'SELFTEST_FAILS'; did you mean SELFTEST_FAILED?"},
+                  {"--deny missing=rail", "no TABLE row calls a table 'rail'; did you mean rails?"},
+                  {"--deny never-well=2", "never-well is said of whole tables: write it alone"},
+                  {"--deny calls=must", "'must' is neither least nor most; did you mean most?"},
+                  {"--table rails --deny swallowed=5",
+                   "no row of table rails has the NUMBER 5; did you mean selftest/5?"}};
+  for (const auto& [option, words] : mistaken) {
+    const std::string plain = std::string(option).substr(std::string(option).rfind("--"));
+    EXPECT_EQ(run("explore" + tables + option), "! trxctl: " + plain + ": " + words + "\n= 2\n");
+  }
   EXPECT_EQ(run("explore" + tables + "--deny swalowed"),
             "! trxctl: --deny: 'swalowed' is no kind of claim; did you mean swallowed?\n"
             "! Run with --help for more information.\n= 2\n");

@@ -316,7 +316,7 @@ std::string CaseReader::rowOf(const Cells& cells, unsigned int column) const {
 }  // namespace
 
 std::string rowText(const std::string& table, unsigned int number, const std::string& case_table) {
-  return (table == case_table ? "" : table + "/") + hexDigits(number);
+  return (table == case_table ? "" : table + kRowSeparator) + hexDigits(number);
 }
 
 bool isCaseFile(const std::string& file) {

@@ -10,8 +10,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr char kTableSeparator = '/';
-
 std::vector<std::string> calledHAPs(const TableFlows& tables) {
   std::set<std::string> haps;
   for (const auto& [name, table] : tables) {
@@ -58,6 +56,17 @@ bool CallPattern::matches(const HAPCall& call) const {
          (!number || *number == call.number);
 }
 
+std::optional<CallPattern> rowPatternFrom(const std::string& text, const std::string& table,
+                                          const TableFlows& tables) {
+  const std::size_t separator = text.rfind(kRowSeparator);
+  const bool in_table = separator != std::string::npos;
+  const std::optional<std::uint32_t> number =
+      hexNumber(in_table ? text.substr(separator + 1) : text);
+  return number ? std::make_optional(
+                      rowPattern(in_table ? text.substr(0, separator) : table, *number, tables))
+                : std::nullopt;
+}
+
 CallPattern patternFrom(const std::string& text, const std::string& table,
                         const TableFlows& tables) {
   const std::vector<std::string> haps = calledHAPs(tables);
@@ -66,14 +75,11 @@ CallPattern patternFrom(const std::string& text, const std::string& table,
       return {text, "", std::nullopt};
     }
   }
-  const std::size_t separator = text.rfind(kTableSeparator);
-  const bool in_table = separator != std::string::npos;
-  const std::optional<std::uint32_t> number =
-      hexNumber(in_table ? text.substr(separator + 1) : text);
-  if (!number) {
+  const std::optional<CallPattern> row = rowPatternFrom(text, table, tables);
+  if (!row) {
     refuse("no row calls a HAP '" + text + "'" + didYouMean(text, haps));
   }
-  return rowPattern(in_table ? text.substr(0, separator) : table, *number, tables);
+  return *row;
 }
 
 CallPattern callPatternFrom(const std::string& text, const std::string& table,

@@ -22,6 +22,14 @@ struct CallPattern {
   bool matches(const HAPCall& call) const;
 };
 
+/// Between the table and the NUMBER of a row.
+constexpr char kRowSeparator = '/';
+
+/// The row written as the NUMBER of one of `table`, or as TABLE/NUMBER; none when `text` writes
+/// neither. Throws `std::invalid_argument` in words when `tables` have no such row.
+std::optional<CallPattern> rowPatternFrom(const std::string& text, const std::string& table,
+                                          const TableFlows& tables);
+
 /// The pattern written as a HAP, such as PSU_Enable, as the NUMBER of a row of `table`, or as
 /// TABLE/NUMBER. Throws `std::invalid_argument` in words when `tables` call no such HAP or have no
 /// such row.

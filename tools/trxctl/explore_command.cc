@@ -19,11 +19,19 @@ namespace {
 constexpr std::size_t kMostNestLimit = 1000;
 constexpr std::size_t kMostStates = 1000000000;
 
-std::string patternProblem(const std::string& pattern) {
-  const std::string kind = pattern.substr(0, pattern.find(kSubjectSeparator));
-  return claimKindFrom(kind)
-             ? ""
-             : "'" + kind + "' is no kind of claim" + didYouMean(kind, claimKinds());
+/// The patterns that `option` gives. Throws in words when one names what is not there.
+std::vector<ClaimPattern> patternsOf(const std::string& option,
+                                     const std::vector<std::string>& texts,
+                                     const TableFlows& tables, const Texts& entries) {
+  std::vector<ClaimPattern> patterns;
+  for (const std::string& text : texts) {
+    try {
+      patterns.push_back(claimPatternFrom(text, tables, entries));
+    } catch (const std::invalid_argument& problem) {
+      throw std::invalid_argument(option + " " + text + ": " + problem.what());
+    }
+  }
+  return patterns;
 }
 
 /// Lets the engine run all witnesses. Throws when it runs one otherwise.
@@ -70,6 +78,12 @@ int exploreTables(const ExploreOptions& options) {
                   tableHint(options.table, tables.names()));
     }
   }
+  Texts names;
+  for (const int entry : entries) {
+    names.push_back(result.program.tables[static_cast<std::size_t>(entry)].flow->name);
+  }
+  result.denied = patternsOf("--deny", options.denied, tables.flows, names);
+  result.allowed = patternsOf("--allow", options.allowed, tables.flows, names);
   for (const int entry : entries) {
     result.explorations.push_back(explore(
         result.program, entry, static_cast<unsigned int>(options.nest_limit), options.most_states));
@@ -104,13 +118,13 @@ void addExploreCommand(CommandLine& line) {
                  "KIND[=SUBJECT]",
                  {},
                  false,
-                 patternProblem});
+                 claimKindProblem});
   command.texts(options->allowed, {"--allow",
                                    "Not these, though --deny names their kind; may be repeated",
                                    "KIND[=SUBJECT]",
                                    {},
                                    false,
-                                   patternProblem});
+                                   claimKindProblem});
   command.number(options->most_calls, {"--most-calls", "More HAP calls are an error", "COUNT"}, 0,
                  ExploreOptions::kUnlimited);
   command.number(options->most_wait_ms, {"--most-wait", "Longer waiting is an error", "MS"}, 0,

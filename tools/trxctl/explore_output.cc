@@ -16,12 +16,8 @@ namespace {
 constexpr std::size_t kRowsShown = 100;
 constexpr int kIndent = 2;
 
-/// True when one of `patterns`, each KIND or KIND=SUBJECT, is of the claim.
-bool isNamed(const std::vector<std::string>& patterns, const Claim& claim) {
-  const std::string kind = nameOf(claim.kind);
-  return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
-    return pattern == kind || pattern == kind + kSubjectSeparator + claim.subject;
-  });
+const std::string& tableName(const ExplorationResult& result, const Exploration& exploration) {
+  return result.program.tables[static_cast<std::size_t>(exploration.table)].flow->name;
 }
 
 /// True when there is more of something than an option allows.
@@ -29,16 +25,20 @@ bool isAbove(const Bounds& bounds, std::size_t most) {
   return most != ExploreOptions::kUnlimited && bounds.most.value_or(0) > most;
 }
 
-bool isDenied(const ExploreOptions& options, const Exploration& exploration, const Claim& claim) {
+bool isDenied(const ExploreOptions& options, const ExplorationResult& result,
+              const Exploration& exploration, const Claim& claim) {
+  // Rows that no run gets to are named as by runs of the first table.
+  const bool is_unreached = claim.kind == Claim::Kind::kUnreached;
+  const std::string& entry = tableName(result, is_unreached ? result.explorations[0] : exploration);
+  const auto is_named = [&](const std::vector<ClaimPattern>& patterns) {
+    return std::any_of(patterns.begin(), patterns.end(),
+                       [&](const ClaimPattern& pattern) { return pattern.matches(claim, entry); });
+  };
   const bool too_much =
       (claim.kind == Claim::Kind::kCalls && isAbove(exploration.calls, options.most_calls)) ||
       (claim.kind == Claim::Kind::kWait && isAbove(exploration.wait_ms, options.most_wait_ms));
-  return (isNamed(options.denied, claim) && !isNamed(options.allowed, claim)) ||
+  return (is_named(result.denied) && !is_named(result.allowed)) ||
          (too_much && claim.subject == kMost);
-}
-
-const std::string& tableName(const ExplorationResult& result, const Exploration& exploration) {
-  return result.program.tables[static_cast<std::size_t>(exploration.table)].flow->name;
 }
 
 /// The claims of an exploration; the rows that none of them reaches come behind those of the last.
@@ -110,7 +110,7 @@ std::size_t printExploration(const ExploreOptions& options, const ExplorationRes
   for (const Exploration& exploration : result.explorations) {
     printSummary(result, exploration);
     for (const Claim& claim : claimsOf(result, exploration)) {
-      const bool denied = isDenied(options, exploration, claim);
+      const bool denied = isDenied(options, result, exploration, claim);
       const std::string kind = nameOf(claim.kind);
       count += denied ? 1 : 0;
       std::cout << "\n# " << (denied ? paint(Colour::kRed, "error: " + kind) : kind) << ": "
@@ -133,7 +133,7 @@ std::size_t printExplorationJson(const ExploreOptions& options, const Exploratio
     writeBounds(json, "waitMs", exploration.wait_ms);
     json.key("claims").beginArray();
     for (const Claim& claim : claimsOf(result, exploration)) {
-      const bool denied = isDenied(options, exploration, claim);
+      const bool denied = isDenied(options, result, exploration, claim);
       count += denied ? 1 : 0;
       writeClaim(json, claim, denied, rowsOfWitness(options, result, exploration, claim));
     }

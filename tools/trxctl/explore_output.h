@@ -6,13 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "exploration/claim_pattern.h"
 #include "exploration/claims.h"
 #include "simulation/simulator.h"
 
 namespace kw::trx::tools {
-
-/// Between the kind and the subject of a claim in an option.
-constexpr char kSubjectSeparator = '=';
 
 struct ExploreOptions {
   static constexpr std::size_t kUnlimited = 0xffffffff;
@@ -33,6 +31,7 @@ struct ExplorationResult {
   Program program;
   std::vector<Exploration> explorations;
   std::vector<Claim> unreached;
+  std::vector<ClaimPattern> denied, allowed;
 };
 
 /// Both print all claims, with their witnesses as cases, and return how many were denied.
