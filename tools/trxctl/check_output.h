@@ -3,8 +3,8 @@
 #ifndef KW_TRX_TOOLS_TRXCTL_CHECK_OUTPUT_H_
 #define KW_TRX_TOOLS_TRXCTL_CHECK_OUTPUT_H_
 
+#include "common/json.h"
 #include "tables/check.h"
-#include "trxctl/json.h"
 
 namespace kw::trx::tools {
 

@@ -3,9 +3,9 @@
 #include <iostream>
 #include <memory>
 
+#include "common/json.h"
 #include "diagnosis/diagnosis.h"
 #include "trxctl/commands.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {

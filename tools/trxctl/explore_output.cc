@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <iostream>
 
+#include "common/json.h"
 #include "exploration/witness.h"
 #include "simulation/case_writer.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {

@@ -11,13 +11,13 @@
 #include <memory>
 #include <tuple>
 
+#include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "kw/trx/trx_lock.h"
 #include "lock/lock_repair.h"
 #include "lock/lock_state.h"
 #include "trxctl/commands.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {

@@ -2,13 +2,13 @@
 #include <iostream>
 #include <memory>
 
+#include "common/json.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "configuration/configuration.h"
 #include "modules/listed_modules.h"
 #include "trxctl/commands.h"
 #include "trxctl/description_output.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {

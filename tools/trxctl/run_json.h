@@ -3,8 +3,8 @@
 #ifndef KW_TRX_TOOLS_TRXCTL_RUN_JSON_H_
 #define KW_TRX_TOOLS_TRXCTL_RUN_JSON_H_
 
+#include "common/json.h"
 #include "running/run_report.h"
-#include "trxctl/json.h"
 
 namespace kw::trx::tools {
 

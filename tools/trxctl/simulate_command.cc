@@ -3,13 +3,13 @@
 #include <memory>
 #include <stdexcept>
 
+#include "common/json.h"
 #include "common/text.h"
 #include "running/name_hints.h"
 #include "running/units.h"
 #include "simulation/case_run.h"
 #include "simulation/rules.h"
 #include "trxctl/commands.h"
-#include "trxctl/json.h"
 #include "trxctl/run_output.h"
 #include "trxctl/step_dialogue.h"
 #include "trxctl/text_output.h"

@@ -8,11 +8,11 @@
 #include <fstream>
 #include <limits>
 
+#include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "traces/record_words.h"
 #include "trxctl/command_line.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {

@@ -6,12 +6,12 @@
 #include <iterator>
 
 #include "common/characters.h"
+#include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "traces/catalogue.h"
 #include "traces/record_words.h"
 #include "traces/selection.h"
-#include "trxctl/json.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "configuration/configuration.h"
@@ -17,7 +18,6 @@
 #include "traces/ring_follower.h"
 #include "traces/selection.h"
 #include "trxctl/command_line.h"
-#include "trxctl/json.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// How the commands write JSON. One thread.
-#ifndef KW_TRX_TOOLS_TRXCTL_JSON_H_
-#define KW_TRX_TOOLS_TRXCTL_JSON_H_
+// How JSON is written. One thread.
+#ifndef KW_TRX_TOOLS_COMMON_JSON_H_
+#define KW_TRX_TOOLS_COMMON_JSON_H_
 
 #include <cstdint>
 #include <string>
@@ -53,4 +53,4 @@ class JsonWriter {
 
 }  // namespace kw::trx::tools
 
-#endif  // KW_TRX_TOOLS_TRXCTL_JSON_H_
+#endif  // KW_TRX_TOOLS_COMMON_JSON_H_

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "trxctl/json.h"
+#include "common/json.h"
 
 #include <utility>
 
