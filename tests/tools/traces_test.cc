@@ -7,9 +7,11 @@
 #include "common/text.h"
 #include "common/times.h"
 #include "kw/trx/testing/engine_fixture.h"
+#include "traces/changes.h"
 #include "traces/doubts.h"
 #include "traces/record_collector.h"
 #include "traces/request_summaries.h"
+#include "traces/statistics.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::testing {
@@ -69,7 +71,7 @@ TEST_F(DoubtsTest, NothingThatAnEngineWritesIsDoubtfulAndWhatItCannotWriteIs) {
   EXPECT_GT(found_out, records.size() * 15 / 2) << "of nine each";
 }
 
-class SummariesTest : public EngineFixture {
+class RecordsTest : public EngineFixture {
  protected:
   /// The records of what `requests` does, a microsecond apart, as those of one thread.
   template <typename Requests>
@@ -84,7 +86,10 @@ class SummariesTest : public EngineFixture {
     }
     return records;
   }
+};
 
+class SummariesTest : public RecordsTest {
+ protected:
   /// What the records tell: name, units and outcome of each request.
   static std::vector<std::string> summariesOf(const std::vector<TraceRecord>& records, bool all) {
     std::vector<std::string> lines;
@@ -187,6 +192,155 @@ TEST_F(SummariesTest, EachRequestIsTold) {
       "TST_Fail: failed: " + own};
   EXPECT_EQ(summariesOf(records, true), expected);
   EXPECT_EQ(summariesOf(records, false), expected);
+}
+
+class SlicesTest : public RecordsTest {
+ protected:
+  /// Rows, tables and HAPs in the order of their ends, with the microseconds of begin and end.
+  static std::vector<std::string> slicesOf(const std::vector<TraceRecord>& records,
+                                           tools::Statistics& statistics) {
+    std::vector<std::string> lines;
+    tools::SliceTracker tracker([&](const tools::Slice& slice) {
+      statistics.take(slice);
+      if (slice.kind != tools::Slice::Kind::kRequest) {
+        lines.push_back((slice.kind == tools::Slice::Kind::kTable ? "table "
+                         : slice.kind == tools::Slice::Kind::kHAP ? "HAP "
+                                                                  : "row ") +
+                        slice.table + '/' + tools::hexDigits(slice.row) + ' ' + slice.command +
+                        ' ' + slice.name + ' ' + std::to_string(slice.begin_ns / 1000) + '-' +
+                        std::to_string(slice.end_ns / 1000) + (slice.cut ? " cut" : "") +
+                        (slice.resumed ? " resumed" : "") + (slice.thrown ? " thrown" : "") +
+                        (slice.failed ? " failed " + tools::hexDigits(slice.code) : ""));
+      }
+    });
+    for (const TraceRecord& record : records) {
+      tracker.take(record);
+    }
+    tracker.finish();
+    statistics.finish();
+    return lines;
+  }
+};
+
+TEST_F(SlicesTest, RowsTablesAndHAPsEndWhereTheyEnd) {
+  const std::string head = "FORMAT,0\nVERSION,1\n,1,START\n";
+  configure({MODULE_TST},
+            {dir.write("outer.csv", head + ",2,HAP,TST_Fail,,STACK,1 5\n,3,TABLE,inner\n,4,HAP,"
+                                           "TST_Call,TST_Fail,NOP,1 6\n,5,CHECK,,,a\na,6,TABLE,"
+                                           "bad\n,7,END\n"),
+             dir.write("inner.csv", head + ",2,WAIT,,40\n,3,END\n"),
+             dir.write("bad.csv", head + ",2,HAP,TST_Gone\n,3,END\n")},
+            "haptable.tblcmd.wait.handler=requester\n");
+  start();
+  std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo info;
+    execTable(info, "outer");
+    const unsigned int para[] = {1, 7};
+    execHAP(info, "TST_Fail", "", para);
+  });
+  tools::Statistics statistics;
+  const std::vector<std::string> expected = {"row outer/1 START  4-6",
+                                             "HAP outer/2  TST_Fail 7-10 failed 5",
+                                             "row outer/2 HAP TST_Fail 6-15 failed 5",
+                                             "row inner/1 START  17-18",
+                                             "row inner/2 WAIT  18-18 cut",
+                                             "table inner/0  inner 16-18 cut",
+                                             "row outer/3 TABLE inner 15-18 cut",
+                                             "table outer/0  outer 3-18 cut",
+                                             "row inner/2 WAIT  18-22 resumed",
+                                             "row inner/3 END  22-22",
+                                             "table inner/0  inner 21-22 resumed",
+                                             "row outer/3 TABLE inner 21-24 resumed",
+                                             "HAP outer/4  TST_Fail 30-33 failed 6",
+                                             "HAP outer/4  TST_Call 25-37 thrown failed 7000a",
+                                             "row outer/4 HAP TST_Call 24-39 thrown failed 7000a",
+                                             "row outer/5 CHECK  39-41 failed 0",
+                                             "row bad/1 START  43-45",
+                                             "HAP bad/2  TST_Gone 46-52 failed 1000001",
+                                             "row bad/2 HAP TST_Gone 45-53 failed 1000001",
+                                             "table bad/0  bad 42-53",
+                                             "row outer/6 TABLE bad 41-54 failed 0",
+                                             "table outer/0  outer 21-54 resumed",
+                                             "HAP /0  TST_Fail 56-59 failed 7"};
+  EXPECT_EQ(slicesOf(records, statistics), expected);
+  // A row that was interrupted is one call, as long as its parts together.
+  const tools::WorkFigures& caller = statistics.all().at({"outer", 3, "TABLE", "inner"});
+  EXPECT_EQ(caller.calls, 1U);
+  EXPECT_EQ(caller.total.quantile(50), 6000U);
+  EXPECT_EQ(caller.own.quantile(50), 3000U);
+  const tools::WorkFigures& wait = statistics.all().at({"inner", 2, "WAIT", ""});
+  EXPECT_EQ(wait.wait_ns, 4000U);
+  EXPECT_EQ(wait.unfinished, 0U);
+  const tools::WorkFigures& hap = statistics.all().at({"", 0, "", "TST_Call"});
+  EXPECT_EQ(hap.own.quantile(50), 9000U) << "without the HAP that it called";
+}
+
+/// A record of a process with one thread, `time` microseconds after some point.
+TraceRecord recordAt(std::uint64_t time, std::uint32_t process, std::uint32_t id,
+                     const std::string& text) {
+  TraceRecord record{};
+  record.time_ns = time * 1000;
+  record.process_id = record.thread_id = process;
+  record.id = id;
+  record.data.assign(text.begin(), text.end());
+  record.data.push_back(0);
+  record.length = static_cast<std::uint32_t>(record.data.size());
+  return record;
+}
+
+TEST_F(SlicesTest, TheWaitForAnotherHolderOfTheLockIsNotOnesOwnTime) {
+  const std::vector<TraceRecord> records = {
+      recordAt(1000, 1, trx::kTrxHAPName.id, "A"),  recordAt(1010, 1, trx::kLockTake.id, ""),
+      recordAt(1015, 2, trx::kTrxHAPName.id, "B"),  recordAt(1020, 2, trx::kLockTake.id, ""),
+      recordAt(1050, 1, trx::kLockGiveBack.id, ""), recordAt(1060, 1, trx::kTrxHAPDone.id, "A"),
+      recordAt(1080, 2, trx::kLockGiveBack.id, ""), recordAt(1090, 2, trx::kTrxHAPDone.id, "B"),
+      recordAt(1095, 1, trx::kTrxHAPName.id, "A"),  recordAt(1096, 1, trx::kLockTake.id, "")};
+  tools::Statistics statistics;
+  EXPECT_EQ(slicesOf(records, statistics),
+            (std::vector<std::string>{"HAP /0  A 1000-1060", "HAP /0  B 1015-1090",
+                                      "HAP /0  A 1095-1096 cut"}));
+  const tools::WorkFigures& first = statistics.all().at({"", 0, "", "A"});
+  const tools::WorkFigures& second = statistics.all().at({"", 0, "", "B"});
+  EXPECT_EQ(first.lock_ns, 40000U);
+  EXPECT_EQ(first.lock_wait_ns, 0U);
+  EXPECT_EQ(first.calls, 2U);
+  EXPECT_EQ(first.unfinished, 1U);
+  EXPECT_EQ(second.lock_ns, 60000U);
+  EXPECT_EQ(second.lock_wait_ns, 30000U);
+  EXPECT_EQ(second.total.quantile(50), 75000U);
+  EXPECT_EQ(second.own.quantile(50), 45000U);
+}
+
+TEST(StatisticsTest, ChangesForTheWorseAreFoundAndNoiseIsNot) {
+  const auto statisticsOf = [](std::uint64_t usual_us, int calls, int slow, std::uint64_t slow_us,
+                               int failing) {
+    tools::Statistics statistics;
+    for (int i = 0; i < calls; ++i) {
+      tools::Slice hap{tools::Slice::Kind::kHAP, "HAP"};
+      hap.end_ns = (i < slow ? slow_us : usual_us) * 1000;
+      hap.failed = i < failing;
+      statistics.take(hap);
+    }
+    return statistics;
+  };
+  const tools::Statistics before = statisticsOf(100, 1000, 5, 900, 10);
+  const struct {
+    tools::Statistics now;
+    std::vector<std::string> changes;
+  } cases[] = {{statisticsOf(100, 1000, 5, 900, 10), {}},
+               {statisticsOf(149, 1000, 0, 0, 0), {"fails less"}},  // a half more is not reached
+               {statisticsOf(150, 1000, 0, 0, 10), {"slower"}},
+               {statisticsOf(100, 1000, 11, 500, 10), {"slower"}},  // the tail alone
+               {statisticsOf(100, 299, 11, 500, 3), {}},            // too few for a tail
+               {statisticsOf(40, 1000, 0, 0, 15), {"fails more", "faster"}},
+               {statisticsOf(0, 0, 0, 0, 0), {"gone"}}};
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    std::vector<std::string> names;
+    for (const tools::Change& change : tools::changesBetween(before, cases[i].now)) {
+      names.emplace_back(tools::nameOf(change.kind));
+    }
+    EXPECT_EQ(names, cases[i].changes) << i;
+  }
 }
 
 TEST(TimesTest, PointsInTimeAreRead) {

@@ -314,6 +314,36 @@ TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
   }
 }
 
+TEST_F(TraceToolTest, StatisticsAddUpRingsAndTellWhatIsWorseThanBefore) {
+  configure({MODULE_TST}, {});
+  start();
+  const std::string old = dir.path() + "/old.ring";
+  for (const std::string& file : {old, ring}) {
+    ASSERT_EQ(kw::platform::openTraceRing(file, 256), 0);
+    const unsigned int para[] = {file == ring ? 1U : 0U, 0};
+    trx::TRXInfo info;
+    execHAP(info, "TST_Fail", "", para);
+    execHAP(info, "TST_Ok");
+  }
+  kw::platform::closeTraceRing();
+  const json both = json::parse(outputOf("stats --json " + old + " " + ring));
+  std::map<std::string, std::pair<int, int>> haps;
+  for (const json& hap : both["haps"]) {
+    haps[hap["name"]] = {hap["calls"], hap["failures"]};
+    EXPECT_EQ(hap["total"]["count"], 2);
+  }
+  const std::map<std::string, std::pair<int, int>> expected = {{"TST_Fail", {2, 1}},
+                                                               {"TST_Ok", {2, 0}}};
+  EXPECT_EQ(haps, expected);
+  EXPECT_EQ(runTool("stats " + ring + " --against " + old),
+            "fails more: HAP TST_Fail: 0 of 1 (0.0 %) -> 1 of 1 (100.0 %)\n= 1\n");
+  EXPECT_EQ(runTool("stats " + old + " --against " + ring),
+            "fails less: HAP TST_Fail: 1 of 1 (100.0 %) -> 0 of 1 (0.0 %)\n= 0\n");
+  EXPECT_EQ(runTool("stats " + ring + " --split 1h"),
+            "new: HAP TST_Fail: 0 -> 1 calls\nnew: HAP TST_Ok: 0 -> 1 calls\n= 0\n");
+  EXPECT_NE(runTool("stats " + ring + " --against " + dir.path()).find("= 2"), std::string::npos);
+}
+
 TEST_F(TraceToolTest, RequestsAreSummedUpAndChosen) {
   constexpr unsigned long err_name = 0x1003001;
   constexpr unsigned long err_code = 0x1003002;

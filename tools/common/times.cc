@@ -119,4 +119,11 @@ std::optional<std::uint64_t> timeOf(const std::string& text, std::uint64_t end_n
   return std::nullopt;
 }
 
+std::string timeProblem(const std::string& text) {
+  return timeOf(text, 0) ? std::string()
+                         : "'" + text +
+                               "' is no time; write one such as 5m, 2h (before the last record), "
+                               "10:24, '2026-11-23 10:24:03'";
+}
+
 }  // namespace kw::trx::tools

@@ -23,6 +23,9 @@ std::string localMicrosText(std::uint64_t time_ns);
 /// the day of `end_ns`; or a number with s, m, h or d, so long before `end_ns`.
 std::optional<std::uint64_t> timeOf(const std::string& text, std::uint64_t end_ns);
 
+/// What is wrong with a text that should name a point in time; empty when nothing is.
+std::string timeProblem(const std::string& text);
+
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_COMMON_TIMES_H_

@@ -109,6 +109,7 @@ void SliceTracker::begin(Thread& thread, const kw::platform::TraceRecord& record
       return openCalledTable(thread, record);
     default:
       if (const char* const command = rowCommandOf(record)) {
+        thread.last_ns = std::max(thread.last_ns, record.time_ns);  // a WAIT has no other end
         closeRow(thread);
         openRow(thread, record, command);
       }
@@ -312,7 +313,9 @@ void SliceTracker::closeTop(Thread& thread) {
     around.wait_ns += slice.wait_ns;
     around.lock_ns += slice.lock_ns;
     around.lock_wait_ns += slice.lock_wait_ns;
-    if (slice.kind == Slice::Kind::kHAP && around.kind == Slice::Kind::kHAP) {
+    const bool nested = (slice.kind == Slice::Kind::kHAP && around.kind == Slice::Kind::kHAP) ||
+                        (slice.kind == Slice::Kind::kTable && around.kind == Slice::Kind::kRow);
+    if (nested) {
       around.nested_ns += slice.end_ns - slice.begin_ns;
     } else if (slice.kind == Slice::Kind::kHAP && slice.failed &&
                around.kind == Slice::Kind::kRow) {
@@ -341,7 +344,7 @@ void SliceTracker::interrupt(Thread& thread) {
   std::vector<Slice> tables;
   for (std::size_t i = 0; i < thread.open.size(); ++i) {
     Slice& slice = thread.open[i];
-    if (slice.kind == Slice::Kind::kRequest || slice.end_ns != 0) {
+    if (slice.kind == Slice::Kind::kRequest || slice.end_ns != 0 || slice.failed) {
       continue;
     }
     slice.cut = true;
@@ -406,7 +409,7 @@ void SliceTracker::resume(Thread& thread, const kw::platform::TraceRecord& recor
   for (Slice& slice : found->second) {
     slice.process_id = record.process_id;
     slice.thread_id = record.thread_id;
-    slice.wait_ns = slice.lock_ns = slice.lock_wait_ns = 0;
+    slice.wait_ns = slice.lock_ns = slice.lock_wait_ns = slice.nested_ns = 0;
     slice.cut = false;
     slice.resumed = true;
     const bool waited = isRowOf(slice, trx::kCommandWait);

@@ -36,7 +36,7 @@ struct Slice {
   std::uint64_t wait_ns = 0;  ///< in WAIT rows
   std::uint64_t lock_ns = 0;  ///< from before the exclusion semaphore is taken to its giving back
   std::uint64_t lock_wait_ns = 0;  ///< thereof known to be spent waiting for other holders
-  std::uint64_t nested_ns = 0;     ///< of a HAP: in HAPs that it called
+  std::uint64_t nested_ns = 0;     ///< in HAPs that a HAP called, in the table that a row called
 
   // Of rows, tables and HAPs.
   bool cut = false;      ///< its end is not known: interrupted, or the records end

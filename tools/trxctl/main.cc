@@ -7,7 +7,7 @@ int main(int argc, char** argv) {
   for (const auto add :
        {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addDoctorCommand,
         addHAPCommand, addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand,
-        addCoverageCommand, addTraceCommand, addLockCommand, addExplainCommand}) {
+        addCoverageCommand, addTraceCommand, addStatsCommand, addLockCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);

@@ -191,13 +191,6 @@ std::string requestProblem(const std::string& id) {
                        : "'" + id + "' is no request id; write one as the lines show it";
 }
 
-std::string timeProblem(const std::string& time) {
-  return timeOf(time, 0) ? std::string()
-                         : "'" + time +
-                               "' is no time; write one such as 5m, 2h (before the last record), "
-                               "10:24, '2026-11-23 10:24:03'";
-}
-
 void addSummaryOptions(Command& command, TraceOptions& options) {
   RequestFilter& filter = options.requests.filter;
   command.flag(options.summary, {"--summary", "Print a line for each request instead of records"});

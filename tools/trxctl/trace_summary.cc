@@ -16,6 +16,7 @@
 #include "modules/listed_modules.h"
 #include "traces/doubts.h"
 #include "traces/ring_follower.h"
+#include "traces/ring_merger.h"
 #include "traces/selection.h"
 #include "trxctl/command_line.h"
 #include "trxctl/text_output.h"
@@ -36,19 +37,6 @@ HAPDescriptions configuredDescriptions() {
     return {};  // a ring is often read on another machine
   }
   return modules ? hapsOf(*modules).descriptions : HAPDescriptions();
-}
-
-/// The time of the last record that is not doubtful; 0: there is none.
-std::uint64_t endOf(const std::string& file) {
-  RingFollower ring(file);
-  std::uint64_t end_ns = 0;
-  TraceRecord record{};
-  if (ring.open() == 0) {
-    while (ring.next(record)) {
-      end_ns = doubtOf(record) == nullptr ? std::max(end_ns, record.time_ns) : end_ns;
-    }
-  }
-  return end_ns;
 }
 
 class SummaryShow {
@@ -166,7 +154,7 @@ int showSummary(const std::string& file, const SummaryOptions& options) {
     return failToOpenRing(file);
   }
   const bool timed = !options.since.empty() || !options.until.empty();
-  return SummaryShow(options, timed ? endOf(file) : 0).run(ring);
+  return SummaryShow(options, timed ? endOfRings({file}) : 0).run(ring);
 }
 
 int failToOpenRing(const std::string& file) {

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+// How often and how long HAPs and rows of tables ran, from the slices of a trace. One thread.
+#ifndef KW_TRX_TOOLS_TRACES_STATISTICS_H_
+#define KW_TRX_TOOLS_TRACES_STATISTICS_H_
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "traces/slices.h"
+
+namespace kw::trx::tools {
+
+/// Durations of many runs.
+class Durations {
+ public:
+  void add(std::uint64_t duration_ns);
+
+  std::size_t count() const { return all_ns_.size(); }
+  std::uint64_t sum() const { return sum_ns_; }
+
+  /// The least duration that `percent` percent of them do not exceed, exactly: 0 the least, 50 the
+  /// median, 100 the greatest. 0 when there are none.
+  std::uint64_t quantile(unsigned int percent) const;
+
+ private:
+  mutable std::vector<std::uint64_t> all_ns_;
+  mutable bool is_sorted_ = true;
+  std::uint64_t sum_ns_ = 0;
+};
+
+/// A HAP, or a row of a table with what it does: a changed row is another one.
+struct Work {
+  std::string table;         ///< empty: a HAP
+  std::uint32_t row = 0;     ///< NUMBER
+  std::string command = {};  ///< of a row
+  std::string name = {};     ///< of the HAP, or of that or the table which a row calls
+
+  bool operator<(const Work& other) const {
+    return std::tie(table, row, command, name) <
+           std::tie(other.table, other.row, other.command, other.name);
+  }
+};
+
+/// "HAP PSU_Enable", or "row selftest/5 (HAP PSU_Enable)".
+std::string textOf(const Work& work);
+
+struct WorkFigures {
+  std::uint64_t calls = 0;
+  std::uint64_t failures = 0;    ///< also those that a table ignored or kept
+  std::uint64_t unfinished = 0;  ///< of `calls`: their end is not in the trace
+  Durations total;               ///< from begin to end of those that ended
+  /// Without what others did or held: HAPs that a HAP called, the table that a row called, the wait
+  /// for the exclusion semaphore.
+  Durations own;
+  std::uint64_t wait_ns = 0;       ///< together, in WAIT rows, handed to the requester or not
+  std::uint64_t lock_ns = 0;       ///< together, taking and holding the semaphore
+  std::uint64_t lock_wait_ns = 0;  ///< thereof known to be spent waiting for other holders
+};
+
+class Statistics {
+ public:
+  /// Takes a slice that has ended.
+  void take(const Slice& slice);
+
+  /// Counts what did not end as unfinished; to be called once, after the last slice.
+  void finish();
+
+  const std::map<Work, WorkFigures>& all() const { return all_; }
+
+ private:
+  /// A row of an interrupted request.
+  struct Parts {
+    std::uint64_t total_ns = 0, own_ns = 0;
+  };
+  std::map<Work, WorkFigures> all_;
+  std::map<std::pair<std::uint32_t, Work>, Parts> interrupted_;  // by request id
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TRACES_STATISTICS_H_

@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "common/json.h"
+#include "common/text.h"
+#include "common/times.h"
+#include "traces/changes.h"
+#include "traces/ring_merger.h"
+#include "traces/statistics.h"
+#include "trxctl/commands.h"
+#include "trxctl/text_output.h"
+#include "trxctl/trace_summary.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr double kNanosPerMilli = 1e6;
+constexpr unsigned int kLeast = 0, kMedian = 50, kTail = 99, kGreatest = 100;
+constexpr double kPercent = 100;
+
+struct StatsOptions {
+  std::vector<std::string> rings, against;
+  std::string split;
+  bool json = false;
+};
+
+using Entry = std::pair<const Work, WorkFigures>;
+
+/// Feeds the slices of rings to statistics: those that began before `split_ns` to `before`.
+class RingStatistics {
+ public:
+  RingStatistics(std::uint64_t split_ns, Statistics& before, Statistics& now)
+      : tracker_([split_ns, &before, &now](const Slice& slice) {
+          (slice.begin_ns < split_ns ? before : now).take(slice);
+        }) {}
+
+  /// Reads rings together. Returns the exit status.
+  int read(const std::vector<std::string>& files) {
+    RingMerger rings;
+    for (const std::string& file : files) {
+      if (rings.open(file) != 0) {
+        return failToOpenRing(file);
+      }
+    }
+    for (kw::platform::TraceRecord record; rings.next(record);) {
+      tracker_.take(record);
+    }
+    tracker_.finish();
+    sayWhatIsLost(rings.doubtful(), rings.lost());
+    return kExitOk;
+  }
+
+ private:
+  SliceTracker tracker_;
+};
+
+/// Reads what the options name; of one trace in two parts, both. Returns the exit status.
+int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
+  std::uint64_t split_ns = 0;
+  if (!options.split.empty()) {
+    split_ns = *timeOf(options.split, endOfRings(options.rings));
+  }
+  int status = RingStatistics(split_ns, before, now).read(options.rings);
+  if (status == kExitOk && !options.against.empty()) {
+    status = RingStatistics(0, before, before).read(options.against);
+  }
+  before.finish();
+  now.finish();
+  return status;
+}
+
+std::string millis(std::uint64_t time_ns, const char* format = "%.3f") {
+  char text[32];
+  std::snprintf(text, sizeof(text), format, static_cast<double>(time_ns) / kNanosPerMilli);
+  return text;
+}
+
+void printColumns(const std::vector<std::string>& columns, const std::string& name) {
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    std::printf("%*s", i < 2 ? 8 : 11, columns[i].c_str());
+  }
+  std::printf("  %s\n", name.c_str());
+}
+
+void printFigures(const Entry& entry) {
+  const WorkFigures& figures = entry.second;
+  const Durations& total = figures.total;
+  std::string name = textOf(entry.first);
+  if (figures.unfinished != 0) {
+    name += "; " + std::to_string(figures.unfinished) + " not ended";
+  }
+  std::vector<std::string> columns = {std::to_string(figures.calls),
+                                      std::to_string(figures.failures)};
+  for (const unsigned int percent : {kLeast, kMedian, kTail, kGreatest}) {
+    columns.push_back(total.count() == 0 ? "-" : millis(total.quantile(percent)));
+  }
+  columns.push_back(figures.own.count() == 0 ? "-" : millis(figures.own.quantile(kMedian)));
+  for (const std::uint64_t sum :
+       {figures.own.sum(), figures.wait_ns, figures.lock_ns, figures.lock_wait_ns}) {
+    columns.push_back(sum == 0 ? "-" : millis(sum));
+  }
+  printColumns(columns, name);
+}
+
+/// The entries of HAPs, or those of rows, what took most time of its own first.
+std::vector<const Entry*> sorted(const Statistics& statistics, bool haps) {
+  std::vector<const Entry*> entries;
+  for (const Entry& entry : statistics.all()) {
+    if (entry.first.table.empty() == haps) {
+      entries.push_back(&entry);
+    }
+  }
+  std::stable_sort(entries.begin(), entries.end(), [](const Entry* a, const Entry* b) {
+    return a->second.own.sum() > b->second.own.sum();
+  });
+  return entries;
+}
+
+void printStatistics(const Statistics& statistics) {
+  printColumns({"calls", "failed", "least", "median", "99 %", "greatest", "own median", "own sum",
+                "waits sum", "lock sum", "lock wait"},
+               "(times in ms)");
+  for (const bool haps : {true, false}) {
+    for (const Entry* entry : sorted(statistics, haps)) {
+      printFigures(*entry);
+    }
+  }
+}
+
+std::string callsText(const WorkFigures* figures) {
+  return figures == nullptr ? "0" : std::to_string(figures->calls);
+}
+
+std::string failureText(const WorkFigures& figures) {
+  char share[32];
+  std::snprintf(
+      share, sizeof(share), " (%.1f %%)",
+      kPercent * static_cast<double>(figures.failures) / static_cast<double>(figures.calls));
+  return std::to_string(figures.failures) + " of " + std::to_string(figures.calls) + share;
+}
+
+void printChange(const Change& change) {
+  std::string text = std::string(nameOf(change.kind)) + ": " + textOf(change.work) + ": ";
+  switch (change.kind) {
+    case Change::Kind::kFailsMore:
+    case Change::Kind::kFailsLess:
+      text += failureText(*change.before) + " -> " + failureText(*change.now);
+      break;
+    case Change::Kind::kNew:
+    case Change::Kind::kGone:
+      text += callsText(change.before) + " -> " + callsText(change.now) + " calls";
+      break;
+    default:
+      for (const unsigned int percent : {kMedian, kTail}) {
+        text += (percent == kMedian ? "median " : ", 99 % ") +
+                millis(change.before->own.quantile(percent)) + " ms -> " +
+                millis(change.now->own.quantile(percent)) + " ms";
+      }
+      text += ", " + callsText(change.before) + " -> " + callsText(change.now) + " calls";
+  }
+  std::cout << (isWorse(change.kind) ? paint(Colour::kRed, text) : text) << '\n';
+}
+
+void writeDurations(JsonWriter& json, const char* name, const Durations& durations) {
+  json.key(name).beginObject().key("count").number(durations.count());
+  json.key("leastNs").number(durations.quantile(kLeast));
+  json.key("medianNs").number(durations.quantile(kMedian));
+  json.key("p99Ns").number(durations.quantile(kTail));
+  json.key("greatestNs").number(durations.quantile(kGreatest));
+  json.key("sumNs").number(durations.sum()).endObject();
+}
+
+void writeWork(JsonWriter& json, const Work& work) {
+  if (!work.table.empty()) {
+    json.member("table", work.table).member("row", hexDigits(work.row));
+    json.member("command", work.command);
+  }
+  json.member("name", work.name);
+}
+
+void writeStatistics(JsonWriter& json, const Statistics& statistics) {
+  for (const bool haps : {true, false}) {
+    json.key(haps ? "haps" : "rows").beginArray();
+    for (const Entry* entry : sorted(statistics, haps)) {
+      const WorkFigures& figures = entry->second;
+      json.beginObject();
+      writeWork(json, entry->first);
+      json.key("calls").number(figures.calls).key("failures").number(figures.failures);
+      json.key("unfinished").number(figures.unfinished);
+      writeDurations(json, "total", figures.total);
+      writeDurations(json, "own", figures.own);
+      json.key("waitNs").number(figures.wait_ns).key("lockNs").number(figures.lock_ns);
+      json.key("lockWaitNs").number(figures.lock_wait_ns).endObject();
+    }
+    json.endArray();
+  }
+}
+
+void printJson(const Statistics& before, const Statistics& now,
+               const std::vector<Change>* changes) {
+  JsonWriter json(2);
+  json.beginObject();
+  writeStatistics(json, now);
+  if (changes != nullptr) {
+    json.key("before").beginObject();
+    writeStatistics(json, before);
+    json.endObject().key("changes").beginArray();
+    for (const Change& change : *changes) {
+      json.beginObject().member("kind", nameOf(change.kind));
+      writeWork(json, change.work);
+      json.endObject();
+    }
+    json.endArray();
+  }
+  std::cout << json.endObject().taken() << '\n';
+}
+
+int showStatistics(const StatsOptions& options) {
+  Statistics before, now;
+  const int status = readAll(options, before, now);
+  if (status != kExitOk) {
+    return status;
+  }
+  const bool compares = !options.against.empty() || !options.split.empty();
+  if (now.all().empty() && before.all().empty()) {
+    return fail("no record tells of a HAP or row; those of the level info must be in the ring");
+  }
+  const std::vector<Change> changes =
+      compares ? changesBetween(before, now) : std::vector<Change>();
+  if (options.json) {
+    printJson(before, now, compares ? &changes : nullptr);
+  } else if (!compares) {
+    printStatistics(now);
+  } else if (changes.empty()) {
+    std::cout << "nothing became slower, and nothing fails more\n";
+  }
+  for (const Change& change : options.json ? std::vector<Change>() : changes) {
+    printChange(change);
+  }
+  return std::any_of(changes.begin(), changes.end(),
+                     [](const Change& change) { return isWorse(change.kind); })
+             ? kExitFindings
+             : kExitOk;
+}
+
+}  // namespace
+
+void addStatsCommand(CommandLine& line) {
+  auto options = std::make_shared<StatsOptions>();
+  Command command = line.add(
+      "stats", "Tells how often and how long HAPs and rows ran, and what became slower",
+      "Several rings are read together. Times are in milliseconds; own times are without nested\n"
+      "HAPs, called tables and the wait for other holders of the lock.\n"
+      "Example: trxctl stats trace.ring --against yesterday.ring\n"
+      "Exit status: 0 done; 1 something became slower or fails more; 2 a ring cannot be read.");
+  command.texts(options->rings, {"RING", "Ring files", "", {}, true});
+  command.texts(options->against,
+                {"--against", "Print what changed since this ring; may be repeated", "OLD"});
+  command.text(options->split,
+               {"--split",
+                "Print what changed since this time, such as 10:24 or 2h before the end",
+                "TIME",
+                {},
+                false,
+                timeProblem});
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.excludes("--split", {"--against"});
+  command.run([options] { return showStatistics(*options); });
+}
+
+}  // namespace kw::trx::tools
