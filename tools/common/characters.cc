@@ -41,10 +41,12 @@ std::vector<std::string> charactersOf(const std::string& text) {
   return characters;
 }
 
-std::string inQuotes(const std::string& cell) {
+std::string inQuotes(const std::string& text) { return "'" + visible(text) + "'"; }
+
+std::string visible(const std::string& raw) {
   constexpr char digits[] = "0123456789abcdef";
-  std::string text = "'";
-  for (const std::string& character : charactersOf(cell)) {
+  std::string text;
+  for (const std::string& character : charactersOf(raw)) {
     const auto byte = static_cast<unsigned char>(character[0]);
     const std::string shown = "\t\n\r";
     const std::size_t letter = shown.find(character);
@@ -56,7 +58,7 @@ std::string inQuotes(const std::string& cell) {
       text += character;
     }
   }
-  return text + "'";
+  return text;
 }
 
 }  // namespace kw::trx::tools

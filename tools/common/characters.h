@@ -16,7 +16,10 @@ std::size_t characterAt(std::string_view text, std::size_t at);
 /// `text` cut into its characters; a byte that is part of none stands alone.
 std::vector<std::string> charactersOf(const std::string& text);
 
-/// `text` in quotes, with what cannot be shown as \t, \n, \r or \x and two digits.
+/// `text` with what cannot be shown as \t, \n, \r or \x and two digits.
+std::string visible(const std::string& text);
+
+/// The same in quotes.
 std::string inQuotes(const std::string& text);
 
 }  // namespace kw::trx::tools

@@ -21,6 +21,10 @@ std::string absolutePath(const std::string& file) {
   return path;
 }
 
+std::string fileNameOf(const std::string& file) {
+  return std::filesystem::path(file).filename().string();
+}
+
 std::string nearFileHint(const std::string& file, const std::string& prefix) {
   namespace fs = std::filesystem;
   std::error_code error;

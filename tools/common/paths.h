@@ -11,6 +11,9 @@ namespace kw::trx::tools {
 /// the root directory. An empty name stays empty, and sets `errno` like that of a missing file.
 std::string absolutePath(const std::string& file);
 
+/// The name of `file` without its folders.
+std::string fileNameOf(const std::string& file);
+
 /// "; did you mean A?" with the file beside `file`, which is missing, whose name is near; else
 /// empty. Names are compared behind `prefix`, with which they begin, and must have one extension.
 std::string nearFileHint(const std::string& file, const std::string& prefix = "");

@@ -43,12 +43,10 @@ std::uint64_t numberIn(const std::vector<std::string>& fields, std::size_t field
 
 }  // namespace
 
-unsigned int lineOf(const FlowRow& row) { return row.lines[trx::kPlaceCommand]; }
-
 FileCoverage emptyCoverage(const TableFlow& flow) {
   FileCoverage file;
   for (const FlowRow& row : flow.rows) {
-    LineCoverage& line = file[lineOf(row)];
+    LineCoverage& line = file[row.line()];
     if (row.command == trx::kCommandHAP || row.command == trx::kCommandCheck) {
       line.branches.emplace();
     }

@@ -29,9 +29,6 @@ using FileCoverage = std::map<unsigned int, LineCoverage>;
 /// By the whole path of the file.
 using Coverage = std::map<std::string, FileCoverage>;
 
-/// The line by which a row is known.
-unsigned int lineOf(const FlowRow& row);
-
 /// The rows of a table that has not run.
 FileCoverage emptyCoverage(const TableFlow& flow);
 

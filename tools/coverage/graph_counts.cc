@@ -15,7 +15,7 @@ std::vector<RowCounts> countsOf(const TableFlow& flow, const FileCoverage& file)
   std::vector<RowCounts> counts(flow.rows.size());
   for (std::size_t at = 0; at < counts.size(); ++at) {
     const FlowRow& row = flow.rows[at];
-    const auto line = file.find(lineOf(row));
+    const auto line = file.find(row.line());
     if (line == file.end()) {
       continue;
     }

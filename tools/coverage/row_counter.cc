@@ -7,12 +7,13 @@
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
-RowCounter::RowCounter(const TableFlows& tables) : tracker_([](const Slice& /*ended*/) {}) {
+
+RowCounter::RowCounter(const TableFlows& tables)
+    : finder_(tables), tracker_([](const Slice& /*ended*/) {}) {
   for (const auto& [name, flow] : tables) {
-    Table& table = tables_[name];
-    table.file = &(coverage_[absolutePath(flow.file)] = emptyCoverage(flow));
+    FileCoverage& file = coverage_[absolutePath(flow.file)] = emptyCoverage(flow);
     for (const FlowRow& row : flow.rows) {
-      table.rows[row.number_value] = &row;
+      lines_[&row] = &file[row.line()];
     }
   }
 }
@@ -33,19 +34,14 @@ void RowCounter::take(const kw::platform::TraceRecord& record) {
 void RowCounter::begin(Pending& pending, const kw::platform::TraceRecord& record,
                        const SliceTracker::Place& place) {
   pending = Pending();
-  const Slice* const running = innermost(place, Slice::Kind::kTable);
-  const std::string name = running == nullptr ? std::string() : running->name;
-  const auto table = tables_.find(name);
-  if (table != tables_.end()) {
-    const auto row = table->second.rows.find(wordOf(record, "number", 0));
-    if (row != table->second.rows.end() && row->second->command == rowCommandOf(record)) {
-      LineCoverage& line = (*table->second.file)[lineOf(*row->second)];
-      ++line.runs;
-      pending = {row->second, &line, false};
-      return;
-    }
+  const std::optional<TracedRow> ran = tracedRowOf(record, place);
+  const RowFinder::Found found = finder_.find(*ran);
+  if (!found.is_same) {
+    ++unknown_[ran->table];
+    return;
   }
-  ++unknown_[name];
+  pending = {found.row, lines_.at(found.row), false};
+  ++pending.line->runs;
 }
 
 /// The row has ended: the next one has begun, or the request ends.

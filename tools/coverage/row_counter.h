@@ -10,6 +10,7 @@
 
 #include "coverage/coverage.h"
 #include "kw/platform.h"
+#include "tables/traced_rows.h"
 #include "traces/slices.h"
 
 namespace kw::trx::tools {
@@ -36,10 +37,6 @@ class RowCounter {
     LineCoverage* line = nullptr;
     bool failed = false;
   };
-  struct Table {
-    std::map<unsigned int, const FlowRow*> rows;  // by NUMBER
-    FileCoverage* file;
-  };
 
   void begin(Pending& pending, const kw::platform::TraceRecord& record,
              const SliceTracker::Place& place);
@@ -47,7 +44,8 @@ class RowCounter {
   static void noteFailure(Pending& pending, const kw::platform::TraceRecord& record);
 
   Coverage coverage_;
-  std::map<std::string, Table> tables_;
+  const RowFinder finder_;
+  std::map<const FlowRow*, LineCoverage*> lines_;  // in `coverage_`
   std::map<std::string, std::uint64_t> unknown_;
   SliceTracker tracker_;
   std::map<std::pair<std::uint32_t, std::uint32_t>, Pending> threads_;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "common/characters.h"
 #include "common/paths.h"
 #include "kw/trx/table.h"
 #include "kw/trx/table_format.h"
@@ -35,6 +36,20 @@ bool FlowRow::endsTable() const {
 
 bool FlowRow::keepsFailure() const {
   return command == trx::kCommandHAP && error == trx::kErrorStack;
+}
+
+std::vector<std::pair<const char*, std::string>> FlowRow::cells() const {
+  return {{trx::kColumnLabel, label}, {trx::kColumnNumber, number}, {trx::kColumnCommand, command},
+          {trx::kColumnName, name},   {trx::kColumnMode, mode},     {trx::kColumnError, error},
+          {trx::kColumnPara, para},   {trx::kColumnRsv1, ""},       {trx::kColumnRsv2, ""}};
+}
+
+std::string FlowRow::text() const {
+  std::string text;
+  for (const auto& [column, cell] : cells()) {
+    text += "," + cell;
+  }
+  return visible(text.substr(1));
 }
 
 std::vector<std::size_t> TableFlow::followers(std::size_t at, bool with_errors) const {

@@ -6,6 +6,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zqm_trx/table_words.h"
@@ -20,12 +21,19 @@ struct FlowRow {
   unsigned int number_value = 0;  ///< NUMBER as the engine reads it
   unsigned int wait_ms = 0;       ///< of a WAIT row, as the engine cuts it
 
+  /// The line by which it is known.
+  unsigned int line() const { return lines[trx::kPlaceCommand]; }
   /// True when a failure in this row ends the table.
   bool endsOnError() const;
   /// True when the table ends in this row.
   bool endsTable() const;
   /// True when a failure in this row is kept for CHECK.
   bool keepsFailure() const;
+
+  /// Its cells by the names of their columns; those behind PARA are empty in every row.
+  std::vector<std::pair<const char*, std::string>> cells() const;
+  /// The same as they stand in a file, with commas between.
+  std::string text() const;
 };
 
 /// One table that the engine loads.

@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tables/surroundings.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <optional>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 
+#include "common/paths.h"
 #include "common/text.h"
 #include "configuration/configuration.h"
+#include "kw/trx/file_path.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
@@ -32,6 +40,31 @@ std::map<std::string, std::string> meantTables(const KnownTables& tables) {
 }
 
 }  // namespace
+
+std::vector<std::string> tableFilesOf(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (!fs::exists(path, error)) {
+    throw std::runtime_error(path + ": " + std::strerror(ENOENT) + nearFileHint(path));
+  }
+  if (!fs::is_directory(path, error)) {
+    return {path};
+  }
+  std::vector<std::string> files;
+  for (fs::directory_iterator entry(path, error), end; !error && entry != end;
+       entry.increment(error)) {
+    trx::FilePath extension(entry->path().extension().string());
+    extension.toLower();
+    if (extension.value == ".csv") {
+      files.push_back(entry->path().string());
+    }
+  }
+  if (error) {
+    throw std::runtime_error(path + ": " + error.message());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
 
 KnownTables readTables(const std::vector<std::string>& files,
                        const std::vector<std::string>& configured) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "traces/placing.h"
 
+#include "traces/record_words.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -15,23 +16,40 @@ void RecordPlacer::take(const kw::platform::TraceRecord& record, const SliceTrac
   const bool placed = record.id != trx::kTrxHAPName.id && record.id != trx::kTrxHAPMode.id &&
                       record.id != trx::kTrxHAPUnit.id;
   for (Pending& pending : pending_) {
-    if (placed && !pending.placed && pending.record.process_id == record.process_id &&
+    if (pending.record.process_id == record.process_id &&
         pending.record.thread_id == record.thread_id) {
-      pending.place = place;
-      pending.placed = true;
+      settle(pending, record, place, placed);
     }
   }
-  if (placed && pending_.empty()) {
-    return on_record_(record, place);
+  const bool awaits_call =
+      awaits_calls_ && (record.id == trx::kCmdHAP.id || record.id == trx::kCmdTable.id);
+  if (placed && !awaits_call && pending_.empty()) {
+    return on_record_(record, place, nullptr);
   }
-  pending_.push_back({record, place, placed});
+  pending_.push_back({record, place, placed, awaits_call, std::nullopt});
   handOn(kPendingMost);
 }
 
-/// Hands on in their order the records whose place is known; of the others the newest `most` wait.
+/// Takes what the next `record` of the thread tells of the one that waits.
+void RecordPlacer::settle(Pending& pending, const kw::platform::TraceRecord& record,
+                          const SliceTracker::Place& place, bool placed) {
+  if (placed && !pending.placed) {
+    pending.place = place;
+    pending.placed = true;
+  }
+  const bool tells_call = record.id == trx::kHAPExecNested.id || record.id == trx::kCmdTableName.id;
+  if (pending.awaits_call && tells_call) {
+    pending.called = textOf(record);
+  }
+  pending.awaits_call = false;
+}
+
+/// Hands on in their order the records of which all is known; of the others the newest `most` wait.
 void RecordPlacer::handOn(std::size_t most) {
-  while (!pending_.empty() && (pending_.front().placed || pending_.size() > most)) {
-    on_record_(pending_.front().record, pending_.front().place);
+  const auto is_known = [](const Pending& one) { return one.placed && !one.awaits_call; };
+  while (!pending_.empty() && (is_known(pending_.front()) || pending_.size() > most)) {
+    const Pending& first = pending_.front();
+    on_record_(first.record, first.place, first.called ? &*first.called : nullptr);
     pending_.pop_front();
   }
 }

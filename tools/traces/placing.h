@@ -5,20 +5,26 @@
 
 #include <deque>
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "kw/platform.h"
 #include "traces/slices.h"
 
 namespace kw::trx::tools {
 
-/// Hands records on in their order once their place is known. The first records of a HAP request do
-/// not say whose it is: the next one of the thread does.
+/// Hands records on in their order once all is known that the next one of their thread tells: whose
+/// request the first records of a HAP request are of, and which HAP or table a row calls.
 class RecordPlacer {
  public:
+  /// `called`: the HAP or table that a row calls which begins with the record, empty for none; null
+  /// when that is not told.
   using OnRecord = std::function<void(const kw::platform::TraceRecord& record,
-                                      const SliceTracker::Place& place)>;
+                                      const SliceTracker::Place& place, const std::string* called)>;
 
-  explicit RecordPlacer(OnRecord on_record) : on_record_(std::move(on_record)) {}
+  /// With `awaits_calls` the records of rows that call something wait for what tells what.
+  RecordPlacer(bool awaits_calls, OnRecord on_record)
+      : awaits_calls_(awaits_calls), on_record_(std::move(on_record)) {}
 
   /// Takes the next record, whose place is so far known to be `place`.
   void take(const kw::platform::TraceRecord& record, const SliceTracker::Place& place);
@@ -30,11 +36,16 @@ class RecordPlacer {
   struct Pending {
     kw::platform::TraceRecord record;
     SliceTracker::Place place;
-    bool placed;  ///< false: the place is a guess
+    bool placed;       ///< false: the place is a guess
+    bool awaits_call;  ///< the next record of the thread may tell what the row calls
+    std::optional<std::string> called;
   };
 
+  static void settle(Pending& pending, const kw::platform::TraceRecord& record,
+                     const SliceTracker::Place& place, bool placed);
   void handOn(std::size_t most);
 
+  const bool awaits_calls_;
   OnRecord on_record_;
   std::deque<Pending> pending_;
 };

@@ -57,10 +57,7 @@ void addRing(const std::string& name, const TableFlows& tables, Coverage& covera
   }
   merge(coverage, counter.coverage());
   for (const auto& [table, rows] : counter.unknown()) {
-    std::cerr << "trxctl: " << name << ": " << rows << " rows that ran "
-              << (table.empty() ? "in tables that began before its first record"
-                                : "stand in no table " + table + " among the files")
-              << '\n';
+    std::cerr << "trxctl: " << name << ": " << notFoundText(table, rows) << '\n';
   }
 }
 

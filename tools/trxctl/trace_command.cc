@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <poll.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <csignal>
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "common/times.h"
+#include "configuration/configuration.h"
 #include "kw/platform.h"
+#include "tables/row_notes.h"
+#include "tables/surroundings.h"
 #include "traces/doubts.h"
 #include "traces/placing.h"
-#include "traces/ring_follower.h"
 #include "traces/seen_names.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
+#include "trxctl/ring_watch.h"
 #include "trxctl/text_output.h"
 #include "trxctl/timeline.h"
 #include "trxctl/trace_output.h"
@@ -29,7 +30,6 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr int kFollowPollMs = 100;
 constexpr std::size_t kIdMost = 0xffffffff;
 constexpr char kDefaultRing[] = "/trace.ring";
 
@@ -39,78 +39,65 @@ struct TraceOptions {
   bool follow = false;
   bool json = false;
   bool summary = false;
+  bool rows = false;
+  std::vector<std::string> tables;
   SummaryOptions requests;
 };
 
-std::atomic<bool> interrupted{false};
+/// The tables whose rows are shown; none: rows are not.
+std::optional<KnownTables> tablesFor(const TraceOptions& options) {
+  if (!options.rows && options.tables.empty()) {
+    return std::nullopt;
+  }
+  std::vector<std::string> files;
+  for (const std::string& path : options.tables) {
+    const std::vector<std::string> found = tableFilesOf(path);
+    files.insert(files.end(), found.begin(), found.end());
+  }
+  std::optional<std::vector<std::string>> modules;
+  KnownTables tables =
+      readTables(files, options.rows ? configuredTables(modules) : std::vector<std::string>());
+  if (tables.flows.empty()) {
+    throw std::runtime_error(
+        options.tables.empty()
+            ? "which tables? Name files or their folder with --tables, or the system root of the "
+              "host, whose configuration names them, with --root"
+            : "--tables: the engine loads no table of these; trxctl check tells why");
+  }
+  return tables;
+}
 
 /// Shows the records of one ring.
 class TraceShow {
  public:
   explicit TraceShow(const TraceOptions& options)
       : options_(options),
-        ring_(options.file),
         output_(options.json),
         seen_(options.selection),
         tracker_([this](const Slice& slice) { end(slice); }),
-        placer_([this](const TraceRecord& record, const SliceTracker::Place& place) {
-          show(record, place);
-        }) {}
+        placer_(options.rows || !options.tables.empty(),
+                [this](const TraceRecord& record, const SliceTracker::Place& place,
+                       const std::string* called) { show(record, place, called); }) {
+    if (std::optional<KnownTables> tables = tablesFor(options)) {
+      rows_.emplace(std::move(*tables));
+    }
+  }
 
   int run() {
-    if (ring_.open() != 0 && !waitForRing()) {
-      return interrupted ? kExitOk : failToOpenRing(options_.file);
-    }
-    while (!interrupted) {
-      takeAll();
-      if (!options_.follow || !waitForMore()) {
-        break;
-      }
-      if (ring_.isReplaced()) {
-        takeAll();
-        if (ring_.switchOver()) {
-          std::cerr << "trxctl: " << options_.file << " was made anew\n";
-        }
-      }
+    RingWatch ring(options_.file, options_.follow);
+    if (!ring.run([this](const TraceRecord& record) { take(record); },
+                  [this] {
+                    placer_.flush();
+                    output_.flush();
+                  })) {
+      return failToOpenRing(options_.file);
     }
     tracker_.finish();
-    sayWhatIsMissing();
+    sayWhatIsMissing(ring.lost());
     return options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
   }
 
  private:
-  /// With --follow, waits for a ring that is not there yet. False when there will be none.
-  bool waitForRing() {
-    if (!options_.follow || errno != ENOENT) {
-      return false;
-    }
-    std::cerr << "trxctl: waiting for " << options_.file << '\n';
-    while (!interrupted && waitForMore()) {
-      if (ring_.open() == 0) {
-        return true;
-      }
-      if (errno != ENOENT) {
-        return false;
-      }
-    }
-    interrupted = true;
-    return false;
-  }
-
-  void takeAll() {
-    while (!interrupted && std::cout && ring_.next(record_)) {
-      take(record_);
-    }
-    placer_.flush();
-    output_.flush();
-  }
-
-  /// False when nobody reads the output any more.
-  static bool waitForMore() {
-    pollfd output{STDOUT_FILENO, 0, 0};
-    return poll(&output, 1, kFollowPollMs) <= 0 && std::cout;
-  }
-
   void take(const TraceRecord& record) {
     if (const char* const doubt = doubtOf(record)) {
       ++doubtful_;
@@ -128,7 +115,7 @@ class TraceShow {
   void takeDoubtful(const TraceRecord& record, const char* doubt) {
     placer_.flush();
     if (options_.perfetto.empty() && options_.selection.takes(record, {})) {
-      output_.show(record, {}, doubt);
+      output_.show(record, {}, doubt, nullptr);
     }
   }
 
@@ -139,27 +126,35 @@ class TraceShow {
     }
   }
 
-  void show(const TraceRecord& record, const SliceTracker::Place& place) {
+  void show(const TraceRecord& record, const SliceTracker::Place& place,
+            const std::string* called) {
     seen_.add(place);
+    RowNote* const note = rows_ ? rows_->take(record, place, called) : nullptr;
     if (options_.selection.takes(record, place)) {
-      output_.show(record, place, nullptr);
+      output_.show(record, place, nullptr, note);
+      if (note != nullptr) {
+        rows_->told(*note, place);
+      }
     }
   }
 
-  void sayWhatIsMissing() const {
-    sayWhatIsLost(doubtful_, ring_.lost());
-    for (const std::string& missing : seen_.missing(tracker_.requests())) {
-      std::cerr << "trxctl: " << missing << '\n';
+  void sayWhatIsMissing(std::uint64_t lost) const {
+    sayWhatIsLost(doubtful_, lost);
+    std::vector<std::string> missing = seen_.missing(tracker_.requests());
+    for (const std::string& words : rows_ ? rows_->missing() : std::vector<std::string>()) {
+      missing.push_back(words);
+    }
+    for (const std::string& words : missing) {
+      std::cerr << "trxctl: " << words << '\n';
     }
   }
 
   const TraceOptions& options_;
-  RingFollower ring_;
-  TraceRecord record_{};
   std::uint64_t doubtful_ = 0;
   TraceOutput output_;
   SeenNames seen_;
   Timeline timeline_;
+  std::optional<RowNotes> rows_;
   SliceTracker tracker_;
   RecordPlacer placer_;
 };
@@ -182,7 +177,6 @@ int showTrace(TraceOptions& options) {
     options.requests.filter.request_number = options.selection.request_number;
     return showSummary(options.file, options.requests);
   }
-  static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
   return TraceShow(options).run();
 }
 
@@ -213,7 +207,8 @@ void addSummaryOptions(Command& command, TraceOptions& options) {
   for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
     command.needs(option, "--summary");
   }
-  command.excludes("--summary", {"--level", "--hap", "--table", "--follow", "--perfetto"});
+  command.excludes("--summary",
+                   {"--level", "--hap", "--table", "--follow", "--perfetto", "--rows", "--tables"});
 }
 
 }  // namespace
@@ -243,6 +238,12 @@ void addTraceCommand(CommandLine& line) {
   command.text(selection.hap, {"--hap", "Show what happened inside HAPs of this name", "NAME"});
   command.text(selection.table,
                {"--table", "Show what happened inside runs of this table", "NAME"});
+  command.flag(options->rows, {"--rows",
+                               "Show what the tables of the configuration say of the rows that "
+                               "records belong to"});
+  command.texts(
+      options->tables,
+      {"--tables", "The same by this table file or folder of them; may be repeated", "FILE|DIR"});
   command.flag(options->json, {"--json", "Print each record or request as a line of JSON"});
   command.flag(options->follow,
                {"--follow", "Wait for the ring, and go on with new records until interrupted"});
@@ -251,8 +252,8 @@ void addTraceCommand(CommandLine& line) {
                 "Print nothing, but write a timeline of all that the ring holds, which "
                 "ui.perfetto.dev opens",
                 "FILE"});
-  command.excludes("--perfetto",
-                   {"--level", "--request", "--hap", "--table", "--json", "--follow"});
+  command.excludes("--perfetto", {"--level", "--request", "--hap", "--table", "--json", "--follow",
+                                  "--rows", "--tables"});
   addSummaryOptions(command, *options);
   command.run([options] { return showTrace(*options); });
 }

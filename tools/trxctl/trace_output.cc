@@ -7,6 +7,7 @@
 
 #include "common/characters.h"
 #include "common/json.h"
+#include "common/paths.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "traces/catalogue.h"
@@ -38,6 +39,20 @@ void addWord(const std::string& word, std::size_t width, std::string& text) {
   text.append(word).append(width > word.size() ? width - word.size() : 0, ' ');
 }
 
+void writeNote(JsonWriter& json, const RowNote& note) {
+  if (note.row != nullptr) {
+    json.member("file", note.table->file).key("line").number(note.row->line());
+    json.key("row").beginObject();
+    for (const auto& [column, cell] : note.row->cells()) {
+      json.member(column, cell);
+    }
+    json.endObject();
+  } else {
+    json.member("tableProblem",
+                note.table == nullptr ? "the table is not among the files" : note.problem);
+  }
+}
+
 }  // namespace
 
 TraceOutput::TraceOutput(bool json)
@@ -54,11 +69,14 @@ TraceOutput::Paint TraceOutput::paintOf(Colour colour) {
 }
 
 void TraceOutput::show(const TraceRecord& record, const SliceTracker::Place& place,
-                       const char* doubt) {
+                       const char* doubt, const RowNote* note) {
   if (json_) {
-    addJson(record, place, doubt);
+    addJson(record, place, doubt, note);
   } else {
     addLine(record, place, doubt);
+    if (note != nullptr && !note->is_told) {
+      addNote(*note);
+    }
   }
   out_ += '\n';
   if (out_.size() >= kBlockBytes) {
@@ -119,8 +137,19 @@ void TraceOutput::addLine(const TraceRecord& record, const SliceTracker::Place& 
   }
 }
 
+void TraceOutput::addNote(const RowNote& note) {
+  if (note.row != nullptr) {
+    out_.append("\n    ").append(origin_.before).append(visible(fileNameOf(note.table->file)));
+    out_ += ':';
+    addNumber(note.row->line(), 10, 1, out_);
+    out_.append(" | ").append(origin_.after).append(note.row->text());
+  } else if (!note.problem.empty()) {
+    out_.append("\n    ").append(doubtful_.before).append(note.problem).append(doubtful_.after);
+  }
+}
+
 void TraceOutput::addJson(const TraceRecord& record, const SliceTracker::Place& place,
-                          const char* doubt) {
+                          const char* doubt, const RowNote* note) {
   JsonWriter json(-1);
   json.beginObject().key("timeNs").number(record.time_ns);
   json.key("process").number(record.process_id).key("thread").number(record.thread_id);
@@ -138,6 +167,9 @@ void TraceOutput::addJson(const TraceRecord& record, const SliceTracker::Place& 
       json.member(value.name, value.text);
     }
     json.endObject();
+  }
+  if (note != nullptr) {
+    writeNote(json, *note);
   }
   out_ += json.endObject().taken();
 }

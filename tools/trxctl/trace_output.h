@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kw/platform.h"
+#include "tables/row_notes.h"
 #include "traces/slices.h"
 #include "trxctl/text_output.h"
 
@@ -17,9 +18,10 @@ class TraceOutput {
  public:
   explicit TraceOutput(bool json);
 
-  /// Shows a record; `doubt` tells what makes it doubtful, or is null.
+  /// Shows a record; `doubt` tells what makes it doubtful, `note` what its row says; both may be
+  /// null. As text a note is shown once, as JSON with each record.
   void show(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
-            const char* doubt);
+            const char* doubt, const RowNote* note);
 
   /// Writes to standard output what is not there yet.
   void flush();
@@ -33,8 +35,9 @@ class TraceOutput {
   static Paint paintOf(Colour colour);
   void addLine(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
                const char* doubt);
+  void addNote(const RowNote& note);
   void addJson(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
-               const char* doubt);
+               const char* doubt, const RowNote* note);
   void addTime(std::uint64_t time_ns);
 
   const bool json_;

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trxctl/ring_watch.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <iostream>
+#include <utility>
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr int kFollowPollMs = 100;
+
+std::atomic<bool> interrupted{false};
+
+/// False when nobody reads the output any more.
+bool waitForMore() {
+  pollfd output{STDOUT_FILENO, 0, 0};
+  return poll(&output, 1, kFollowPollMs) <= 0 && std::cout;
+}
+
+}  // namespace
+
+RingWatch::RingWatch(std::string file, bool follow)
+    : file_(std::move(file)), follow_(follow), ring_(file_) {
+  static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
+}
+
+bool RingWatch::run(const OnRecord& on_record, const OnPause& on_pause) {
+  if (!open()) {
+    return interrupted;
+  }
+  while (!interrupted) {
+    takeAll(on_record, on_pause);
+    if (!follow_ || !waitForMore()) {
+      break;
+    }
+    if (ring_.isReplaced()) {
+      takeAll(on_record, on_pause);
+      if (ring_.switchOver()) {
+        std::cerr << "trxctl: " << file_ << " was made anew\n";
+      }
+    }
+  }
+  return true;
+}
+
+/// False when there will be no ring, or the user waits for it no longer.
+bool RingWatch::open() {
+  if (ring_.open() == 0) {
+    return true;
+  }
+  if (!follow_ || errno != ENOENT) {
+    return false;
+  }
+  std::cerr << "trxctl: waiting for " << file_ << '\n';
+  while (!interrupted && waitForMore()) {
+    if (ring_.open() == 0) {
+      return true;
+    }
+    if (errno != ENOENT) {
+      return false;
+    }
+  }
+  interrupted = true;
+  return false;
+}
+
+void RingWatch::takeAll(const OnRecord& on_record, const OnPause& on_pause) {
+  while (!interrupted && std::cout && ring_.next(record_)) {
+    on_record(record_);
+  }
+  on_pause();
+}
+
+}  // namespace kw::trx::tools
