@@ -192,6 +192,24 @@ TEST_F(SummariesTest, EachRequestIsTold) {
       "TST_Fail: failed: " + own};
   EXPECT_EQ(summariesOf(records, true), expected);
   EXPECT_EQ(summariesOf(records, false), expected);
+
+  // Of a table whose begin was overwritten, what is left.
+  const auto next = [&](auto from, std::uint32_t id) {
+    return std::find_if(from, records.end(),
+                        [id](const TraceRecord& record) { return record.id == id; });
+  };
+  const auto row = next(records.begin(), trx::kCmdHAP.id);
+  const auto end = next(row, trx::kCmdEnd.id);
+  const std::vector<TraceRecord> whole(row, end + 1);
+  std::vector<TraceRecord> twice(row, end);
+  twice.insert(twice.end(), row, end);
+  EXPECT_EQ(summariesOf(twice, false),
+            (std::vector<std::string>{": its begin and end are not in the ring, its last record: "
+                                      "row ?/3: the HAP row of 0xabc failed with 0x7000a; the "
+                                      "failure is kept for CHECK; row ?/2 has run 2 times"}));
+  std::vector<TraceRecord> ended = whole;
+  ended.push_back(*next(end, trx::kTrxTableAdmitted.id));
+  EXPECT_EQ(summariesOf(ended, false)[0], ": ok; its begin is not in the ring");
 }
 
 class SlicesTest : public RecordsTest {

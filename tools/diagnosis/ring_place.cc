@@ -41,7 +41,7 @@ std::string ringProblem(const std::string& file, std::size_t records) {
   const std::uint64_t needed = records * kRecordBytes;
   return room >= needed ? ""
                         : "needs about " + std::to_string(needed / kMegabyte + 1) +
-                              " MiB, and there are " + std::to_string(room / kMegabyte) + " free";
+                              " MiB, and there is room for " + std::to_string(room / kMegabyte);
 }
 
 }  // namespace kw::trx::tools

@@ -83,13 +83,20 @@ void RequestSummaries::take(const TraceRecord& record) {
     return refuse(record);
   } else if (isBehindRequests(record)) {
     return close(running, true);
+  } else if (!running.open && rowCommandOf(record) != nullptr) {
+    begin(running, record);
+    running.summary.begin_lost = running.summary.is_table = true;
   }
   if (!running.open || record.id == trx::kTrxInstance.id) {
     return;
   }
   RequestSummary& summary = running.summary;
-  summary.request = place.request;
-  summary.number = std::max(summary.number, place.number);
+  if (!summary.begin_lost) {
+    summary.request = place.request;
+    summary.number = std::max(summary.number, place.number);
+  } else if (rowCommandOf(record) != nullptr) {
+    summary.request = wordOf(record, "request", 0);
+  }
   summary.end_ns = std::max(summary.end_ns, record.time_ns);
   running.last = record;
   note(running, record, place);
@@ -151,6 +158,7 @@ bool RequestSummaries::noteRow(Running& running, const TraceRecord& record,
   running.table = nameAt(place, Slice::Kind::kTable);
   running.row = hexDigits(wordOf(record, "number", 0));
   running.pending.reset();
+  ++running.runs[rowText(running.table, running.row)];
   if (record.id == trx::kCmdEndMessage.id) {
     running.summary.end = RequestEnd::kFailed;
     running.summary.ended_by = rowText(running.table, running.row) + ", an END with a message";
@@ -269,11 +277,20 @@ void RequestSummaries::close(Running& running, bool goes_on) {
   if (summary.end == RequestEnd::kOpen && running.pending) {
     summary.end = RequestEnd::kFailed;
     summary.failure = running.pending;
+  } else if (summary.end == RequestEnd::kOpen && summary.begin_lost && goes_on &&
+             running.last.id == trx::kCmdEnd.id) {
+    summary.end = RequestEnd::kOk;  // the END row that nothing came behind was the outermost one
   } else if (summary.end == RequestEnd::kOpen && running.in_wait && goes_on) {
     summary.end = RequestEnd::kWaits;
   } else if (summary.end == RequestEnd::kOpen) {
     summary.last = (running.row.empty() ? "" : rowText(running.table, running.row) + ": ") +
                    describe(running.last);
+    const auto most =
+        std::max_element(running.runs.begin(), running.runs.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
+    if (most != running.runs.end() && most->second > 1) {
+      summary.often = most->first + " has run " + std::to_string(most->second) + " times";
+    }
   }
   if (summary.end == RequestEnd::kFailed && !summary.failure) {
     summary.failure = running.kept;
@@ -318,7 +335,9 @@ std::string codeText(const RequestFailure& failure, const CodeMeaning& meaning) 
 std::string outcomeText(const RequestSummary& request, const CodeMeaning& meaning) {
   std::string text = nameOf(request.end);
   if (request.end == RequestEnd::kOpen) {
-    return "its end is not in the ring, its last record: " + request.last;
+    return std::string(request.begin_lost ? "its begin and end are" : "its end is") +
+           " not in the ring, its last record: " + request.last +
+           (request.often.empty() ? "" : "; " + request.often);
   }
   if (request.end == RequestEnd::kWaits) {
     return "waits at its requester";
@@ -329,7 +348,8 @@ std::string outcomeText(const RequestSummary& request, const CodeMeaning& meanin
     text += failure.event;
     text += codeText(failure, meaning);
   }
-  return text + (request.ended_by.empty() ? "" : "; ended by " + request.ended_by);
+  text += request.ended_by.empty() ? "" : "; ended by " + request.ended_by;
+  return text + (request.begin_lost ? "; its begin is not in the ring" : "");
 }
 
 const char* nameOf(RequestEnd end) {

@@ -43,11 +43,14 @@ struct RequestSummary {
   bool more_units = false;         ///< there are others
   RequestEnd end = RequestEnd::kOpen;
   std::optional<RequestFailure> failure;
-  std::string last;      ///< what its last record says, when its end is not told
-  std::string ended_by;  ///< the row that ended the table when it is not the one that failed
+  bool begin_lost = false;  ///< of a table; its name is not known then, nor those of its tables
+  std::string last;         ///< what its last record says, when its end is not told
+  std::string often;        ///< the row that ran most often, when its end is not told; else empty
+  std::string ended_by;     ///< the row that ended the table when it is not the one that failed
 };
 
-/// Makes summaries of the records of all threads. Keeps requests only while they run.
+/// Makes summaries of the records of all threads. Keeps requests only while they run. A HAP request
+/// whose begin is lost is left out.
 class RequestSummaries {
  public:
   using OnRequest = std::function<void(const RequestSummary& request)>;
@@ -69,14 +72,15 @@ class RequestSummaries {
   struct Running {
     bool open = false;
     RequestSummary summary;
-    std::string table, row;                 ///< that runs
-    std::optional<RequestFailure> pending;  ///< of a HAP; what comes of it is not known yet
-    std::optional<RequestFailure> kept;     ///< the first one that STACK or a jump left behind
-    kw::platform::TraceRecord last;         ///< record
-    bool in_wait = false;                   ///< nothing came behind a WAIT row
+    std::string table, row;                     ///< that runs
+    std::optional<RequestFailure> pending;      ///< of a HAP; what comes of it is not known yet
+    std::optional<RequestFailure> kept;         ///< the first one that STACK or a jump left behind
+    kw::platform::TraceRecord last;             ///< record
+    bool in_wait = false;                       ///< nothing came behind a WAIT row
+    std::map<std::string, std::uint64_t> runs;  ///< of rows
   };
 
-  void begin(Running& running, const kw::platform::TraceRecord& record);
+  static void begin(Running& running, const kw::platform::TraceRecord& record);
   void note(Running& running, const kw::platform::TraceRecord& record,
             const SliceTracker::Place& place);
   bool noteName(RequestSummary& summary, const kw::platform::TraceRecord& record);
