@@ -18,17 +18,20 @@ int RingMerger::open(const std::string& file) {
 }
 
 bool RingMerger::next(kw::platform::TraceRecord& record) {
-  Ring* first = nullptr;
-  for (const auto& ring : rings_) {
-    if (ring->has_record && (first == nullptr || ring->record.time_ns < first->record.time_ns)) {
-      first = ring.get();
+  std::size_t first = rings_.size();
+  for (std::size_t at = 0; at < rings_.size(); ++at) {
+    const Ring& ring = *rings_[at];
+    if (ring.has_record &&
+        (first == rings_.size() || ring.record.time_ns < rings_[first]->record.time_ns)) {
+      first = at;
     }
   }
-  if (first == nullptr) {
+  if (first == rings_.size()) {
     return false;
   }
-  record = first->record;
-  advance(*first);
+  ring_ = first;
+  record = rings_[first]->record;
+  advance(*rings_[first]);
   return true;
 }
 

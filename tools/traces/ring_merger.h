@@ -22,6 +22,11 @@ class RingMerger {
   /// Takes the next record; false: there are no more.
   bool next(kw::platform::TraceRecord& record);
 
+  /// The place, among those opened, of the ring that the last record came from. Processes and
+  /// threads of different rings are different ones, also with the same ids: those of other
+  /// machines.
+  std::size_t ring() const { return ring_; }
+
   std::uint64_t doubtful() const { return doubtful_; }
   /// Records that were overwritten, torn or cut off.
   std::uint64_t lost() const;
@@ -36,6 +41,7 @@ class RingMerger {
   void advance(Ring& ring);
 
   std::vector<std::unique_ptr<Ring>> rings_;
+  std::size_t ring_ = 0;
   std::uint64_t doubtful_ = 0;
 };
 

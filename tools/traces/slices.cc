@@ -29,7 +29,9 @@ bool isRowOf(const Slice& slice, const char* command) {
 
 }  // namespace
 
-SliceTracker::SliceTracker(std::function<void(const Slice&)> ended) : ended_(std::move(ended)) {}
+SliceTracker::SliceTracker(std::function<void(const Slice&)> ended,
+                           std::shared_ptr<LockHistory> lock)
+    : ended_(std::move(ended)), lock_(std::move(lock)) {}
 
 SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) {
   Thread& thread = threads_[{record.process_id, record.thread_id}];
@@ -236,7 +238,7 @@ void SliceTracker::noteLock(Thread& thread, const kw::platform::TraceRecord& rec
   if (thread.lock_since_ns == 0 || (record.id != trx::kLockGiveBack.id && !failed)) {
     return;
   }
-  const std::uint64_t had_it_ns = failed ? thread.last_ns : last_give_back_ns_;
+  const std::uint64_t had_it_ns = failed ? thread.last_ns : lock_->last_give_back_ns;
   const auto hap = std::find_if(thread.open.begin(), thread.open.end(), [](const Slice& slice) {
     return slice.kind == Slice::Kind::kHAP && slice.end_ns == 0;
   });
@@ -246,7 +248,9 @@ void SliceTracker::noteLock(Thread& thread, const kw::platform::TraceRecord& rec
                             ? std::min(had_it_ns, thread.last_ns) - thread.lock_since_ns
                             : 0;
   }
-  last_give_back_ns_ = failed ? last_give_back_ns_ : std::max(last_give_back_ns_, thread.last_ns);
+  if (!failed) {
+    lock_->last_give_back_ns = std::max(lock_->last_give_back_ns, thread.last_ns);
+  }
   thread.lock_since_ns = 0;
 }
 

@@ -43,6 +43,11 @@ struct Slice {
   bool resumed = false;  ///< goes on one that was cut, after an interruption
 };
 
+/// When the exclusion semaphore was given back last, by any thread.
+struct LockHistory {
+  std::uint64_t last_give_back_ns = 0;
+};
+
 /// Follows the records of all threads. What a record leaves open ends with the next record that
 /// tells so; a HAP that failed has what the records of its failure tell still in it, but ends
 /// before them. Records may be missing.
@@ -50,7 +55,10 @@ class SliceTracker {
  public:
   /// `ended` is called with each slice when it ends, inner ones before outer ones. Of one that was
   /// interrupted each part is a slice; a WAIT row that was handed to the requester goes on at once.
-  explicit SliceTracker(std::function<void(const Slice&)> ended);
+  /// Trackers of several traces of one machine share `lock`, so that each knows of holders in
+  /// others.
+  explicit SliceTracker(std::function<void(const Slice&)> ended,
+                        std::shared_ptr<LockHistory> lock = std::make_shared<LockHistory>());
 
   /// What a record belongs to.
   struct Place {
@@ -108,7 +116,7 @@ class SliceTracker {
   /// By request: the tables, the rows that called them, and a WAIT row behind them.
   std::map<std::uint32_t, std::vector<Slice>> interrupted_;
   std::map<std::uint32_t, std::uint32_t> requests_;  ///< how many, by id
-  std::uint64_t last_give_back_ns_ = 0;              ///< of the semaphore, by any thread
+  std::shared_ptr<LockHistory> lock_;
 };
 
 /// The innermost slice of a kind that a record belongs to; null: none. It lives as long as `place`.

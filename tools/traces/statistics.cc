@@ -46,7 +46,7 @@ std::string textOf(const Work& work) {
          (work.name.empty() ? "" : ' ' + work.name) + ')';
 }
 
-void Statistics::take(const Slice& slice) {
+void Statistics::take(const Slice& slice, std::size_t trace) {
   if (slice.kind != Slice::Kind::kHAP && slice.kind != Slice::Kind::kRow) {
     return;
   }
@@ -59,7 +59,7 @@ void Statistics::take(const Slice& slice) {
   figures.lock_wait_ns += slice.lock_wait_ns;
   const std::uint64_t total_ns = less(slice.end_ns, slice.begin_ns);
   Parts parts{total_ns, less(total_ns, slice.nested_ns + slice.lock_wait_ns)};
-  const auto key = std::make_pair(slice.request, work);
+  const auto key = std::make_tuple(trace, slice.request, work);
   const auto before = slice.resumed ? interrupted_.find(key) : interrupted_.end();
   if (before != interrupted_.end()) {
     parts.total_ns += before->second.total_ns;
@@ -70,7 +70,7 @@ void Statistics::take(const Slice& slice) {
     figures.total.add(parts.total_ns);
     figures.own.add(parts.own_ns);
   } else if (work.command == trx::kCommandWait || work.command == trx::kCommandTable) {
-    figures.unfinished += interrupted_.emplace(key, parts).second ? 0 : 1;
+    figures.unfinished += interrupted_.insert_or_assign(key, parts).second ? 0 : 1;
   } else {
     ++figures.unfinished;
   }
@@ -78,7 +78,7 @@ void Statistics::take(const Slice& slice) {
 
 void Statistics::finish() {
   for (const auto& [key, parts] : interrupted_) {
-    ++all_[key.second].unfinished;
+    ++all_[std::get<Work>(key)].unfinished;
   }
   interrupted_.clear();
 }

@@ -62,8 +62,8 @@ struct WorkFigures {
 
 class Statistics {
  public:
-  /// Takes a slice that has ended.
-  void take(const Slice& slice);
+  /// Takes a slice that has ended; `trace` tells those of several traces apart.
+  void take(const Slice& slice, std::size_t trace = 0);
 
   /// Counts what did not end as unfinished; to be called once, after the last slice.
   void finish();
@@ -76,7 +76,8 @@ class Statistics {
     std::uint64_t total_ns = 0, own_ns = 0;
   };
   std::map<Work, WorkFigures> all_;
-  std::map<std::pair<std::uint32_t, Work>, Parts> interrupted_;  // by request id
+  /// By trace, request id and row.
+  std::map<std::tuple<std::size_t, std::uint32_t, Work>, Parts> interrupted_;
 };
 
 }  // namespace kw::trx::tools

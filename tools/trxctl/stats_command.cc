@@ -29,33 +29,32 @@ struct StatsOptions {
 
 using Entry = std::pair<const Work, WorkFigures>;
 
-/// Feeds the slices of rings to statistics: those that began before `split_ns` to `before`.
-class RingStatistics {
- public:
-  RingStatistics(std::uint64_t split_ns, Statistics& before, Statistics& now)
-      : tracker_([split_ns, &before, &now](const Slice& slice) {
-          (slice.begin_ns < split_ns ? before : now).take(slice);
-        }) {}
-
-  /// Reads rings together. Returns the exit status.
-  int read(const std::vector<std::string>& files) {
-    RingMerger rings;
-    for (const std::string& file : files) {
-      if (rings.open(file) != 0) {
-        return failToOpenRing(file);
-      }
+/// Reads rings together; slices that began before `split_ns` go to `before`. Returns the exit
+/// status.
+int readRings(const std::vector<std::string>& files, std::uint64_t split_ns, Statistics& before,
+              Statistics& now) {
+  RingMerger rings;
+  std::vector<SliceTracker> trackers;
+  const auto lock = std::make_shared<LockHistory>();
+  for (const std::string& file : files) {
+    if (rings.open(file) != 0) {
+      return failToOpenRing(file);
     }
-    for (kw::platform::TraceRecord record; rings.next(record);) {
-      tracker_.take(record);
-    }
-    tracker_.finish();
-    sayWhatIsLost(rings.doubtful(), rings.lost());
-    return kExitOk;
+    trackers.emplace_back(
+        [split_ns, &before, &now, ring = trackers.size()](const Slice& slice) {
+          (slice.begin_ns < split_ns ? before : now).take(slice, ring);
+        },
+        lock);
   }
-
- private:
-  SliceTracker tracker_;
-};
+  for (kw::platform::TraceRecord record; rings.next(record);) {
+    trackers[rings.ring()].take(record);
+  }
+  for (SliceTracker& tracker : trackers) {
+    tracker.finish();
+  }
+  sayWhatIsLost(rings.doubtful(), rings.lost());
+  return kExitOk;
+}
 
 /// Reads what the options name; of one trace in two parts, both. Returns the exit status.
 int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
@@ -63,9 +62,9 @@ int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
   if (!options.split.empty()) {
     split_ns = *timeOf(options.split, endOfRings(options.rings));
   }
-  int status = RingStatistics(split_ns, before, now).read(options.rings);
+  int status = readRings(options.rings, split_ns, before, now);
   if (status == kExitOk && !options.against.empty()) {
-    status = RingStatistics(0, before, before).read(options.against);
+    status = readRings(options.against, 0, before, before);
   }
   before.finish();
   now.finish();
