@@ -30,9 +30,9 @@ RingWatch::RingWatch(std::string file, bool follow)
   static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
 }
 
-bool RingWatch::run(const OnRecord& on_record, const OnPause& on_pause) {
-  if (!open()) {
-    return interrupted;
+RingWatch::End RingWatch::run(const OnRecord& on_record, const OnPause& on_pause) {
+  if (const End opened = open(); opened != End::kRead) {
+    return opened;
   }
   while (!interrupted) {
     takeAll(on_record, on_pause);
@@ -46,28 +46,27 @@ bool RingWatch::run(const OnRecord& on_record, const OnPause& on_pause) {
       }
     }
   }
-  return true;
+  return End::kRead;
 }
 
-/// False when there will be no ring, or the user waits for it no longer.
-bool RingWatch::open() {
+/// Opens the ring, or waits for it.
+RingWatch::End RingWatch::open() {
   if (ring_.open() == 0) {
-    return true;
+    return End::kRead;
   }
   if (!follow_ || errno != ENOENT) {
-    return false;
+    return End::kNotOpened;
   }
   std::cerr << "trxctl: waiting for " << file_ << '\n';
   while (!interrupted && waitForMore()) {
     if (ring_.open() == 0) {
-      return true;
+      return End::kRead;
     }
     if (errno != ENOENT) {
-      return false;
+      return End::kNotOpened;
     }
   }
-  interrupted = true;
-  return false;
+  return End::kGivenUp;
 }
 
 void RingWatch::takeAll(const OnRecord& on_record, const OnPause& on_pause) {

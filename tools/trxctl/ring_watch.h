@@ -21,15 +21,20 @@ class RingWatch {
   /// anew, until SIGINT or until nobody reads standard output any more.
   RingWatch(std::string file, bool follow);
 
-  /// Hands on each record, and calls `on_pause` whenever there is none for now. Returns false when
-  /// the ring cannot be opened, with `errno` set.
-  bool run(const OnRecord& on_record, const OnPause& on_pause);
+  enum class End {
+    kRead,
+    kNotOpened,  ///< `errno` tells why
+    kGivenUp,    ///< interrupted before there was a ring
+  };
+
+  /// Hands on each record, and calls `on_pause` whenever there is none for now.
+  End run(const OnRecord& on_record, const OnPause& on_pause);
 
   /// Records that could not be read.
   std::uint64_t lost() const { return ring_.lost(); }
 
  private:
-  bool open();
+  End open();
   void takeAll(const OnRecord& on_record, const OnPause& on_pause);
 
   const std::string file_;

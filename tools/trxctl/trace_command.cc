@@ -85,12 +85,13 @@ class TraceShow {
 
   int run() {
     RingWatch ring(options_.file, options_.follow);
-    if (!ring.run([this](const TraceRecord& record) { take(record); },
-                  [this] {
-                    placer_.flush();
-                    output_.flush();
-                  })) {
-      return failToOpenRing(options_.file);
+    const RingWatch::End end = ring.run([this](const TraceRecord& record) { take(record); },
+                                        [this] {
+                                          placer_.flush();
+                                          output_.flush();
+                                        });
+    if (end != RingWatch::End::kRead) {
+      return end == RingWatch::End::kGivenUp ? kExitOk : failToOpenRing(options_.file);
     }
     tracker_.finish();
     sayWhatIsMissing(ring.lost());
