@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "coverage/graph_counts.h"
+#include "coverage/ring_runs.h"
 #include "coverage/row_counter.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "simulation/case_run.h"
@@ -41,6 +42,8 @@ TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
               std::vector<std::string>())
         << one.name;
   }
+  counter.finish();
+  partly.finish();
   const std::string expected =
       "TN:\nSF:" + main +
       "\nBRDA:4,0,0,8\nBRDA:4,0,1,2\nBRDA:5,0,0,9\nBRDA:5,0,1,1\nBRDA:7,0,0,7\nBRDA:7,0,1,2\n"
@@ -66,6 +69,62 @@ TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
   EXPECT_EQ(twice.at(main).at(10).runs, 12U);
   EXPECT_EQ((*twice.at(main).at(10).branches)[tools::kBadly], 2U);
   EXPECT_THROW(tools::readCoverage(main), std::runtime_error);
+}
+
+TEST(CoverageTest, TellsTheWayOfOneRequest) {
+  const TempDir dir;
+  dir.write("main.csv", kMain);
+  dir.write("sub.csv", kSub);
+  const tools::CaseFile file = tools::readCaseFile(
+      dir.write("a.cases.csv",
+                std::string(kCases) + "CASE,often\nHAP,TST_C,fail,fail,fail,fail,ok\nEND,ok\n"));
+  const tools::Simulator simulator(file.tables);
+  std::vector<kw::platform::TraceRecord> records;
+  for (const tools::TableCase& one : file.cases) {
+    tools::differencesOf(one, simulator, [&](const kw::platform::TraceRecord& record) {
+      records.push_back(record);
+    });
+  }
+  // Each row that ran of main: runs, onward, by error, its note; ! for one that failed.
+  const auto told = [&](const tools::RingRuns& runs) {
+    std::string all;
+    const tools::GraphCounts counts = runs.counts();
+    for (const tools::RowCounts& row : counts.at("main")) {
+      all += row.runs == 0 ? ""
+                           : std::to_string(row.runs) + "/" + std::to_string(row.onward) + "/" +
+                                 std::to_string(row.errors) + (row.failed ? "!" : "") + " " +
+                                 row.note.substr(0, row.note.find('\n')) + "; ";
+    }
+    return all;
+  };
+  tools::RingRuns whole(simulator.tables(), std::nullopt);
+  for (const auto& record : records) {
+    whole.take(record);
+  }
+  whole.finish();
+  EXPECT_EQ(told(whole),
+            "9/9/0 9 runs; 15/15/0! 15 runs, 2 failed; 15/15/0! 15 runs, 1 failed; "
+            "15/14/0 15 runs, 1 failed; 14/8/6! 14 runs, 6 failed; 8/7/1! 8 runs, 1 failed; "
+            "7/7/0 7 runs; 7/5/1! 7 runs, 2 failed; 5/5/0 5 runs; 1/0/1! 1 run, failed; ");
+  ASSERT_EQ(whole.requests().size(), 1U);
+  const auto [id, requests] = *whole.requests().begin();
+  EXPECT_EQ(requests, 16U) << "a wait that is handed out ends one, and begins another";
+  const std::pair<std::uint32_t, const char*> ways[] = {
+      {8,
+       "1/1/0 #1; 3/3/0 #2 #9 #16; 3/3/0 #3 #10 #17; 3/3/0 #4 #11 #18; "
+       "3/1/2! #8 #15 #22, 2 failed; 1/1/0 #23; 1/0/0 #24; "},
+      {12, "1/1/0 #1; 1/1/0 #2; 1/1/0 #3; 1/0/0 #4, failed; "},
+      {15,
+       "1/1/0 #1; 5/5/0 #2 #9 #16 #23 ...; 5/5/0 #3 #10 #17 #24 ...; 5/5/0 #4 #11 #18 #25 ...; "
+       "5/1/4! #8 #15 #22 #29 ..., 4 failed; 1/1/0 #37; 1/0/0 #38; "}};
+  for (const auto& [number, expected] : ways) {
+    tools::RingRuns way(simulator.tables(), tools::RingRuns::Request{id, number});
+    for (const auto& record : records) {
+      way.take(record);
+    }
+    way.finish();
+    EXPECT_EQ(told(way), expected);
+  }
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // What tables say beside the records of a ring.
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "kw/platform.h"
 #include "kw/trx/testing/engine_fixture.h"
@@ -105,6 +107,47 @@ TEST_F(TraceRowsTest, RowsAreMembersOfJSONAndMissingTablesAreRefused) {
     const std::string printed = runTool(std::string("trace ") + options, dir.path());
     EXPECT_EQ(printed.rfind(std::string("! trxctl: ") + words, 0), 0U) << printed;
     EXPECT_EQ(printed.substr(printed.size() - 4), "= 2\n");
+  }
+}
+
+TEST_F(TraceRowsTest, ThePictureTellsOfRunsAndOfTheWayOfARequest) {
+  runTables();
+  const auto drawn = [this](const std::string& options) {
+    return std::regex_replace(runTool("graph " + options, dir.path()),
+                              std::regex("[0-9]+\\.[0-9]{3} ms"), "T");
+  };
+  const std::string summary = outputOf("trace --json --level info " + dir.path() + "/trace.ring");
+  const std::string id = json::parse(summary.substr(0, summary.find('\n')))["request"];
+  EXPECT_EQ(drawn("--trace trace.ring --root . --request " + id + ".2"),
+            readFile(GOLDEN "/way.txt"));
+  const struct {
+    std::string options;
+    std::vector<std::string> expected;
+  } cases[] = {
+      {"outer.csv --trace trace.ring",
+       {"[label=\"2  HAP TST_Fail 1 0\\n1 run, failed\\nT\" style=filled fillcolor=\"#d8f0d8\"]\n",
+        "\"outer:1\" -> \"outer:2\" [label=\"NOP 1\"]\n", "label=\"calls 1\"]\n",
+        "! trxctl: 4 rows that ran stand in no table inner among the files\n= 0\n"}},
+      {"inner.csv --trace trace.ring",
+       {"2  WAIT 1\\n1 run\\nT\"", "\"inner:1\" -> \"inner:2\" [label=\"1\"]"}},
+      {"inner.csv --trace trace.ring --request " + id + ".1",
+       {"2  WAIT 1\\n#5\" style=filled",
+        "\"inner:1\" -> \"inner:2\" [color=grey fontcolor=grey] [label=\"\"]"}},
+      {"new.csv/outer.csv --trace trace.ring",
+       {"2  HAP TST_Ok\" style=filled fillcolor=\"#f8d8d8\"]",
+        "! trxctl: outer.csv has changed since: row 2 is now ,2,HAP,TST_Ok,,,,,\n"}},
+      {"outer.csv --trace trace.ring --request " + id + ".9",
+       {"! trxctl: no record tells of request " + id + ".9; its last one is " + id + ".2\n= 2\n"}},
+      {"outer.csv --trace trace.ring --request " + id, {"is no single request", "= 2\n"}},
+      {"outer.csv --trace outer.csv", {"! trxctl: outer.csv: is no trace ring", "= 2\n"}},
+      {"--trace trace.ring", {"! trxctl: which tables? ", "= 2\n"}},
+      {"outer.csv --request 1.1", {"! trxctl: --request requires --trace", "= 2\n"}}};
+  dir.write("new.csv/outer.csv", head + ",2,HAP,TST_Ok\n,3,TABLE,inner\n,4,END,OVER\n");
+  for (const auto& [options, expected] : cases) {
+    const std::string graph = drawn(options);
+    for (const std::string& part : expected) {
+      EXPECT_NE(graph.find(part), std::string::npos) << part << " in\n" << graph;
+    }
   }
 }
 

@@ -101,6 +101,13 @@ std::string localMicrosText(std::uint64_t time_ns) {
   return formatted("%F %T", seconds) + fraction + formatted("%z", seconds);
 }
 
+std::string millisText(std::uint64_t duration_ns) {
+  const std::uint64_t micros =
+      duration_ns / kNanosPerMicro + (duration_ns % kNanosPerMicro >= kNanosPerMicro / 2 ? 1 : 0);
+  const std::string rest = std::to_string(micros % 1000);
+  return std::to_string(micros / 1000) + "." + std::string(3 - rest.size(), '0') + rest;
+}
+
 std::optional<std::uint64_t> timeOf(const std::string& text, std::uint64_t end_ns) {
   if (const auto relative = relativeTime(text, end_ns)) {
     return relative;

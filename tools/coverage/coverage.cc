@@ -47,7 +47,7 @@ FileCoverage emptyCoverage(const TableFlow& flow) {
   FileCoverage file;
   for (const FlowRow& row : flow.rows) {
     LineCoverage& line = file[row.line()];
-    if (row.command == trx::kCommandHAP || row.command == trx::kCommandCheck) {
+    if (row.canFail()) {
       line.branches.emplace();
     }
   }

@@ -2,14 +2,15 @@
 #include "coverage/row_counter.h"
 
 #include "common/paths.h"
-#include "traces/record_words.h"
-#include "zqm_trx/table_words.h"
-#include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
 
-RowCounter::RowCounter(const TableFlows& tables)
-    : finder_(tables), tracker_([](const Slice& /*ended*/) {}) {
+RowCounter::RowCounter(const TableFlows& tables, Takes takes)
+    : finder_(tables), takes_(std::move(takes)), tracker_([this](const Slice& slice) {
+        if (slice.kind == Slice::Kind::kRow) {
+          count(slice);
+        }
+      }) {
   for (const auto& [name, flow] : tables) {
     FileCoverage& file = coverage_[absolutePath(flow.file)] = emptyCoverage(flow);
     for (const FlowRow& row : flow.rows) {
@@ -18,62 +19,56 @@ RowCounter::RowCounter(const TableFlows& tables)
   }
 }
 
-void RowCounter::take(const kw::platform::TraceRecord& record) {
-  const SliceTracker::Place place = tracker_.take(record);
-  Pending& pending = threads_[{record.process_id, record.thread_id}];
-  if (rowCommandOf(record) != nullptr) {
-    settle(pending);
-    begin(pending, record, place);
-  } else if (record.id == trx::kDriverErrorEnd.id || record.id == trx::kDriverStopped.id) {
-    settle(pending);
-  } else {
-    noteFailure(pending, record);
+SliceTracker::Place RowCounter::take(const kw::platform::TraceRecord& record) {
+  // The slice of an END row ends with its record, that of a WAIT row with the next one.
+  const auto told = tracedRowOf(record, {});
+  if (told && (told->wait_ms || told->has_message)) {
+    Told& thread = told_[{record.process_id, record.thread_id}];
+    thread.former = std::move(thread.last);
+    thread.last = *told;
   }
+  SliceTracker::Place place = tracker_.take(record);
+  if (told && innermost(place, Slice::Kind::kTable) == nullptr) {
+    ++unknown_[std::string()];
+  }
+  return place;
 }
 
-void RowCounter::begin(Pending& pending, const kw::platform::TraceRecord& record,
-                       const SliceTracker::Place& place) {
-  pending = Pending();
-  const std::optional<TracedRow> ran = tracedRowOf(record, place);
-  const RowFinder::Found found = finder_.find(*ran);
-  if (!found.is_same) {
-    ++unknown_[ran->table];
+void RowCounter::count(const Slice& row) {
+  if (takes_ ? !takes_(row) : row.resumed) {
     return;
   }
-  pending = {found.row, lines_.at(found.row), false};
-  ++pending.line->runs;
+  const TracedRow ran = completed(row);
+  const RowFinder::Found found = finder_.find(ran);
+  if (!found.is_same) {
+    ++unknown_[ran.table];
+    if (found.table != nullptr) {
+      changed_.emplace(std::make_pair(ran.table, ran.number), changeText(found, ran));
+    }
+    return;
+  }
+  LineCoverage& line = *lines_.at(found.row);
+  ++line.runs;
+  // An exception that is not the engine's interrupts the row, which begins anew when it goes on.
+  const bool interrupted = row.cut || (row.thrown && row.code == 0);
+  if (line.branches && !interrupted) {
+    ++(*line.branches)[row.failed ? kBadly : kWell];
+  }
 }
 
-/// The row has ended: the next one has begun, or the request ends.
-void RowCounter::settle(Pending& pending) {
-  if (pending.line != nullptr && pending.line->branches) {
-    ++(*pending.line->branches)[pending.failed ? kBadly : kWell];
+/// What the slice and the record of a row tell of it.
+TracedRow RowCounter::completed(const Slice& row) const {
+  TracedRow ran = tracedRowOf(row);
+  const auto thread = told_.find({row.process_id, row.thread_id});
+  if (thread != told_.end()) {
+    for (const TracedRow* const told : {&thread->second.former, &thread->second.last}) {
+      if (told->command == ran.command && told->number == ran.number) {
+        ran.wait_ms = told->wait_ms;
+        ran.has_message = told->has_message;
+      }
+    }
   }
-  pending = Pending();
-}
-
-void RowCounter::noteFailure(Pending& pending, const kw::platform::TraceRecord& record) {
-  switch (record.id) {
-    case trx::kCmdHAPNop.id:
-    case trx::kCmdHAPStack.id:
-    case trx::kCmdHAPJump.id:
-    case trx::kCmdHAPStop.id:
-    case trx::kCmdCheckJump.id:
-    case trx::kCmdCheckStop.id:
-      pending.failed = true;
-      return;
-    case trx::kHAPErrName.id:
-      // The result of a HAP in a NOP row is told by no other record.
-      pending.failed =
-          pending.failed || (pending.row != nullptr && pending.row->error == trx::kErrorNop &&
-                             pending.row->name == textOf(record));
-      return;
-    case trx::kCmdHAPForeignException.id:
-      pending = Pending();  // the row was interrupted, and begins anew when it goes on
-      return;
-    default:
-      return;
-  }
+  return ran;
 }
 
 }  // namespace kw::trx::tools

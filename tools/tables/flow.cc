@@ -26,9 +26,7 @@ unsigned int waitOf(const FlowRow& row) {
 
 }  // namespace
 
-bool FlowRow::endsOnError() const {
-  return (command == trx::kCommandHAP || command == trx::kCommandCheck) && error.empty();
-}
+bool FlowRow::endsOnError() const { return canFail() && error.empty(); }
 
 bool FlowRow::endsTable() const {
   return command == trx::kCommandEnd || (command == trx::kCommandTable && name.empty());

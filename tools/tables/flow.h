@@ -23,6 +23,8 @@ struct FlowRow {
 
   /// The line by which it is known.
   unsigned int line() const { return lines[trx::kPlaceCommand]; }
+  /// True for a row whose run goes well or badly: a HAP, or a CHECK.
+  bool canFail() const { return command == trx::kCommandHAP || command == trx::kCommandCheck; }
   /// True when a failure in this row ends the table.
   bool endsOnError() const;
   /// True when the table ends in this row.

@@ -3,6 +3,7 @@
 
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include "zqm_trx/table_words.h"
 
@@ -13,6 +14,8 @@ constexpr char kUnreached[] = "color=grey fontcolor=grey";
 constexpr char kOnError[] = "color=red style=dashed";
 constexpr char kHasRun[] = " style=filled fillcolor=\"#d8f0d8\"";
 constexpr char kNeverRun[] = " style=filled fillcolor=\"#f8d8d8\"";
+constexpr char kFailed[] = "color=red fontcolor=red penwidth=2.5";
+constexpr char kTaken[] = "penwidth=2.5";
 constexpr char kCall[] = "color=blue style=dotted";
 
 /// `text` as the language of Graphviz writes it.
@@ -25,11 +28,45 @@ std::string dotText(const std::string& text) {
   return out + '"';
 }
 
+/// How counts show; null: nothing is told of a row.
+class CountStyle {
+ public:
+  explicit CountStyle(GraphView view) : is_way_(view == GraphView::kWay) {}
+
+  /// The text of an arrow, with how often it was taken.
+  std::string text(const std::string& words, const RowCounts* counts,
+                   std::uint64_t RowCounts::*count) const {
+    const bool is_told = counts != nullptr && (!is_way_ || counts->*count != 0);
+    const std::string times = is_told ? std::to_string(counts->*count) : "";
+    return dotText(words + (words.empty() || times.empty() ? "" : " ") + times);
+  }
+
+  /// The style of an arrow that usually has `usual`.
+  std::string arrow(const std::string& usual, const RowCounts* counts,
+                    std::uint64_t RowCounts::*count) const {
+    return !is_way_ || counts == nullptr ? usual
+           : counts->*count == 0         ? kUnreached
+                                         : usual + (usual.empty() ? "" : " ") + kTaken;
+  }
+
+  /// The colours of a row.
+  std::string box(const RowCounts* counts) const {
+    if (counts == nullptr || !is_way_) {
+      return counts == nullptr ? "" : counts->runs == 0 ? kNeverRun : kHasRun;
+    }
+    return counts->runs == 0 ? std::string(" ") + kUnreached
+                             : std::string(kHasRun) + " " + (counts->failed ? kFailed : kTaken);
+  }
+
+ private:
+  const bool is_way_;
+};
+
 /// Writes tables in the language of Graphviz.
 class GraphWriter {
  public:
-  GraphWriter(const KnownTables& tables, const GraphCounts& counts)
-      : tables_(tables), counts_(counts) {}
+  GraphWriter(const KnownTables& tables, const GraphCounts& counts, GraphView view)
+      : tables_(tables), counts_(counts), style_(view) {}
 
   /// The tables called `names` and those that they call.
   std::string write(const std::vector<std::string>& names) {
@@ -74,8 +111,10 @@ class GraphWriter {
     for (std::size_t at = 0; at < flow.rows.size(); ++at) {
       const FlowRow& row = flow.rows[at];
       if (row.command == trx::kCommandTable && !row.name.empty()) {
-        calls_ << "  " << node(name, at) << " -> " << node(row.name, 0) << " [" << kCall
-               << " label=" << edgeText("calls", countsOf(name, at), &RowCounts::runs) << "]\n";
+        const RowCounts* const counts = countsOf(name, at);
+        calls_ << "  " << node(name, at) << " -> " << node(row.name, 0) << " ["
+               << style_.arrow(kCall, counts, &RowCounts::runs)
+               << " label=" << style_.text("calls", counts, &RowCounts::runs) << "]\n";
         add(row.name);
       }
     }
@@ -85,13 +124,6 @@ class GraphWriter {
   const RowCounts* countsOf(const std::string& table, std::size_t at) const {
     const auto found = counts_.find(table);
     return found == counts_.end() ? nullptr : &found->second[at];
-  }
-
-  /// The text of an arrow, with how often it was taken.
-  static std::string edgeText(const std::string& words, const RowCounts* counts,
-                              std::uint64_t RowCounts::*count) {
-    const std::string times = counts == nullptr ? "" : std::to_string(counts->*count);
-    return dotText(words + (words.empty() || times.empty() ? "" : " ") + times);
   }
 
   void writeRow(const TableFlow& flow, std::size_t at, bool reached) {
@@ -105,28 +137,33 @@ class GraphWriter {
     if (!row.label.empty()) {
       label = row.label + "\n" + label;
     }
+    if (counts != nullptr && !counts->note.empty()) {
+      label += "\n" + counts->note;
+    }
     out_ << "    " << node(flow.name, at) << " [label=" << dotText(label)
          << (end ? " shape=ellipse" : "") << (end && !row.name.empty() ? " color=red" : "")
-         << (reached ? "" : std::string(" ") + kUnreached)
-         << (counts == nullptr   ? ""
-             : counts->runs == 0 ? kNeverRun
-                                 : kHasRun)
-         << "]\n";
+         << (reached ? "" : std::string(" ") + kUnreached) << style_.box(counts) << "]\n";
+    writeArrows(flow, at, reached, counts);
+  }
+
+  void writeArrows(const TableFlow& flow, std::size_t at, bool reached, const RowCounts* counts) {
+    const FlowRow& row = flow.rows[at];
+    const std::string on_error =
+        reached ? style_.arrow(kOnError, counts, &RowCounts::errors) : kUnreached;
     if (!row.endsTable()) {
-      writeEdge(node(flow.name, at), node(flow.name, at + 1), reached ? "" : kUnreached, row,
-                counts);
+      writeEdge(node(flow.name, at), node(flow.name, at + 1),
+                reached ? style_.arrow("", counts, &RowCounts::onward) : kUnreached, row, counts);
     }
     if (row.jump >= 0) {
       out_ << "    " << node(flow.name, at) << " -> "
-           << node(flow.name, static_cast<std::size_t>(row.jump)) << " ["
-           << (reached ? kOnError : kUnreached)
-           << " label=" << edgeText("error", counts, &RowCounts::errors) << "]\n";
+           << node(flow.name, static_cast<std::size_t>(row.jump)) << " [" << on_error
+           << " label=" << style_.text("error", counts, &RowCounts::errors) << "]\n";
     } else if (row.endsOnError()) {
       const std::string failed = node(flow.name, std::to_string(at) + " error");
       out_ << "    " << failed << " [label=\"\" shape=point "
-           << (reached ? "color=red" : kUnreached) << "]\n    " << node(flow.name, at) << " -> "
-           << failed << " [" << (reached ? kOnError : kUnreached)
-           << " label=" << edgeText("error end", counts, &RowCounts::errors) << "]\n";
+           << (on_error == kUnreached ? kUnreached : "color=red") << "]\n    "
+           << node(flow.name, at) << " -> " << failed << " [" << on_error
+           << " label=" << style_.text("error end", counts, &RowCounts::errors) << "]\n";
     }
   }
 
@@ -135,22 +172,42 @@ class GraphWriter {
     const bool mode = row.command == trx::kCommandHAP && row.jump < 0 && !row.error.empty();
     out_ << "    " << from << " -> " << to << (style.empty() ? "" : " [" + style + "]")
          << (mode || counts != nullptr
-                 ? " [label=" + edgeText(mode ? row.error : "", counts, &RowCounts::onward) + "]"
+                 ? " [label=" + style_.text(mode ? row.error : "", counts, &RowCounts::onward) + "]"
                  : "")
          << '\n';
   }
 
   const KnownTables& tables_;
   const GraphCounts& counts_;
+  const CountStyle style_;
   std::set<std::string> added_;
   std::ostringstream out_, calls_;
 };
 
 }  // namespace
 
+std::set<std::string> drawnTables(const KnownTables& tables,
+                                  const std::vector<std::string>& names) {
+  std::set<std::string> drawn;
+  std::vector<std::string> open = names;
+  while (!open.empty()) {
+    const std::string name = std::move(open.back());
+    open.pop_back();
+    const auto found = tables.flows.find(name);
+    if (drawn.insert(name).second && found != tables.flows.end()) {
+      for (const FlowRow& row : found->second.rows) {
+        if (row.command == trx::kCommandTable && !row.name.empty()) {
+          open.push_back(row.name);
+        }
+      }
+    }
+  }
+  return drawn;
+}
+
 std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names,
-                    const GraphCounts& counts) {
-  return GraphWriter(tables, counts).write(names);
+                    const GraphCounts& counts, GraphView view) {
+  return GraphWriter(tables, counts, view).write(names);
 }
 
 }  // namespace kw::trx::tools

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,15 +18,25 @@ struct RowCounts {
   std::uint64_t runs = 0;
   std::uint64_t onward = 0;  ///< to the next row
   std::uint64_t errors = 0;  ///< by a jump, or to the error end
+  std::string note = {};     ///< further lines of its box
+  bool failed = false;
 };
 
 /// By table, for each of its rows.
 using GraphCounts = std::map<std::string, std::vector<RowCounts>>;
 
-/// The tables called `names` and those that they call, as `dot` takes them. Tables of `counts` are
-/// coloured by whether their rows have run.
+/// What the counts are of.
+enum class GraphView {
+  kRuns,  ///< any number of runs: rows are coloured by whether they have run
+  kWay,   ///< one run: its way is bold, the rows that failed red, all else pale
+};
+
+/// The tables called `names` and those that they call, also those that are not there.
+std::set<std::string> drawnTables(const KnownTables& tables, const std::vector<std::string>& names);
+
+/// The same tables as `dot` takes them.
 std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names,
-                    const GraphCounts& counts = {});
+                    const GraphCounts& counts = {}, GraphView view = GraphView::kRuns);
 
 }  // namespace kw::trx::tools
 

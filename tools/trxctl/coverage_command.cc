@@ -38,6 +38,7 @@ void addCases(const std::string& name, Coverage& coverage) {
     differencesOf(one, simulator,
                   [&counter](const kw::platform::TraceRecord& record) { counter.take(record); });
   }
+  counter.finish();
   merge(coverage, counter.coverage());
 }
 
@@ -55,6 +56,7 @@ void addRing(const std::string& name, const TableFlows& tables, Coverage& covera
   for (kw::platform::TraceRecord record; ring.next(record);) {
     counter.take(record);
   }
+  counter.finish();
   merge(coverage, counter.coverage());
   for (const auto& [table, rows] : counter.unknown()) {
     std::cerr << "trxctl: " << name << ": " << notFoundText(table, rows) << '\n';

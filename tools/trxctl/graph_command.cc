@@ -11,14 +11,20 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 #include "common/paths.h"
 #include "configuration/configuration.h"
 #include "coverage/graph_counts.h"
+#include "coverage/ring_runs.h"
 #include "kw/trx/file_path.h"
 #include "tables/graph.h"
+#include "traces/ring_merger.h"
+#include "traces/seen_names.h"
+#include "traces/selection.h"
 #include "trxctl/commands.h"
 #include "trxctl/text_output.h"
+#include "trxctl/trace_summary.h"
 
 extern char** environ;
 
@@ -33,7 +39,24 @@ struct GraphOptions {
   std::string format;  ///< empty: as the extension of `output` tells
   std::string output;
   std::string coverage;
+  std::vector<std::string> rings;
+  std::string request;
 };
+
+/// What is drawn.
+struct Picture {
+  KnownTables tables;
+  std::vector<std::string> names;
+  GraphCounts counts;
+  GraphView view = GraphView::kRuns;
+};
+
+std::string requestProblem(const std::string& id) {
+  const auto request = requestOf(id);
+  return request && request->second != 0
+             ? std::string()
+             : "'" + id + "' is no single request; write its ID.NUMBER as trxctl trace shows it";
+}
 
 /// Lets `dot` draw `graph` into `output`.
 int draw(const std::string& graph, const GraphOptions& options) {
@@ -85,28 +108,87 @@ std::string formatOf(const std::string& output) {
   return kFormats[0];
 }
 
+/// Reads the files that are drawn. Throws in words when the engine does not load one.
+std::vector<std::string> namesOf(const std::vector<std::string>& files) {
+  std::vector<std::string> names;
+  TableFlow flow;
+  for (const std::string& file : files) {
+    if (!readFlow(file, flow)) {
+      const std::string hint = nearFileHint(file);
+      throw std::runtime_error(file + ": the engine does not load this table" +
+                               (hint.empty() ? "; trxctl check tells why" : hint));
+    }
+    names.push_back(flow.name);
+  }
+  return names;
+}
+
+/// Adds what ran by the rings, or in one request of them. Returns the exit status.
+int addRuns(const GraphOptions& options, Picture& picture) {
+  Selection wanted;
+  std::optional<RingRuns::Request> request;
+  if (!options.request.empty()) {
+    request = requestOf(options.request);
+    wanted.request = request->first;
+    wanted.request_number = request->second;
+    picture.view = GraphView::kWay;
+  }
+  RingMerger rings;
+  for (const std::string& ring : options.rings) {
+    if (rings.open(ring) != 0) {
+      return failToOpenRing(ring);
+    }
+  }
+  RingRuns runs(picture.tables.flows, request);
+  SeenNames seen(wanted);
+  for (kw::platform::TraceRecord record; rings.next(record);) {
+    seen.add(runs.take(record));
+  }
+  runs.finish();
+  sayWhatIsLost(rings.doubtful(), rings.lost());
+  const std::vector<std::string> missing = seen.missing(runs.requests());
+  if (!missing.empty()) {
+    return fail(missing.front());
+  }
+  const std::vector<std::string> ran = runs.tables();
+  if (ran.empty()) {
+    return fail((request ? "request " + options.request + " ran no row of a table"
+                         : std::string("no record tells of a row")) +
+                "; those of the level info must be in the ring");
+  }
+  picture.names = options.files.empty() ? ran : picture.names;
+  for (const std::string& problem : runs.problems(drawnTables(picture.tables, picture.names))) {
+    std::cerr << "trxctl: " << problem << '\n';
+  }
+  picture.counts = runs.counts();
+  return kExitOk;
+}
+
 int graphTables(GraphOptions options) {
+  if (options.files.empty() && options.rings.empty()) {
+    throw UsageError("FILE is required");
+  }
   options.format = options.format.empty() ? formatOf(options.output) : options.format;
   if (options.format != "dot" && options.output.empty()) {
     return fail("a picture needs a file to be written to: add -o FILE." + options.format);
   }
-  std::vector<std::string> names;
-  TableFlow flow;
-  for (const std::string& file : options.files) {
-    if (!readFlow(file, flow)) {
-      const std::string hint = nearFileHint(file);
-      return fail(file + ": the engine does not load this table" +
-                  (hint.empty() ? "; trxctl check tells why" : hint));
-    }
-    names.push_back(flow.name);
-  }
+  Picture picture;
+  picture.names = namesOf(options.files);
   std::optional<std::vector<std::string>> modules;
-  const KnownTables tables = readTables(options.files, configuredTables(modules));
-  GraphCounts counts;
-  if (!options.coverage.empty()) {
-    counts = graphCountsOf(tables.flows, readCoverage(options.coverage));
+  picture.tables = readTables(options.files, configuredTables(modules));
+  if (picture.tables.flows.empty()) {
+    return fail(
+        "which tables? Name files, or the system root of the host, whose configuration names them, "
+        "with --root");
   }
-  const std::string graph = graphOf(tables, names, counts);
+  if (!options.coverage.empty()) {
+    picture.counts = graphCountsOf(picture.tables.flows, readCoverage(options.coverage));
+  } else if (!options.rings.empty()) {
+    if (const int status = addRuns(options, picture); status != kExitOk) {
+      return status;
+    }
+  }
+  const std::string graph = graphOf(picture.tables, picture.names, picture.counts, picture.view);
   return options.format == "dot" ? writeText(graph, options.output) : draw(graph, options);
 }
 
@@ -118,9 +200,10 @@ void addGraphCommand(CommandLine& line) {
       "graph", "Draws the flow of tables and of the tables that they call",
       "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey.\n"
       "Called tables are looked for among the files and in the configuration.\n"
+      "With --trace the files may be left out: what ran is drawn, by the configuration.\n"
       "Example: trxctl graph selftest.csv rails.csv -o selftest.svg\n"
       "Exit status: 0 the graph is written; 2 it is not.");
-  command.texts(options->files, {"FILE", "Table files", "", {}, true});
+  command.texts(options->files, {"FILE", "Table files"});
   command.text(
       options->format,
       {"--format", "dot, or with Graphviz svg, png or pdf; else as the file of -o is named, or dot",
@@ -131,6 +214,19 @@ void addGraphCommand(CommandLine& line) {
   command.text(
       options->coverage,
       {"--coverage", "Colour what has run, by a file of trxctl coverage, and count it", "FILE"});
+  command.texts(options->rings,
+                {"--trace",
+                 "Tell by this ring how often rows ran and failed, and how long they took; may be "
+                 "repeated",
+                 "RING"});
+  command.text(options->request, {"--request",
+                                  "Draw the way of this request of the ring alone",
+                                  "ID.NUMBER",
+                                  {},
+                                  false,
+                                  requestProblem});
+  command.needs("--request", "--trace");
+  command.excludes("--trace", {"--coverage"});
   command.run([options] { return graphTables(*options); });
 }
 
