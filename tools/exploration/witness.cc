@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exploration/witness.h"
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
 #include "exploration/row_claims.h"
 #include "simulation/case_words.h"
+#include "simulation/row_outcomes.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -14,32 +14,10 @@ namespace {
 /// So often an endless run must go round before it is believed.
 constexpr std::size_t kRounds = 3;
 
-/// What the calls of one row do, in their order, and what they repeat for ever.
-struct RowOutcomes {
-  std::vector<bool> fails, again;
-};
-
 HAPOutcome outcomeOf(bool fails) {
   HAPOutcome outcome;
   outcome.kind = fails ? HAPOutcome::Kind::kFailure : HAPOutcome::Kind::kSuccess;
   return outcome;
-}
-
-bool isAllOf(const std::vector<bool>& outcomes, bool fails) {
-  return std::count(outcomes.begin(), outcomes.end(), fails) ==
-         static_cast<std::ptrdiff_t>(outcomes.size());
-}
-
-/// Drops what the last outcome says all the same, as it holds for all further calls.
-void shorten(RowOutcomes& outcomes) {
-  std::vector<bool>& fails = outcomes.fails;
-  if (!outcomes.again.empty() && isAllOf(outcomes.again, outcomes.again[0])) {
-    fails.push_back(outcomes.again[0]);
-    outcomes.again.clear();
-  }
-  while (outcomes.again.empty() && fails.size() > 1 && fails[fails.size() - 2] == fails.back()) {
-    fails.pop_back();
-  }
 }
 
 class WitnessWriter {
@@ -56,8 +34,7 @@ class WitnessWriter {
     for (std::size_t i = 0; i < path_.rows.size(); ++i) {
       take(path_.rows[i], path_.isEndless() && i >= path_.repeats_from);
     }
-    for (auto& [place, outcomes] : outcomes_) {
-      shorten(outcomes);
+    for (const auto& [place, outcomes] : outcomes_) {
       addRules(place, outcomes);
     }
     case_.end = endOf(path_.rows.back());
@@ -92,29 +69,15 @@ class WitnessWriter {
     }
     if (at.choice != Step::Choice::kNone && row.can_succeed) {
       RowOutcomes& outcomes = outcomes_[{at.table, at.row}];
-      (repeats ? outcomes.again : outcomes.fails).push_back(fails);
+      (repeats ? outcomes.again : outcomes.calls).push_back(outcomeOf(fails));
     }
   }
 
   void addRules(const Place& place, const RowOutcomes& outcomes) {
-    if (isAllOf(outcomes.fails, false) && isAllOf(outcomes.again, false)) {
-      return;  // as every HAP that no rule names
-    }
     const TableFlow& flow = flowOf(place.first);
-    OutcomeRule rule;
-    rule.where = {"", flow.name, flow.rows[place.second].number_value};
-    rule.first = 0;
-    for (const bool fails : outcomes.fails) {
-      ++rule.first;
-      rule.outcome = outcomeOf(fails);
-      case_.outcomes.push_back(rule);
-    }
-    rule.period = static_cast<unsigned int>(std::max<std::size_t>(1, outcomes.again.size()));
-    for (const bool fails : outcomes.again) {
-      ++rule.first;
-      rule.outcome = outcomeOf(fails);
-      case_.outcomes.push_back(rule);
-    }
+    const CallPattern where{"", flow.name, flow.rows[place.second].number_value};
+    const std::vector<OutcomeRule> rules = rulesOf(where, outcomes);
+    case_.outcomes.insert(case_.outcomes.end(), rules.begin(), rules.end());
   }
 
   ExpectedEnd endOf(const PathRow& last) const {

@@ -95,6 +95,10 @@ std::string calledRow(const ExpectedCall& call) {
 
 std::string tablesRow(const std::vector<std::string>& files) { return row(kCaseTables, files); }
 
+std::string commentRow(const std::string& text) {
+  return cellText(std::string(1, kCaseComment) + ' ' + text) + "\n";
+}
+
 std::string caseRows(const TableCase& one, const std::string& first_table) {
   std::string text = one.table == first_table ? row(kCaseBegin, {one.name})
                                               : row(kCaseBegin, {one.name, one.table});

@@ -13,6 +13,9 @@ namespace kw::trx::tools {
 /// The row that names the tables of a case file.
 std::string tablesRow(const std::vector<std::string>& files);
 
+/// A row that says `text`, without line ends, to people alone.
+std::string commentRow(const std::string& text);
+
 /// The rows of a case, each with its line end. `first_table`: that which cases run that name none.
 /// Of its outcomes, those that one rule after the other gives the same calls stand in one row.
 std::string caseRows(const TableCase& one, const std::string& first_table);

@@ -15,6 +15,10 @@ struct HAPOutcome {
   Kind kind = Kind::kSuccess;
   unsigned int code = 0;             ///< of the failure or the exception; 0: it gives none
   std::vector<unsigned int> detail;  ///< words behind the code of a failure, at most 31
+
+  bool operator==(const HAPOutcome& other) const {
+    return kind == other.kind && code == other.code && detail == other.detail;
+  }
 };
 
 /// The outcome written as "ok", "fail", "fail CODE", "fail CODE WORD...", "throw CODE" or, for an
