@@ -31,6 +31,9 @@ std::string requestText(std::uint32_t request, std::uint32_t number);
 /// anything else.
 std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::string& text);
 
+/// What is wrong with `text` as a request; empty: nothing is.
+std::string requestProblem(const std::string& text);
+
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_TRACES_SELECTION_H_

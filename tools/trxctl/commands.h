@@ -18,6 +18,7 @@ void addGraphCommand(CommandLine& line);
 void addHAPCommand(CommandLine& line);
 void addLockCommand(CommandLine& line);
 void addModulesCommand(CommandLine& line);
+void addReplayCommand(CommandLine& line);
 void addSimulateCommand(CommandLine& line);
 void addStatsCommand(CommandLine& line);
 void addTableCommand(CommandLine& line);

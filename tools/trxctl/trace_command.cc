@@ -181,11 +181,6 @@ int showTrace(TraceOptions& options) {
   return TraceShow(options).run();
 }
 
-std::string requestProblem(const std::string& id) {
-  return requestOf(id) ? std::string()
-                       : "'" + id + "' is no request id; write one as the lines show it";
-}
-
 void addSummaryOptions(Command& command, TraceOptions& options) {
   RequestFilter& filter = options.requests.filter;
   command.flag(options.summary, {"--summary", "Print a line for each request instead of records"});

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "replay/recorded_request.h"
+
+#include "zqm_trx/table_words.h"
+
+namespace kw::trx::tools {
+
+bool RecordedRow::callsHAP() const { return ran.command == trx::kCommandHAP; }
+
+std::string RecordedRow::name() const { return "row " + rowText(ran.table, ran.number, ""); }
+
+std::string RecordedRow::action() const {
+  const std::string called = ran.called.value_or("");
+  return ran.command + (called.empty() ? "" : " " + called) +
+         (mode.empty() ? "" : ", mode " + mode) +
+         (ran.wait_ms ? " of " + std::to_string(*ran.wait_ms) + " ms" : "") +
+         (ran.has_message.value_or(false) ? " with a message" : "");
+}
+
+}  // namespace kw::trx::tools

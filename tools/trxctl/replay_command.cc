@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "common/characters.h"
+#include "common/json.h"
+#include "common/paths.h"
+#include "common/text.h"
+#include "common/times.h"
+#include "configuration/configuration.h"
+#include "replay/replay.h"
+#include "replay/request_records.h"
+#include "running/name_hints.h"
+#include "simulation/case_run.h"
+#include "simulation/case_writer.h"
+#include "tables/surroundings.h"
+#include "traces/ring_follower.h"
+#include "traces/selection.h"
+#include "trxctl/commands.h"
+#include "trxctl/text_output.h"
+#include "trxctl/trace_summary.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr int kIndent = 2;
+
+/// What no record tells of any request.
+constexpr char kNeverTold[] =
+    "traces do not tell what HAPs were given (PARA) and gave back, nor the message of a table";
+
+struct ReplayOptions {
+  std::string ring, request, output;
+  std::vector<std::string> tables;
+  bool json = false;
+};
+
+std::string nameOf(const RecordedRequest& request) {
+  std::vector<std::string> parts;
+  for (const std::uint32_t number : request.numbers) {
+    parts.push_back(requestText(request.id, number));
+  }
+  return listed(parts);
+}
+
+std::string endText(const ExpectedEnd& end) {
+  return end.kind == ExpectedEnd::Kind::kOk      ? "ok"
+         : end.kind == ExpectedEnd::Kind::kError ? "error"
+                                                 : "exception that is not the engine's";
+}
+
+std::string rowsText(std::size_t rows) {
+  return std::to_string(rows) + (rows == 1 ? " row" : " rows");
+}
+
+std::string stepText(const std::vector<RecordedRow>& rows, std::size_t step) {
+  return step < rows.size() ? visible(rows[step].name() + " " + rows[step].action()) : "the end";
+}
+
+/// The last row that both ran, with what its HAP did; empty: there is none.
+std::string lastCommonText(const RecordedRequest& request, std::size_t step) {
+  if (step == 0) {
+    return {};
+  }
+  const RecordedRow& row = request.rows[step - 1];
+  return row.name() + " " + row.action() + (row.callsHAP() ? ": " + textOf(row.outcome) : "");
+}
+
+/// The files of the case as they are found from its folder.
+std::vector<std::string> filesFrom(const std::string& output,
+                                   const std::vector<std::string>& files) {
+  const auto folder = std::filesystem::path(absolutePath(output)).parent_path();
+  std::vector<std::string> names;
+  for (const std::string& file : files) {
+    const std::filesystem::path whole = absolutePath(file);
+    const std::filesystem::path near = whole.lexically_relative(folder);
+    names.push_back((near.empty() || *near.begin() == ".." ? whole : near).string());
+  }
+  return names;
+}
+
+std::string caseText(const ReplayOptions& options, const RecordedRequest& request,
+                     const TableFlows& tables) {
+  const std::string name =
+      "request " + nameOf(request) + " of " + localMicrosText(request.begin_ns);
+  std::string text = tablesRow(filesFrom(options.output, filesFor(request.table, tables)));
+  for (const std::string& note : request.notes) {
+    text += commentRow(note);
+  }
+  for (const std::string& unit : request.units) {
+    text += commentRow("a HAP worked on unit " + unit + ", whose type and number are not told");
+  }
+  return text + caseRows(caseOf(request, name), request.table);
+}
+
+void printDifferences(const RecordedRequest& request, const Replay& replay) {
+  std::cout << paint(Colour::kRed, "the replay differs") << ": " << rowsText(replay.rows.size())
+            << ", end: " << endText(replay.run) << '\n';
+  if (replay.first_difference) {
+    const std::size_t step = *replay.first_difference;
+    const std::string behind = lastCommonText(request, step);
+    std::cout << "step " << step + 1 << ": " << stepText(replay.rows, step) << "; recorded "
+              << stepText(request.rows, step) << (behind.empty() ? "" : "; behind " + behind)
+              << '\n';
+  }
+}
+
+void print(const RecordedRequest& request, const Replay& replay) {
+  std::cout << "request " << nameOf(request) << " of process " << request.process_id << ", "
+            << localMicrosText(request.begin_ns) << ": table " << request.table;
+  for (std::size_t i = 0; i < request.units.size(); ++i) {
+    std::cout << (i == 0 ? " on " : ", ") << request.units[i];
+  }
+  std::cout << ", " << rowsText(request.rows.size()) << ", end: " << endText(request.end) << '\n';
+  if (replay.isSame()) {
+    std::cout << paint(Colour::kGreen, "the replay runs the same rows to the same end") << '\n';
+  } else {
+    printDifferences(request, replay);
+  }
+  const auto list = [](const char* what, const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) {
+      std::cout << what << ": " << line << '\n';
+    }
+  };
+  list("changed", replay.changed);
+  list("assumed", replay.assumed);
+  list("note", request.notes);
+  std::cout << "note: " << kNeverTold << '\n';
+}
+
+void writeRows(JsonWriter& json, const std::vector<RecordedRow>& rows, bool with_outcomes) {
+  json.key("rows").beginArray();
+  for (const RecordedRow& row : rows) {
+    json.beginObject().member("table", row.ran.table).key("number").number(row.ran.number);
+    json.member("action", row.action());
+    if (with_outcomes && row.callsHAP()) {
+      json.member("outcome", textOf(row.outcome));
+    }
+    json.endObject();
+  }
+  json.endArray();
+}
+
+void printJson(const RecordedRequest& request, const Replay& replay, const std::string& text) {
+  JsonWriter json(kIndent);
+  json.beginObject().member("request", hexText(request.id));
+  json.key("requestNumbers").beginArray();
+  for (const std::uint32_t number : request.numbers) {
+    json.number(number);
+  }
+  json.endArray().key("startNs").number(request.begin_ns);
+  json.key("process").number(request.process_id);
+  json.member("table", request.table).texts("units", request.units);
+  json.key("same").boolean(replay.isSame());
+  json.key("recorded").beginObject().member("end", endText(request.end));
+  writeRows(json, request.rows, true);
+  json.endObject().key("replayed").beginObject().member("end", endText(replay.run));
+  writeRows(json, replay.rows, false);
+  json.endObject();
+  if (replay.first_difference) {
+    json.key("firstDifference").number(*replay.first_difference + 1);
+  }
+  json.texts("changed", replay.changed).texts("assumed", replay.assumed);
+  json.texts("notes", request.notes).member("case", text);
+  std::cout << json.endObject().taken() << '\n';
+}
+
+RecordedRequest readRequest(const ReplayOptions& options, RingFollower& ring) {
+  const auto wanted = *requestOf(options.request);
+  RequestRecords records(wanted.first);
+  for (kw::platform::TraceRecord record{}; ring.next(record);) {
+    records.take(record);
+  }
+  sayWhatIsLost(records.doubtful(), ring.lost());
+  return records.request(wanted.second);
+}
+
+int replayRequest(const ReplayOptions& options) {
+  RingFollower ring(options.ring);
+  if (ring.open() != 0) {
+    return failToOpenRing(options.ring);
+  }
+  RecordedRequest request = readRequest(options, ring);
+  std::optional<std::vector<std::string>> modules;
+  const KnownTables known = readTables(options.tables, configuredTables(modules));
+  for (const std::string& file : options.tables) {
+    TableFlow flow;
+    if (!readFlow(file, flow)) {
+      return fail(file + ": the engine does not load it; see trxctl check");
+    }
+  }
+  if (known.flows.count(request.table) == 0) {
+    return fail("table " + request.table +
+                " of the request is neither among the files nor in a "
+                "configuration" +
+                tableHint(request.table, known.names()));
+  }
+  if (request.nest_limit != kTableNestLimit) {
+    request.notes.push_back("it ran with another nest limit of tables, such as " +
+                            std::to_string(request.nest_limit) + "; trxctl test runs with " +
+                            std::to_string(kTableNestLimit));
+  }
+  std::vector<std::string> files;
+  for (const auto& [name, flow] : known.flows) {
+    files.push_back(flow.file);
+  }
+  const Simulator simulator(files, request.nest_limit);
+  const Replay result = replay(request, simulator);
+  const std::string text = caseText(options, request, simulator.tables());
+  if (options.json) {
+    printJson(request, result, text);
+  } else {
+    print(request, result);
+  }
+  if (!options.output.empty() && !(std::ofstream(options.output) << text).flush()) {
+    return fail(options.output + ": " + std::strerror(errno));
+  }
+  return result.isSame() ? kExitOk : kExitFindings;
+}
+
+}  // namespace
+
+void addReplayCommand(CommandLine& line) {
+  auto options = std::make_shared<ReplayOptions>();
+  Command command = line.add(
+      "replay", "Runs a table request of a trace ring again, with HAPs that do what they did",
+      "Tells whether the simulation runs the same rows to the same end, or what an edited table\n"
+      "does otherwise. Tables are those given, and of others those of the configuration.\n"
+      "Example: trxctl replay trace.ring rails.csv --request 0x12671267.15 -o found.cases.csv\n"
+      "Exit status: 0 the same; 1 it differs; 2 it cannot be replayed.");
+  command.text(options->ring, {"RING", "Trace ring", "", {}, true});
+  command.texts(options->tables, {"FILE", "Table files"});
+  command.text(options->request, {"--request",
+                                  "Request to run, as trxctl trace shows it",
+                                  "ID[.NUMBER]",
+                                  {},
+                                  true,
+                                  requestProblem});
+  command.text(options->output, {"-o,--output", "Write it as a case file", "CASES"});
+  command.flag(options->json, {"--json", "Print JSON instead of text"});
+  command.run([options] { return replayRequest(*options); });
+}
+
+}  // namespace kw::trx::tools
