@@ -58,7 +58,7 @@ std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::stri
   return id ? std::make_optional(std::make_pair(*id, number)) : std::nullopt;
 }
 
-std::string requestProblem(const std::string& text) {
+std::string requestIdProblem(const std::string& text) {
   return requestOf(text) ? std::string()
                          : "'" + text + "' is no request id; write one as the lines show it";
 }

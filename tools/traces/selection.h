@@ -32,7 +32,7 @@ std::string requestText(std::uint32_t request, std::uint32_t number);
 std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::string& text);
 
 /// What is wrong with `text` as a request; empty: nothing is.
-std::string requestProblem(const std::string& text);
+std::string requestIdProblem(const std::string& text);
 
 }  // namespace kw::trx::tools
 

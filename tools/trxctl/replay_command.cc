@@ -239,7 +239,7 @@ void addReplayCommand(CommandLine& line) {
                                   "ID[.NUMBER]",
                                   {},
                                   true,
-                                  requestProblem});
+                                  requestIdProblem});
   command.text(options->output, {"-o,--output", "Write it as a case file", "CASES"});
   command.flag(options->json, {"--json", "Print JSON instead of text"});
   command.run([options] { return replayRequest(*options); });

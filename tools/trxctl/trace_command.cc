@@ -230,7 +230,7 @@ void addTraceCommand(CommandLine& line) {
                                   "ID[.NUMBER]",
                                   {},
                                   false,
-                                  requestProblem});
+                                  requestIdProblem});
   command.text(selection.hap, {"--hap", "Show what happened inside HAPs of this name", "NAME"});
   command.text(selection.table,
                {"--table", "Show what happened inside runs of this table", "NAME"});
