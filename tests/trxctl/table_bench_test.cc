@@ -2,10 +2,14 @@
 // What is tried of tables without modules, and what HAPs say of themselves.
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "command_fixture.h"
 
 namespace kw::trx::testing {
 namespace {
+
+using nlohmann::json;
 
 TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
   EXPECT_EQ(replaced(run("modules --describe '" MODULE_PLAIN "'"), MODULE_PLAIN, "FILE"),
@@ -14,10 +18,23 @@ TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
             "      Says \"yes\", or throws what para[0] says\n"
             "      PARA word 0: code, 16 to 256 (10 to 100)\n"
             "      MODE empty: always\n"
-            "      MODE fast: at once\n"
+            "      MODE fast: at \\x1b[1monce\\xc2\\x9b\n"
             "      result word 0: time, ms\n"
             "      error 0x20077: the pass is closed\n"
             "  describes PLAIN_Gone, which it does not export\n= 0\n");
+  const std::string printed = run("modules --json --describe '" MODULE_PLAIN "'");
+  const json module = json::parse(printed.substr(0, printed.rfind("= ")))[0];
+  const json& gone = module["descriptions"][0];
+  EXPECT_EQ(gone["hap"].get<std::string>() + gone["exported"].dump(), "PLAIN_Gonefalse");
+  json pass = module["descriptions"][1];
+  EXPECT_EQ(pass["modes"][1]["about"], "at \\x1b[1monce\\xc2\\x9b");
+  pass.erase("modes");
+  EXPECT_EQ(
+      pass.dump(),
+      R"({"about":"Says \"yes\", or throws what para[0] says",)"
+      R"("errors":[{"about":"the pass is closed","code":"0x20077"}],"exported":true,)"
+      R"("hap":"PLAIN_Pass","paras":[{"least":16,"most":256,"name":"code","unit":"","word":0}],)"
+      R"("results":[{"name":"time","unit":"ms","word":0}]})");
   dir.write("trx.conf",
             "hapmodule.number=1\nhapmodule.file.0=" MODULE_PLAIN "\nhaptable.number=0\n");
   EXPECT_EQ(run("explain 20077 --root " + dir.path()),
@@ -36,6 +53,21 @@ TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
       "a.csv:7 (G, PARA): warning: PLAIN_Pass takes 1 word, not 2: code\n"
       "a.cases.csv:3 (D): warning: PLAIN_Pass does not record the error 20078, but 20077\n"
       "a.cases.csv:4 (C): warning: PLAIN_Pass does not record the error 1, but 20077\n= 0\n");
+}
+
+TEST_F(CommandTest, NumbersAreTakenAsTheTableHasThem) {
+  writeTable("a.csv", ",1,START\n,-2,HAP,TST_A\n,100000003,HAP,TST_B\n,4,END\n");
+  const std::pair<const char*, const char*> cases[] = {
+      {"simulate a.csv --fail -2", "row: table a, NUMBER 0xfffffffe\n"},
+      {"simulate a.csv --fail a/100000003", "row: table a, NUMBER 0xffffffff\n"},
+      {"simulate a.csv --fail -3", "no row calls a HAP '-3'\n= 2\n"},
+      {"explore a.csv --deny recovered=-2", "\n= 0\n"},
+      {"explore a.csv --deny recovered=a/-3",
+       "'a/-3' is no row: write NUMBER or TABLE/NUMBER\n= 2\n"}};
+  for (const auto& [arguments, words] : cases) {
+    const std::string printed = run(arguments);
+    EXPECT_NE(printed.find(words), std::string::npos) << arguments << '\n' << printed;
+  }
 }
 
 TEST_F(CommandTest, SimulationStopsAndAsks) {

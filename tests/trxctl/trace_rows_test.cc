@@ -138,7 +138,8 @@ TEST_F(TraceRowsTest, ThePictureTellsOfRunsAndOfTheWayOfARequest) {
         "! trxctl: outer.csv has changed since: row 2 is now ,2,HAP,TST_Ok,,,,,\n"}},
       {"outer.csv --trace trace.ring --request " + id + ".9",
        {"! trxctl: no record tells of request " + id + ".9; its last one is " + id + ".2\n= 2\n"}},
-      {"outer.csv --trace trace.ring --request " + id, {"is no single request", "= 2\n"}},
+      {"outer.csv --trace trace.ring --request " + id,
+       {"may be many requests; add the number of one, as in " + id + ".1", "= 2\n"}},
       {"outer.csv --trace outer.csv", {"! trxctl: outer.csv: is no trace ring", "= 2\n"}},
       {"--trace trace.ring", {"! trxctl: which tables? ", "= 2\n"}},
       {"outer.csv --request 1.1", {"! trxctl: --request requires --trace", "= 2\n"}}};

@@ -54,6 +54,9 @@ std::string visible(const std::string& raw) {
       text += std::string("\\") + "tnr"[letter];
     } else if (character.size() == 1 && (byte < ' ' || byte > '~')) {
       text += std::string("\\x") + digits[byte / 16] + digits[byte % 16];
+    } else if (character >= "\xc2\x80" && character < "\xc2\xa0") {
+      const auto second = static_cast<unsigned char>(character[1]);  // a control character, too
+      text += std::string("\\xc2\\x") + digits[second / 16] + digits[second % 16];
     } else {
       text += character;
     }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "common/characters.h"
 #include "common/text.h"
 
 namespace kw::trx::tools {
@@ -30,16 +31,17 @@ bool take(const std::vector<std::string>& fields, HAPDescriptions& descriptions)
     return fields.size() == count + 2 && fields[0] == kind;
   };
   const auto number = [&fields](std::size_t field) { return numberFrom(fields[field]); };
+  const auto text = [&fields](std::size_t field) { return visible(fields[field]); };
   if (is("about", 1)) {
-    descriptions[fields[1]].about = fields[2];
+    descriptions[fields[1]].about = text(2);
   } else if (is("mode", 2)) {
-    descriptions[fields[1]].modes[fields[2]] = fields[3];
+    descriptions[fields[1]].modes[fields[2]] = text(3);
   } else if (is("para", 5) && number(2) && number(5) && number(6)) {
-    descriptions[fields[1]].paras[*number(2)] = {fields[3], fields[4], *number(5), *number(6)};
+    descriptions[fields[1]].paras[*number(2)] = {text(3), text(4), *number(5), *number(6)};
   } else if (is("result", 3) && number(2)) {
-    descriptions[fields[1]].results[*number(2)] = {fields[3], fields[4]};
+    descriptions[fields[1]].results[*number(2)] = {text(3), text(4)};
   } else if (is("error", 2) && number(2)) {
-    descriptions[fields[1]].errors[*number(2)] = fields[3];
+    descriptions[fields[1]].errors[*number(2)] = text(3);
   } else {
     return false;
   }

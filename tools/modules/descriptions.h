@@ -20,7 +20,8 @@ struct DescribedResult {
   std::string unit;  ///< empty: none
 };
 
-/// The description of one HAP. What is not in it, the HAP does not take, give or report.
+/// The description of one HAP. What is not in it, the HAP does not take, give or report. Its texts
+/// are made visible; modes, as names of HAPs, are as the module has them.
 struct HAPDescription {
   std::string about;
   std::map<std::uint32_t, DescribedPara> paras;      ///< by word, from 0

@@ -60,11 +60,20 @@ std::optional<CallPattern> rowPatternFrom(const std::string& text, const std::st
                                           const TableFlows& tables) {
   const std::size_t separator = text.rfind(kRowSeparator);
   const bool in_table = separator != std::string::npos;
-  const std::optional<std::uint32_t> number =
-      hexNumber(in_table ? text.substr(separator + 1) : text);
-  return number ? std::make_optional(
-                      rowPattern(in_table ? text.substr(0, separator) : table, *number, tables))
-                : std::nullopt;
+  const std::string name = in_table ? text.substr(0, separator) : table;
+  const std::string written = in_table ? text.substr(separator + 1) : text;
+  if (const std::optional<std::uint32_t> number = hexNumber(written)) {
+    return rowPattern(name, *number, tables);
+  }
+  // The engine makes 32 bits of -2 and of 100000003.
+  if (const auto found = tables.find(name); found != tables.end()) {
+    for (const FlowRow& row : found->second.rows) {
+      if (row.number == written) {
+        return CallPattern{"", name, row.number_value};
+      }
+    }
+  }
+  return std::nullopt;
 }
 
 CallPattern patternFrom(const std::string& text, const std::string& table,

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "common/characters.h"
 #include "common/text.h"
 #include "zqm_trx/table_words.h"
 
@@ -49,7 +50,7 @@ class DescriptionWarner {
     }
     std::vector<std::string> modes;
     for (const auto& [mode, about] : hap.modes) {
-      modes.push_back(mode.empty() ? "an empty one" : mode);
+      modes.push_back(mode.empty() ? "an empty one" : visible(mode));
     }
     const std::string problem =
         row.mode.empty() ? " needs a mode" : " has no mode '" + row.mode + "'";

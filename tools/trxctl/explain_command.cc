@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "common/characters.h"
 #include "common/text.h"
 #include "configuration/configuration.h"
 #include "kw/trx/errors.h"
@@ -84,7 +85,7 @@ bool explainOfHAPs(std::uint32_t number) {
     for (const auto& [hap, description] : hapsOf(*modules).descriptions) {
       const auto error = description.errors.find(number);
       if (error != description.errors.end()) {
-        std::cout << hexText(number) << " as an error of the HAP " << hap << '\n';
+        std::cout << hexText(number) << " as an error of the HAP " << visible(hap) << '\n';
         printPart("means:  ", error->second);
         found = true;
       }

@@ -28,7 +28,9 @@ std::vector<ClaimPattern> patternsOf(const std::string& option,
     try {
       patterns.push_back(claimPatternFrom(text, tables, entries));
     } catch (const std::invalid_argument& problem) {
-      throw std::invalid_argument(option + " " + text + ": " + problem.what());
+      std::string words = option;
+      throw std::invalid_argument(
+          words.append(" ").append(text).append(": ").append(problem.what()));
     }
   }
   return patterns;

@@ -53,9 +53,11 @@ struct Picture {
 
 std::string requestProblem(const std::string& id) {
   const auto request = requestOf(id);
-  return request && request->second != 0
-             ? std::string()
-             : "'" + id + "' is no single request; write its ID.NUMBER as trxctl trace shows it";
+  return !request ? requestIdProblem(id)
+         : request->second == 0
+             ? "'" + id + "' may be many requests; add the number of one, as in " +
+                   requestText(request->first, 1)
+             : std::string();
 }
 
 /// Lets `dot` draw `graph` into `output`.
@@ -151,6 +153,9 @@ int addRuns(const GraphOptions& options, Picture& picture) {
     return fail(missing.front());
   }
   const std::vector<std::string> ran = runs.tables();
+  if (const std::vector<std::string> unknown = runs.problems({}); ran.empty() && !unknown.empty()) {
+    return fail("nothing can be drawn: " + unknown.front());
+  }
   if (ran.empty()) {
     return fail((request ? "request " + options.request + " ran no row of a table"
                          : std::string("no record tells of a row")) +

@@ -63,7 +63,7 @@ void print(const ListedModule& listed, bool describe) {
   }
 }
 
-void write(const ListedModule& listed, JsonWriter& json) {
+void write(const ListedModule& listed, bool describe, JsonWriter& json) {
   const ModuleFile& module = listed.module;
   json.beginObject().member("file", listed.file).member("key", module.key);
   json.key("loads").boolean(module.problems.empty());
@@ -72,6 +72,9 @@ void write(const ListedModule& listed, JsonWriter& json) {
   json.texts("problems", module.problems);
   json.texts("haps", module.haps);
   json.texts("otherFunctions", module.others);
+  if (describe) {
+    writeDescriptions(json, module);
+  }
   json.endObject();
 }
 
@@ -96,7 +99,7 @@ int listModules(std::vector<std::string> files, bool describe, bool is_json) {
   JsonWriter json(2);
   json.beginArray();
   for (const ListedModule& listed : inspectModules(files)) {
-    is_json ? write(listed, json) : print(listed, describe);
+    is_json ? write(listed, describe, json) : print(listed, describe);
     status = listed.module.problems.empty() ? status : kExitFailed;
   }
   if (is_json) {
@@ -125,7 +128,6 @@ void addModulesCommand(CommandLine& line) {
   command.flag(options->describe,
                {"--describe", "Show what the HAPs say of their words, modes and errors"});
   command.flag(options->json, {"--json", "Print JSON"});
-  command.excludes("--json", {"--describe"});
   command.run([options] { return listModules(options->files, options->describe, options->json); });
 }
 
