@@ -234,5 +234,45 @@ TEST(ReplayTest, WhatIsMissingOrDamagedIsTold) {
   }
 }
 
+TEST(ReplayTest, RequestsOfOneIdMayWaitAtOnce) {
+  const TempDir dir;
+  const tools::Simulator simulator({dir.write("a.csv", kWaiting), dir.write("b.csv", kCalled)});
+  // One thread runs two contexts in turn. Those of one table are not told apart, but as the latest.
+  const struct {
+    bool other_table;
+    std::size_t choices;
+  } cases[] = {{false, 1}, {true, 0}};
+  for (const auto& [other_table, notes] : cases) {
+    std::vector<std::vector<TraceRecord>> halves;
+    for (const bool other : {false, true}) {
+      const TracedRun ran = runTable(simulator, [&](const tools::HAPCall& call) {
+        return HAPOutcome{
+            HAPOutcome::Kind::kFailure, call.number + (other ? 0x20000U : 0x20010U), {}};
+      });
+      std::vector<TraceRecord> records = ran.records;
+      for (TraceRecord& record : records) {
+        const bool names = record.id == trx::kTrxTableName.id ||
+                           record.id == trx::kDriverStart.id || record.id == trx::kDriverResume.id;
+        record.data[0] = names && other && other_table ? 'x' : record.data[0];
+      }
+      const auto middle = std::find_if(records.begin() + 5, records.end(), [](const auto& record) {
+        return record.id == trx::kTrxTableAdmitted.id;
+      });
+      halves.emplace_back(records.begin(), middle);
+      halves.emplace_back(middle, records.end());
+    }
+    std::vector<TraceRecord> all;
+    for (const std::size_t half : {0, 2, 1, 3}) {
+      all.insert(all.end(), halves[half].begin(), halves[half].end());
+    }
+    const std::uint32_t id = tools::wordOf(halves[0][0], "request", 0);
+    const tools::RecordedRequest request = requestOf(all, id, 3);
+    EXPECT_EQ(request.numbers[0], other_table ? 1U : 2U);
+    EXPECT_EQ(request.notes.size(), notes);
+    EXPECT_EQ(request.rows[1].outcome.code, other_table ? 0x20012U : 0x20002U);
+    EXPECT_TRUE(!other_table || tools::replay(request, simulator).isSame());
+  }
+}
+
 }  // namespace
 }  // namespace kw::trx::testing

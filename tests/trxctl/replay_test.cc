@@ -85,7 +85,9 @@ TEST_F(ReplayCommandTest, AnotherTableRunsAnotherWay) {
       {"m,bad", "m,NOP",
        "the replay differs: 4 rows, end: ok\nstep 4: row main/4 END; recorded row main/5 HAP "
        "TST_Ok; "
-       "behind row main/3 HAP TST_Fail, mode m: fail 5\n"},
+       "behind row main/3 HAP TST_Fail, mode m: fail 5\n"
+       "first failing row: none; recorded main/3\n"
+       "changed: row main/3 has now NOP in ERROR; it ran with a label\n"},
       {"m,bad", "n,bad",
        "the replay differs: 5 rows, end: error BAD\nstep 3: row main/3 HAP TST_Fail, mode n; "
        "recorded "
@@ -95,6 +97,7 @@ TEST_F(ReplayCommandTest, AnotherTableRunsAnotherWay) {
        "the replay differs: 5 rows, end: error BAD\nstep 3: row main/7 HAP TST_Fail, mode m; "
        "recorded "
        "row main/3 HAP TST_Fail, mode m; behind row main/2 HAP TST_Ok: ok\n"
+       "first failing row: main/7; recorded main/3\n"
        "changed: main.csv has changed since: it has no row 3 now; it ran as HAP TST_Fail, mode m\n"
        "assumed: row main/7: HAP TST_Fail does what it did in the row that called it\n"},
       {",5,HAP,TST_Ok", ",5,HAP,TST_Off,,bad",

@@ -26,6 +26,9 @@ struct RecordedRow {
   Effect effect = Effect::kNone;
 
   bool callsHAP() const;
+  bool callsTable() const;
+  /// True for a failure that the requester is told when it is the first one.
+  bool countsAsFailed() const;
   /// With its table and NUMBER, such as "row rails/3".
   std::string name() const;
   /// What it does, such as "HAP PSU_Enable, mode on".
@@ -43,6 +46,9 @@ struct RecordedRequest {
   ExpectedEnd end;                 ///< without a message, which no record tells
   unsigned int nest_limit = 0;     ///< of tables, one that gives the same run
   std::vector<std::string> notes;  ///< what a simulation needs and the records do not tell
+
+  /// The first row that failed as the requester is told it; null: none did.
+  const RecordedRow* firstFailing() const;
 };
 
 /// Thrown with the reason in words for a request that cannot be replayed.

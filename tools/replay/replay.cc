@@ -62,6 +62,49 @@ bool isEndOf(const ExpectedEnd& end, const SimulatedRun& run) {
   }
 }
 
+bool hasEffect(const RecordedRow& row) {
+  return row.effect != RecordedRow::Effect::kNone && row.effect != RecordedRow::Effect::kInterrupts;
+}
+
+/// What `row` makes of a failure.
+RecordedRow::Effect effectOf(const FlowRow& row) {
+  return row.keepsFailure() ? RecordedRow::Effect::kKept
+         : row.command == trx::kCommandHAP && row.error == trx::kErrorNop
+             ? RecordedRow::Effect::kIgnored
+         : row.endsOnError() ? RecordedRow::Effect::kStops
+                             : RecordedRow::Effect::kJumps;
+}
+
+/// The ERROR of a row that does this.
+const char* errorText(RecordedRow::Effect effect) {
+  switch (effect) {
+    case RecordedRow::Effect::kIgnored:
+      return trx::kErrorNop;
+    case RecordedRow::Effect::kKept:
+      return trx::kErrorStack;
+    case RecordedRow::Effect::kJumps:
+      return "a label";
+    default:
+      return "nothing";
+  }
+}
+
+/// What has changed of the ERROR of rows that failed, a line each.
+void addErrorChanges(const RecordedRequest& request, const RowFinder& tables,
+                     std::vector<std::string>& changed) {
+  std::set<std::pair<std::string, std::uint32_t>> seen;
+  for (const RecordedRow& row : request.rows) {
+    const RowFinder::Found found = tables.find(row.ran);
+    if (found.is_same && hasEffect(row) && row.effect != effectOf(*found.row) &&
+        seen.insert({row.ran.table, row.ran.number}).second) {
+      changed.push_back(
+          row.name() + " has now " + errorText(effectOf(*found.row)) + " in ERROR; it ran with " +
+          errorText(row.effect) +
+          (row.effect == RecordedRow::Effect::kIgnored ? ", or its host ignores errors" : ""));
+    }
+  }
+}
+
 /// What has changed of the rows of the request, a line each.
 std::vector<std::string> changesOf(const RecordedRequest& request, const RowFinder& tables) {
   std::vector<std::string> changed;
@@ -80,6 +123,7 @@ std::vector<std::string> changesOf(const RecordedRequest& request, const RowFind
       changed.push_back("table " + row.ran.table + " is not among the files");
     }
   }
+  addErrorChanges(request, tables, changed);
   return changed;
 }
 
@@ -105,6 +149,11 @@ Replay replay(const RecordedRequest& request, const Simulator& simulator) {
     result.first_difference = static_cast<std::size_t>(differ.first - request.rows.begin());
   }
   result.same_end = isEndOf(request.end, result.run);
+  const Failure& failure = result.run.record;
+  const RecordedRow* const failing = request.firstFailing();
+  result.same_failing = failing == nullptr ? failure.table.empty()
+                                           : failing->ran.table == failure.table &&
+                                                 failing->ran.number == failure.number;
   result.changed = changesOf(request, tables);
   result.assumed = outcomes.assumed();
   return result;
@@ -115,7 +164,10 @@ TableCase caseOf(const RecordedRequest& request, const std::string& name) {
   one.name = name;
   one.table = request.table;
   one.end = request.end;
-  one.first_failing = kFirstNone;
+  const RecordedRow* const failing = request.firstFailing();
+  one.first_failing = failing == nullptr
+                          ? kFirstNone
+                          : rowText(failing->ran.table, failing->ran.number, request.table);
   one.rows.emplace();
   std::uint64_t wait_ms = 0;
   std::map<std::pair<std::string, unsigned int>, RowOutcomes> outcomes;
@@ -127,12 +179,6 @@ TableCase caseOf(const RecordedRequest& request, const std::string& name) {
       continue;
     }
     outcomes[{row.ran.table, row.ran.number}].calls.push_back(row.outcome);
-    const bool tells = row.effect != RecordedRow::Effect::kNone &&
-                       row.effect != RecordedRow::Effect::kIgnored &&
-                       row.effect != RecordedRow::Effect::kInterrupts;
-    if (tells && one.first_failing == kFirstNone) {
-      one.first_failing = text;
-    }
   }
   for (const auto& [place, calls] : outcomes) {
     const std::vector<OutcomeRule> rules = rulesOf({"", place.first, place.second}, calls);

@@ -20,10 +20,11 @@ struct Replay {
   /// same.
   std::optional<std::size_t> first_difference;
   bool same_end = false;
+  bool same_failing = false;         ///< the first failing row that the requester is told
   std::vector<std::string> changed;  ///< rows that ran and are others in the tables
   std::vector<std::string> assumed;  ///< of outcomes that are not recorded
 
-  bool isSame() const { return !first_difference && same_end; }
+  bool isSame() const { return !first_difference && same_end && same_failing; }
 };
 
 /// Runs the table of `request`, which must be among those of `simulator`, with the outcomes that

@@ -8,6 +8,7 @@
 #include "kw/trx/errors.h"
 #include "simulation/simulator.h"
 #include "traces/record_words.h"
+#include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -15,6 +16,7 @@ namespace {
 
 using kw::platform::TraceRecord;
 
+constexpr char kMissing[] = "records of it are missing";
 constexpr std::size_t kDetailMost = std::size(trx::HAP_ERR_T{}.detail);
 constexpr std::uint32_t kWordBytes = 4;
 constexpr std::size_t kUnitsMost = 8;
@@ -75,14 +77,20 @@ void RequestPart::take(const TraceRecord& record, const SliceTracker::Place& pla
 }
 
 void RequestPart::beginRow(const TraceRecord& record, const SliceTracker::Place& place) {
-  tables = tablesOf(place);
-  cause_ = Cause();
-  if (tables.empty()) {
-    problem_ = "records of it are missing";
+  const std::size_t depth = tablesOf(place).size();
+  const bool calls =
+      !rows_.empty() && (rows_.back().callsHAP() || rows_.back().ran.command == trx::kCommandTable);
+  const bool begins = rows_.empty() ? starts_ : rows_.back().callsTable();
+  if (depth == 0 || depth > tables.size() || (calls && !rows_.back().ran.called) ||
+      (begins && record.id != trx::kCmdStart.id)) {
+    problem_ = kMissing;
     return;
   }
+  cause_ = Cause();
+  tables.resize(depth);
   rows_.emplace_back();
   rows_.back().ran = *tracedRowOf(record, place);
+  rows_.back().ran.table = tables.back();
 }
 
 /// A name in a record; what the ring cut off cannot be compared with that of a file.
@@ -102,14 +110,17 @@ bool RequestPart::takeCall(const TraceRecord& record, const SliceTracker::Place&
       return true;
     case trx::kDriverStart.id:
       starts_ = true;
+      table = nameOf(record);
+      tables = {table};
       return true;
     case trx::kDriverResume.id:
       resumes_ = true;
+      table = nameOf(record);
       tables = tablesOf(place);
       return true;
     case trx::kHAPExecNested.id:
-      if (depthOf(place) == 1 && !rows_.empty()) {
-        rows_.back().ran.called = nameOf(record);
+      if (depthOf(place) == 1) {
+        call(trx::kCommandHAP, nameOf(record));
       }
       return true;
     case trx::kHAPExecNestedMode.id:
@@ -128,21 +139,25 @@ bool RequestPart::takeCall(const TraceRecord& record, const SliceTracker::Place&
   }
 }
 
-/// A TABLE row without a name ends its table.
-void RequestPart::callTable(const TraceRecord& record, const SliceTracker::Place& place) {
-  const std::string name = nameOf(record);
-  if (rows_.empty()) {
-    problem_ = "records of it are missing";
+/// The row that runs, one of `command`, calls something.
+void RequestPart::call(const char* command, const std::string& name) {
+  if (rows_.empty() || rows_.back().ran.command != command || rows_.back().ran.called) {
+    problem_ = kMissing;
     return;
   }
   rows_.back().ran.called = name;
+}
+
+/// A TABLE row without a name ends its table.
+void RequestPart::callTable(const TraceRecord& record, const SliceTracker::Place& place) {
+  const std::string name = nameOf(record);
+  call(trx::kCommandTable, name);
   if (name.empty()) {
     state_ = tablesOf(place).size() == 1 ? State::kOk : state_;
     return;
   }
-  const std::vector<std::string> running = tablesOf(place);
-  const auto within = static_cast<unsigned int>(std::count(running.begin(), running.end(), name));
-  within_ = within - std::min(within, 1U);
+  within_ = static_cast<unsigned int>(std::count(tables.begin(), tables.end(), name));
+  tables.push_back(name);
   deepest_ = std::max(deepest_, within_);
 }
 
@@ -353,7 +368,7 @@ std::string RequestPart::problem() const {
                  ? ""
                  : "an exception that is not the engine's ended it outside of its HAPs";
     default:
-      return starts_ || resumes_ ? "" : "records of it are missing";
+      return starts_ || resumes_ ? "" : kMissing;
   }
 }
 

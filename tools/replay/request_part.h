@@ -76,6 +76,7 @@ class RequestPart {
   void takeDetail(const kw::platform::TraceRecord& record);
   bool takeFailure(const kw::platform::TraceRecord& record);
   void takeEnd(const kw::platform::TraceRecord& record, const SliceTracker::Place& place);
+  void call(const char* command, const std::string& name);
   void callTable(const kw::platform::TraceRecord& record, const SliceTracker::Place& place);
   void addUnit(const std::string& unit);
   std::string nameOf(const kw::platform::TraceRecord& record);

@@ -86,9 +86,12 @@ void RequestRecords::noteLost(const TraceRecord& record) {
   const std::uint64_t lost =
       record.sequence > next_sequence_ ? record.sequence - next_sequence_ : 0;
   next_sequence_ = record.sequence + 1;
+  if (lost == 0) {
+    return;
+  }
   for (const auto& [thread, number] : running_) {
     RequestPart& part = parts_.at(number);
-    if (lost != 0 && !part.isOver()) {
+    if (!part.isOver()) {
       part.noteLost(lost);
     }
   }
@@ -132,8 +135,9 @@ void RequestRecords::joinFormer(std::uint32_t number) {
   if (part.former != 0) {
     RequestPart& former = parts_.at(part.former);
     former.next = number;
-    // What is known of the tables that run is that of the request which waited last.
-    part.choices = former.tables == part.tables ? part.choices : 0;
+    // How deep its tables are nested is only known of the request which waited last.
+    part.choices = former.tables.size() == part.tables.size() ? part.choices : 0;
+    part.tables = former.tables;
   }
 }
 

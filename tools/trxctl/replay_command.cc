@@ -16,6 +16,7 @@
 #include "replay/request_records.h"
 #include "running/name_hints.h"
 #include "simulation/case_run.h"
+#include "simulation/case_words.h"
 #include "simulation/case_writer.h"
 #include "tables/surroundings.h"
 #include "traces/ring_follower.h"
@@ -97,6 +98,16 @@ std::string caseText(const ReplayOptions& options, const RecordedRequest& reques
   return text + caseRows(caseOf(request, name), request.table);
 }
 
+std::string failingText(const RecordedRequest& request) {
+  const RecordedRow* const row = request.firstFailing();
+  return row == nullptr ? kFirstNone : rowText(row->ran.table, row->ran.number, "");
+}
+
+std::string failingText(const Replay& replay) {
+  const Failure& failure = replay.run.record;
+  return failure.table.empty() ? kFirstNone : rowText(failure.table, failure.number, "");
+}
+
 void printDifferences(const RecordedRequest& request, const Replay& replay) {
   std::cout << paint(Colour::kRed, "the replay differs") << ": " << rowsText(replay.rows.size())
             << ", end: " << endText(replay.run) << '\n';
@@ -106,6 +117,10 @@ void printDifferences(const RecordedRequest& request, const Replay& replay) {
     std::cout << "step " << step + 1 << ": " << stepText(replay.rows, step) << "; recorded "
               << stepText(request.rows, step) << (behind.empty() ? "" : "; behind " + behind)
               << '\n';
+  }
+  if (!replay.same_failing) {
+    std::cout << "first failing row: " << failingText(replay) << "; recorded "
+              << failingText(request) << '\n';
   }
 }
 
@@ -157,8 +172,10 @@ void printJson(const RecordedRequest& request, const Replay& replay, const std::
   json.member("table", request.table).texts("units", request.units);
   json.key("same").boolean(replay.isSame());
   json.key("recorded").beginObject().member("end", endText(request.end));
+  json.member("firstFailingRow", failingText(request));
   writeRows(json, request.rows, true);
   json.endObject().key("replayed").beginObject().member("end", endText(replay.run));
+  json.member("firstFailingRow", failingText(replay));
   writeRows(json, replay.rows, false);
   json.endObject();
   if (replay.first_difference) {
