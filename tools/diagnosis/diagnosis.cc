@@ -142,4 +142,8 @@ class Examiner {
 
 std::vector<Diagnosis> examine(const DiagnosisRequest& request) { return Examiner(request).run(); }
 
+const char* nameOf(Diagnosis::Verdict verdict) {
+  return verdict == Verdict::kGood ? "ok" : verdict == Verdict::kWarning ? "warning" : "error";
+}
+
 }  // namespace kw::trx::tools

@@ -29,6 +29,9 @@ struct DiagnosisRequest {
 /// and runs no module.
 std::vector<Diagnosis> examine(const DiagnosisRequest& request);
 
+/// "ok", "warning" or "error".
+const char* nameOf(Diagnosis::Verdict verdict);
+
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_DIAGNOSIS_DIAGNOSIS_H_

@@ -89,4 +89,17 @@ const char* doubtOf(const TraceRecord& record) {
   return areWords(record, form.words) ? nullptr : "its words are not those of its id";
 }
 
+std::vector<std::string> lossWords(std::uint64_t doubtful, std::uint64_t lost) {
+  std::vector<std::string> all;
+  if (doubtful != 0) {
+    all.push_back(std::to_string(doubtful) +
+                  " records are doubtful: the ring is damaged, and what the others say may have "
+                  "been changed too");
+  }
+  if (lost != 0) {
+    all.push_back(std::to_string(lost) + " records were overwritten, torn or cut off");
+  }
+  return all;
+}
+
 }  // namespace kw::trx::tools

@@ -21,12 +21,6 @@ struct DoctorOptions {
   bool json = false;
 };
 
-const char* nameOf(Diagnosis::Verdict verdict) {
-  return verdict == Diagnosis::Verdict::kGood      ? "ok"
-         : verdict == Diagnosis::Verdict::kWarning ? "warning"
-                                                   : "error";
-}
-
 void print(const Diagnosis& one) {
   const Colour colour = one.verdict == Diagnosis::Verdict::kGood      ? Colour::kGreen
                         : one.verdict == Diagnosis::Verdict::kWarning ? Colour::kYellow

@@ -6,14 +6,12 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
-#include <stdexcept>
 
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
-#include "configuration/configuration.h"
 #include "kw/platform.h"
-#include "modules/listed_modules.h"
+#include "tables/code_meanings.h"
 #include "traces/doubts.h"
 #include "traces/ring_follower.h"
 #include "traces/ring_merger.h"
@@ -28,23 +26,12 @@ using kw::platform::TraceRecord;
 
 constexpr double kNanosPerMilli = 1e6;
 
-/// What the HAPs of the configured modules say of their errors; nothing without a configuration.
-HAPDescriptions configuredDescriptions() {
-  std::optional<std::vector<std::string>> modules;
-  try {
-    configuredTables(modules);
-  } catch (const std::runtime_error&) {
-    return {};  // a ring is often read on another machine
-  }
-  return modules ? hapsOf(*modules).descriptions : HAPDescriptions();
-}
-
 class SummaryShow {
  public:
   SummaryShow(const SummaryOptions& options, std::uint64_t end_ns)
       : json_(options.json),
         filter_(options.filter),
-        descriptions_(configuredDescriptions()),
+        meaning_(configuredMeanings()),
         summaries_([this](const RequestSummary& request) { show(request); }) {
     if (!options.since.empty()) {
       filter_.since_ns = timeOf(options.since, end_ns);
@@ -80,23 +67,12 @@ class SummaryShow {
 
  private:
   void show(const RequestSummary& request) {
-    const std::string words = outcomeText(
-        request,
-        [this](const std::string& hap, std::uint32_t code) { return meaningOf(hap, code); });
+    const std::string words = outcomeText(request, meaning_);
     ++requests_;
     if (filter_.takes(request, words)) {
       ++shown_;
       json_ ? printJson(request, words) : printLine(request, words);
     }
-  }
-
-  std::string meaningOf(const std::string& hap, std::uint32_t code) const {
-    const auto description = descriptions_.find(hap);
-    if (description == descriptions_.end()) {
-      return {};
-    }
-    const auto error = description->second.errors.find(code);
-    return error == description->second.errors.end() ? std::string() : error->second;
   }
 
   static std::string whatText(const RequestSummary& request) {
@@ -141,7 +117,7 @@ class SummaryShow {
 
   const bool json_;
   RequestFilter filter_;
-  const HAPDescriptions descriptions_;
+  const CodeMeaning meaning_;
   RequestSummaries summaries_;
   std::uint64_t requests_ = 0, shown_ = 0;
 };
@@ -165,13 +141,8 @@ int failToOpenRing(const std::string& file) {
 }
 
 void sayWhatIsLost(std::uint64_t doubtful, std::uint64_t lost) {
-  if (doubtful != 0) {
-    std::cerr << "trxctl: " << doubtful
-              << " records are doubtful: the ring is damaged, and what the others say may have "
-                 "been changed too\n";
-  }
-  if (lost != 0) {
-    std::cerr << "trxctl: " << lost << " records were overwritten, torn or cut off\n";
+  for (const std::string& words : lossWords(doubtful, lost)) {
+    std::cerr << "trxctl: " << words << '\n';
   }
 }
 

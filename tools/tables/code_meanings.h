@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the HAPs of the configured modules say of their error codes. One thread.
+#ifndef KW_TRX_TOOLS_TABLES_CODE_MEANINGS_H_
+#define KW_TRX_TOOLS_TABLES_CODE_MEANINGS_H_
+
+#include "traces/request_summaries.h"
+
+namespace kw::trx::tools {
+
+/// Reads the descriptions in the modules of the configuration. Without one, as where a ring of
+/// another machine is read, nothing has a meaning.
+CodeMeaning configuredMeanings();
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_TABLES_CODE_MEANINGS_H_
