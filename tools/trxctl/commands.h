@@ -19,6 +19,7 @@ void addHAPCommand(CommandLine& line);
 void addLockCommand(CommandLine& line);
 void addModulesCommand(CommandLine& line);
 void addReplayCommand(CommandLine& line);
+void addReportCommand(CommandLine& line);
 void addSimulateCommand(CommandLine& line);
 void addStatsCommand(CommandLine& line);
 void addTableCommand(CommandLine& line);

@@ -4,10 +4,11 @@
 int main(int argc, char** argv) {
   using namespace kw::trx::tools;
   CommandLine line;
-  for (const auto add : {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand,
-                         addDoctorCommand, addHAPCommand, addTableCommand, addSimulateCommand,
-                         addTestCommand, addExploreCommand, addCoverageCommand, addReplayCommand,
-                         addTraceCommand, addStatsCommand, addLockCommand, addExplainCommand}) {
+  for (const auto add :
+       {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addDoctorCommand,
+        addHAPCommand, addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand,
+        addCoverageCommand, addReplayCommand, addTraceCommand, addStatsCommand, addReportCommand,
+        addLockCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);

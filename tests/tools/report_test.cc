@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a report keeps of requests, what it only counts, and how its JSON stands in a page.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "report/gathering.h"
+#include "report/page.h"
+#include "report/report_json.h"
+#include "report/time_buckets.h"
+#include "zqm_trx/trace_points.h"
+
+namespace kw::trx::testing {
+namespace {
+
+using kw::platform::TraceRecord;
+using nlohmann::json;
+
+constexpr std::uint64_t kStartNs = 1700000000000000000;
+
+/// Hands records of threads to a gatherer, a microsecond apart.
+class ReportTest : public ::testing::Test {
+ protected:
+  ReportTest() : gatherer(report.tables, 2) {
+    report.meaning = [](auto&&...) { return ""; };
+  }
+
+  void write(const trx::TracePoint& point, const std::vector<std::uint32_t>& words,
+             const std::string& text = "") {
+    TraceRecord record{};
+    record.time_ns = now_ns += 1000;
+    record.process_id = 7;
+    record.thread_id = thread;
+    record.id = static_cast<std::uint32_t>(point.id);
+    record.level = point.level;
+    record.data.assign(text.c_str(), text.c_str() + text.size() + 1);
+    if (!words.empty()) {
+      record.data.assign(words.size() > 4 ? 32 : 16, 0);
+      std::memcpy(record.data.data(), words.data(), words.size() * sizeof(words[0]));
+    }
+    record.length = static_cast<std::uint32_t>(record.data.size());
+    gatherer.take(record, ring);
+  }
+
+  void begin(const std::string& hap, std::uint32_t request) {
+    write(trx::kTrxHAPName, {}, hap);
+    write(trx::kTrxHAPAdmitted, {request});
+  }
+
+  void runWell(const std::string& hap, std::uint32_t request) {
+    begin(hap, request);
+    write(trx::kTrxHAPDone, {}, hap);
+  }
+
+  void runBadly(const std::string& hap, std::uint32_t request, std::uint32_t code) {
+    begin(hap, request);
+    write(trx::kHAPErrName, {}, hap);
+    write(trx::kHAPErrDetail, {code, 8, 8, 8, 8});
+    write(trx::kHAPErrDetailWords, {3300, 5, 0, 0, 0, 0, 0, 0});
+  }
+
+  json finished() {
+    gatherer.finish(report);
+    return json::parse(tools::jsonOf(report));
+  }
+
+  tools::Report report;
+  tools::ReportGatherer gatherer;
+  std::size_t ring = 0;
+  std::uint32_t thread = 1;
+  std::uint64_t now_ns = kStartNs;
+};
+
+TEST(TimeBucketsTest, FoldWithoutLosingACount) {
+  tools::TimeBuckets<tools::Count> buckets(kStartNs, 8);
+  const std::uint64_t far_ns[] = {0, 1, 1 << 17, 1 << 20, std::uint64_t{1} << 40, 5, ~kStartNs};
+  std::uint64_t added = 0;
+  for (const std::uint64_t far : far_ns) {
+    ++buckets.at(kStartNs + far).count;
+    ++added;
+    std::uint64_t counted = 0;
+    for (const tools::Count& cell : buckets.cells()) {
+      counted += cell.count;
+    }
+    EXPECT_EQ(counted, added);
+    ASSERT_LE(buckets.cells().size(), 8U);
+    EXPECT_GT(buckets.cells()[far / buckets.widthNs()].count, 0U) << far;
+  }
+  ++buckets.at(kStartNs - 1).count;
+  EXPECT_EQ(buckets.cells()[0].count, added)
+      << "all but the last one, and the one before the begin";
+}
+
+TEST_F(ReportTest, EqualFailuresAreOneWithTheStoryOfTheLast) {
+  runBadly("PSU_Set", 0x11, 0x20003);
+  runWell("PSU_Set", 0x12);
+  const std::uint64_t well_ns = now_ns;
+  runBadly("PSU_Set", 0x13, 0x20003);
+  runBadly("PSU_Set", 0x14, 0x20004);
+  runWell("ADC_Read", 0x15);
+  write(trx::kTrxContextRunning, {0x21});
+  write(trx::kTrxContextRunning, {0x22});
+  thread = 2;
+  runBadly("PSU_Set", 0x16, 0x20003);
+  const std::uint64_t last_ns = now_ns;
+  const json told = finished();
+  EXPECT_EQ(
+      told["requests"],
+      (json{{"all", 8}, {"ok", 2}, {"failed", 4}, {"refused", 2}, {"waits", 0}, {"open", 0}}));
+  ASSERT_EQ(told["failures"].size(), 3U);
+  const json& first = told["failures"][0];
+  EXPECT_EQ(first["count"], 3);
+  EXPECT_EQ(first["lastNs"], last_ns - kStartNs - 1000);
+  EXPECT_EQ(first["wellBeforeNs"], nullptr);
+  EXPECT_EQ(first["wellAfterNs"], nullptr);
+  EXPECT_EQ(first["detail"], (json{"0xce4", "0x5"}));
+  EXPECT_EQ(first["records"].size(), 5U);
+  EXPECT_EQ(told["kept"][first["last"].get<std::size_t>()]["request"], "0x16");
+  const json& refused = told["failures"][1];
+  EXPECT_EQ(refused["count"], 2) << refused;
+  EXPECT_EQ(refused["records"].size(), 1U);
+  const json& other = told["failures"][2];
+  EXPECT_EQ(other["code"], "0x20004");
+  EXPECT_EQ(other["wellBeforeNs"], well_ns - kStartNs - 1000);
+}
+
+TEST_F(ReportTest, WhatDoesNotFitIsCounted) {
+  constexpr int kinds = 130;
+  constexpr int rounds = 60;
+  for (int round = 0; round < rounds; ++round) {
+    for (int kind = 0; kind < kinds; ++kind) {
+      thread = static_cast<std::uint32_t>(1 + kind);
+      runBadly("A_" + std::to_string(kind * 5), 0x100, 0x20000);
+    }
+  }
+  thread = 1;
+  write(trx::kTrxTableAdmitted, {0x100});
+  write(trx::kTrxTableName, {}, "long");
+  write(trx::kDriverStart, {}, "long");
+  for (std::uint32_t row = 0; row < 2000; ++row) {
+    write(trx::kCmdStart, {0x100, row});
+  }
+  write(trx::kDriverNestLimit, {}, "long");
+  const json told = finished();
+  std::uint64_t failures = told["otherFailures"].get<std::uint64_t>();
+  for (const json& group : told["failures"]) {
+    failures += group["count"].get<std::uint64_t>();
+    EXPECT_LE(group["recent"].size(), 10U);
+  }
+  EXPECT_EQ(failures, kinds * rounds + 1);
+  EXPECT_EQ(told["requests"]["failed"], kinds * rounds + 1);
+  EXPECT_LT(told["kept"].size(), kinds * rounds / 2U);
+  std::uint64_t requests = 0;
+  for (const json& lane : told["threads"]) {
+    requests += lane["requests"].get<std::uint64_t>();
+    for (const json& cell : lane["load"]) {
+      failures -= cell[2].get<std::uint64_t>();
+    }
+  }
+  EXPECT_EQ(requests, kinds * rounds + 1);
+  EXPECT_EQ(failures, 0U) << "each is in one bucket of the timeline";
+  EXPECT_EQ(told["threads"].size(), 65U);
+  EXPECT_EQ(told["threadsAll"], kinds);
+  const json& longest = told["kept"].back();
+  EXPECT_EQ(longest["slices"].size() + longest["slicesLeftOut"].get<std::size_t>(), 2001U);
+}
+
+TEST_F(ReportTest, EqualThreadsOfTwoRingsAreTwo) {
+  begin("A_Run", 0x11);
+  ring = 1;
+  runWell("B_Run", 0x11);
+  ring = 0;
+  write(trx::kTrxHAPDone, {}, "A_Run");
+  const json told = finished();
+  EXPECT_EQ(told["requests"]["ok"], 2);
+  EXPECT_EQ(told["threads"].size(), 2U);
+  EXPECT_EQ(told["kept"][0]["name"], "A_Run");
+  EXPECT_EQ(told["kept"][1]["ring"], 1);
+}
+
+TEST_F(ReportTest, NoNameEndsTheElementThatHoldsTheReport) {
+  const std::string name = "</script><!--&\xe2\x80\xa8\xe2\x80\xa9\xe2\x80\xaa\xff\"\\";
+  runBadly(name, 0x11, 0x20003);
+  gatherer.finish(report);
+  const std::string text = tools::jsonOf(report);
+  EXPECT_EQ(text.find_first_of("<>&"), std::string::npos);
+  EXPECT_EQ(text.find("\xe2\x80\xa8"), std::string::npos);
+  EXPECT_EQ(text.find("\xe2\x80\xa9"), std::string::npos);
+  const std::string shown = json::parse(text)["failures"][0]["hap"];
+  EXPECT_EQ(shown.substr(0, 22), name.substr(0, 22)) << shown;
+  const std::string page = tools::pageOf(text);
+  const std::size_t at = page.find(text);
+  ASSERT_NE(at, std::string::npos);
+  for (const char* mark : {"@css", "@js", "@report@", "_hash@"}) {
+    EXPECT_EQ(page.find(mark), std::string::npos) << "a mark that is not filled in";
+  }
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

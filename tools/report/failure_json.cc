@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/failure_json.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "report/failure_groups.h"
+#include "traces/advice.h"
+#include "traces/catalogue.h"
+#include "traces/codes.h"
+#include "traces/record_words.h"
+#include "zqm_trx/trace_points.h"
+
+namespace kw::trx::tools {
+namespace {
+
+using kw::platform::TraceRecord;
+
+constexpr std::size_t kWordBytes = 4;
+
+/// The values of the detail of an error record of `hap`, or of its data; the last one that the
+/// records tell of.
+std::vector<std::string> detailOf(const std::vector<const TraceRecord*>& records,
+                                  const std::string& hap) {
+  std::vector<std::string> detail;
+  bool is_wanted = false;
+  std::size_t size = 0;
+  for (const TraceRecord* const record : records) {
+    switch (record->id) {
+      case trx::kHAPErrName.id:
+        is_wanted = textOf(*record) == hap;
+        if (is_wanted) {
+          detail.clear();
+        }
+        break;
+      case trx::kHAPErrDetail.id:
+      case trx::kHAPErrAPI.id:
+        size = (std::size_t{wordOf(*record, "size", 0)} + kWordBytes - 1) / kWordBytes;
+        break;
+      case trx::kHAPErrDetailWords.id:
+      case trx::kHAPErrDetailLast.id:
+      case trx::kHAPErrAPIWords.id:
+        for (const Value& value : valuesOf(*record)) {
+          if (is_wanted && detail.size() < size) {
+            detail.push_back(value.text);
+          }
+        }
+        break;
+      default:
+        break;
+    }
+  }
+  return detail;
+}
+
+class FailureWriter {
+ public:
+  FailureWriter(const Report& report, const TimedJson& timed)
+      : report_(report), timed_(timed), json_(timed.json()) {}
+
+  void write() {
+    json_.key("failures").beginArray();
+    for (const FailureGroup& group : report_.failures) {
+      json_.beginObject();
+      writeGroup(group);
+      writeStory(group);
+      json_.endObject();
+    }
+    json_.endArray().key("otherFailures").number(report_.other_failures);
+  }
+
+ private:
+  void writeGroup(const FailureGroup& group) {
+    const RequestSummary& request = group.last->summary;
+    const RequestFailure failure = request.failure.value_or(RequestFailure());
+    json_.key("count").number(group.count);
+    timed_.time("firstNs", group.first_ns);
+    timed_.time("lastNs", group.last_ns);
+    timed_.timeOrNull("wellBeforeNs", group.well_before_ns);
+    timed_.timeOrNull("wellAfterNs", group.well_after_ns);
+    json_.member("kind", request.is_table ? "table" : "hap").member("name", request.name);
+    json_.member("outcome", nameOf(request.end));
+    json_.member("words", outcomeText(request, report_.meaning));
+    json_.member("table", failure.table).member("row", failure.row).member("hap", failure.hap);
+    json_.member("code", failure.code == 0 ? "" : hexText(failure.code));
+    json_.key("thrown").boolean(failure.thrown);
+    json_.member("meaning", codeMeaningOf(failure, report_.meaning));
+    json_.member("event", failure.event).member("endedBy", request.ended_by);
+    json_.key("bucketNs").number(group.times.widthNs()).key("times").beginArray();
+    for (std::size_t i = 0; i < group.times.cells().size(); ++i) {
+      if (group.times.cells()[i].count != 0) {
+        json_.beginArray().number(i).number(group.times.cells()[i].count).endArray();
+      }
+    }
+    json_.endArray().key("recent").beginArray();
+    for (const RecentFailure& one : group.recent) {
+      json_.beginObject();
+      timed_.request(one.request, one.ring);
+      json_.endObject();
+    }
+    json_.endArray();
+  }
+
+  /// What is known of the last failure of a group.
+  void writeStory(const FailureGroup& group) {
+    const RequestFailure failure = group.last->summary.failure.value_or(RequestFailure());
+    std::vector<const TraceRecord*> records;
+    for (const TraceRecord& record : group.records.first) {
+      records.push_back(&record);
+    }
+    const std::size_t left_out_at = records.size();
+    for (const TraceRecord& record : group.records.last) {
+      records.push_back(&record);
+    }
+    const auto kept = std::find(report_.kept.begin(), report_.kept.end(), group.last);
+    json_.key("last").number(static_cast<std::uint64_t>(kept - report_.kept.begin()));
+    json_.texts("detail", detailOf(records, failure.hap));
+    writeAdvice(failure, records);
+    json_.key("records").beginArray();
+    for (const TraceRecord* const record : records) {
+      json_.beginObject();
+      timed_.time("timeNs", record->time_ns).member("level", levelName(record->level));
+      json_.member("id", hexText(record->id)).member("words", describe(*record)).endObject();
+    }
+    json_.endArray().key("recordsLeftOut").number(group.records.left_out);
+    json_.key("leftOutAt").number(left_out_at);
+  }
+
+  /// What to do: by the code, or by the record that tells of a refusal.
+  void writeAdvice(const RequestFailure& failure, const std::vector<const TraceRecord*>& records) {
+    const CodeText* const code = findCode(failure.code);
+    const Point* const point =
+        failure.hap.empty() && !records.empty() ? findPoint(records.back()->id) : nullptr;
+    const Advice* const advice = point == nullptr ? nullptr : findAdvice(*point);
+    json_.member("causes", code != nullptr     ? code->causes
+                           : advice != nullptr ? advice->causes
+                                               : "");
+    json_.member("advice", code != nullptr     ? code->advice
+                           : advice != nullptr ? advice->advice
+                                               : "");
+  }
+
+  const Report& report_;
+  const TimedJson& timed_;
+  JsonWriter& json_;
+};
+
+}  // namespace
+
+void writeFailures(const Report& report, const TimedJson& json) {
+  FailureWriter(report, json).write();
+}
+
+}  // namespace kw::trx::tools

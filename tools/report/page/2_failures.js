@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+// What failed: one line for equal failures, and the story of the last one of each.
+
+const OPEN_STORIES = 3;
+
+/// Where a request failed.
+function placeOf(group) {
+  return group.row === '' ? '' : (group.table || '?') + '/' + group.row;
+}
+
+/// The code and what it means, or what happened when there is no code.
+function causeOf(group) {
+  if (group.code === '') {
+    return [group.event || group.endedBy];
+  }
+  return [make('span', {class: 'code'}, group.code),
+    group.meaning === '' ? '' : ' ' + group.meaning, group.thrown ? ' (thrown)' : ''];
+}
+
+/// Bars of how many failed when.
+function sparkOf(group) {
+  const span = Math.max(report.endNs, 1);
+  const most = Math.max(...group.times.map(([, number]) => number));
+  const width = Math.max(2, 200 * group.bucketNs / span);
+  const bars = group.times.map(([at, number]) => {
+    const height = Math.max(4, 24 * number / most);
+    const x = Math.min(200 - width, 200 * at * group.bucketNs / span);
+    return `M${x.toFixed(2)} ${(26 - height).toFixed(2)}h${width.toFixed(2)}v${height.toFixed(2)}h-${width.toFixed(2)}z`;
+  });
+  return draw('svg', {class: 'spark', viewBox: '0 0 200 28', preserveAspectRatio: 'none', role: 'img',
+    'aria-label': `when: first ${clock(group.firstNs)}, last ${clock(group.lastNs)}`},
+  draw('line', {x1: 0, y1: 27, x2: 200, y2: 27}), draw('path', {d: bars.join('')}));
+}
+
+function overview() {
+  const columns = [['times'], ['request', 'name'], ['at row', 'name'], ['HAP', 'name'], ['code', 'words'],
+    ['first'], ['last'], ['when']];
+  const rows = report.failures.map((group, at) => [
+    make('span', {class: 'count'}, count(group.count) + '×'),
+    make('a', {href: '#failure-' + (at + 1)}, nameOf(report.kept[group.last])),
+    placeOf(group) === '' ? '' : make('span', {class: 'code'}, placeOf(group)),
+    group.hap === '' ? '' : make('span', {class: 'code'}, group.hap),
+    causeOf(group), clockOf(group.firstNs), clockOf(group.lastNs), sparkOf(group)]);
+  return dataTable({text: 'Requests that failed, equal ones together', unseen: true}, columns, rows, true);
+}
+
+/// When requests of that name went well.
+function wellWords(group) {
+  const before = group.wellBeforeNs === null ? 'none went well before'
+    : 'one went well before, last at ' + clock(group.wellBeforeNs);
+  return before + '; ' + (group.wellAfterNs === null ? 'none since the last failure'
+    : 'again since the last failure, last at ' + clock(group.wellAfterNs));
+}
+
+/// The rows of a request, with the HAPs inside of them.
+function ranTable(request) {
+  const rows = request.slices.map((slice) => ({
+    class: slice.failed ? 'failed' : undefined,
+    cells: [
+      after(slice.beginNs - request.beginNs),
+      make('span', {class: 'code deep' + Math.min(slice.depth, 5)},
+        slice.kind === 'row' ? `${slice.table || '?'}/${slice.row} ${slice.command}`
+          : slice.kind === 'table' ? 'table' : 'HAP',
+        slice.name === '' ? '' : ' ' + slice.name),
+      duration(slice.endNs - slice.beginNs),
+      slice.failed ? 'failed' + (slice.code ? ' ' + slice.code : '') : slice.cut ? 'end not known' : 'ok'],
+  }));
+  if (request.slicesLeftOut) {
+    rows.unshift({class: 'fold', cells: ['', several(request.slicesLeftOut, 'earlier step is', 'earlier steps are') + ' left out', '', '']});
+  }
+  return dataTable({text: 'What ran', unseen: true},
+    [['after', 'number'], ['step'], ['took', 'number'], ['result']], rows);
+}
+
+function recordsTable(group, request) {
+  const rows = group.records.map((record) => ({
+    class: record.level === 'error' ? 'failed' : undefined,
+    cells: [after(record.timeNs - request.beginNs), record.level, record.words],
+  }));
+  if (group.recordsLeftOut) {
+    rows.splice(group.leftOutAt, 0, {class: 'fold', cells: ['', '', several(group.recordsLeftOut, 'record is', 'records are') + ' left out here']});
+  }
+  return dataTable({text: 'Records of the request', unseen: true}, [['after', 'number'], ['level'], ['record']], rows);
+}
+
+function recentTable(group) {
+  const rows = group.recent.slice().reverse().map((one) =>
+    [exactly(one.beginNs), duration(one.endNs - one.beginNs), whereOf(one), idOf(one),
+      one.units.join(', ') + (one.moreUnits ? ' and others' : '')]);
+  return dataTable(group.recent.length < group.count
+    ? `The last ${group.recent.length} of ${count(group.count)}; the others are only counted` : 'All of them',
+  [['began', 'time'], ['took', 'number'], ['process/thread'], ['request'], ['units']], rows);
+}
+
+/// Terms with what is told of them; those without anything are left out.
+function factList(facts) {
+  return make('dl', {}, facts.filter(([, fact]) => fact !== '' && fact !== undefined)
+    .map(([term, fact]) => [make('dt', {}, term), make('dd', {}, fact)]));
+}
+
+function story(group) {
+  const request = report.kept[group.last];
+  const detail = group.detail.map((word) => `${word} (${Number(word)})`).join(', ');
+  const facts = [
+    ['what failed', make('strong', {class: 'bad'}, group.words)],
+    ['how often', group.count === 1 ? 'once, at ' + clock(group.lastNs)
+      : `${times(group.count)}, first ${clock(group.firstNs)}, last ${clock(group.lastNs)}`],
+    ['this request otherwise', wellWords(group)],
+    ['row', placeOf(group)], ['HAP', group.hap],
+    ['code', group.code === '' ? '' : group.code + (group.meaning === '' ? '' : ', ' + group.meaning)
+      + (group.thrown ? ', thrown as an exception' : '')],
+    ['detail', detail], ['ended by', group.endedBy],
+    ['usual causes', group.causes], ['what to do', group.advice],
+    ['the last one', `${exactly(request.beginNs)}, took ${duration(request.endNs - request.beginNs)}, `
+      + `process/thread ${whereOf(request)}, request ${idOf(request)}`],
+    ['units', request.units.join(', ') + (request.moreUnits ? ' and others' : '')],
+  ];
+  const show = make('button', {type: 'button'}, 'Show it in the timeline');
+  show.addEventListener('click', () => timeline.show(group.last));
+  return [factList(facts), show,
+    make('h4', {}, 'What ran in the last one'),
+    request.slices.length === 0 ? make('p', {class: 'soft'}, 'Nothing ran.') : scrolled(ranTable(request), 'What ran in it'),
+    make('h4', {}, 'Its records'), scrolled(recordsTable(group, request), 'Its records'),
+    make('h4', {}, 'When it happened'), scrolled(recentTable(group), 'When it happened')];
+}
+
+function stories() {
+  return report.failures.map((group, at) => {
+    const request = report.kept[group.last];
+    const where = [placeOf(group), group.hap].filter((part) => part !== '').join(', ');
+    return folding({class: 'story box', id: 'failure-' + (at + 1), open: at < OPEN_STORIES},
+      [make('h3', {}, `${count(group.count)}× ${nameOf(request)}`),
+        make('span', {class: 'soft'}, where, where === '' ? '' : ': ', causeOf(group))],
+      () => story(group));
+  });
+}
+
+/// Requests that may hang, or whose process ended.
+function endless() {
+  const open = report.kept.filter((request) => request.outcome === 'open');
+  if (report.requests.open === 0) {
+    return '';
+  }
+  const rows = open.slice(-20).reverse().map((request) => [nameOf(request),
+    exactly(request.beginNs), whereOf(request), idOf(request), request.words]);
+  return [make('h3', {class: 'odd'}, 'Without an end'),
+    make('p', {}, `The rings do not tell the end of ${several(report.requests.open, 'request', 'requests')}: `
+      + 'it still ran, hung, or its process ended.'
+      + (rows.length < report.requests.open ? ` Here are the last ${rows.length}.` : '')),
+    make('div', {class: 'box'}, dataTable({text: 'Requests without an end', unseen: true},
+      [['request'], ['began', 'time'], ['process/thread'], ['id'], ['last record']], rows, true))];
+}
+
+
+function showFailures() {
+  const parts = report.failures.length === 0
+    ? [make('p', {class: report.requests.all === 0 ? 'odd' : 'good'}, report.requests.all === 0
+      ? 'No record tells of a request; those of the level info must be in the ring.'
+      : 'No request failed.')]
+    : [make('div', {class: 'wide box', id: 'overview'}, overview()),
+      report.otherFailures === 0 ? '' : make('p', {class: 'note'},
+        `${several(report.otherFailures, 'further failure is', 'further failures are')} of other kinds; they are only counted.`)];
+  section('failures', 'Failures', parts, stories(), endless());
+}

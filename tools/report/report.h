@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a report on trace rings holds. Its size is bounded: what does not fit is counted.
+#ifndef KW_TRX_TOOLS_REPORT_REPORT_H_
+#define KW_TRX_TOOLS_REPORT_REPORT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "configuration/report.h"
+#include "coverage/coverage.h"
+#include "diagnosis/diagnosis.h"
+#include "kw/platform.h"
+#include "report/time_buckets.h"
+#include "tables/graph.h"
+#include "traces/request_summaries.h"
+#include "traces/slices.h"
+#include "traces/statistics.h"
+
+namespace kw::trx::tools {
+
+/// A request with what ran in it.
+struct KeptRequest {
+  std::size_t ring;  ///< its number among those of the report, from 0
+  RequestSummary summary;
+  std::vector<Slice> slices;          ///< tables, rows and HAPs, in the order of their ends
+  std::uint64_t slices_left_out = 0;  ///< earlier ones
+};
+using KeptRequestPtr = std::shared_ptr<const KeptRequest>;
+
+/// The records of a request: the first and the last ones.
+struct KeptRecords {
+  std::vector<kw::platform::TraceRecord> first;
+  std::deque<kw::platform::TraceRecord> last;
+  std::uint64_t left_out = 0;  ///< between them
+};
+
+/// A count that buckets of time add up.
+struct Count {
+  std::uint64_t count = 0;
+  Count& operator+=(const Count& other) {
+    count += other.count;
+    return *this;
+  }
+};
+
+struct RecentFailure {
+  std::size_t ring;  ///< as in `KeptRequest`
+  RequestSummary request;
+};
+
+/// Requests that failed in the same way.
+struct FailureGroup {
+  FailureGroup(std::uint64_t begin_ns, std::size_t buckets) : times(begin_ns, buckets) {}
+
+  std::uint64_t count = 0;
+  std::uint64_t first_ns = 0, last_ns = 0;  ///< ends of the first and the last one
+  /// End of the last request of that name that had gone well when the first of these began; 0:
+  /// none.
+  std::uint64_t well_before_ns = 0;
+  std::uint64_t well_after_ns = 0;  ///< of the last one that went well after all these; 0: none did
+  TimeBuckets<Count> times;
+  std::deque<RecentFailure> recent;  ///< the last ones, in order
+  KeptRequestPtr last;
+  KeptRecords records;  ///< of the last one
+};
+
+/// The requests of one name.
+struct RequestName {
+  bool is_table = false;
+  std::string name;
+  std::uint64_t failed = 0;  ///< or refused
+  std::uint64_t others = 0;  ///< their end is not told, or they wait
+  Durations durations;       ///< of all of them
+};
+
+/// What a thread did in a span of time.
+struct ThreadLoad {
+  std::uint64_t requests = 0, failed = 0;  ///< that began and failed in it
+  std::uint64_t busy_ns = 0;
+  ThreadLoad& operator+=(const ThreadLoad& other) {
+    requests += other.requests;
+    failed += other.failed;
+    busy_ns += other.busy_ns;
+    return *this;
+  }
+};
+
+/// The requests of one thread.
+struct ThreadLane {
+  ThreadLane(std::uint64_t begin_ns, std::size_t buckets) : load(begin_ns, buckets) {}
+
+  std::size_t ring = 0;
+  std::uint32_t process_id = 0, thread_id = 0;  ///< 0: all threads that have no lane of their own
+  std::uint64_t requests = 0, failed = 0;
+  TimeBuckets<ThreadLoad> load;
+};
+
+/// How many requests ended how.
+struct RequestCounts {
+  std::uint64_t all = 0, ok = 0, failed = 0, refused = 0, waits = 0, open = 0;
+};
+
+struct Report {
+  std::string version;       ///< of the tool
+  std::uint64_t made_s = 0;  ///< when, seconds since 1970
+  std::vector<std::string> rings;
+  std::uint64_t records = 0;  ///< taken, without the doubtful ones
+  std::uint64_t doubtful = 0, lost = 0;
+  std::uint64_t begin_ns = 0, end_ns = 0;  ///< of the records taken; 0: there are none
+  RequestCounts requests;
+  std::vector<FailureGroup> failures;  ///< the most frequent ones first
+  std::uint64_t other_failures = 0;    ///< of no group, as there are too many kinds
+  std::vector<KeptRequestPtr> kept;    ///< in the order of their begins
+  std::uint64_t failed_kept = 0;       ///< of them
+  std::vector<ThreadLane> lanes;
+  std::uint64_t threads = 0;
+  std::vector<RequestName> names;  ///< those with most failures first, then with most requests
+  std::uint64_t other_names = 0;   ///< requests of none of them, as there are too many names
+  Statistics statistics;
+  TableFlows tables;   ///< those that are known
+  GraphCounts counts;  ///< of their rows
+  std::map<std::string, std::uint64_t>
+      unknown_rows;  ///< runs of rows that stand in no table, by table
+  ConfigReport configuration;
+  std::vector<Diagnosis> machine;
+  CodeMeaning meaning;
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_REPORT_REPORT_H_

@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/report_json.h"
+
+#include <algorithm>
+
+#include "common/json.h"
+#include "common/text.h"
+#include "common/times.h"
+#include "report/failure_json.h"
+#include "report/table_json.h"
+#include "report/timed_json.h"
+#include "traces/doubts.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kHAPsMost = 300;
+constexpr const char* kKinds[] = {"request", "table", "row", "hap"};
+
+/// Writes a report. Times are written as they count from its first record.
+class Writer {
+ public:
+  Writer(const Report& report, JsonWriter& json)
+      : report_(report), timed_(json, report.begin_ns), json_(json) {}
+
+  void write() {
+    json_.beginObject().key("format").number(1);
+    writeHead();
+    writeCounts();
+    writeFailures(report_, timed_);
+    writeKept();
+    writeThreads();
+    writeNames();
+    writeHAPs();
+    writeTables(report_, json_);
+    writeConfiguration();
+    writeMachine();
+    json_.endObject();
+  }
+
+ private:
+  void writeHead() {
+    json_.member("tool", "trxctl " + report_.version);
+    json_.member("made", localTimeText(static_cast<std::int64_t>(report_.made_s)));
+    json_.texts("rings", report_.rings);
+    json_.member("originNs", std::to_string(report_.begin_ns));
+    json_.member("origin", localMicrosText(report_.begin_ns));
+    timed_.time("endNs", report_.end_ns);
+    json_.key("records").number(report_.records);
+    json_.key("doubtful").number(report_.doubtful).key("lost").number(report_.lost);
+    json_.texts("missing", lossWords(report_.doubtful, report_.lost));
+  }
+
+  void writeCounts() {
+    const RequestCounts& counts = report_.requests;
+    json_.key("requests").beginObject().key("all").number(counts.all);
+    json_.key("ok").number(counts.ok).key("failed").number(counts.failed);
+    json_.key("refused").number(counts.refused).key("waits").number(counts.waits);
+    json_.key("open").number(counts.open).endObject();
+  }
+
+  void writeKept() {
+    json_.key("kept").beginArray();
+    for (const KeptRequestPtr& request : report_.kept) {
+      json_.beginObject();
+      timed_.request(request->summary, request->ring);
+      if (request->summary.end != RequestEnd::kOk) {
+        json_.member("words", outcomeText(request->summary, report_.meaning));
+      }
+      json_.key("slices").beginArray();
+      writeSlices(request->slices);
+      json_.endArray();
+      if (request->slices_left_out != 0) {
+        json_.key("slicesLeftOut").number(request->slices_left_out);
+      }
+      json_.endObject();
+    }
+    json_.endArray();
+  }
+
+  /// Outer ones before inner ones, each with how deep it lies.
+  void writeSlices(std::vector<Slice> slices) {
+    std::reverse(slices.begin(), slices.end());
+    std::stable_sort(slices.begin(), slices.end(), [](const Slice& a, const Slice& b) {
+      return a.begin_ns != b.begin_ns ? a.begin_ns < b.begin_ns : a.end_ns > b.end_ns;
+    });
+    std::vector<const Slice*> around;
+    for (const Slice& slice : slices) {
+      while (!around.empty() && !isInside(slice, *around.back())) {
+        around.pop_back();
+      }
+      around.push_back(&slice);
+      writeSlice(slice, around.size());
+    }
+  }
+
+  /// The last row of a table may take no time, and begins when the table ends.
+  static bool isInside(const Slice& inner, const Slice& outer) {
+    const bool is_row_of_it = inner.kind == Slice::Kind::kRow &&
+                              outer.kind == Slice::Kind::kTable && inner.table == outer.name;
+    return inner.end_ns <= outer.end_ns && (inner.begin_ns < outer.end_ns || is_row_of_it);
+  }
+
+  void writeSlice(const Slice& slice, std::size_t depth) {
+    json_.beginObject().member("kind", kKinds[static_cast<int>(slice.kind)]);
+    json_.member("name", slice.name).key("depth").number(depth);
+    timed_.time("beginNs", slice.begin_ns);
+    timed_.time("endNs", slice.end_ns);
+    if (slice.kind == Slice::Kind::kRow) {
+      json_.member("table", slice.table).member("row", hexDigits(slice.row));
+      json_.member("command", slice.command);
+    }
+    if (slice.failed) {
+      json_.key("failed").boolean(true);
+    }
+    if (slice.code != 0) {
+      json_.member("code", hexText(slice.code));
+    }
+    if (slice.lock_wait_ns != 0) {
+      json_.key("lockWaitNs").number(slice.lock_wait_ns);
+    }
+    if (slice.cut) {
+      json_.key("cut").boolean(true);
+    }
+    json_.endObject();
+  }
+
+  void writeThreads() {
+    json_.key("threads").beginArray();
+    for (const ThreadLane& lane : report_.lanes) {
+      json_.beginObject().key("ring").number(lane.ring);
+      json_.key("process").number(lane.process_id);
+      json_.key("thread").number(lane.thread_id).key("requests").number(lane.requests);
+      json_.key("failed").number(lane.failed).key("bucketNs").number(lane.load.widthNs());
+      // Each: its place, requests that began in it, those of them that failed, time with a request.
+      json_.key("load").beginArray();
+      const std::vector<ThreadLoad>& cells = lane.load.cells();
+      for (std::size_t i = 0; i < cells.size(); ++i) {
+        if (cells[i].requests != 0 || cells[i].busy_ns != 0) {
+          json_.beginArray().number(i).number(cells[i].requests).number(cells[i].failed);
+          json_.number(cells[i].busy_ns).endArray();
+        }
+      }
+      json_.endArray().endObject();
+    }
+    json_.endArray().key("threadsAll").number(report_.threads);
+  }
+
+  void writeNames() {
+    json_.key("names").beginArray();
+    for (const RequestName& name : report_.names) {
+      json_.beginObject().member("kind", name.is_table ? "table" : "hap").member("name", name.name);
+      json_.key("count").number(name.durations.count()).key("failed").number(name.failed);
+      json_.key("others").number(name.others);
+      json_.key("leastNs").number(name.durations.quantile(0));
+      json_.key("medianNs").number(name.durations.quantile(50));
+      json_.key("p99Ns").number(name.durations.quantile(99));
+      json_.key("mostNs").number(name.durations.quantile(100));
+      json_.key("sumNs").number(name.durations.sum()).endObject();
+    }
+    json_.endArray().key("otherNames").number(report_.other_names);
+  }
+
+  /// Those with the longest time together first.
+  void writeHAPs() {
+    std::vector<const std::pair<const Work, WorkFigures>*> haps;
+    for (const auto& one : report_.statistics.all()) {
+      if (one.first.table.empty() && one.first.command.empty()) {
+        haps.push_back(&one);
+      }
+    }
+    std::stable_sort(haps.begin(), haps.end(), [](const auto* a, const auto* b) {
+      return a->second.own.sum() > b->second.own.sum();
+    });
+    json_.key("haps").beginArray();
+    for (std::size_t i = 0; i < std::min(haps.size(), kHAPsMost); ++i) {
+      json_.beginObject().member("name", haps[i]->first.name);
+      writeFigures(haps[i]->second, json_);
+      json_.endObject();
+    }
+    json_.endArray().key("otherHaps").number(haps.size() - std::min(haps.size(), kHAPsMost));
+  }
+
+  void writeConfiguration() {
+    json_.key("configuration").beginObject();
+    json_.member("problem", report_.configuration.problem);
+    for (const bool is_warning : {false, true}) {
+      json_.key(is_warning ? "warnings" : "values").beginArray();
+      for (const ConfigEntry& entry : report_.configuration.entries) {
+        if (entry.is_warning == is_warning) {
+          json_.beginObject().member("key", entry.key).member("words", entry.words);
+          json_.member("file", entry.line == 0 ? "" : entry.file);
+          json_.key("line").number(entry.line).endObject();
+        }
+      }
+      json_.endArray();
+    }
+    json_.endObject();
+  }
+
+  void writeMachine() {
+    json_.key("machine").beginArray();
+    for (const Diagnosis& one : report_.machine) {
+      json_.beginObject().member("verdict", nameOf(one.verdict)).member("subject", one.subject);
+      json_.member("words", one.words).member("do", one.way_out).endObject();
+    }
+    json_.endArray();
+  }
+
+  const Report& report_;
+  const TimedJson timed_;
+  JsonWriter& json_;
+};
+
+/// What an element of HTML could take for its end, and what a script could take for the end of a
+/// line, stands inside of texts alone.
+std::string embeddable(const std::string& json) {
+  constexpr char kLineEnds[] = "\xe2\x80\xa8\xe2\x80\xa9";
+  std::string out;
+  out.reserve(json.size() + json.size() / 8);
+  for (std::size_t at = 0; at < json.size(); ++at) {
+    const char c = json[at];
+    if (c == '<' || c == '>' || c == '&') {
+      out += c == '<' ? "\\u003c" : c == '>' ? "\\u003e" : "\\u0026";
+    } else if (c == kLineEnds[0] && json.compare(at, 3, kLineEnds, 3) == 0) {
+      out += "\\u2028";
+      at += 2;
+    } else if (c == kLineEnds[0] && json.compare(at, 3, kLineEnds + 3, 3) == 0) {
+      out += "\\u2029";
+      at += 2;
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string jsonOf(const Report& report) {
+  JsonWriter json(-1);
+  Writer(report, json).write();
+  return embeddable(json.taken());
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/table_json.h"
+
+#include <algorithm>
+#include <set>
+
+#include "common/paths.h"
+#include "common/text.h"
+#include "tables/traced_rows.h"
+#include "zqm_trx/table_words.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr unsigned int kMedian = 50;
+constexpr unsigned int kNearlyAll = 99;
+constexpr unsigned int kAll = 100;
+constexpr std::size_t kRowsMost = 3000;
+
+using Figures = std::map<Work, WorkFigures>;
+using Entries = std::vector<const Figures::value_type*>;
+
+/// Writes the tables as long as there is room for rows.
+class TableWriter {
+ public:
+  TableWriter(const Report& report, JsonWriter& json) : report_(report), json_(json) {
+    const RowFinder finder(report.tables);
+    for (const auto& one : report.statistics.all()) {
+      const Work& work = one.first;
+      if (work.command.empty()) {
+        continue;
+      }
+      by_table_[work.table].push_back(&one);
+      TracedRow ran{work.table, work.row, work.command, {}, {}, {}};
+      if (!work.name.empty()) {
+        ran.called = work.name;
+      }
+      const RowFinder::Found found = finder.find(ran);
+      if (found.is_same) {
+        figures_.emplace(found.row, &one.second);
+      } else if (found.table != nullptr) {
+        foreign_[work.table].push_back(&one);
+      }
+    }
+  }
+
+  void write() {
+    const std::vector<std::string> names = drawn();
+    json_.key("tables").beginArray();
+    for (const std::string& name : names) {
+      const auto flow = report_.tables.find(name);
+      json_.beginObject().member("name", name);
+      json_.key("known").boolean(flow != report_.tables.end());
+      if (flow == report_.tables.end()) {
+        writeSeen(name);
+      } else {
+        writeKnown(flow->second);
+      }
+      json_.endObject();
+    }
+    json_.endArray();
+    std::vector<std::string> others;
+    for (const auto& [name, flow] : report_.tables) {
+      if (std::find(names.begin(), names.end(), name) == names.end()) {
+        others.push_back(name);
+      }
+    }
+    json_.texts("tablesNotRun", others);
+  }
+
+ private:
+  std::uint64_t failuresOf(const std::string& table) const {
+    const auto seen = by_table_.find(table);
+    std::uint64_t failures = 0;
+    if (seen != by_table_.end()) {
+      for (const Figures::value_type* const one : seen->second) {
+        failures += one->second.failures;
+      }
+    }
+    return failures;
+  }
+
+  /// Those that ran and those that they call; those that failed most first.
+  std::vector<std::string> drawn() const {
+    std::vector<std::string> names;
+    std::set<std::string> all;
+    for (const auto& one : by_table_) {
+      names.push_back(one.first);
+      all.insert(one.first);
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      const auto flow = report_.tables.find(names[i]);
+      if (flow == report_.tables.end()) {
+        continue;
+      }
+      for (const FlowRow& row : flow->second.rows) {
+        if (row.command == trx::kCommandTable && report_.tables.count(row.name) != 0 &&
+            all.insert(row.name).second) {
+          names.push_back(row.name);
+        }
+      }
+    }
+    std::stable_sort(names.begin(), names.end(),
+                     [this](const std::string& a, const std::string& b) {
+                       return failuresOf(a) > failuresOf(b);
+                     });
+    return names;
+  }
+
+  void writeKnown(const TableFlow& flow) {
+    const auto counts = report_.counts.find(flow.name);
+    const auto runs = [&](std::size_t at) {
+      return counts == report_.counts.end() ? 0 : counts->second[at].runs;
+    };
+    const bool all = flow.rows.size() <= room_;
+    std::uint64_t left_out = 0;
+    json_.member("file", absolutePath(flow.file)).key("rows").beginArray();
+    for (std::size_t at = 0; at < flow.rows.size(); ++at) {
+      if ((!all && runs(at) == 0) || room_ == 0) {
+        ++left_out;
+        continue;
+      }
+      --room_;
+      writeRow(flow, at, counts == report_.counts.end() ? RowCounts() : counts->second[at]);
+    }
+    json_.endArray().key("foreign").beginArray();
+    left_out += writeRows(foreign_[flow.name]);
+    json_.endArray().key("rowsLeftOut").number(left_out);
+    const auto unknown = report_.unknown_rows.find(flow.name);
+    json_.key("foreignRuns").number(unknown == report_.unknown_rows.end() ? 0 : unknown->second);
+  }
+
+  void writeRow(const TableFlow& flow, std::size_t at, const RowCounts& counts) {
+    const FlowRow& row = flow.rows[at];
+    json_.beginObject().key("at").number(at);
+    json_.member("label", row.label).member("number", row.number).member("command", row.command);
+    json_.member("name", row.name).member("mode", row.mode).member("error", row.error);
+    json_.member("para", row.para);
+    if (row.jump >= 0) {
+      json_.key("jump").number(static_cast<std::uint64_t>(row.jump));
+    }
+    json_.key("runs").number(counts.runs).key("onward").number(counts.onward);
+    json_.key("errors").number(counts.errors);
+    const auto figures = figures_.find(&row);
+    if (figures != figures_.end()) {
+      writeFigures(*figures->second, json_);
+    }
+    json_.endObject();
+  }
+
+  void writeSeen(const std::string& name) {
+    json_.member("file", "").key("rows").beginArray();
+    const std::uint64_t left_out = writeRows(by_table_.at(name));
+    json_.endArray().key("rowsLeftOut").number(left_out).key("foreignRuns").number(0);
+    json_.key("foreign").beginArray().endArray();
+  }
+
+  /// Rows as their runs told of them. Returns how many have no room.
+  std::uint64_t writeRows(const Entries& entries) {
+    std::uint64_t left_out = 0;
+    for (const Figures::value_type* const one : entries) {
+      if (room_ == 0) {
+        ++left_out;
+        continue;
+      }
+      --room_;
+      json_.beginObject().member("number", hexDigits(one->first.row));
+      json_.member("command", one->first.command).member("name", one->first.name);
+      json_.key("runs").number(one->second.calls);
+      writeFigures(one->second, json_);
+      json_.endObject();
+    }
+    return left_out;
+  }
+
+  const Report& report_;
+  JsonWriter& json_;
+  std::map<std::string, Entries> by_table_;
+  std::map<std::string, Entries> foreign_;  // rows that do not stand so in the file
+  std::map<const FlowRow*, const WorkFigures*> figures_;
+  std::size_t room_ = kRowsMost;
+};
+
+}  // namespace
+
+void writeFigures(const WorkFigures& figures, JsonWriter& json) {
+  json.key("calls").number(figures.calls).key("failures").number(figures.failures);
+  json.key("unfinished").number(figures.unfinished);
+  json.key("leastNs").number(figures.total.quantile(0));
+  json.key("medianNs").number(figures.total.quantile(kMedian));
+  json.key("p99Ns").number(figures.total.quantile(kNearlyAll));
+  json.key("mostNs").number(figures.total.quantile(kAll));
+  json.key("sumNs").number(figures.total.sum()).key("ownNs").number(figures.own.sum());
+  json.key("waitNs").number(figures.wait_ns).key("lockNs").number(figures.lock_ns);
+  json.key("lockWaitNs").number(figures.lock_wait_ns);
+}
+
+void writeTables(const Report& report, JsonWriter& json) { TableWriter(report, json).write(); }
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the parts of a report have in common as JSON. One thread.
+#ifndef KW_TRX_TOOLS_REPORT_TIMED_JSON_H_
+#define KW_TRX_TOOLS_REPORT_TIMED_JSON_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "common/json.h"
+#include "traces/request_summaries.h"
+
+namespace kw::trx::tools {
+
+/// Writes times as nanoseconds since a begin.
+class TimedJson {
+ public:
+  /// `json` must outlive it.
+  TimedJson(JsonWriter& json, std::uint64_t begin_ns) : json_(json), begin_ns_(begin_ns) {}
+
+  JsonWriter& json() const { return json_; }
+
+  /// The member `name`; a time before the begin counts as the begin.
+  JsonWriter& time(const char* name, std::uint64_t time_ns) const;
+
+  /// The same of a time that may not be known: 0 is written as null.
+  JsonWriter& timeOrNull(const char* name, std::uint64_t time_ns) const;
+
+  /// What a request was to do, who asked for it, and when: members of the open object.
+  void request(const RequestSummary& request, std::size_t ring) const;
+
+ private:
+  JsonWriter& json_;
+  std::uint64_t begin_ns_;
+};
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_REPORT_TIMED_JSON_H_

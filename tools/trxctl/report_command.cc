@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include "configuration/configuration.h"
+#include "configuration/report.h"
+#include "diagnosis/diagnosis.h"
+#include "kw/platform.h"
+#include "report/gathering.h"
+#include "report/page.h"
+#include "report/report_json.h"
+#include "tables/code_meanings.h"
+#include "tables/surroundings.h"
+#include "traces/ring_merger.h"
+#include "trxctl/commands.h"
+#include "trxctl/text_output.h"
+#include "trxctl/trace_summary.h"
+
+namespace kw::trx::tools {
+namespace {
+
+struct ReportOptions {
+  std::vector<std::string> rings, tables;
+  std::string output;
+  bool json = false;
+};
+
+/// The tables of `paths` and of the configuration, if that can be read: a report is most wanted
+/// when something is wrong.
+TableFlows tablesOf(const std::vector<std::string>& paths) {
+  std::vector<std::string> files;
+  for (const std::string& path : paths) {
+    const std::vector<std::string> found = tableFilesOf(path);
+    files.insert(files.end(), found.begin(), found.end());
+  }
+  std::vector<std::string> configured;
+  try {
+    std::optional<std::vector<std::string>> modules;
+    configured = configuredTables(modules);
+  } catch (const std::runtime_error&) {
+    // The page tells what is wrong with the configuration.
+  }
+  return readTables(files, configured).flows;
+}
+
+int writePage(const std::string& json, const std::string& output) {
+  if (kw::platform::TraceRingReader ring; ring.open(output) == 0) {
+    return fail(output + " is a trace ring; name another file with -o");
+  }
+  std::ofstream file(output, std::ios::binary);
+  file << pageOf(json);
+  file.close();
+  return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
+}
+
+int report(ReportOptions options) {
+  if (options.output.empty() && !options.json) {
+    return fail("where to write the page? Add -o report.html, or --json");
+  }
+  Report report;
+  report.tables = tablesOf(options.tables);
+  RingMerger rings;
+  for (const std::string& file : options.rings) {
+    if (rings.open(file) != 0) {
+      return failToOpenRing(file);
+    }
+  }
+  ReportGatherer gatherer(report.tables, options.rings.size());
+  for (kw::platform::TraceRecord record; rings.next(record);) {
+    gatherer.take(record, rings.ring());
+  }
+  gatherer.finish(report);
+  report.version = ZQM_TRX_VERSION;
+  report.made_s = static_cast<std::uint64_t>(std::time(nullptr));
+  report.rings = options.rings;
+  report.doubtful = rings.doubtful();
+  report.lost = rings.lost();
+  report.meaning = configuredMeanings();
+  report.configuration = reportConfiguration();
+  report.machine = examine({ZQM_TRX_VERSION, "", 0});
+  const std::string json = jsonOf(report);
+  if (options.json) {
+    std::cout << json << '\n';
+  }
+  return options.output.empty() ? kExitOk : writePage(json, options.output);
+}
+
+}  // namespace
+
+void addReportCommand(CommandLine& line) {
+  auto options = std::make_shared<ReportOptions>();
+  Command command = line.add(
+      "report", "Writes what trace rings tell as one page for a browser",
+      "The page needs nothing but itself: it can be sent by mail. It begins with the requests "
+      "that\n"
+      "failed, equal ones as one; behind them stand a timeline, the tables with what ran of them,\n"
+      "figures, and the configuration of this machine. Files may be rings, of several processes "
+      "too,\n"
+      "and the tables of their hosts; else the tables are those of the configuration.\n"
+      "Example: trxctl report /var/board/trace.ring -o report.html\n"
+      "Exit status: 0 the page is written; 2 it is not.");
+  command.texts(options->rings, {"RING", "Ring files, of several processes too", "", {}, true});
+  command.texts(options->tables, {"--tables",
+                                  "Show this table file, or those of this folder, beside those of "
+                                  "the configuration; may be repeated",
+                                  "FILE|DIR"});
+  command.text(options->output, {"-o,--output", "Where to write the page", "FILE"});
+  command.flag(options->json, {"--json", "Print what the page shows as JSON"});
+  command.run([options] { return report(*options); });
+}
+
+}  // namespace kw::trx::tools
