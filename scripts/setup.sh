@@ -34,7 +34,7 @@ packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)
 packages_armhf=(g++-arm-linux-gnueabihf qemu-user)
 packages_abi=(abigail-tools)
-packages_all=(clang-format clang-tidy googletest pkg-config git debootstrap)
+packages_all=(clang-format clang-tidy googletest pkg-config git debootstrap chromium python3)
 
 # The name of this machine's Debian release.
 debian_release() { sed -n 's/^VERSION_CODENAME=//p' /etc/os-release; }

@@ -1,0 +1,254 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Opens pages of trxctl report in a browser: page_test.py CHROMIUM TRXCTL WRITE_RING. What a page shows
+must be what --json prints, whatever names a trace holds; it must ask for nothing outside of it, be
+usable by keys and on a phone, and open quickly with many requests."""
+import datetime
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import time
+from decimal import ROUND_HALF_UP, Decimal
+
+from browser import Browser
+
+FEW, MANY = 3000, 100000
+MOST_BYTES, MOST_MS, LEAST_CONTRAST = 5_000_000, 2000, 4.5
+TABLE = """FORMAT,0
+VERSION,2
+,1,START,,,,,,
+again,2,HAP,PSU_Set,,NOP,ce4,,
+,1f,HAP,ADC_Read,,off,1 2,,
+,20,END,,,,,,
+off,21,HAP,PSU_Off,fast,again,,,
+,23,END,DESK_FAILED,,,,,
+"""
+problems = []
+
+
+def expect(what, shown, expected):
+    if shown != expected:
+        problems.append(what)
+        print(f"FAILED {what}\n  shown:    {str(shown)[:1500]}\n  expected: {str(expected)[:1500]}")
+
+
+def count(number):
+    return str(number) if number < 10000 else f"{number:,}".replace(",", "\u202f")
+
+
+def duration(ns):
+    for unit, size in (("s", 10**9), ("ms", 10**6), ("µs", 10**3)):
+        if ns >= size:
+            digits = "1" if ns >= 100 * size else "0.1" if ns >= 10 * size else "0.01"
+            return f"{Decimal(ns / size).quantize(Decimal(digits), ROUND_HALF_UP)} {unit}"
+    return f"{ns} ns"
+
+
+class Expected:
+    """The texts of a page by the JSON of its report."""
+
+    def __init__(self, report):
+        self.report = report
+        date, clock, micros = re.match(r"(\S+) (\S+)\.(\d{6})", report["origin"]).groups()
+        self.origin = datetime.datetime.fromisoformat(f"{date} {clock}") + datetime.timedelta(microseconds=int(micros))
+
+    def exactly(self, ns):
+        return (self.origin + datetime.timedelta(microseconds=ns // 1000)).strftime("%H:%M:%S.%f")
+
+    def clock(self, ns):
+        return self.exactly(ns)[:12]
+
+    def place(self, group):
+        return f"{group['table']}/{group['row']}" if group["row"] else ""
+
+    def cause(self, group):
+        return f"{group['code']} {group['meaning']}"
+
+    def overview(self):
+        return [[count(group["count"]) + "×", "table " + group["name"], self.place(group), group["hap"],
+                 self.cause(group), self.clock(group["firstNs"]), self.clock(group["lastNs"]), ""]
+                for group in self.report["failures"]]
+
+    def stories(self):
+        return [[[record["level"], record["words"]] for record in group["records"]] for group in self.report["failures"]]
+
+    def steps(self):
+        all_steps = []
+        for group in self.report["failures"]:
+            steps = []
+            for part in self.report["kept"][group["last"]]["slices"]:
+                name = " " + part["name"] if part["name"] else ""
+                start = {"row": f"{part.get('table')}/{part.get('row')} {part.get('command')}",
+                         "table": "table", "hap": "HAP"}[part["kind"]]
+                result = "failed" + (" " + part["code"] if "code" in part else "") if part.get("failed") else "ok"
+                steps.append([start + name, duration(part["endNs"] - part["beginNs"]), result])
+            all_steps.append(steps)
+        return all_steps
+
+    def table_rows(self, table):
+        numbers = {row["at"]: row["number"] for row in table["rows"]}
+        rows = []
+        for row in table["rows"]:
+            jump = f" → {numbers[row['jump']]}" if "jump" in row else ""
+            ran = row["runs"] > 0
+            went = "never ran" if not ran else f"{count(row['failures'])} failed" if row["failures"] else ""
+            rows.append([row["number"], row["label"], row["command"], row["name"], row["mode"], row["error"] + jump,
+                         row["para"], count(row["runs"]), went, duration(row["medianNs"]) if ran else "",
+                         duration(row["mostNs"]) if ran else ""])
+        return rows
+
+    def foreign_rows(self, table):
+        return [[row["number"], row["command"], row["name"], count(row["runs"]),
+                 f"{count(row['failures'])} failed" if row["failures"] else "", duration(row["medianNs"]),
+                 duration(row["mostNs"])] for row in table["foreign"]]
+
+    @staticmethod
+    def figures(one, calls, failures):
+        return [count(one[calls]), count(one[failures])] + [
+            duration(one[key]) for key in ("leastNs", "medianNs", "p99Ns", "mostNs", "sumNs")]
+
+    def names(self):
+        return [["table " + one["name"]] + self.figures(one, "count", "failed") for one in self.report["names"]]
+
+    def haps(self):
+        return [[one["name"]] + self.figures(one, "calls", "failures") +
+                [duration(one[key]) for key in ("ownNs", "lockNs", "lockWaitNs")] for one in self.report["haps"]]
+
+    def machine(self):
+        return [[one["subject"], one["verdict"], one["words"], one["do"]] for one in self.report["machine"]]
+
+
+ROWS = "[...document.querySelectorAll(%s)].map(row => [...row.cells].map(cell => cell.textContent))"
+
+
+def rows_of(browser, selector):
+    return browser.run(ROWS % json.dumps(selector + " tbody tr"))
+
+
+def make_page(trxctl, ring, output, *options):
+    start = time.monotonic()
+    printed = subprocess.run([trxctl, "report", ring, "-o", output, "--json", *options], check=True,
+                             stdout=subprocess.PIPE).stdout.decode().rstrip("\n")
+    seconds = time.monotonic() - start
+    with open(output, encoding="utf-8") as file:
+        page = file.read()
+    before = '<script type="application/json" id="report">'
+    at = page.index(before) + len(before)
+    expect("the report in the page is what --json prints", page[at:page.index("</script>", at)], printed)
+    return json.loads(printed), seconds
+
+
+def check_content(browser, report):
+    wanted = Expected(report)
+    bad = report["requests"]["failed"]
+    expect("title", browser.run("document.title"),
+           f"{count(bad)} of {count(report['requests']['all'])} requests failed – trace report")
+    expect("counts", browser.run("document.getElementById('counts').textContent"),
+           f"{count(report['requests']['ok'])} well{count(bad)} failed")
+    expect("kinds of failures", len(report["failures"]), 9)
+    expect("failures", rows_of(browser, "#overview"), wanted.overview())
+    expect("records of the stories", [[row[1:] for row in rows_of(browser, f"#failure-{at + 1} [aria-label='Its records']")]
+                                      for at in range(len(report["failures"]))], wanted.stories())
+    expect("steps of the stories", [[row[1:] for row in rows_of(browser, f"#failure-{at + 1} [aria-label='What ran in it']")]
+                                    for at in range(len(report["failures"]))], wanted.steps())
+    detail = browser.run("[...document.querySelectorAll('#failure-1 dt')].find(e => e.textContent === 'detail').nextSibling.textContent")
+    expect("detail", detail, "0xce4 (3300), 0x1267 (4711)")
+    expect("rows of the table", rows_of(browser, "#tables .flow"), wanted.table_rows(report["tables"][0]))
+    expect("rows of another file", rows_of(browser, "#tables .foreign"), wanted.foreign_rows(report["tables"][0]))
+    expect("jumps", browser.run("[document.querySelectorAll('#tables .flow path.head').length,"
+                                "document.querySelectorAll('#tables .flow path.head.taken').length]"), [2, 1])
+    expect("requests by name", rows_of(browser, "#statistics [aria-label='Requests by name']"), wanted.names())
+    expect("HAPs", rows_of(browser, "#statistics [aria-label='HAPs']"), wanted.haps())
+    expect("machine", rows_of(browser, "#machine"), wanted.machine())
+    expect("elements that names could have made", browser.run(
+        "[document.scripts.length, document.images.length, document.querySelectorAll('b b, iframe, object, link').length]"), [2, 0, 0])
+
+
+def check_keys(browser, report):
+    browser.run("document.body.focus()")
+    browser.press("Tab", 9)
+    expect("first stop", browser.run("document.activeElement.className"), "skip")
+    expect("focus is seen", browser.run("getComputedStyle(document.activeElement).outlineStyle !== 'none' &&"
+                                        "document.activeElement.getBoundingClientRect().left >= 0"), True)
+    browser.press("Enter", 13, "\r")
+    browser.wait("document.activeElement.id === 'main'")
+    for _ in range(200):
+        browser.press("Tab", 9)
+        if browser.run("document.activeElement.id === 'line'"):
+            break
+    part = lambda: browser.run("[Number(line.dataset.from), Number(line.dataset.to)]")
+    whole = [0, report["endNs"]]
+    expect("all of the timeline", part(), whole)
+    browser.press("+", 187, "+")
+    first, last = part()
+    expect("+ shows half of it", abs(last - first - report["endNs"] / 2) <= 2, True)
+    browser.press("ArrowRight", 39)
+    expect("the arrow moves", part()[0] > first and part()[1] > last, True)
+    browser.press("0", 48, "0")
+    expect("0 shows all", part(), whole)
+    browser.press("n", 78, "n")
+    failed = next(one for one in report["kept"] if one["outcome"] == "failed")
+    expect("n shows the first failure", failed["words"] in browser.run("document.querySelector('#timeline .told').textContent"), True)
+    expect("and where it is", part()[0] <= failed["beginNs"] and part()[1] >= failed["endNs"] and part() != whole, True)
+
+
+# The contrast of each text with what lies behind it, least first.
+CONTRAST = """(() => {
+  const light = (colour) => {
+    const part = colour.match(/[\\d.]+/g).slice(0, 3).map((c) => c / 255).map((c) => c <= 0.03928 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
+    return 0.2126 * part[0] + 0.7152 * part[1] + 0.0722 * part[2];
+  };
+  const behind = (e) => {
+    for (; e; e = e.parentElement) {
+      const colour = getComputedStyle(e).backgroundColor;
+      if (colour !== 'rgba(0, 0, 0, 0)') return colour;
+    }
+    return 'rgb(255, 255, 255)';
+  };
+  const found = new Map();
+  for (const e of document.querySelectorAll('body :not(svg *, script, style, noscript, .unseen)')) {
+    if (![...e.childNodes].some((n) => n.nodeType === 3 && n.textContent.trim())) continue;
+    const [a, b] = [light(getComputedStyle(e).color), light(behind(e))];
+    const ratio = (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05);
+    found.set(e.tagName + '.' + e.className, Math.min(ratio, found.get(e.tagName + '.' + e.className) || 99));
+  }
+  return [...found].filter(([, ratio]) => ratio < LEAST);
+})()""".replace("LEAST", str(LEAST_CONTRAST))
+
+
+def check_looks(browser, page):
+    for width, scheme in ((390, "light"), (390, "dark"), (1280, "dark"), (1280, "light")):
+        browser.resize(width, 844)
+        browser.colours(scheme)
+        browser.open(page)
+        browser.wait("document.body.dataset.whole === 'yes'")
+        expect(f"the page is no wider than {width}", browser.run("document.documentElement.scrollWidth") <= width, True)
+        expect(f"contrasts, {scheme}, {width}", browser.run(CONTRAST), [])
+
+
+def main():
+    chromium, trxctl, write_ring = sys.argv[1:4]
+    with tempfile.TemporaryDirectory() as folder, Browser(chromium) as browser:
+        path = lambda name: os.path.join(folder, name)
+        with open(path("desk.csv"), "w", encoding="utf-8") as table:
+            table.write(TABLE)
+        for requests in (FEW, MANY):
+            subprocess.run([write_ring, path("trace.ring"), str(requests)], check=True)
+            report, seconds = make_page(trxctl, path("trace.ring"), path("page.html"), "--tables", folder)
+            expect("requests", report["requests"]["all"], requests)
+            size = os.path.getsize(path("page.html"))
+            opened, drawn = browser.open(path("page.html"))
+            browser.wait("document.body.dataset.whole === 'yes'")
+            print(f"{requests} requests: written in {seconds:.2f} s, {size} bytes, drawn after {drawn} ms")
+            expect("the page is small", size < MOST_BYTES, True)
+            expect("the page opens quickly", max(opened, drawn) < MOST_MS, True)
+            check_content(browser, report)
+            check_keys(browser, report)
+        check_looks(browser, path("page.html"))
+        expect("what the browser complains of", browser.complaints, [])
+    return 1 if problems else 0
+
+
+sys.exit(main())
