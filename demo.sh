@@ -47,5 +47,8 @@ step "what the cases run, coloured in $rig/coverage.svg"
 "$trxctl" graph examples/tables/selftest.csv examples/tables/rails.csv --coverage "$rig/tables.info" \
   -o "$rig/coverage.svg"
 
+step "what the demo host ran, counted and timed in $rig/runs.svg"
+"$trxctl" graph --root "$rig/root" --trace "$rig/root/trace.ring" -o "$rig/runs.svg"
+
 step "its trace, decoded: errors and infos of $rig/root/trace.ring"
 "$trxctl" trace --level info "$rig/root/trace.ring"
