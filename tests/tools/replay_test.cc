@@ -234,6 +234,25 @@ TEST(ReplayTest, WhatIsMissingOrDamagedIsTold) {
   }
 }
 
+TEST(ReplayTest, WhatFollowsAForeignExceptionIsLeftOut) {
+  const TempDir dir;
+  const tools::Simulator simulator({dir.write("a.csv", kWaiting), dir.write("b.csv", kCalled)});
+  std::vector<TraceRecord> records = runTable(simulator, [](const tools::HAPCall&) {
+                                       return HAPOutcome{HAPOutcome::Kind::kThrow, 0, {}};
+                                     }).records;
+  const TracedRun well = runTable(simulator, [](const tools::HAPCall&) { return HAPOutcome(); });
+  const auto resumed =
+      std::find_if(well.records.begin(), well.records.end(),
+                   [](const TraceRecord& record) { return record.id == trx::kDriverResume.id; });
+  records.insert(records.end(), resumed - 2, well.records.end());
+  const tools::RecordedRequest request = requestOf(records, well.id, 1);
+  EXPECT_EQ(request.numbers, std::vector<std::uint32_t>{1});
+  EXPECT_EQ(request.rows.size(), 2U);
+  EXPECT_EQ(request.notes.size(), 1U);
+  EXPECT_TRUE(tools::replay(request, simulator).isSame());
+  EXPECT_THROW(requestOf(records, well.id, 2), tools::NotReplayable);
+}
+
 TEST(ReplayTest, RequestsOfOneIdMayWaitAtOnce) {
   const TempDir dir;
   const tools::Simulator simulator({dir.write("a.csv", kWaiting), dir.write("b.csv", kCalled)});

@@ -206,37 +206,37 @@ std::uint32_t RequestRecords::onlyOne() const {
 RecordedRequest RequestRecords::join(std::uint32_t first) const {
   RecordedRequest request;
   request.id = id_;
-  std::uint32_t number = first;
-  const RequestPart* last = nullptr;
-  for (; number != 0; number = last->next) {
-    last = &parts_.at(number);
-    const std::string name = "request " + nameOf(number);
-    if (last->goesOn() && last->former == 0) {
-      refuse(name + " goes on with table " + last->table +
-             " where it was interrupted, and what was before that is not in the ring");
-    }
-    if (last->goesOn() && last->choices == 0) {
-      refuse("which request " + nameOf(number) +
-             " goes on with cannot be told: several of this id wait at once");
-    }
-    if (!last->problem().empty()) {
-      refuse(name + " cannot be simulated: " + last->problem());
-    }
-    if (last->choices > 1) {
-      request.notes.push_back(nameOf(number) + " is taken to go on from " + nameOf(last->former) +
+  for (std::uint32_t number = first; number != 0;) {
+    const RequestPart& part = parts_.at(number);
+    check(part, number);
+    if (part.choices > 1) {
+      request.notes.push_back(nameOf(number) + " is taken to go on from " + nameOf(part.former) +
                               "; other requests of this id wait in the same table");
     }
-    last->addTo(request);
+    part.addTo(request);
     request.numbers.push_back(number);
-    if (last->state() == RequestPart::State::kInterrupted && last->next != 0) {
-      request.notes.push_back(nameOf(last->next) +
-                              " goes on behind the exception; no simulated request does");
-      break;
-    }
+    number = part.state() == RequestPart::State::kWaits ? part.next : 0;
   }
-  addEnd(*last, request);
+  addEnd(parts_.at(request.numbers.back()), request);
   checkMarks(request);
   return request;
+}
+
+/// Refuses a part that cannot be simulated.
+void RequestRecords::check(const RequestPart& part, std::uint32_t number) const {
+  const std::string name = "request " + nameOf(number);
+  if (part.goesOn() && part.former == 0) {
+    refuse(name + " goes on with table " + part.table +
+           " where it was interrupted, and what was before that is not in the ring");
+  }
+  if (part.goesOn() && part.choices == 0) {
+    refuse("which request " + nameOf(number) +
+           " goes on with cannot be told: several of this id wait at once");
+  }
+  const std::string problem = part.problem();
+  if (!problem.empty()) {
+    refuse(name + " cannot be simulated: " + problem);
+  }
 }
 
 void RequestRecords::addEnd(const RequestPart& last, RecordedRequest& request) const {
@@ -250,6 +250,10 @@ void RequestRecords::addEnd(const RequestPart& last, RecordedRequest& request) c
     case RequestPart::State::kInterrupted:
       request.end.kind = ExpectedEnd::Kind::kException;
       request.end.code = kForeign;
+      if (last.next != 0) {
+        request.notes.push_back(nameOf(last.next) +
+                                " goes on behind the exception; no simulated request does");
+      }
       return;
     default:
       refuse("request " + nameOf(request.numbers.back()) +

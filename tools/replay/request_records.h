@@ -42,6 +42,7 @@ class RequestRecords {
   void endRow(const Slice& slice);
   std::uint32_t onlyOne() const;
   RecordedRequest join(std::uint32_t first) const;
+  void check(const RequestPart& part, std::uint32_t number) const;
   void addEnd(const RequestPart& last, RecordedRequest& request) const;
   std::string nameOf(std::uint32_t number) const;
 
