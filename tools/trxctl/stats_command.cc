@@ -17,7 +17,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr double kNanosPerMilli = 1e6;
 constexpr unsigned int kLeast = 0, kMedian = 50, kTail = 99, kGreatest = 100;
 constexpr double kPercent = 100;
 
@@ -71,12 +70,6 @@ int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
   return status;
 }
 
-std::string millis(std::uint64_t time_ns, const char* format = "%.3f") {
-  char text[32];
-  std::snprintf(text, sizeof(text), format, static_cast<double>(time_ns) / kNanosPerMilli);
-  return text;
-}
-
 void printColumns(const std::vector<std::string>& columns, const std::string& name) {
   for (std::size_t i = 0; i < columns.size(); ++i) {
     std::printf("%*s", i < 2 ? 8 : 11, columns[i].c_str());
@@ -94,12 +87,12 @@ void printFigures(const Entry& entry) {
   std::vector<std::string> columns = {std::to_string(figures.calls),
                                       std::to_string(figures.failures)};
   for (const unsigned int percent : {kLeast, kMedian, kTail, kGreatest}) {
-    columns.push_back(total.count() == 0 ? "-" : millis(total.quantile(percent)));
+    columns.push_back(total.count() == 0 ? "-" : millisText(total.quantile(percent)));
   }
-  columns.push_back(figures.own.count() == 0 ? "-" : millis(figures.own.quantile(kMedian)));
+  columns.push_back(figures.own.count() == 0 ? "-" : millisText(figures.own.quantile(kMedian)));
   for (const std::uint64_t sum :
        {figures.own.sum(), figures.wait_ns, figures.lock_ns, figures.lock_wait_ns}) {
-    columns.push_back(sum == 0 ? "-" : millis(sum));
+    columns.push_back(sum == 0 ? "-" : millisText(sum));
   }
   printColumns(columns, name);
 }
@@ -155,8 +148,8 @@ void printChange(const Change& change) {
     default:
       for (const unsigned int percent : {kMedian, kTail}) {
         text += (percent == kMedian ? "median " : ", 99 % ") +
-                millis(change.before->own.quantile(percent)) + " ms -> " +
-                millis(change.now->own.quantile(percent)) + " ms";
+                millisText(change.before->own.quantile(percent)) + " ms -> " +
+                millisText(change.now->own.quantile(percent)) + " ms";
       }
       text += ", " + callsText(change.before) + " -> " + callsText(change.now) + " calls";
   }
