@@ -53,9 +53,10 @@ class Expected:
         self.report = report
         date, clock, micros = re.match(r"(\S+) (\S+)\.(\d{6})", report["origin"]).groups()
         self.origin = datetime.datetime.fromisoformat(f"{date} {clock}") + datetime.timedelta(microseconds=int(micros))
+        self.rest = int(report["originNs"]) % 1000
 
     def exactly(self, ns):
-        return (self.origin + datetime.timedelta(microseconds=ns // 1000)).strftime("%H:%M:%S.%f")
+        return (self.origin + datetime.timedelta(microseconds=(ns + self.rest) // 1000)).strftime("%H:%M:%S.%f")
 
     def clock(self, ns):
         return self.exactly(ns)[:12]

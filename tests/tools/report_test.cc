@@ -85,7 +85,7 @@ TEST(TimeBucketsTest, FoldWithoutLosingACount) {
     }
     EXPECT_EQ(counted, added);
     ASSERT_LE(buckets.cells().size(), 8U);
-    EXPECT_GT(buckets.cells()[far / buckets.widthNs()].count, 0U) << far;
+    EXPECT_GT(buckets.cells()[static_cast<std::size_t>(far / buckets.widthNs())].count, 0U) << far;
   }
   ++buckets.at(kStartNs - 1).count;
   EXPECT_EQ(buckets.cells()[0].count, added)

@@ -10,7 +10,6 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kGroupsMost = 100;
-constexpr std::size_t kNamesMost = 10000;
 constexpr std::size_t kRecentMost = 10;
 constexpr std::size_t kTimesMost = 64;
 
@@ -90,7 +89,7 @@ std::string codeMeaningOf(const RequestFailure& failure, const CodeMeaning& mean
     return {};
   }
   const bool of_record = !failure.hap.empty() && !failure.thrown;
-  const std::string described = of_record ? meaning(failure.hap, failure.code) : std::string();
+  std::string described = of_record ? meaning(failure.hap, failure.code) : std::string();
   if (!described.empty()) {
     return described;
   }

@@ -215,17 +215,17 @@ class Writer {
 /// What an element of HTML could take for its end, and what a script could take for the end of a
 /// line, stands inside of texts alone.
 std::string embeddable(const std::string& json) {
-  constexpr char kLineEnds[] = "\xe2\x80\xa8\xe2\x80\xa9";
+  constexpr char line_ends[] = "\xe2\x80\xa8\xe2\x80\xa9";
   std::string out;
   out.reserve(json.size() + json.size() / 8);
   for (std::size_t at = 0; at < json.size(); ++at) {
     const char c = json[at];
     if (c == '<' || c == '>' || c == '&') {
       out += c == '<' ? "\\u003c" : c == '>' ? "\\u003e" : "\\u0026";
-    } else if (c == kLineEnds[0] && json.compare(at, 3, kLineEnds, 3) == 0) {
+    } else if (c == line_ends[0] && json.compare(at, 3, line_ends, 3) == 0) {
       out += "\\u2028";
       at += 2;
-    } else if (c == kLineEnds[0] && json.compare(at, 3, kLineEnds + 3, 3) == 0) {
+    } else if (c == line_ends[0] && json.compare(at, 3, line_ends + 3, 3) == 0) {
       out += "\\u2029";
       at += 2;
     } else {

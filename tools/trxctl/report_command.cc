@@ -59,7 +59,7 @@ int writePage(const std::string& json, const std::string& output) {
   return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
 }
 
-int report(ReportOptions options) {
+int report(const ReportOptions& options) {
   if (options.output.empty() && !options.json) {
     return fail("where to write the page? Add -o report.html, or --json");
   }

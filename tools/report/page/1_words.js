@@ -72,11 +72,14 @@ const [originMicros, zone] = (() => {
   return [Date.parse(date + 'T' + clock + 'Z') * 1000 + Number(micros), name];
 })();
 
-/// "2026-11-23" and "10:24:03.120345" of a time.
+/// "2026-11-23", "10:24:03.120345" and the further nanoseconds, "678", of a time.
+const originNanos = Number(report.originNs.slice(-3));
 function wall(ns) {
-  const micros = originMicros + Math.floor(ns / 1000);
+  const nanos = ns + originNanos;
+  const micros = originMicros + Math.floor(nanos / 1000);
   const iso = new Date(Math.floor(micros / 1000)).toISOString();
-  return [iso.slice(0, 10), iso.slice(11, 23) + String(micros % 1000).padStart(3, '0')];
+  const digits = (number) => String(number).padStart(3, '0');
+  return [iso.slice(0, 10), iso.slice(11, 23) + digits(micros % 1000), digits(nanos % 1000)];
 }
 
 const isOneDay =

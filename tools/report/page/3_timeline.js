@@ -14,6 +14,19 @@ function keyOf({ring, process, thread}) {
   return `${ring}/${process}/${thread}`;
 }
 
+/// The least step of times that people count in which is not below `least`.
+function stepOf(least) {
+  const minute = 60e9;
+  const day = 86400e9;
+  const long = [1e9, 2e9, 5e9, 10e9, 15e9, 30e9, minute, 2 * minute, 5 * minute, 10 * minute, 15 * minute, 30 * minute,
+    60 * minute, 120 * minute, 180 * minute, 360 * minute, 720 * minute, day];
+  if (least > 0.5e9) {
+    return long.find((step) => step >= least) || day * Math.ceil(least / day);
+  }
+  const power = 10 ** Math.floor(Math.log10(Math.max(1, least)));
+  return [1, 2, 5, 10].map((factor) => power * factor).find((step) => step >= least);
+}
+
 class Timeline {
   constructor() {
     this.all = Math.max(report.endNs, 1);
@@ -208,22 +221,16 @@ class Timeline {
   ticks() {
     const span = this.to - this.from;
     const most = Math.max(2, Math.floor(this.width / 130));
-    let step = 10 ** Math.floor(Math.log10(span / most));
-    for (const factor of [1, 2, 5, 10]) {
-      if (span / (step * factor) <= most) {
-        step *= factor;
-        break;
-      }
-    }
-    const offset = originMicros * 1000 % step;
+    const step = stepOf(span / most);
+    const offset = (originMicros % MICROS_PER_DAY * 1000 + originNanos) % step;
     const lines = [];
     const labels = [];
-    const digits = step >= 1e9 ? 8 : Math.min(15, 9 + Math.ceil(9 - Math.log10(step) - 1e-9));
+    const digits = step >= 1e9 ? 8 : Math.min(18, 9 + Math.ceil(9 - Math.log10(step) - 1e-9));
     for (let at = Math.ceil((this.from + offset) / step) * step - offset; at <= this.to; at += step) {
       const x = this.x(at);
       lines.push(draw('line', {class: 'grid', x1: x, x2: x, y1: 0, y2: this.height}));
-      const [date, time] = wall(Math.round(at));
-      const words = step >= 86400e9 ? date : time.slice(0, digits);
+      const [date, time, nanos] = wall(Math.max(0, Math.round(at)));
+      const words = step >= 86400e9 ? date : (time + nanos).slice(0, digits);
       if (x > 2 && x < this.width - 80) {
         labels.push(draw('line', {class: 'grid', x1: x, x2: x, y1: 16, y2: 24}), draw('text', {class: 'soft', x: x + 3, y: 16}, words));
       }
