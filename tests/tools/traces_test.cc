@@ -276,9 +276,9 @@ TEST_F(SlicesTest, RowsTablesAndHAPsEndWhereTheyEnd) {
                                              "row bad/1 START  43-45",
                                              "HAP bad/2  TST_Gone 46-52 failed 1000001",
                                              "row bad/2 HAP TST_Gone 45-53 failed 1000001",
-                                             "table bad/0  bad 42-53",
+                                             "table bad/0  bad 42-53 failed 0",
                                              "row outer/6 TABLE bad 41-54 failed 0",
-                                             "table outer/0  outer 21-54 resumed",
+                                             "table outer/0  outer 21-54 resumed failed 0",
                                              "HAP /0  TST_Fail 56-59 failed 7"};
   EXPECT_EQ(slicesOf(records, statistics), expected);
   // A row that was interrupted is one call, as long as its parts together.

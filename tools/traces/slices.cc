@@ -141,6 +141,7 @@ void SliceTracker::end(Thread& thread, const kw::platform::TraceRecord& record) 
     case trx::kDriverStopped.id:
     case trx::kDriverErrorEnd.id:
       thread.error_end = true;
+      failTables(thread);
       return closeAll(thread, true);
     case trx::kTrxHAPDone.id:
       return closeAll(thread, true);
@@ -388,15 +389,22 @@ void SliceTracker::closeRow(Thread& thread) {
   }
 }
 
-/// An error end fails the rows that called the table, too.
+/// An error end fails all tables up to the first one, and the rows that called them.
+void SliceTracker::failTables(Thread& thread) {
+  for (Slice& slice : thread.open) {
+    slice.failed = slice.failed || slice.kind == Slice::Kind::kTable ||
+                   isRowOf(slice, trx::kCommandTable);
+  }
+}
+
 void SliceTracker::endTable(Thread& thread, bool with_error) {
   closeRow(thread);
   thread.error_end = thread.error_end || with_error;
+  if (with_error) {
+    failTables(thread);
+  }
   if (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kTable) {
     closeTop(thread);
-  }
-  for (Slice& slice : thread.open) {
-    slice.failed = slice.failed || (with_error && slice.kind == Slice::Kind::kRow);
   }
   const bool was_first = thread.open.size() == 1;
   if (was_first && !thread.error_end) {

@@ -26,7 +26,7 @@ struct Slice {
   std::uint32_t request = 0;  ///< id
   std::uint32_t number = 0;   ///< of the request, as `SliceTracker::Place`; known when it has ended
 
-  // Of rows and HAPs.
+  // Of rows and HAPs; `failed` of tables, too.
   std::string table{};        ///< innermost one; empty: none
   std::uint32_t row = 0;      ///< NUMBER of the row, or of that which called the HAP
   const char* command = "";   ///< of a row
@@ -102,6 +102,7 @@ class SliceTracker {
   static void noteRowFailure(Thread& thread, std::uint32_t code);
   void closeHAPsOfRow(Thread& thread);
   void closeRow(Thread& thread);
+  static void failTables(Thread& thread);
   void endTable(Thread& thread, bool with_error);
   void resume(Thread& thread, const kw::platform::TraceRecord& record);
   void begin(Thread& thread, const kw::platform::TraceRecord& record);
