@@ -83,7 +83,8 @@ class Expected:
                 name = " " + part["name"] if part["name"] else ""
                 start = {"row": f"{part.get('table')}/{part.get('row')} {part.get('command')}",
                          "table": "table", "hap": "HAP"}[part["kind"]]
-                result = "failed" + (" " + part["code"] if "code" in part else "") if part.get("failed") else "ok"
+                result = "failed" + (" " + part["code"] if "code" in part else "") if part.get("failed") else \
+                    "" if part["kind"] == "table" else "ok"
                 steps.append([start + name, duration(part["endNs"] - part["beginNs"]), result])
             all_steps.append(steps)
         return all_steps
@@ -189,6 +190,8 @@ def check_keys(browser, report):
     expect("the arrow moves", part()[0] > first and part()[1] > last, True)
     browser.press("0", 48, "0")
     expect("0 shows all", part(), whole)
+    browser.press("-", 189, "-")
+    expect("there is no more than all", part(), whole)
     browser.press("n", 78, "n")
     failed = next(one for one in report["kept"] if one["outcome"] == "failed")
     expect("n shows the first failure", failed["words"] in browser.run("document.querySelector('#timeline .told').textContent"), True)
@@ -226,6 +229,8 @@ def check_looks(browser, page):
         browser.open(page)
         browser.wait("document.body.dataset.whole === 'yes'")
         expect(f"the page is no wider than {width}", browser.run("document.documentElement.scrollWidth") <= width, True)
+        expect(f"pictures are not stretched at {width}", browser.run(
+            "[...document.querySelectorAll('#line svg')].every(e => Math.abs(e.getBoundingClientRect().width - e.viewBox.baseVal.width) < 1)"), True)
         expect(f"contrasts, {scheme}, {width}", browser.run(CONTRAST), [])
 
 

@@ -63,7 +63,8 @@ function ranTable(request) {
           : slice.kind === 'table' ? 'table' : 'HAP',
         slice.name === '' ? '' : ' ' + slice.name),
       duration(slice.endNs - slice.beginNs),
-      slice.failed ? 'failed' + (slice.code ? ' ' + slice.code : '') : slice.cut ? 'end not known' : 'ok'],
+      slice.failed ? 'failed' + (slice.code ? ' ' + slice.code : '') : slice.cut ? 'end not known'
+        : slice.kind === 'table' ? '' : 'ok'],
   }));
   if (request.slicesLeftOut) {
     rows.unshift({class: 'fold', cells: ['', several(request.slicesLeftOut, 'earlier step is', 'earlier steps are') + ' left out', '', '']});

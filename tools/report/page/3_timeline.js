@@ -63,7 +63,7 @@ class Timeline {
     }, this.axis, this.lanesBox);
     this.box.addEventListener('keydown', (event) => this.key(event));
     this.drag();
-    new ResizeObserver(() => this.render()).observe(this.box);
+    new ResizeObserver(() => this.render()).observe(this.lanesBox);
     matchMedia('print').addEventListener('change', () => this.render());
   }
 
@@ -206,8 +206,10 @@ class Timeline {
   }
 
   render() {
-    this.width = Math.max(50, this.box.clientWidth);
+    // Without the bar that scrolls the threads.
+    this.width = Math.max(50, this.lanesBox.clientWidth);
     for (const [svg, height] of [[this.axis, 24], [this.picture, this.height]]) {
+      svg.setAttribute('width', this.width);
       svg.setAttribute('viewBox', `0 0 ${this.width} ${height}`);
     }
     this.box.dataset.from = Math.round(this.from);
