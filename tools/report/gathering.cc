@@ -88,7 +88,7 @@ void ReportGatherer::takeEnd(const RequestSummary& request, std::size_t ring) {
     ++other_names_;
     return;
   }
-  RequestName& same = names_[name];
+  NamedRequests& same = names_[name];
   same.is_table = request.is_table;
   same.name = request.name;
   same.failed += isFailure(request.end) ? 1 : 0;
@@ -135,7 +135,7 @@ void ReportGatherer::finish(Report& report) {
     report.names.push_back(std::move(name.second));
   }
   std::stable_sort(report.names.begin(), report.names.end(),
-                   [](const RequestName& a, const RequestName& b) {
+                   [](const NamedRequests& a, const NamedRequests& b) {
                      return a.failed != b.failed ? a.failed > b.failed
                                                  : a.durations.count() > b.durations.count();
                    });

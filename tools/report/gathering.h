@@ -60,7 +60,7 @@ class ReportGatherer : private RequestSink {
   std::uint64_t records_ = 0, begin_ns_ = 0, end_ns_ = 0;
   std::map<ThreadId, ThreadLane> lanes_;
   RequestCounts counts_;
-  std::map<std::pair<bool, std::string>, RequestName> names_;
+  std::map<std::pair<bool, std::string>, NamedRequests> names_;
   std::uint64_t other_names_ = 0;
   FailureGroups failures_;
   RequestKeeper keeper_;

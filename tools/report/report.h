@@ -71,7 +71,7 @@ struct FailureGroup {
 };
 
 /// The requests of one name.
-struct RequestName {
+struct NamedRequests {
   bool is_table = false;
   std::string name;
   std::uint64_t failed = 0;  ///< or refused
@@ -120,8 +120,8 @@ struct Report {
   std::uint64_t failed_kept = 0;       ///< of them
   std::vector<ThreadLane> lanes;
   std::uint64_t threads = 0;
-  std::vector<RequestName> names;  ///< those with most failures first, then with most requests
-  std::uint64_t other_names = 0;   ///< requests of none of them, as there are too many names
+  std::vector<NamedRequests> names;  ///< those with most failures first, then with most requests
+  std::uint64_t other_names = 0;     ///< requests of none of them, as there are too many names
   Statistics statistics;
   TableFlows tables;   ///< those that are known
   GraphCounts counts;  ///< of their rows

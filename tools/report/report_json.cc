@@ -148,7 +148,7 @@ class Writer {
 
   void writeNames() {
     json_.key("names").beginArray();
-    for (const RequestName& name : report_.names) {
+    for (const NamedRequests& name : report_.names) {
       json_.beginObject().member("kind", name.is_table ? "table" : "hap").member("name", name.name);
       json_.key("count").number(name.durations.count()).key("failed").number(name.failed);
       json_.key("others").number(name.others);

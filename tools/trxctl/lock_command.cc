@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <grp.h>
-#include <poll.h>
 #include <pwd.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
@@ -137,12 +135,6 @@ int showLock(bool json) {
   return statusOf(state);
 }
 
-/// False when nobody reads the output any more.
-bool waitForMore() {
-  pollfd output{STDOUT_FILENO, 0, 0};
-  return poll(&output, 1, kWatchPollMs) <= 0 && std::cout;
-}
-
 /// A line at each change, until interrupted.
 int watchLock(bool json) {
   static_cast<void>(std::signal(SIGINT, [](int) { watch_ends = true; }));
@@ -151,7 +143,7 @@ int watchLock(bool json) {
   };
   LockState last = lookAtLock(kKey);
   json ? writeJson(last, true) : printLine(last);
-  while (!watch_ends && waitForMore()) {
+  while (!watch_ends && waitWithReader(kWatchPollMs)) {
     const LockState now = lookAtLock(kKey);
     if (shown(now) != shown(last)) {
       json ? writeJson(now, true) : printLine(now);

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/ring_watch.h"
 
-#include <poll.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <iostream>
 #include <utility>
+
+#include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -16,12 +15,6 @@ namespace {
 constexpr int kFollowPollMs = 100;
 
 std::atomic<bool> interrupted{false};
-
-/// False when nobody reads the output any more.
-bool waitForMore() {
-  pollfd output{STDOUT_FILENO, 0, 0};
-  return poll(&output, 1, kFollowPollMs) <= 0 && std::cout;
-}
 
 }  // namespace
 
@@ -36,7 +29,7 @@ RingWatch::End RingWatch::run(const OnRecord& on_record, const OnPause& on_pause
   }
   while (!interrupted) {
     takeAll(on_record, on_pause);
-    if (!follow_ || !waitForMore()) {
+    if (!follow_ || !waitWithReader(kFollowPollMs)) {
       break;
     }
     if (ring_.isReplaced()) {
@@ -58,7 +51,7 @@ RingWatch::End RingWatch::open() {
     return End::kNotOpened;
   }
   std::cerr << "trxctl: waiting for " << file_ << '\n';
-  while (!interrupted && waitForMore()) {
+  while (!interrupted && waitWithReader(kFollowPollMs)) {
     if (ring_.open() == 0) {
       return End::kRead;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/text_output.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,6 +34,11 @@ int flushed(int status) {
   }
   return fail(std::string("standard output: ") +
               (errno != 0 ? std::strerror(errno) : "not written"));
+}
+
+bool waitWithReader(int time_ms) {
+  pollfd output{STDOUT_FILENO, 0, 0};
+  return poll(&output, 1, time_ms) <= 0 && std::cout;
 }
 
 std::string paint(Colour colour, const std::string& text) {

@@ -13,6 +13,9 @@ int fail(const std::string& message);
 /// Ends standard output: `status` when all of it was written, else `kExitFailed`, after saying why.
 int flushed(int status);
 
+/// Waits for `time_ms`; false, and at once, when nobody reads standard output any more.
+bool waitWithReader(int time_ms);
+
 enum class Colour { kRed, kYellow, kGreen, kGrey };
 
 /// `text` in that colour when standard output is a terminal and NO_COLOR is not set.
