@@ -392,8 +392,8 @@ void SliceTracker::closeRow(Thread& thread) {
 /// An error end fails all tables up to the first one, and the rows that called them.
 void SliceTracker::failTables(Thread& thread) {
   for (Slice& slice : thread.open) {
-    slice.failed = slice.failed || slice.kind == Slice::Kind::kTable ||
-                   isRowOf(slice, trx::kCommandTable);
+    slice.failed =
+        slice.failed || slice.kind == Slice::Kind::kTable || isRowOf(slice, trx::kCommandTable);
   }
 }
 
