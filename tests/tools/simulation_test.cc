@@ -144,6 +144,8 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
        "3 B '300' is not TYPE:NO or TYPE:NO:PATH, such as 300:2 or 300:2:rack/rail2"},
       {"TABLES,none.csv\nCASE,a\nEND,ok\n",
        "2 B the engine does not load DIR/none.csv; see trxctl check"},
+      {"NEST,1001\nCASE,a\nEND,ok\n", "2 B '1001' is more than 1000"},
+      {"CASE,a\nEND,ok\nNEST,3\n", "4 A it holds for all cases, and stands before the first CASE"},
       {"\n# nothing else\n", "0  no row begins with CASE"},
   };
   const TempDir dir;

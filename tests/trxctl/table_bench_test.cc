@@ -123,6 +123,10 @@ TEST_F(CommandTest, ExploreDeniesWhatItIsToldToAndPrintsCasesThatPass) {
   EXPECT_NE(tested.find("\n7 of 7 cases passed\n= 0\n"), std::string::npos) << tested;
   EXPECT_EQ(run("explore" + tables + "--table rail"),
             "! trxctl: there is no table 'rail' in the files; did you mean rails?\n= 2\n");
+  writeTable("deep.csv", ",1,START\n,2,TABLE,deep\n,3,END\n");
+  const std::string deep = run("explore deep.csv --nest-limit 3");
+  dir.write("deep.cases.csv", deep.substr(0, deep.rfind("= ")));
+  EXPECT_NE(run("test deep.cases.csv").find(" passed\n= 0\n"), std::string::npos) << deep;
   const struct {
     const char* option;
     const char* words;

@@ -71,6 +71,7 @@ class CaseReader {
   static const std::map<std::string, Kind>& kinds();
 
   void readTables(const Cells& cells);
+  void readNestLimit(const Cells& cells);
   void beginCase(const Cells& cells);
   void readUnits(const Cells& cells);
   void readOutcomes(const Cells& cells);
@@ -100,6 +101,7 @@ constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 const std::map<std::string, CaseReader::Kind>& CaseReader::kinds() {
   static const std::map<std::string, Kind> kinds = {
       {kCaseTables, {&CaseReader::readTables, 2, kAnyNumber, false}},
+      {kCaseNest, {&CaseReader::readNestLimit, 2, 2, false}},
       {kCaseBegin, {&CaseReader::beginCase, 2, 3, false}},
       {kCaseUnit, {&CaseReader::readUnits, 2, kAnyNumber, true}},
       {kCaseHAP, {&CaseReader::readOutcomes, 3, kAnyNumber, true}},
@@ -149,6 +151,18 @@ void CaseReader::readTables(const Cells& cells) {
       throw Refusal{column, "the engine does not load " + file + "; see trxctl check"};
     }
   }
+}
+
+void CaseReader::readNestLimit(const Cells& cells) {
+  if (!file_.cases.empty()) {
+    throw Refusal{0,
+                  std::string("it holds for all cases, and stands before the first ") + kCaseBegin};
+  }
+  const std::uint64_t limit = numberFrom(cells, 1);
+  if (limit > kMostNestLimit) {
+    throw Refusal{1, "'" + cells[1] + "' is more than " + std::to_string(kMostNestLimit)};
+  }
+  file_.nest_limit = static_cast<unsigned int>(limit);
 }
 
 void CaseReader::beginCase(const Cells& cells) {

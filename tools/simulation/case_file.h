@@ -54,6 +54,7 @@ struct TableCase {
 struct CaseFile {
   std::string file;
   std::vector<std::string> tables;  ///< files, from the working folder
+  unsigned int nest_limit = kTableNestLimit;
   std::vector<TableCase> cases;
   std::vector<Finding> findings;  ///< errors: there are no cases then
   std::vector<Finding> warnings;

@@ -7,6 +7,7 @@
 
 namespace kw::trx::tools {
 
+constexpr char kCaseNest[] = "NEST";            // nest limit of tables
 constexpr char kCaseUnit[] = "UNIT";            // units
 constexpr char kCaseHAP[] = "HAP";              // HAP or row, outcomes of its calls in their order
 constexpr char kCaseRows[] = "ROWS";            // rows that run, in their order

@@ -24,7 +24,7 @@ std::vector<std::vector<CaseResult>> runCases(const std::vector<CaseFile>& files
   const std::vector<Texts> differences = inProcesses(places.size(), jobs, [&](std::size_t number) {
     const auto& [file, one] = places[number];
     if (file != loaded) {
-      simulator = std::make_unique<Simulator>(files[file].tables);
+      simulator = std::make_unique<Simulator>(files[file].tables, files[file].nest_limit);
       loaded = file;
     }
     return differencesOf(files[file].cases[one], *simulator);

@@ -93,7 +93,10 @@ std::string calledRow(const ExpectedCall& call) {
 
 }  // namespace
 
-std::string tablesRow(const std::vector<std::string>& files) { return row(kCaseTables, files); }
+std::string tablesRows(const std::vector<std::string>& files, unsigned int nest_limit) {
+  return row(kCaseTables, files) +
+         (nest_limit == kTableNestLimit ? "" : row(kCaseNest, {std::to_string(nest_limit)}));
+}
 
 std::string commentRow(const std::string& text) {
   return cellText(std::string(1, kCaseComment) + ' ' + text) + "\n";

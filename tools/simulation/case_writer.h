@@ -10,8 +10,8 @@
 
 namespace kw::trx::tools {
 
-/// The row that names the tables of a case file.
-std::string tablesRow(const std::vector<std::string>& files);
+/// The rows that name the tables of a case file, and their nest limit if it is not the usual one.
+std::string tablesRows(const std::vector<std::string>& files, unsigned int nest_limit);
 
 /// A row that says `text`, without line ends, to people alone.
 std::string commentRow(const std::string& text);

@@ -58,6 +58,8 @@ struct SimulatedRun {
 
 /// As often a table runs within itself when a configuration does not say it.
 constexpr unsigned int kTableNestLimit = 10;
+/// Deeper ones are not simulated.
+constexpr unsigned int kMostNestLimit = 1000;
 
 class Simulator {
  public:

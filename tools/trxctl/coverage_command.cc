@@ -32,7 +32,7 @@ void addCases(const std::string& name, Coverage& coverage) {
   if (!file.findings.empty()) {
     throw std::runtime_error(name + ": " + file.findings[0].words + "; see trxctl check");
   }
-  const Simulator simulator(file.tables);
+  const Simulator simulator(file.tables, file.nest_limit);
   RowCounter counter(simulator.tables());
   for (const TableCase& one : file.cases) {
     differencesOf(one, simulator,

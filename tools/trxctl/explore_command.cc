@@ -16,7 +16,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kMostNestLimit = 1000;
 constexpr std::size_t kMostStates = 1000000000;
 
 /// The patterns that `option` gives. Throws in words when one names what is not there.

@@ -106,7 +106,7 @@ void writeClaim(JsonWriter& json, const Claim& claim, bool denied, const std::st
 
 std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result) {
   std::size_t count = 0;
-  std::cout << tablesRow(options.files);
+  std::cout << tablesRows(options.files, static_cast<unsigned int>(options.nest_limit));
   for (const Exploration& exploration : result.explorations) {
     printSummary(result, exploration);
     for (const Claim& claim : claimsOf(result, exploration)) {

@@ -88,7 +88,8 @@ std::string caseText(const ReplayOptions& options, const RecordedRequest& reques
                      const TableFlows& tables) {
   const std::string name =
       "request " + nameOf(request) + " of " + localMicrosText(request.begin_ns);
-  std::string text = tablesRow(filesFrom(options.output, filesFor(request.table, tables)));
+  std::string text =
+      tablesRows(filesFrom(options.output, filesFor(request.table, tables)), request.nest_limit);
   for (const std::string& note : request.notes) {
     text += commentRow(note);
   }
@@ -215,11 +216,6 @@ int replayRequest(const ReplayOptions& options) {
                 " of the request is neither among the files nor in a "
                 "configuration" +
                 tableHint(request.table, known.names()));
-  }
-  if (request.nest_limit != kTableNestLimit) {
-    request.notes.push_back("it ran with another nest limit of tables, such as " +
-                            std::to_string(request.nest_limit) + "; trxctl test runs with " +
-                            std::to_string(kTableNestLimit));
   }
   std::vector<std::string> files;
   for (const auto& [name, flow] : known.flows) {

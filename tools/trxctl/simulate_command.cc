@@ -30,6 +30,7 @@ struct SimulateOptions {
   std::string case_file, case_name;
   bool step = false;
   std::vector<std::string> breaks;
+  std::size_t nest_limit = kTableNestLimit;
   bool json = false;
 };
 
@@ -113,13 +114,14 @@ void printEnd(const std::string& table, const SimulatedRun& run, std::size_t mos
 }
 
 /// The case that the options name. Throws in words when there is no such one.
-TableCase caseOf(const SimulateOptions& options, std::vector<std::string>& files) {
+TableCase caseOf(SimulateOptions& options) {
   const CaseFile file = readCaseFile(options.case_file);
   if (!file.findings.empty()) {
     throw std::invalid_argument(options.case_file + ": " + file.findings[0].words +
                                 "; see trxctl check");
   }
-  files = files.empty() ? file.tables : files;
+  options.files = options.files.empty() ? file.tables : options.files;
+  options.nest_limit = file.nest_limit;
   std::vector<std::string> names;
   for (const TableCase& one : file.cases) {
     if (one.name == options.case_name || (options.case_name.empty() && file.cases.size() == 1)) {
@@ -150,11 +152,11 @@ void follow(SimulationRequest& request, std::uint64_t& waited_ms, StepDialogue* 
 int simulate(SimulateOptions options) {
   TableCase one;
   if (!options.case_file.empty()) {
-    one = caseOf(options, options.files);
+    one = caseOf(options);
   } else if (options.files.empty()) {
     throw UsageError("FILE is required, or a case with --case");
   }
-  const Simulator simulator(options.files);
+  const Simulator simulator(options.files, static_cast<unsigned int>(options.nest_limit));
   const std::string table = !options.table.empty() ? options.table
                             : !one.table.empty()   ? one.table
                                                    : tableNameOf(options.files[0]);
@@ -225,6 +227,8 @@ void addSimulateCommand(CommandLine& line) {
                 {"--throw", "Let this throw an exception; may be repeated", "WHERE[:N][=CODE]"});
   command.number(options->most_rows, {"--most-rows", "Stop after so many rows (100000)", "ROWS"}, 1,
                  kMostRows);
+  command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
+                 0, kMostNestLimit);
   command.text(options->case_file, {"--case", "Run a case of this file, with its tables", "FILE"});
   command.text(options->case_name, {"--name", "The case, when the file has several", "CASE"});
   command.flag(options->step,
@@ -233,6 +237,7 @@ void addSimulateCommand(CommandLine& line) {
                 {"--break", "Stop at this row, then at each; may be repeated", "HAP|LABEL|NUMBER"});
   command.flag(options->json, {"--json", "Print JSON"});
   command.excludes("--json", {"--step", "--break"});
+  command.excludes("--case", {"--nest-limit"});
   command.run([options] { return simulate(*options); });
 }
 
