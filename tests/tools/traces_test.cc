@@ -89,7 +89,7 @@ class RecordsTest : public EngineFixture {
 };
 
 class SummariesTest : public RecordsTest {
- protected:
+ public:
   /// What the records tell: name, units and outcome of each request.
   static std::vector<std::string> summariesOf(const std::vector<TraceRecord>& records, bool all) {
     std::vector<std::string> lines;
@@ -281,10 +281,10 @@ TEST_F(SlicesTest, RowsTablesAndHAPsEndWhereTheyEnd) {
                                              "table outer/0  outer 21-54 resumed failed 0",
                                              "HAP /0  TST_Fail 56-59 failed 7"};
   EXPECT_EQ(slicesOf(records, statistics), expected);
-  // A row that was interrupted is one call, as long as its parts together.
+  // A row that was interrupted is one call, from its first begin on.
   const tools::WorkFigures& caller = statistics.all().at({"outer", 3, "TABLE", "inner"});
   EXPECT_EQ(caller.calls, 1U);
-  EXPECT_EQ(caller.total.quantile(50), 6000U);
+  EXPECT_EQ(caller.total.quantile(50), 9000U);
   EXPECT_EQ(caller.own.quantile(50), 3000U);
   const tools::WorkFigures& wait = statistics.all().at({"inner", 2, "WAIT", ""});
   EXPECT_EQ(wait.wait_ns, 4000U);
@@ -304,6 +304,63 @@ TraceRecord recordAt(std::uint64_t time, std::uint32_t process, std::uint32_t id
   record.data.push_back(0);
   record.length = static_cast<std::uint32_t>(record.data.size());
   return record;
+}
+
+TEST_F(SlicesTest, TablesThatWaitAtOnceGoOnInAnyThread) {
+  const std::string head = "FORMAT,0\nVERSION,1\n,1,START\n";
+  configure({MODULE_TST},
+            {dir.write("top.csv", head + ",2,TABLE,waits\n,3,END\n"),
+             dir.write("waits.csv", head + ",a,WAIT,,1\n,b,WAIT,,1\n,c,END\n")},
+            "haptable.tblcmd.wait.handler=requester\n");
+  start();
+  std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo one, other;
+    one.setTableName("top");
+    other.setTableName("top");
+    for (trx::TRXInfo* const info : {&one, &other, &other, &other, &one, &one}) {
+      outcomeOf([&] { engine->execTable(info); });
+    }
+  });
+  std::uint32_t thread = 1;
+  for (TraceRecord& record : records) {
+    thread += record.id == trx::kTrxTableAdmitted.id ? 1 : 0;
+    record.thread_id = thread;
+  }
+  tools::Statistics statistics;
+  slicesOf(records, statistics);
+  for (const auto& [work, figures] : statistics.all()) {
+    EXPECT_EQ(figures.total.count(), 2U) << tools::textOf(work);
+    EXPECT_EQ(figures.unfinished, 0U) << tools::textOf(work);
+  }
+  EXPECT_EQ(statistics.all().size(), 7U) << "three rows and four";
+  const std::string waits = "top: waits at its requester";
+  EXPECT_EQ(SummariesTest::summariesOf(records, true),
+            (std::vector<std::string>{waits, waits, waits, "top: ok", waits, "top: ok"}));
+}
+
+TEST_F(SlicesTest, AHAPThatCaughtAFailureOfItsOwnNameEndsBeforeTheNextOne) {
+  const std::vector<TraceRecord> records = {
+      recordAt(10, 1, trx::kTrxHAPName.id, "B"), recordAt(20, 1, trx::kHAPExecNested.id, "A"),
+      recordAt(30, 1, trx::kHAPExecNested.id, "A"), recordAt(40, 1, trx::kHAPErrRequest.id, ""),
+      recordAt(50, 1, trx::kHAPExecNestedEnd.id, "A"), recordAt(60, 1, trx::kHAPExecNested.id, "C"),
+      recordAt(80, 1, trx::kHAPExecNestedEnd.id, "C"), recordAt(90, 1, trx::kTrxHAPDone.id, "B"),
+      // A request that is refused is no call.
+      recordAt(95, 1, trx::kTrxHAPName.id, "D"), recordAt(96, 1, trx::kTrxHAPStopped.id, "")};
+  tools::Statistics statistics;
+  EXPECT_EQ(slicesOf(records, statistics),
+            (std::vector<std::string>{"HAP /0  A 30-40 failed 0", "HAP /0  C 60-80",
+                                      "HAP /0  A 20-50", "HAP /0  B 10-90", "HAP /0  D 95-96"}));
+  EXPECT_EQ(statistics.all().at({"", 0, "", "A"}).own.sum(), 30000U);
+  EXPECT_EQ(statistics.all().at({"", 0, "", "B"}).own.sum(), 30000U);
+  EXPECT_EQ(statistics.all().size(), 3U);
+  tools::Slice caller{tools::Slice::Kind::kRow, "inner"};
+  caller.table = "outer";
+  caller.command = "TABLE";
+  caller.end_ns = 100;
+  caller.nested_ns = 90;
+  caller.lock_wait_ns = 50;  // in the table that it called
+  statistics.take(caller);
+  EXPECT_EQ(statistics.all().at({"outer", 0, "TABLE", "inner"}).own.sum(), 10U);
 }
 
 TEST_F(SlicesTest, TheWaitForAnotherHolderOfTheLockIsNotOnesOwnTime) {

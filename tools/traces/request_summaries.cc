@@ -69,11 +69,13 @@ std::string rowText(const std::string& table, const std::string& row) {
 
 RequestSummaries::RequestSummaries(OnRequest on_request)
     : on_request_(std::move(on_request)), tracker_([this](const Slice& slice) {
-        slice_ended_ = slice_ended_ || slice.kind == Slice::Kind::kRequest;
+        const Thread thread = {slice.process_id, slice.thread_id};
+        slice_ended_ = slice_ended_ || (slice.kind == Slice::Kind::kRequest && thread == taken_of_);
       }) {}
 
 void RequestSummaries::take(const TraceRecord& record) {
-  Running& running = threads_[{record.process_id, record.thread_id}];
+  taken_of_ = {record.process_id, record.thread_id};
+  Running& running = threads_[taken_of_];
   slice_ended_ = false;
   const SliceTracker::Place place = tracker_.take(record);
   if (isBegin(record)) {
@@ -86,6 +88,9 @@ void RequestSummaries::take(const TraceRecord& record) {
   } else if (!running.open && rowCommandOf(record) != nullptr) {
     begin(running, record);
     running.summary.begin_lost = running.summary.is_table = true;
+  }
+  if (record.id == trx::kDriverResume.id) {
+    closeWaiting(place.request);
   }
   if (!running.open || record.id == trx::kTrxInstance.id) {
     return;
@@ -102,6 +107,16 @@ void RequestSummaries::take(const TraceRecord& record) {
   note(running, record, place);
   if ((slice_ended_ && !isBegin(record)) || isEnd(record)) {
     close(running, false);
+  }
+}
+
+/// A thread whose request waits may write no more: it goes on in another one.
+void RequestSummaries::closeWaiting(std::uint32_t request) {
+  for (auto& [thread, running] : threads_) {
+    if (thread != taken_of_ && thread.first == taken_of_.first && running.in_wait &&
+        running.summary.request == request) {
+      close(running, true);
+    }
   }
 }
 

@@ -69,6 +69,8 @@ class RequestSummaries {
   const std::map<std::uint32_t, std::uint32_t>& requests() const { return tracker_.requests(); }
 
  private:
+  using Thread = std::pair<std::uint32_t, std::uint32_t>;  // its process and its own id
+
   struct Running {
     bool open = false;
     RequestSummary summary;
@@ -90,11 +92,13 @@ class RequestSummaries {
                       const SliceTracker::Place& place);
   void noteEnd(Running& running, const kw::platform::TraceRecord& record);
   void close(Running& running, bool goes_on);
+  void closeWaiting(std::uint32_t request);
   void refuse(const kw::platform::TraceRecord& record);
 
   OnRequest on_request_;
   bool slice_ended_ = false;  ///< the request slice ended with the record being taken
-  std::map<std::pair<std::uint32_t, std::uint32_t>, Running> threads_;
+  Thread taken_of_;           ///< that wrote the record being taken
+  std::map<Thread, Running> threads_;
   SliceTracker tracker_;
 };
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "kw/trx/errors.h"
+#include "traces/interruptions.h"
 #include "traces/record_words.h"
 #include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
@@ -21,17 +21,34 @@ std::uint32_t ownRequestOf(const kw::platform::TraceRecord& record) {
 }
 
 constexpr char kRequestWord[] = "request";
-constexpr char kCodeWord[] = "code";
 
 bool isRowOf(const Slice& slice, const char* command) {
   return slice.kind == Slice::Kind::kRow && std::strcmp(slice.command, command) == 0;
+}
+
+/// True when the records may end here, in a wait or with an exception that is not the engine's.
+bool isInterrupted(const std::vector<Slice>& open) {
+  if (open.empty()) {
+    return false;
+  }
+  const Slice& last = open.back();
+  const auto row = std::find_if(open.rbegin(), open.rend(),
+                                [](const Slice& slice) { return slice.kind == Slice::Kind::kRow; });
+  return isRowOf(last, trx::kCommandWait) ||
+         (last.thrown && last.code == 0 && row != open.rend() && row->failed);
 }
 
 }  // namespace
 
 SliceTracker::SliceTracker(std::function<void(const Slice&)> ended,
                            std::shared_ptr<LockHistory> lock)
-    : ended_(std::move(ended)), lock_(std::move(lock)) {}
+    : ended_(std::move(ended)),
+      interrupted_(std::make_unique<Interruptions>()),
+      lock_(std::move(lock)) {}
+
+SliceTracker::SliceTracker(SliceTracker&& other) noexcept = default;
+
+SliceTracker::~SliceTracker() = default;
 
 SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) {
   Thread& thread = threads_[{record.process_id, record.thread_id}];
@@ -101,7 +118,6 @@ void SliceTracker::begin(Thread& thread, const kw::platform::TraceRecord& record
       }
       return;
     case trx::kDriverStart.id:
-      interrupted_.erase(thread.request);
       return open(thread, record, Slice::Kind::kTable, textOf(record));
     case trx::kDriverResume.id:
       return resume(thread, record);
@@ -145,114 +161,20 @@ void SliceTracker::end(Thread& thread, const kw::platform::TraceRecord& record) 
       return closeAll(thread, true);
     case trx::kTrxHAPDone.id:
       return closeAll(thread, true);
+    case trx::kTrxHAPStopped.id:
+    case trx::kTrxNoModule.id:
+    case trx::kTrxNoAPI.id:
+      return refuse(thread);
     default:
       return;
   }
 }
 
-/// That a HAP or row has failed. What follows inside of a HAP that was left tells of its caller.
-void SliceTracker::noteFailure(Thread& thread, const kw::platform::TraceRecord& record) {
-  switch (record.id) {
-    case trx::kHAPErrRequest.id:
-      return noteReturn(thread, false, 0);
-    case trx::kHAPErrCodeOnly.id:
-    case trx::kHAPErrDetail.id:
-    case trx::kHAPErrAPI.id:
-      if (Slice* const failed = lastReturned(thread)) {
-        failed->code = wordOf(record, kCodeWord, 0);
-      }
-      return;
-    case trx::kHAPExecNoKey.id:
-    case trx::kHAPExecNoModule.id:
-    case trx::kHAPExecUnresolved.id:
-      return noteReturn(thread, false, trx::kRecordUndefinedHAP);
-    case trx::kHAPExecNestLimit.id:
-      return noteReturn(thread, false, trx::kCodeHAPFailed);
-    case trx::kHAPExecLockFailed.id:
-      return noteReturn(thread, false, trx::kCodeLock);
-    case trx::kHAPExecUnlockFailed.id:
-      return noteReturn(thread, false, trx::kCodeUnlock);
-    case trx::kHAPExecThrew.id:
-      return noteReturn(thread, true, wordOf(record, kCodeWord, 0));
-    case trx::kHAPExecForeignException.id:
-      return noteReturn(thread, true, 0);
-    case trx::kCmdHAPNop.id:
-    case trx::kCmdHAPStack.id:
-    case trx::kCmdHAPJump.id:
-    case trx::kCmdHAPStop.id:
-    case trx::kCmdHAPForeignException.id:
-    case trx::kCmdCheckJump.id:
-    case trx::kCmdCheckStop.id:
-      return noteRowFailure(thread, wordOf(record, kCodeWord, 0));
-    default:
-      return;
+void SliceTracker::refuse(Thread& thread) {
+  for (Slice& slice : thread.open) {
+    slice.refused = true;
   }
-}
-
-/// The HAP that was left last: of those that were, the outermost. Null: none was.
-Slice* SliceTracker::lastReturned(Thread& thread) {
-  Slice* last = nullptr;
-  for (auto slice = thread.open.rbegin();
-       slice != thread.open.rend() && slice->kind == Slice::Kind::kHAP && slice->end_ns != 0;
-       ++slice) {
-    last = &*slice;
-  }
-  return last;
-}
-
-/// The innermost HAP that still ran has returned, or was left by an exception.
-void SliceTracker::noteReturn(Thread& thread, bool thrown, std::uint32_t code) {
-  const auto running = std::find_if(
-      thread.open.rbegin(), thread.open.rend(),
-      [](const Slice& slice) { return slice.kind != Slice::Kind::kHAP || slice.end_ns == 0; });
-  if (running == thread.open.rend() || running->kind != Slice::Kind::kHAP) {
-    return;
-  }
-  running->end_ns = thread.last_ns;
-  running->failed = true;
-  running->thrown = thrown;
-  running->code = code;
-}
-
-/// The code of its HAP tells more than that of the exception.
-void SliceTracker::noteRowFailure(Thread& thread, std::uint32_t code) {
-  for (auto slice = thread.open.rbegin(); slice != thread.open.rend(); ++slice) {
-    if (slice->kind == Slice::Kind::kRow) {
-      slice->failed = true;
-      slice->code = slice->code == 0 ? code : slice->code;
-      return;
-    }
-    if (slice->kind != Slice::Kind::kHAP) {
-      return;
-    }
-    code = slice->failed ? slice->code : code;
-  }
-}
-
-/// The outermost HAP takes the semaphore. Whoever gave it back while this one waited had it before.
-void SliceTracker::noteLock(Thread& thread, const kw::platform::TraceRecord& record) {
-  if (record.id == trx::kLockTake.id) {
-    thread.lock_since_ns = thread.last_ns;
-    return;
-  }
-  const bool failed = record.id == trx::kHAPExecLockFailed.id;
-  if (thread.lock_since_ns == 0 || (record.id != trx::kLockGiveBack.id && !failed)) {
-    return;
-  }
-  const std::uint64_t had_it_ns = failed ? thread.last_ns : lock_->last_give_back_ns;
-  const auto hap = std::find_if(thread.open.begin(), thread.open.end(), [](const Slice& slice) {
-    return slice.kind == Slice::Kind::kHAP && slice.end_ns == 0;
-  });
-  if (hap != thread.open.end()) {
-    hap->lock_ns = thread.last_ns - thread.lock_since_ns;
-    hap->lock_wait_ns = had_it_ns > thread.lock_since_ns
-                            ? std::min(had_it_ns, thread.last_ns) - thread.lock_since_ns
-                            : 0;
-  }
-  if (!failed) {
-    lock_->last_give_back_ns = std::max(lock_->last_give_back_ns, thread.last_ns);
-  }
-  thread.lock_since_ns = 0;
+  closeAll(thread, true);
 }
 
 void SliceTracker::open(Thread& thread, const kw::platform::TraceRecord& record, Slice::Kind kind,
@@ -308,7 +230,14 @@ void SliceTracker::closeTop(Thread& thread) {
   Slice slice = std::move(thread.open.back());
   thread.open.pop_back();
   thread.shown = nullptr;
-  slice.end_ns = slice.end_ns == 0 ? thread.last_ns : slice.end_ns;
+  std::uint64_t nested_behind_ns = 0;
+  if (slice.end_ns == 0 && slice.maybe_end_ns != 0) {
+    slice.end_ns = slice.maybe_end_ns;
+    nested_behind_ns = slice.nested_behind_ns;
+  } else {
+    slice.end_ns = slice.end_ns == 0 ? thread.last_ns : slice.end_ns;
+    slice.nested_ns += slice.nested_behind_ns;
+  }
   slice.number = thread.number;
   if (isRowOf(slice, trx::kCommandWait)) {
     slice.wait_ns = slice.end_ns - slice.begin_ns;
@@ -321,7 +250,9 @@ void SliceTracker::closeTop(Thread& thread) {
     const bool nested = (slice.kind == Slice::Kind::kHAP && around.kind == Slice::Kind::kHAP) ||
                         (slice.kind == Slice::Kind::kTable && around.kind == Slice::Kind::kRow);
     if (nested) {
-      around.nested_ns += slice.end_ns - slice.begin_ns;
+      const bool behind = around.maybe_end_ns != 0 && slice.begin_ns >= around.maybe_end_ns;
+      (behind ? around.nested_behind_ns : around.nested_ns) +=
+          slice.end_ns - slice.begin_ns + nested_behind_ns;
     } else if (slice.kind == Slice::Kind::kHAP && slice.failed &&
                around.kind == Slice::Kind::kRow) {
       around.failed = true;
@@ -360,18 +291,29 @@ void SliceTracker::interrupt(Thread& thread) {
       tables.back().end_ns = thread.last_ns;
     }
   }
-  if (!tables.empty() && !thread.error_end) {
-    interrupted_[thread.request] = tables;
+  if (!tables.empty() && !thread.error_end && tables.front().kind == Slice::Kind::kTable) {
+    interrupted_->add(thread.request, std::move(tables));
   }
 }
 
-/// Ends the innermost HAP of that name, and those inside it, which threw.
+/// Ends the innermost HAP of that name, and those inside it, which threw. One that has failed in a
+/// HAP of its own name leaves open which of both this is: it returned, as errors are disabled, or
+/// its caller has caught the exception, and no other end of that will come.
 void SliceTracker::closeHAP(Thread& thread, const std::string& name) {
-  const auto found = std::find_if(
-      thread.open.rbegin(), thread.open.rend(),
-      [&](const Slice& slice) { return slice.kind == Slice::Kind::kHAP && slice.name == name; });
-  const auto count = found == thread.open.rend() ? 0 : found - thread.open.rbegin() + 1;
-  for (auto i = count; i > 0; --i) {
+  const auto is_it = [&](const Slice& slice) {
+    return slice.kind == Slice::Kind::kHAP && slice.name == name && !slice.left;
+  };
+  const auto found = std::find_if(thread.open.rbegin(), thread.open.rend(), is_it);
+  if (found == thread.open.rend()) {
+    return;
+  }
+  const bool is_sure = found->end_ns == 0 && found->maybe_end_ns == 0;
+  const auto caller = is_sure ? thread.open.rend() : std::next(found);
+  if (caller != thread.open.rend() && is_it(*caller)) {
+    caller->maybe_end_ns = thread.last_ns;
+  }
+  found->end_ns = found->end_ns == 0 ? thread.last_ns : found->end_ns;
+  for (auto i = found - thread.open.rbegin() + 1; i > 0; --i) {
     closeTop(thread);
   }
 }
@@ -413,25 +355,37 @@ void SliceTracker::endTable(Thread& thread, bool with_error) {
 }
 
 void SliceTracker::resume(Thread& thread, const kw::platform::TraceRecord& record) {
-  const auto found = interrupted_.find(thread.request);
-  if (found == interrupted_.end()) {
+  leaveInterrupted(thread, record.process_id);
+  std::vector<Slice> slices = interrupted_->take(thread.request, textOf(record));
+  if (slices.empty()) {
     return open(thread, record, Slice::Kind::kTable, textOf(record));
   }
   const std::uint64_t now_ns = std::max(thread.last_ns, record.time_ns);
-  for (Slice& slice : found->second) {
+  for (Slice& slice : slices) {
     slice.process_id = record.process_id;
     slice.thread_id = record.thread_id;
     slice.wait_ns = slice.lock_ns = slice.lock_wait_ns = slice.nested_ns = 0;
     slice.cut = false;
+    slice.first_ns = slice.resumed ? slice.first_ns : slice.begin_ns;
     slice.resumed = true;
     const bool waited = isRowOf(slice, trx::kCommandWait);
     slice.begin_ns = waited ? std::min(slice.end_ns, now_ns) : now_ns;
     slice.end_ns = 0;
     thread.last_ns = now_ns;
     thread.shown = nullptr;
-    thread.open.push_back(slice);
+    thread.open.push_back(std::move(slice));
   }
-  interrupted_.erase(found);
+}
+
+/// A thread that a wait or an exception ended a request of the same id in may write no more: the
+/// request goes on in another one.
+void SliceTracker::leaveInterrupted(const Thread& resuming, std::uint32_t process_id) {
+  for (auto& [id, thread] : threads_) {
+    if (&thread != &resuming && id.first == process_id && thread.request == resuming.request &&
+        isInterrupted(thread.open)) {
+      closeAll(thread, false);
+    }
+  }
 }
 
 const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind) {

@@ -38,10 +38,19 @@ struct Slice {
   std::uint64_t lock_wait_ns = 0;  ///< thereof known to be spent waiting for other holders
   std::uint64_t nested_ns = 0;     ///< in HAPs that a HAP called, in the table that a row called
 
+  // Of HAPs.
+  bool refused = false;  ///< also of its request: it did not run
+  bool left = false;     ///< its failure is an exception that no record of its end follows
+  std::uint64_t maybe_end_ns = 0;      ///< when a record told an end that may be its own; 0: none
+  std::uint64_t nested_behind_ns = 0;  ///< as `nested_ns`, begun behind that
+
   // Of rows, tables and HAPs.
-  bool cut = false;      ///< its end is not known: interrupted, or the records end
-  bool resumed = false;  ///< goes on one that was cut, after an interruption
+  bool cut = false;            ///< its end is not known: interrupted, or the records end
+  bool resumed = false;        ///< goes on one that was cut, after an interruption
+  std::uint64_t first_ns = 0;  ///< begin of the first of its parts when it was resumed
 };
+
+class Interruptions;
 
 /// When the exclusion semaphore was given back last, by any thread.
 struct LockHistory {
@@ -59,6 +68,8 @@ class SliceTracker {
   /// others.
   explicit SliceTracker(std::function<void(const Slice&)> ended,
                         std::shared_ptr<LockHistory> lock = std::make_shared<LockHistory>());
+  SliceTracker(SliceTracker&& other) noexcept;
+  ~SliceTracker();
 
   /// What a record belongs to.
   struct Place {
@@ -98,13 +109,15 @@ class SliceTracker {
   void interrupt(Thread& thread);
   void closeHAP(Thread& thread, const std::string& name);
   static Slice* lastReturned(Thread& thread);
-  static void noteReturn(Thread& thread, bool thrown, std::uint32_t code);
+  static void noteReturn(Thread& thread, bool left, bool thrown, std::uint32_t code);
   static void noteRowFailure(Thread& thread, std::uint32_t code);
+  void refuse(Thread& thread);
   void closeHAPsOfRow(Thread& thread);
   void closeRow(Thread& thread);
   static void failTables(Thread& thread);
   void endTable(Thread& thread, bool with_error);
   void resume(Thread& thread, const kw::platform::TraceRecord& record);
+  void leaveInterrupted(const Thread& resuming, std::uint32_t process_id);
   void begin(Thread& thread, const kw::platform::TraceRecord& record);
   static void noteFailure(Thread& thread, const kw::platform::TraceRecord& record);
   void noteLock(Thread& thread, const kw::platform::TraceRecord& record);
@@ -114,8 +127,8 @@ class SliceTracker {
 
   std::function<void(const Slice&)> ended_;
   std::map<std::pair<std::uint32_t, std::uint32_t>, Thread> threads_;
-  /// By request: the tables, the rows that called them, and a WAIT row behind them.
-  std::map<std::uint32_t, std::vector<Slice>> interrupted_;
+  /// Tables, the rows that called them, and a WAIT row behind them.
+  std::unique_ptr<Interruptions> interrupted_;
   std::map<std::uint32_t, std::uint32_t> requests_;  ///< how many, by id
   std::shared_ptr<LockHistory> lock_;
 };

@@ -47,7 +47,7 @@ std::string textOf(const Work& work) {
 }
 
 void Statistics::take(const Slice& slice, std::size_t trace) {
-  if (slice.kind != Slice::Kind::kHAP && slice.kind != Slice::Kind::kRow) {
+  if (slice.refused || (slice.kind != Slice::Kind::kHAP && slice.kind != Slice::Kind::kRow)) {
     return;
   }
   const Work work = workOf(slice);
@@ -57,27 +57,29 @@ void Statistics::take(const Slice& slice, std::size_t trace) {
   figures.wait_ns += slice.wait_ns;
   figures.lock_ns += slice.lock_ns;
   figures.lock_wait_ns += slice.lock_wait_ns;
-  const std::uint64_t total_ns = less(slice.end_ns, slice.begin_ns);
-  Parts parts{total_ns, less(total_ns, slice.nested_ns + slice.lock_wait_ns)};
-  const auto key = std::make_tuple(trace, slice.request, work);
+  const std::uint64_t first_ns = slice.resumed ? slice.first_ns : slice.begin_ns;
+  // The wait of those that a called table ran lies in the time of the table.
+  const bool calls_table = work.command == trx::kCommandTable;
+  std::uint64_t own_ns = less(less(slice.end_ns, slice.begin_ns),
+                              slice.nested_ns + (calls_table ? 0 : slice.lock_wait_ns));
+  const auto key = std::make_tuple(trace, slice.request, first_ns, work);
   const auto before = slice.resumed ? interrupted_.find(key) : interrupted_.end();
   if (before != interrupted_.end()) {
-    parts.total_ns += before->second.total_ns;
-    parts.own_ns += before->second.own_ns;
+    own_ns += before->second;
     interrupted_.erase(before);
   }
   if (!slice.cut) {
-    figures.total.add(parts.total_ns);
-    figures.own.add(parts.own_ns);
-  } else if (work.command == trx::kCommandWait || work.command == trx::kCommandTable) {
-    figures.unfinished += interrupted_.insert_or_assign(key, parts).second ? 0 : 1;
+    figures.total.add(less(slice.end_ns, first_ns));
+    figures.own.add(own_ns);
+  } else if (work.command == trx::kCommandWait || calls_table) {
+    figures.unfinished += interrupted_.insert_or_assign(key, own_ns).second ? 0 : 1;
   } else {
     ++figures.unfinished;
   }
 }
 
 void Statistics::finish() {
-  for (const auto& [key, parts] : interrupted_) {
+  for (const auto& [key, own_ns] : interrupted_) {
     ++all_[std::get<Work>(key)].unfinished;
   }
   interrupted_.clear();

@@ -71,13 +71,9 @@ class Statistics {
   const std::map<Work, WorkFigures>& all() const { return all_; }
 
  private:
-  /// A row of an interrupted request.
-  struct Parts {
-    std::uint64_t total_ns = 0, own_ns = 0;
-  };
   std::map<Work, WorkFigures> all_;
-  /// By trace, request id and row.
-  std::map<std::tuple<std::size_t, std::uint32_t, Work>, Parts> interrupted_;
+  /// Own times of interrupted rows so far, by trace, request id, begin and row.
+  std::map<std::tuple<std::size_t, std::uint32_t, std::uint64_t, Work>, std::uint64_t> interrupted_;
 };
 
 }  // namespace kw::trx::tools
