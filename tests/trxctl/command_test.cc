@@ -197,7 +197,7 @@ TEST_F(CommandTest, WhateverIsNamedWrongGetsWhatWasProbablyMeant) {
       {"simulate good.csv --table good.csv", "no table 'good.csv' in the files; name it good"},
       {"simulate good.csv --table god", "no table 'god' in the files; did you mean good?"},
       {"check goood.csv", "No such file or directory; did you mean good.csv?"},
-      {"graph goood.csv", "the engine does not load this table; did you mean good.csv?"},
+      {"graph goood.csv", "there is no file 'goood.csv'; did you mean good.csv?"},
       {"modules libzq_hap_pmp.so",
        "No such file or directory; did you mean DIR/libzq_hap_pump.so?"},
   };
@@ -237,6 +237,38 @@ TEST_F(CommandTest, JsonSaysWhatTheTextSays) {
   EXPECT_EQ(config["values"][2]["key"], "hapmodule.number");
   EXPECT_EQ(config["values"][2]["line"], 1);
   EXPECT_EQ(config["warnings"][0]["words"], "unknown key colour");
+}
+
+TEST_F(CommandTest, NamesOfConfiguredTablesStandForTheirFiles) {
+  writeTable("set/morning.csv", ",1,START\n,2,TABLE,noon\n,3,END\n");
+  writeTable("set/noon.csv", ",1,START\n,2,TABLE,morning\n,3,HAP,TST_Ok\n,4,END\n");
+  writeTable("given/noon.csv", ",1,START\n,2,TABLE,night\n,3,END\n");
+  writeTable("set/odd.csv", ",1,START\n,2,WAIT,,x\n,3,END\n");
+  writeTable("lone.csv", ",1,START\n,2,TABLE,night\n,3,END\n");
+  configure({"set/morning.csv", "set/noon.csv", "set/odd.csv"});
+  const std::string fault =
+      "odd.csv:4 (E, MODE): error: 'x' is not allowed here: only digits [0x14000000]\n= 2\n";
+  const std::pair<const char*, std::string> cases[] = {
+      {"explore morning --root . | grep -e '# table' -e TABLES",
+       "TABLES,DIR/set/morning.csv,DIR/set/noon.csv\n# table morning:"},
+      {"explore morning given/noon.csv --root . | grep TABLES",
+       "TABLES,DIR/set/morning.csv,given/noon.csv\n= 0\n"},
+      {"explore lone.csv | grep missing:", "# missing: row 2 calls table night which is not there"},
+      {"simulate noon --root . --fail TST_Ok --most-rows 3 | head -n 3 | tail -n 1",
+       "morning         1  START\n"},
+      {"graph noon --root . | grep -c 'cluster'", "2\n= 0\n"},
+      {"check --root .", "set/" + fault},
+      {"check odd --root .", "set/" + fault},
+      {"explore mornin --root .",
+       "! trxctl: there is no file 'mornin', and no table of the configuration has that name; did "
+       "you mean morning?\n= 2\n"},
+      {"simulate noon.csv --root .", "has that name; name it noon\n"},
+      {"simulate morning", "there is no file 'morning'; for the name of a table, give the system"},
+      {"graph set --root .", "set: the engine does not load this table"}};
+  for (const auto& [arguments, says] : cases) {
+    const std::string text = run(arguments);
+    EXPECT_NE(text.find(says), std::string::npos) << arguments << '\n' << text;
+  }
 }
 
 TEST_F(CommandTest, GraphDrawsRowsErrorsAndCalls) {
@@ -339,7 +371,8 @@ TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
       {"--root . check pump.csv",
        "'--root' is no option of trxctl itself; write those of a command behind its name"},
       {"check --bogus", "'--bogus' is no option of trxctl check"},
-      {"check", "FILE is required"},
+      {"check",
+       "FILE is required: no configuration names tables; --root gives the system root of a host"},
   };
   for (const auto& [arguments, error] : cases) {
     EXPECT_EQ(run(arguments), "! trxctl: " + std::string(error) +

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "running/name_hints.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "common/text.h"
@@ -9,6 +8,7 @@
 #include "kw/trx/trx_config.h"
 #include "modules/listed_modules.h"
 #include "tables/finding.h"
+#include "tables/named_files.h"
 #include "traces/record_words.h"
 #include "zqm_trx/module_key.h"
 #include "zqm_trx/trace_points.h"
@@ -37,12 +37,6 @@ std::string hapHint(const std::string& name) {
 }
 
 }  // namespace
-
-std::string tableHint(const std::string& name, const std::vector<std::string>& known) {
-  const std::string plain = tableNameOf(name);
-  const bool is_file = plain != name && std::count(known.begin(), known.end(), plain) != 0;
-  return is_file ? "; name it " + plain : didYouMean(plain, known);
-}
 
 void NameHints::take(const kw::platform::TraceRecord& record) {
   if (record.id == trx::kDriverNoTable.id) {

@@ -4,7 +4,6 @@
 #define KW_TRX_TOOLS_RUNNING_NAME_HINTS_H_
 
 #include <string>
-#include <vector>
 
 #include "kw/platform.h"
 #include "kw/trx/trx_info.h"
@@ -24,9 +23,6 @@ class NameHints {
  private:
   std::string missing_table_;
 };
-
-/// "; name it pump" for pump.csv when there is a table pump, else as `didYouMean`.
-std::string tableHint(const std::string& name, const std::vector<std::string>& known);
 
 }  // namespace kw::trx::tools
 

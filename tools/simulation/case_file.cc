@@ -9,9 +9,9 @@
 
 #include "common/paths.h"
 #include "common/text.h"
-#include "running/name_hints.h"
 #include "running/units.h"
 #include "simulation/case_words.h"
+#include "tables/named_files.h"
 #include "tables/surroundings.h"
 #include "traces/record_collector.h"
 

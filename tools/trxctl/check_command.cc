@@ -7,6 +7,7 @@
 #include "simulation/case_file.h"
 #include "tables/check.h"
 #include "tables/mend.h"
+#include "tables/named_files.h"
 #include "trxctl/check_output.h"
 #include "trxctl/commands.h"
 #include "trxctl/text_output.h"
@@ -47,7 +48,19 @@ CheckedFile checkCases(const std::string& file, const Surroundings& around) {
   return checked;
 }
 
+/// The files to check. Throws in words when there are none.
+std::vector<std::string> filesOf(const CheckOptions& options) {
+  std::vector<std::string> files =
+      options.files.empty() ? configuredTableFiles() : namedFilesOrWords(options.files);
+  if (files.empty()) {
+    throw UsageError(
+        "FILE is required: no configuration names tables; --root gives the system root of a host");
+  }
+  return files;
+}
+
 int check(CheckOptions options) {
+  options.files = filesOf(options);
   if (options.fix && !mend(options.files, options.in_place)) {
     return kExitFailed;
   }
@@ -88,14 +101,18 @@ void addCheckCommand(CommandLine& line) {
                "writes for it.\n"
                "A file without an error is loaded by the engine. With a configuration, that of "
                "--root or of\n"
-               "this system, the tables and HAPs that rows name are looked for in it as well.\n"
+               "this system, the tables and HAPs that rows name are looked for in it as well; the "
+               "name of\n"
+               "one of its tables stands for its file, and without FILE all its tables are "
+               "checked.\n"
                "--fix mends what a spreadsheet or an editor did to a file as a whole: separator, "
                "encoding, byte\n"
                "order mark. No cell changes. The mended file is checked.\n"
                "Example: trxctl check init.csv rails.csv\n"
                "Exit status: 0 no errors; 1 warnings, with --strict; 2 errors.");
-  command.texts(options->files,
-                {"FILE", "Table files, and case files as test runs them", "", {}, true});
+  command.texts(
+      options->files,
+      {"FILE", "Table files or names of configured tables, and case files as test runs them"});
   command.flag(options->json, {"--json", "Print JSON"});
   command.flag(options->sarif, {"--sarif", "Print SARIF, which code hosts show at its lines"});
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
@@ -104,6 +121,7 @@ void addCheckCommand(CommandLine& line) {
                               "folder fixed beside the file"});
   command.flag(options->in_place, {"--in-place", "With --fix, in the place of the file"});
   command.needs("--in-place", "--fix");
+  command.needs("--fix", "FILE");
   command.excludes("--fix", {"--json", "--sarif"});
   command.excludes("--json", {"--sarif"});
   command.run([options] { return check(*options); });

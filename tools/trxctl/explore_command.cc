@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
 #include "common/processes.h"
 #include "common/text.h"
 #include "exploration/witness.h"
-#include "running/name_hints.h"
 #include "simulation/case_run.h"
+#include "tables/named_files.h"
 #include "tables/surroundings.h"
 #include "trxctl/commands.h"
 #include "trxctl/explore_output.h"
@@ -63,7 +65,23 @@ void confirm(const ExplorationResult& result, const ExploreOptions& options) {
   }
 }
 
-int exploreTables(const ExploreOptions& options) {
+/// The tables to begin with among those named, which are `given`: no other one calls them.
+std::vector<int> entriesAmong(const std::set<std::string>& given, const Program& program) {
+  std::vector<int> entries = entriesOf(program);
+  const auto is_other = [&](int entry) {
+    return given.count(program.tables[static_cast<std::size_t>(entry)].flow->name) == 0;
+  };
+  entries.erase(std::remove_if(entries.begin(), entries.end(), is_other), entries.end());
+  return entries;
+}
+
+int exploreTables(ExploreOptions options) {
+  options.files = namedFiles(options.files);
+  std::set<std::string> given;
+  for (const std::string& file : options.files) {
+    given.insert(tableNameOf(file));
+  }
+  addCalledTables(options.files);
   const KnownTables tables = readTables(options.files, {});
   if (!tables.refused.empty()) {
     return fail("the engine does not load the table " + *tables.refused.begin() +
@@ -71,7 +89,7 @@ int exploreTables(const ExploreOptions& options) {
   }
   ExplorationResult result;
   result.program = programOf(tables.flows);
-  std::vector<int> entries = entriesOf(result.program);
+  std::vector<int> entries = entriesAmong(given, result.program);
   if (!options.table.empty()) {
     entries = {result.program.find(options.table)};
     if (entries[0] == kAbsent) {
@@ -104,13 +122,17 @@ void addExploreCommand(CommandLine& line) {
       "explore", "Tells what holds for all runs of tables, whatever their HAPs do",
       "Follows every outcome of every HAP call, through called tables, and prints what can happen\n"
       "with the shortest run that shows it, as cases of a case file; the engine has run each.\n"
-      "Without --table the tables that no other one calls are explored.\n"
+      "Without --table those of the given tables that no other one calls are explored. The name "
+      "of a\n"
+      "configured table stands for its file; called tables are looked for in the configuration "
+      "too.\n"
       "Kinds: " +
           listed(claimKinds()) +
           ".\n"
           "Example: trxctl explore selftest.csv rails.csv --deny endless --deny swallowed\n"
           "Exit status: 0 nothing denied was found; 1 something was; 2 it could not be told.");
-  command.texts(options->files, {"FILE", "Table files", "", {}, true});
+  command.texts(options->files,
+                {"FILE", "Table files, or names of configured tables", "", {}, true});
   command.text(options->table, {"--table", "Explore this table alone", "NAME"});
   command.texts(options->denied,
                 {"--deny",

@@ -13,12 +13,12 @@
 #include <optional>
 #include <stdexcept>
 
-#include "common/paths.h"
 #include "configuration/configuration.h"
 #include "coverage/graph_counts.h"
 #include "coverage/ring_runs.h"
 #include "kw/trx/file_path.h"
 #include "tables/graph.h"
+#include "tables/named_files.h"
 #include "traces/ring_merger.h"
 #include "traces/seen_names.h"
 #include "traces/selection.h"
@@ -116,9 +116,8 @@ std::vector<std::string> namesOf(const std::vector<std::string>& files) {
   TableFlow flow;
   for (const std::string& file : files) {
     if (!readFlow(file, flow)) {
-      const std::string hint = nearFileHint(file);
-      throw std::runtime_error(file + ": the engine does not load this table" +
-                               (hint.empty() ? "; trxctl check tells why" : hint));
+      throw std::runtime_error(file +
+                               ": the engine does not load this table; trxctl check tells why");
     }
     names.push_back(flow.name);
   }
@@ -177,6 +176,7 @@ int graphTables(GraphOptions options) {
   if (options.format != "dot" && options.output.empty()) {
     return fail("a picture needs a file to be written to: add -o FILE." + options.format);
   }
+  options.files = namedFiles(options.files);
   Picture picture;
   picture.names = namesOf(options.files);
   std::optional<std::vector<std::string>> modules;
@@ -204,11 +204,12 @@ void addGraphCommand(CommandLine& line) {
   Command command = line.add(
       "graph", "Draws the flow of tables and of the tables that they call",
       "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey.\n"
-      "Called tables are looked for among the files and in the configuration.\n"
+      "The name of a configured table stands for its file. Called tables are looked for among the\n"
+      "files and in the configuration.\n"
       "With --trace the files may be left out: what ran is drawn, by the configuration.\n"
       "Example: trxctl graph selftest.csv rails.csv -o selftest.svg\n"
       "Exit status: 0 the graph is written; 2 it is not.");
-  command.texts(options->files, {"FILE", "Table files"});
+  command.texts(options->files, {"FILE", "Table files, or names of configured tables"});
   command.text(
       options->format,
       {"--format", "dot, or with Graphviz svg, png or pdf; else as the file of -o is named, or dot",

@@ -5,10 +5,10 @@
 
 #include "common/json.h"
 #include "common/text.h"
-#include "running/name_hints.h"
 #include "running/units.h"
 #include "simulation/case_run.h"
 #include "simulation/rules.h"
+#include "tables/named_files.h"
 #include "trxctl/commands.h"
 #include "trxctl/run_output.h"
 #include "trxctl/step_dialogue.h"
@@ -150,11 +150,14 @@ void follow(SimulationRequest& request, std::uint64_t& waited_ms, StepDialogue* 
 }
 
 int simulate(SimulateOptions options) {
+  options.files = namedFiles(options.files);
   TableCase one;
   if (!options.case_file.empty()) {
     one = caseOf(options);
   } else if (options.files.empty()) {
     throw UsageError("FILE is required, or a case with --case");
+  } else {
+    addCalledTables(options.files);
   }
   const Simulator simulator(options.files, static_cast<unsigned int>(options.nest_limit));
   const std::string table = !options.table.empty() ? options.table
@@ -205,7 +208,10 @@ void addSimulateCommand(CommandLine& line) {
   Command command = line.add(
       "simulate", "Runs a table with HAPs that do what you say, without modules",
       "The engine itself runs the rows; no module, configuration or lock is needed, and waits are\n"
-      "added up instead of slept. Each HAP succeeds unless --fail or --throw names it. They take "
+      "added up instead of slept. The name of a configured table stands for its file; called "
+      "tables\n"
+      "are looked for in the configuration too. Each HAP succeeds unless --fail or --throw names "
+      "it. They take "
       "a\n"
       "HAP, the NUMBER of a row of the table or TABLE/NUMBER, :N for its N-th call alone, and = "
       "with "
@@ -213,7 +219,8 @@ void addSimulateCommand(CommandLine& line) {
       "numbers: the error code and words of detail, or the code of the exception.\n"
       "Example: trxctl simulate selftest.csv rails.csv --fail ADC_Expect:2=20001\n"
       "Exit status: 0 the table ended well; 1 it ended with error; 2 it could not be run.");
-  command.texts(options->files, {"FILE", "Table files; the first one is run"});
+  command.texts(options->files,
+                {"FILE", "Table files, or names of configured tables; the first one is run"});
   command.text(options->table, {"--table", "Run this table instead", "NAME"});
   command.texts(options->units, {"--unit",
                                  "A unit to work on, such as 300:2:rack/rail2; repeat it for "
