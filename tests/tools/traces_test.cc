@@ -204,9 +204,11 @@ TEST_F(SummariesTest, EachRequestIsTold) {
   std::vector<TraceRecord> twice(row, end);
   twice.insert(twice.end(), row, end);
   EXPECT_EQ(summariesOf(twice, false),
-            (std::vector<std::string>{": its begin and end are not in the ring, its last record: "
-                                      "row ?/3: the HAP row of 0xabc failed with 0x7000a; the "
-                                      "failure is kept for CHECK; row ?/2 has run 2 times"}));
+            (std::vector<std::string>{": its begin and end are not in the ring; row ?/2 has run 2 "
+                                      "times; row ?/2 has failed 2 times: HAP TST_FailDetail: "
+                                      "0x20001, no voltage; its last record: row ?/3: the HAP row "
+                                      "of 0xabc failed with 0x7000a; the failure is kept for "
+                                      "CHECK"}));
   std::vector<TraceRecord> ended = whole;
   ended.push_back(*next(end, trx::kTrxTableAdmitted.id));
   EXPECT_EQ(summariesOf(ended, false)[0], ": ok; its begin is not in the ring");
@@ -384,6 +386,39 @@ TEST_F(SlicesTest, TheWaitForAnotherHolderOfTheLockIsNotOnesOwnTime) {
   EXPECT_EQ(second.lock_wait_ns, 30000U);
   EXPECT_EQ(second.total.quantile(50), 75000U);
   EXPECT_EQ(second.own.quantile(50), 45000U);
+}
+
+TEST_F(SlicesTest, WhatMissingRecordsMakeDoubtfulIsLeftOut) {
+  configure({MODULE_TST}, {dir.write("t.csv",
+                                     "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_Ok\n,3,"
+                                     "HAP,TST_Fail,,NOP,0\n,4,END\n")});
+  start();
+  const std::vector<TraceRecord> all = recordsOf([&] {
+    for (int i = 0; i < 2; ++i) {
+      trx::TRXInfo info;
+      execTable(info, "t");
+    }
+  });
+  std::size_t left_out = 0;
+  for (std::size_t missing = 0; missing < all.size(); ++missing) {
+    std::vector<TraceRecord> records;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      if (i != missing) {
+        records.push_back(all[i]);
+        records.back().sequence = i;
+      }
+    }
+    tools::Statistics statistics;
+    slicesOf(records, statistics);
+    for (const auto& [work, figures] : statistics.all()) {
+      const bool is_known = work.table.empty() || work.table == tools::kUnknownTable ||
+                            work.row != 2 || work.name == "TST_Ok";
+      EXPECT_TRUE(is_known) << textOf(work) << " without record " << missing;
+      EXPECT_LE(figures.calls, 2U) << textOf(work) << " without record " << missing;
+    }
+    left_out += statistics.doubtful() != 0 ? 1 : 0;
+  }
+  EXPECT_GT(left_out, all.size() / 2);
 }
 
 TEST(StatisticsTest, ChangesForTheWorseAreFoundAndNoiseIsNot) {

@@ -391,8 +391,10 @@ TEST_F(TraceToolTest, RequestsAreSummedUpAndChosen) {
   const std::string line = outputOf("trace --summary --text HAP_1 " + ring);
   EXPECT_NE(line.find(" ms " + process + "/" + process + " 0x"), std::string::npos) << line;
   EXPECT_NE(line.find(".1  HAP HAP_1: ok\n"), std::string::npos) << line;
-  EXPECT_EQ(runTool("trace --summary --request 1.1 " + ring),
-            "! trxctl: none of the 3 requests in the ring is one of those asked for\n= 0\n");
+  EXPECT_EQ(
+      runTool("trace --summary --request 1.1 " + ring),
+      "! trxctl: none of the 3 requests in the ring is one of those asked for; of 1 the end is "
+      "not in the ring\n= 0\n");
   EXPECT_EQ(runTool("trace --summary --since 5x " + ring).substr(0, 34),
             "! trxctl: --since: '5x' is no time");
 }

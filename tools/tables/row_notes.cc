@@ -36,10 +36,10 @@ RowNote* RowNotes::take(const kw::platform::TraceRecord& record, const SliceTrac
                        thread.ran.number == ran->number;
   if (!goes_on) {
     thread = {begin_ns, resumed, std::move(*ran), {}};
-    thread.note = noteOf(thread.ran);
+    thread.note = noteOf(thread.ran, slice != nullptr && slice->doubtful);
   } else if (!thread.ran.called && ran->called) {
     thread.ran.called = ran->called;
-    RowNote note = noteOf(thread.ran);
+    RowNote note = noteOf(thread.ran, slice != nullptr && slice->doubtful);
     note.is_told = thread.note.is_told && note.problem == thread.note.problem;
     thread.note = std::move(note);
   }
@@ -56,9 +56,13 @@ void RowNotes::noteWait(TracedRow& ran, std::uint32_t request) {
   }
 }
 
-RowNote RowNotes::noteOf(const TracedRow& ran) const {
+RowNote RowNotes::noteOf(const TracedRow& ran, bool doubtful) const {
   const RowFinder::Found found = finder_.find(ran);
-  return {found.table, found.is_same ? found.row : nullptr, changeText(found, ran), false};
+  std::string problem = changeText(found, ran);
+  if (doubtful && !problem.empty()) {
+    problem = "records are missing or damaged here; if not, " + problem;
+  }
+  return {found.table, found.is_same ? found.row : nullptr, problem, false};
 }
 
 void RowNotes::told(RowNote& note, const SliceTracker::Place& place) {

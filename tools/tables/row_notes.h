@@ -54,7 +54,7 @@ class RowNotes {
   };
 
   void noteWait(TracedRow& ran, std::uint32_t request);
-  RowNote noteOf(const TracedRow& ran) const;
+  RowNote noteOf(const TracedRow& ran, bool doubtful) const;
 
   const KnownTables tables_;
   const RowFinder finder_;

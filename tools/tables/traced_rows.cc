@@ -83,8 +83,9 @@ std::string changeText(const RowFinder::Found& found, const TracedRow& ran) {
 
 std::string notFoundText(const std::string& table, std::uint64_t rows) {
   return std::to_string(rows) + " rows that ran " +
-         (table.empty() ? "in tables that began before its first record"
-                        : "stand in no table " + table + " among the files");
+         (table.empty() || table == kUnknownTable
+              ? "in tables that began before its first record"
+              : "stand in no table " + table + " among the files");
 }
 
 }  // namespace kw::trx::tools

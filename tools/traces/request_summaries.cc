@@ -5,7 +5,6 @@
 
 #include "common/text.h"
 #include "kw/trx/errors.h"
-#include "traces/codes.h"
 #include "traces/record_words.h"
 #include "zqm_trx/trace_points.h"
 
@@ -61,17 +60,28 @@ bool passesOn(const std::optional<RequestFailure>& inner, std::uint32_t code) {
   return inner && (code == trx::kCodeHAPFailed || code == inner->code);
 }
 
-std::string rowText(const std::string& table, const std::string& row) {
-  return "row " + (table.empty() ? "?" : table) + '/' + (row.empty() ? "?" : row);
-}
-
 }  // namespace
 
 RequestSummaries::RequestSummaries(OnRequest on_request)
-    : on_request_(std::move(on_request)), tracker_([this](const Slice& slice) {
-        const Thread thread = {slice.process_id, slice.thread_id};
-        slice_ended_ = slice_ended_ || (slice.kind == Slice::Kind::kRequest && thread == taken_of_);
-      }) {}
+    : on_request_(std::move(on_request)),
+      tracker_([this](const Slice& slice) { noteSlice(slice); }) {}
+
+void RequestSummaries::noteSlice(const Slice& slice) {
+  const Thread thread = {slice.process_id, slice.thread_id};
+  slice_ended_ = slice_ended_ || (slice.kind == Slice::Kind::kRequest && thread == taken_of_);
+  const auto running = threads_.find(thread);
+  if (slice.kind == Slice::Kind::kRow && running != threads_.end()) {
+    RowRuns& runs = running->second.runs[rowText(slice.table, hexDigits(slice.row))];
+    ++runs.runs;
+    if (slice.failed) {
+      ++runs.failures;
+      runs.table = slice.table;
+      runs.row = hexDigits(slice.row);
+      runs.hap = slice.name;
+      runs.code = slice.code;
+    }
+  }
+}
 
 void RequestSummaries::take(const TraceRecord& record) {
   taken_of_ = {record.process_id, record.thread_id};
@@ -96,12 +106,9 @@ void RequestSummaries::take(const TraceRecord& record) {
     return;
   }
   RequestSummary& summary = running.summary;
-  if (!summary.begin_lost) {
-    summary.request = place.request;
-    summary.number = std::max(summary.number, place.number);
-  } else if (rowCommandOf(record) != nullptr) {
-    summary.request = wordOf(record, "request", 0);
-  }
+  summary.request = place.request;
+  summary.number = std::max(summary.number, place.number);
+  summary.damaged = summary.damaged || (place.slices != nullptr && place.slices->front().doubtful);
   summary.end_ns = std::max(summary.end_ns, record.time_ns);
   running.last = record;
   note(running, record, place);
@@ -173,7 +180,6 @@ bool RequestSummaries::noteRow(Running& running, const TraceRecord& record,
   running.table = nameAt(place, Slice::Kind::kTable);
   running.row = hexDigits(wordOf(record, "number", 0));
   running.pending.reset();
-  ++running.runs[rowText(running.table, running.row)];
   if (record.id == trx::kCmdEndMessage.id) {
     running.summary.end = RequestEnd::kFailed;
     running.summary.ended_by = rowText(running.table, running.row) + ", an END with a message";
@@ -300,12 +306,7 @@ void RequestSummaries::close(Running& running, bool goes_on) {
   } else if (summary.end == RequestEnd::kOpen) {
     summary.last = (running.row.empty() ? "" : rowText(running.table, running.row) + ": ") +
                    describe(running.last);
-    const auto most =
-        std::max_element(running.runs.begin(), running.runs.end(),
-                         [](const auto& a, const auto& b) { return a.second < b.second; });
-    if (most != running.runs.end() && most->second > 1) {
-      summary.often = most->first + " has run " + std::to_string(most->second) + " times";
-    }
+    noteRounds(running);
   }
   if (summary.end == RequestEnd::kFailed && !summary.failure) {
     summary.failure = running.kept;
@@ -325,63 +326,26 @@ void RequestSummaries::refuse(const TraceRecord& record) {
   on_request_(summary);
 }
 
-namespace {
-
-/// The code of a failure with what it means, as far as its event does not say that.
-std::string codeText(const RequestFailure& failure, const CodeMeaning& meaning) {
-  if (failure.code == 0) {
-    return failure.hap.empty() || failure.thrown ? "" : " gave no error code";
+/// A table that goes round runs the same rows again and again.
+void RequestSummaries::noteRounds(Running& running) {
+  const auto most = [&running](std::uint64_t RowRuns::*count) {
+    return std::max_element(
+        running.runs.begin(), running.runs.end(),
+        [count](const auto& a, const auto& b) { return a.second.*count < b.second.*count; });
+  };
+  RequestSummary& summary = running.summary;
+  const auto ran = most(&RowRuns::runs);
+  if (ran != running.runs.end() && ran->second.runs > 1) {
+    summary.often = ran->first + " has run " + std::to_string(ran->second.runs) + " times";
   }
-  if (failure.hap.empty()) {
-    return " (" + hexText(failure.code) + ")";
-  }
-  if (failure.thrown) {
-    const CodeText* const known = findCode(failure.code);
-    return ": " + hexText(failure.code) +
-           (known == nullptr ? "" : std::string(", ") + known->meaning);
-  }
-  const std::string described = meaning(failure.hap, failure.code);
-  return ": " + hexText(failure.code) + ", " +
-         (described.empty() ? recordCodeMeaning(failure.code) : described);
-}
-
-}  // namespace
-
-std::string outcomeText(const RequestSummary& request, const CodeMeaning& meaning) {
-  std::string text = nameOf(request.end);
-  if (request.end == RequestEnd::kOpen) {
-    return std::string(request.begin_lost ? "its begin and end are" : "its end is") +
-           " not in the ring, its last record: " + request.last +
-           (request.often.empty() ? "" : "; " + request.often);
-  }
-  if (request.end == RequestEnd::kWaits) {
-    return "waits at its requester";
-  }
-  if (request.failure) {
-    const RequestFailure& failure = *request.failure;
-    text += failure.row.empty() ? ": " : ": " + rowText(failure.table, failure.row) + ": ";
-    text += failure.event;
-    text += codeText(failure, meaning);
-  }
-  text += request.ended_by.empty() ? "" : "; ended by " + request.ended_by;
-  return text + (request.begin_lost ? "; its begin is not in the ring" : "");
-}
-
-const char* nameOf(RequestEnd end) {
-  switch (end) {
-    case RequestEnd::kOk:
-      return "ok";
-    case RequestEnd::kFailed:
-      return "failed";
-    case RequestEnd::kRefused:
-      return "refused";
-    case RequestEnd::kWaits:
-      return "waits";
-    default:
-      return "open";
+  const auto failed = most(&RowRuns::failures);
+  if (failed != running.runs.end() && failed->second.failures > 1) {
+    const RowRuns& runs = failed->second;
+    summary.repeated =
+        RequestFailure{runs.table, runs.row, runs.hap,
+                       runs.code,  false,    "HAP " + (runs.hap.empty() ? "?" : runs.hap)};
+    summary.repeated_times = runs.failures;
   }
 }
-
-bool isFailure(RequestEnd end) { return end == RequestEnd::kFailed || end == RequestEnd::kRefused; }
 
 }  // namespace kw::trx::tools

@@ -43,10 +43,14 @@ struct RequestSummary {
   bool more_units = false;         ///< there are others
   RequestEnd end = RequestEnd::kOpen;
   std::optional<RequestFailure> failure;
+  bool damaged = false;     ///< records of its time are missing or damaged
   bool begin_lost = false;  ///< of a table; its name is not known then, nor those of its tables
   std::string last;         ///< what its last record says, when its end is not told
-  std::string often;        ///< the row that ran most often, when its end is not told; else empty
-  std::string ended_by;     ///< the row that ended the table when it is not the one that failed
+  /// The row that failed most often, when its end is not told and that was several times.
+  std::optional<RequestFailure> repeated;
+  std::uint64_t repeated_times = 0;
+  std::string often;     ///< the row that ran most often, when its end is not told; else empty
+  std::string ended_by;  ///< the row that ended the table when it is not the one that failed
 };
 
 /// Makes summaries of the records of all threads. Keeps requests only while they run. A HAP request
@@ -71,15 +75,20 @@ class RequestSummaries {
  private:
   using Thread = std::pair<std::uint32_t, std::uint32_t>;  // its process and its own id
 
+  struct RowRuns {
+    std::uint64_t runs = 0, failures = 0;
+    std::string table, row, hap;
+    std::uint32_t code = 0;  ///< of the last failure
+  };
   struct Running {
     bool open = false;
     RequestSummary summary;
-    std::string table, row;                     ///< that runs
-    std::optional<RequestFailure> pending;      ///< of a HAP; what comes of it is not known yet
-    std::optional<RequestFailure> kept;         ///< the first one that STACK or a jump left behind
-    kw::platform::TraceRecord last;             ///< record
-    bool in_wait = false;                       ///< nothing came behind a WAIT row
-    std::map<std::string, std::uint64_t> runs;  ///< of rows
+    std::string table, row;                 ///< that runs
+    std::optional<RequestFailure> pending;  ///< of a HAP; what comes of it is not known yet
+    std::optional<RequestFailure> kept;     ///< the first one that STACK or a jump left behind
+    kw::platform::TraceRecord last;         ///< record
+    bool in_wait = false;                   ///< nothing came behind a WAIT row
+    std::map<std::string, RowRuns> runs;    ///< of rows
   };
 
   static void begin(Running& running, const kw::platform::TraceRecord& record);
@@ -93,6 +102,8 @@ class RequestSummaries {
   void noteEnd(Running& running, const kw::platform::TraceRecord& record);
   void close(Running& running, bool goes_on);
   void closeWaiting(std::uint32_t request);
+  void noteSlice(const Slice& slice);
+  static void noteRounds(Running& running);
   void refuse(const kw::platform::TraceRecord& record);
 
   OnRequest on_request_;
@@ -107,6 +118,9 @@ using CodeMeaning = std::function<std::string(const std::string& hap, std::uint3
 
 /// The outcome in words, that of an error code of a HAP by `meaning`.
 std::string outcomeText(const RequestSummary& request, const CodeMeaning& meaning);
+
+/// "row TABLE/NUMBER"; what is empty is not known.
+std::string rowText(const std::string& table, const std::string& row);
 
 /// One word for an end: ok, failed, refused, waits or open.
 const char* nameOf(RequestEnd end);

@@ -2,7 +2,7 @@
 #include "traces/slices.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 
 #include "traces/interruptions.h"
 #include "traces/record_words.h"
@@ -22,22 +22,6 @@ std::uint32_t ownRequestOf(const kw::platform::TraceRecord& record) {
 
 constexpr char kRequestWord[] = "request";
 
-bool isRowOf(const Slice& slice, const char* command) {
-  return slice.kind == Slice::Kind::kRow && std::strcmp(slice.command, command) == 0;
-}
-
-/// True when the records may end here, in a wait or with an exception that is not the engine's.
-bool isInterrupted(const std::vector<Slice>& open) {
-  if (open.empty()) {
-    return false;
-  }
-  const Slice& last = open.back();
-  const auto row = std::find_if(open.rbegin(), open.rend(),
-                                [](const Slice& slice) { return slice.kind == Slice::Kind::kRow; });
-  return isRowOf(last, trx::kCommandWait) ||
-         (last.thrown && last.code == 0 && row != open.rend() && row->failed);
-}
-
 }  // namespace
 
 SliceTracker::SliceTracker(std::function<void(const Slice&)> ended,
@@ -51,6 +35,7 @@ SliceTracker::SliceTracker(SliceTracker&& other) noexcept = default;
 SliceTracker::~SliceTracker() = default;
 
 SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) {
+  noteGap(record);
   Thread& thread = threads_[{record.process_id, record.thread_id}];
   begin(thread, record);
   thread.last_ns = std::max(thread.last_ns, record.time_ns);
@@ -64,11 +49,28 @@ SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) 
   return place;
 }
 
+void SliceTracker::makeDoubtful(Thread& thread) {
+  for (Slice& slice : thread.open) {
+    slice.doubtful = true;
+  }
+  thread.shown = nullptr;
+}
+
+/// Records that are missing before this one may have been of any request that runs.
+void SliceTracker::noteGap(const kw::platform::TraceRecord& record) {
+  if (record.sequence > sequence_ + 1 && sequence_ != 0) {
+    for (auto& [id, thread] : threads_) {
+      makeDoubtful(thread);
+    }
+  }
+  sequence_ = record.sequence;
+}
+
 /// Numbers the request once its id is known: the first records of a HAP request do not tell it.
 void SliceTracker::countRequest(Thread& thread, const kw::platform::TraceRecord& record) {
   const bool tells_no_id = record.id == trx::kTrxHAPName.id || record.id == trx::kTrxHAPMode.id ||
                            record.id == trx::kTrxHAPUnit.id;
-  if (!thread.open.empty() && thread.number == 0 && !tells_no_id) {
+  if (!thread.open.empty() && thread.number == 0 && !tells_no_id && !thread.begin_lost) {
     thread.number = ++requests_[thread.request];
   }
 }
@@ -129,6 +131,9 @@ void SliceTracker::begin(Thread& thread, const kw::platform::TraceRecord& record
       if (const char* const command = rowCommandOf(record)) {
         thread.last_ns = std::max(thread.last_ns, record.time_ns);  // a WAIT has no other end
         closeRow(thread);
+        if (thread.open.empty()) {
+          openRest(thread, record);
+        }
         openRow(thread, record, command);
       }
   }
@@ -183,6 +188,7 @@ void SliceTracker::open(Thread& thread, const kw::platform::TraceRecord& record,
   thread.shown = nullptr;
   Slice slice{kind, name, record.process_id, record.thread_id, thread.last_ns};
   slice.request = thread.request;
+  slice.doubtful = !thread.open.empty() && thread.open.front().doubtful;
   if (kind == Slice::Kind::kHAP && !thread.open.empty()) {
     slice.table = thread.open.back().table;
     slice.row = thread.open.back().row;
@@ -192,7 +198,17 @@ void SliceTracker::open(Thread& thread, const kw::platform::TraceRecord& record,
   thread.open.push_back(std::move(slice));
 }
 
-/// A row of the table that runs; of one whose begin is not known nothing is.
+/// What is left of a table request whose begin is lost. How deep its tables are nested is not
+/// known.
+void SliceTracker::openRest(Thread& thread, const kw::platform::TraceRecord& record) {
+  thread.begin_lost = true;
+  thread.number = 0;
+  thread.request = wordOf(record, kRequestWord, 0);
+  open(thread, record, Slice::Kind::kRequest, "table");
+  open(thread, record, Slice::Kind::kTable, kUnknownTable);
+}
+
+/// A row of the table that runs.
 void SliceTracker::openRow(Thread& thread, const kw::platform::TraceRecord& record,
                            const char* command) {
   if (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kTable) {
@@ -211,6 +227,9 @@ void SliceTracker::openHAP(Thread& thread, const kw::platform::TraceRecord& reco
     closeTop(thread);
   }
   if (!thread.open.empty() && isRowOf(thread.open.back(), trx::kCommandHAP)) {
+    if (!thread.open.back().name.empty()) {
+      makeDoubtful(thread);  // a row calls one HAP: the begin of another row is missing
+    }
     thread.open.back().name = textOf(record);
   }
   open(thread, record, Slice::Kind::kHAP, textOf(record));
@@ -271,29 +290,8 @@ void SliceTracker::closeAll(Thread& thread, bool ended) {
   while (!thread.open.empty()) {
     closeTop(thread);
   }
-  thread.error_end = false;
+  thread.error_end = thread.begin_lost = false;
   thread.lock_since_ns = 0;
-}
-
-/// Tables that are still open when a request ends were interrupted, and may go on later.
-void SliceTracker::interrupt(Thread& thread) {
-  std::vector<Slice> tables;
-  for (std::size_t i = 0; i < thread.open.size(); ++i) {
-    Slice& slice = thread.open[i];
-    if (slice.kind == Slice::Kind::kRequest || slice.end_ns != 0 || slice.failed) {
-      continue;
-    }
-    slice.cut = true;
-    const bool calls = i + 1 < thread.open.size() && thread.open[i + 1].kind == Slice::Kind::kTable;
-    if (slice.kind == Slice::Kind::kTable || isRowOf(slice, trx::kCommandWait) ||
-        (slice.kind == Slice::Kind::kRow && calls)) {
-      tables.push_back(slice);
-      tables.back().end_ns = thread.last_ns;
-    }
-  }
-  if (!tables.empty() && !thread.error_end && tables.front().kind == Slice::Kind::kTable) {
-    interrupted_->add(thread.request, std::move(tables));
-  }
 }
 
 /// Ends the innermost HAP of that name, and those inside it, which threw. One that has failed in a
@@ -345,46 +343,14 @@ void SliceTracker::endTable(Thread& thread, bool with_error) {
   if (with_error) {
     failTables(thread);
   }
-  if (!thread.open.empty() && thread.open.back().kind == Slice::Kind::kTable) {
+  const bool is_table = !thread.open.empty() && thread.open.back().kind == Slice::Kind::kTable;
+  const bool may_be_inner = thread.begin_lost && is_table && thread.open.size() == 2;
+  if (is_table && (with_error || !may_be_inner)) {
     closeTop(thread);
   }
   const bool was_first = thread.open.size() == 1;
   if (was_first && !thread.error_end) {
     closeAll(thread, true);
-  }
-}
-
-void SliceTracker::resume(Thread& thread, const kw::platform::TraceRecord& record) {
-  leaveInterrupted(thread, record.process_id);
-  std::vector<Slice> slices = interrupted_->take(thread.request, textOf(record));
-  if (slices.empty()) {
-    return open(thread, record, Slice::Kind::kTable, textOf(record));
-  }
-  const std::uint64_t now_ns = std::max(thread.last_ns, record.time_ns);
-  for (Slice& slice : slices) {
-    slice.process_id = record.process_id;
-    slice.thread_id = record.thread_id;
-    slice.wait_ns = slice.lock_ns = slice.lock_wait_ns = slice.nested_ns = 0;
-    slice.cut = false;
-    slice.first_ns = slice.resumed ? slice.first_ns : slice.begin_ns;
-    slice.resumed = true;
-    const bool waited = isRowOf(slice, trx::kCommandWait);
-    slice.begin_ns = waited ? std::min(slice.end_ns, now_ns) : now_ns;
-    slice.end_ns = 0;
-    thread.last_ns = now_ns;
-    thread.shown = nullptr;
-    thread.open.push_back(std::move(slice));
-  }
-}
-
-/// A thread that a wait or an exception ended a request of the same id in may write no more: the
-/// request goes on in another one.
-void SliceTracker::leaveInterrupted(const Thread& resuming, std::uint32_t process_id) {
-  for (auto& [id, thread] : threads_) {
-    if (&thread != &resuming && id.first == process_id && thread.request == resuming.request &&
-        isInterrupted(thread.open)) {
-      closeAll(thread, false);
-    }
   }
 }
 
@@ -395,6 +361,10 @@ const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind) {
   const auto found = std::find_if(place.slices->rbegin(), place.slices->rend(),
                                   [kind](const Slice& slice) { return slice.kind == kind; });
   return found == place.slices->rend() ? nullptr : &*found;
+}
+
+bool isRowOf(const Slice& slice, const char* command) {
+  return slice.kind == Slice::Kind::kRow && std::string_view(slice.command) == command;
 }
 
 const char* rowCommandOf(const kw::platform::TraceRecord& record) {

@@ -46,11 +46,15 @@ struct Slice {
 
   // Of rows, tables and HAPs.
   bool cut = false;            ///< its end is not known: interrupted, or the records end
+  bool doubtful = false;       ///< records of its request are missing or damaged
   bool resumed = false;        ///< goes on one that was cut, after an interruption
   std::uint64_t first_ns = 0;  ///< begin of the first of its parts when it was resumed
 };
 
 class Interruptions;
+
+/// The name of a table whose begin is lost.
+constexpr char kUnknownTable[] = "?";
 
 /// When the exclusion semaphore was given back last, by any thread.
 struct LockHistory {
@@ -59,7 +63,9 @@ struct LockHistory {
 
 /// Follows the records of all threads. What a record leaves open ends with the next record that
 /// tells so; a HAP that failed has what the records of its failure tell still in it, but ends
-/// before them. Records may be missing.
+/// before them. Records may be missing: of a request whose begin is, what is left of its tables is
+/// told; one in the midst of which some are makes doubtful what it tells of. Both are seen by the
+/// sequence of the records.
 class SliceTracker {
  public:
   /// `ended` is called with each slice when it ends, inner ones before outer ones. Of one that was
@@ -95,12 +101,14 @@ class SliceTracker {
     std::uint64_t lock_since_ns = 0;  ///< when it was about to take the semaphore; 0: it is not
     std::uint32_t request = 0;
     std::uint32_t number = 0;  ///< of the request; 0 until its id is known
+    bool begin_lost = false;   ///< of the request
     bool error_end = false;    ///< the tables of the request are being ended one by one
     std::shared_ptr<const std::vector<Slice>> shown;  ///< copy of `open`; null when that changed
   };
 
   void open(Thread& thread, const kw::platform::TraceRecord& record, Slice::Kind kind,
             const std::string& name);
+  void openRest(Thread& thread, const kw::platform::TraceRecord& record);
   void openRow(Thread& thread, const kw::platform::TraceRecord& record, const char* command);
   void openHAP(Thread& thread, const kw::platform::TraceRecord& record);
   void openCalledTable(Thread& thread, const kw::platform::TraceRecord& record);
@@ -120,6 +128,8 @@ class SliceTracker {
   void leaveInterrupted(const Thread& resuming, std::uint32_t process_id);
   void begin(Thread& thread, const kw::platform::TraceRecord& record);
   static void noteFailure(Thread& thread, const kw::platform::TraceRecord& record);
+  static void makeDoubtful(Thread& thread);
+  void noteGap(const kw::platform::TraceRecord& record);
   void noteLock(Thread& thread, const kw::platform::TraceRecord& record);
   void countRequest(Thread& thread, const kw::platform::TraceRecord& record);
   Place placeOf(Thread& thread, const kw::platform::TraceRecord& record);
@@ -131,10 +141,14 @@ class SliceTracker {
   std::unique_ptr<Interruptions> interrupted_;
   std::map<std::uint32_t, std::uint32_t> requests_;  ///< how many, by id
   std::shared_ptr<LockHistory> lock_;
+  std::uint64_t sequence_ = 0;  ///< of the last record
 };
 
 /// The innermost slice of a kind that a record belongs to; null: none. It lives as long as `place`.
 const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind);
+
+/// True for a row with this command.
+bool isRowOf(const Slice& slice, const char* command);
 
 /// The command of the row that begins with a record; null: none does.
 const char* rowCommandOf(const kw::platform::TraceRecord& record);

@@ -50,6 +50,10 @@ void Statistics::take(const Slice& slice, std::size_t trace) {
   if (slice.refused || (slice.kind != Slice::Kind::kHAP && slice.kind != Slice::Kind::kRow)) {
     return;
   }
+  if (slice.doubtful) {
+    ++doubtful_;
+    return;
+  }
   const Work work = workOf(slice);
   WorkFigures& figures = all_[work];
   figures.calls += slice.resumed ? 0 : 1;

@@ -70,8 +70,12 @@ class Statistics {
 
   const std::map<Work, WorkFigures>& all() const { return all_; }
 
+  /// Runs of rows and HAPs that were left out, as they are doubtful.
+  std::uint64_t doubtful() const { return doubtful_; }
+
  private:
   std::map<Work, WorkFigures> all_;
+  std::uint64_t doubtful_ = 0;
   /// Own times of interrupted rows so far, by trace, request id, begin and row.
   std::map<std::tuple<std::size_t, std::uint32_t, std::uint64_t, Work>, std::uint64_t> interrupted_;
 };

@@ -216,6 +216,11 @@ int showStatistics(const StatsOptions& options) {
   if (status != kExitOk) {
     return status;
   }
+  if (const std::uint64_t left_out = before.doubtful() + now.doubtful()) {
+    std::cerr << "trxctl: " << left_out
+              << " runs of HAPs and rows are left out: records of their requests are missing or "
+                 "damaged\n";
+  }
   const bool compares = !options.against.empty() || !options.split.empty();
   if (now.all().empty() && before.all().empty()) {
     return fail("no record tells of a HAP or row; those of the level info must be in the ring");

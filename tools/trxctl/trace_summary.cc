@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iomanip>
 #include <iostream>
 
 #include "common/json.h"
@@ -13,7 +14,6 @@
 #include "kw/platform.h"
 #include "tables/code_meanings.h"
 #include "traces/doubts.h"
-#include "traces/ring_follower.h"
 #include "traces/ring_merger.h"
 #include "traces/selection.h"
 #include "trxctl/command_line.h"
@@ -24,7 +24,7 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr double kNanosPerMilli = 1e6;
+constexpr int kDurationWidth = 10;
 
 class SummaryShow {
  public:
@@ -41,25 +41,23 @@ class SummaryShow {
     }
   }
 
-  int run(RingFollower& ring) {
+  int run(RingMerger& ring) {
     TraceRecord record{};
-    std::uint64_t doubtful = 0;
     while (std::cout && ring.next(record)) {
-      if (doubtOf(record) == nullptr) {
-        summaries_.take(record);
-      } else {
-        ++doubtful;
-      }
+      summaries_.take(record);
     }
     summaries_.finish();
-    sayWhatIsLost(doubtful, ring.lost());
+    sayWhatIsLost(ring.doubtful(), ring.lost());
     if (shown_ == 0) {
       std::cerr
           << "trxctl: "
           << (requests_ == 0
                   ? "no record tells of a request; those of the level info must be in the ring"
                   : "none of the " + std::to_string(requests_) +
-                        " requests in the ring is one of those asked for")
+                        " requests in the ring is one of those asked for" +
+                        (open_ == 0
+                             ? ""
+                             : "; of " + std::to_string(open_) + " the end is not in the ring"))
           << '\n';
     }
     return kExitOk;
@@ -69,6 +67,7 @@ class SummaryShow {
   void show(const RequestSummary& request) {
     const std::string words = outcomeText(request, meaning_);
     ++requests_;
+    open_ += request.end == RequestEnd::kOpen ? 1 : 0;
     if (filter_.takes(request, words)) {
       ++shown_;
       json_ ? printJson(request, words) : printLine(request, words);
@@ -88,12 +87,11 @@ class SummaryShow {
   }
 
   static void printLine(const RequestSummary& request, const std::string& words) {
-    char duration[32];
-    std::snprintf(duration, sizeof(duration), "%10.3f ms",
-                  static_cast<double>(request.end_ns - request.begin_ns) / kNanosPerMilli);
-    const std::string id = requestText(request.request, request.number);
-    std::cout << localMicrosText(request.begin_ns) << duration << ' ' << request.process_id << '/'
-              << request.thread_id << ' ' << id << "  " << whatText(request) << ": "
+    const std::string duration =
+        (request.begin_lost ? ">" : "") + millisText(request.end_ns - request.begin_ns);
+    std::cout << localMicrosText(request.begin_ns) << std::setw(kDurationWidth) << duration
+              << " ms " << request.process_id << '/' << request.thread_id << ' '
+              << requestText(request.request, request.number) << "  " << whatText(request) << ": "
               << (isFailure(request.end) ? paint(Colour::kRed, words) : words) << '\n';
   }
 
@@ -107,6 +105,7 @@ class SummaryShow {
     json.member("mode", request.mode).texts("units", request.units);
     json.key("moreUnits").boolean(request.more_units);
     json.member("outcome", nameOf(request.end)).member("words", words);
+    json.key("beginLost").boolean(request.begin_lost).key("damaged").boolean(request.damaged);
     if (request.failure) {
       const RequestFailure& failure = *request.failure;
       json.member("failedTable", failure.table).member("failedRow", failure.row);
@@ -119,14 +118,14 @@ class SummaryShow {
   RequestFilter filter_;
   const CodeMeaning meaning_;
   RequestSummaries summaries_;
-  std::uint64_t requests_ = 0, shown_ = 0;
+  std::uint64_t requests_ = 0, shown_ = 0, open_ = 0;
 };
 
 }  // namespace
 
 int showSummary(const std::string& file, const SummaryOptions& options) {
-  RingFollower ring(file);
-  if (ring.open() != 0) {
+  RingMerger ring;
+  if (ring.open(file) != 0) {
     return failToOpenRing(file);
   }
   const bool timed = !options.since.empty() || !options.until.empty();
