@@ -453,6 +453,40 @@ TEST(StatisticsTest, ChangesForTheWorseAreFoundAndNoiseIsNot) {
   }
 }
 
+TEST(StatisticsTest, AHAPIsToldBeforeItsRowsAndWhatDidNotChangeIsCounted) {
+  const auto statisticsOf = [](std::uint64_t factor) {
+    tools::Statistics statistics;
+    const auto take = [&](const char* table, const char* name, std::uint64_t us) {
+      tools::Slice slice{*table == '\0' ? tools::Slice::Kind::kHAP : tools::Slice::Kind::kRow,
+                         name};
+      slice.table = table;
+      slice.command = *table == '\0' ? "" : "HAP";
+      slice.end_ns = us * 1000;
+      slice.cut = us == 0;
+      statistics.take(slice);
+    };
+    take("", "SLOW", 100 * factor);
+    take("a", "SLOW", 400 * factor);
+    take("b", "SLOW", 110 * factor);
+    take("c", "OTHER", 300 * factor);
+    take("d", "EVEN", 10);
+    take("", "EVEN", 9);
+    take("", "HANGS", 10 / factor / factor);
+    return statistics;
+  };
+  const tools::Statistics before = statisticsOf(1), now = statisticsOf(4);
+  std::string told;
+  const std::vector<tools::Change> changes = tools::changesBetween(before, now);
+  for (const tools::Change& change : changes) {
+    told += textOf(change.work) + "; ";
+  }
+  EXPECT_EQ(told, "HAP SLOW; row a/0 (HAP SLOW); row c/0 (HAP OTHER); row b/0 (HAP SLOW); ");
+  const tools::Unchanged same = tools::unchangedBetween(before, now, changes);
+  EXPECT_EQ(same.haps + same.rows, 2U);
+  EXPECT_EQ(same.unended_haps, 1U);
+  EXPECT_EQ(same.unended_rows, 0U);
+}
+
 TEST(TimesTest, PointsInTimeAreRead) {
   setenv("TZ", "CET-1", 1);
   tzset();

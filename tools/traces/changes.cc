@@ -2,6 +2,12 @@
 #include "traces/changes.h"
 
 #include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+#include <utility>
+
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -39,6 +45,28 @@ double weightOf(const Change& change) {
   return comparable ? now - calls * static_cast<double>(change.before->own.quantile(kMedian)) : now;
 }
 
+/// Sorts by kind and weight. A HAP weighs as much as the heaviest row that calls it, and comes
+/// first.
+void sortChanges(std::vector<Change>& changes) {
+  const auto is_hap = [](const Change& change) { return change.work.table.empty(); };
+  std::map<std::pair<Change::Kind, std::string>, double> heaviest;
+  for (const Change& change : changes) {
+    if (is_hap(change) || change.work.command == trx::kCommandHAP) {
+      const double weight = weightOf(change);
+      double& most =
+          heaviest.emplace(std::pair(change.kind, change.work.name), weight).first->second;
+      most = std::max(most, weight);
+    }
+  }
+  const auto place = [&](const Change& change) {
+    const double weight =
+        is_hap(change) ? heaviest.at({change.kind, change.work.name}) : weightOf(change);
+    return std::tuple(change.kind, -weight, !is_hap(change));
+  };
+  std::stable_sort(changes.begin(), changes.end(),
+                   [&](const Change& a, const Change& b) { return place(a) < place(b); });
+}
+
 }  // namespace
 
 std::vector<Change> changesBetween(const Statistics& before, const Statistics& now) {
@@ -64,10 +92,27 @@ std::vector<Change> changesBetween(const Statistics& before, const Statistics& n
       changes.push_back({Change::Kind::kGone, work, &figures, nullptr});
     }
   }
-  std::stable_sort(changes.begin(), changes.end(), [](const Change& a, const Change& b) {
-    return a.kind != b.kind ? a.kind < b.kind : weightOf(a) > weightOf(b);
-  });
+  sortChanges(changes);
   return changes;
+}
+
+Unchanged unchangedBetween(const Statistics& before, const Statistics& now,
+                           const std::vector<Change>& changes) {
+  std::set<Work> told;
+  for (const Change& change : changes) {
+    told.insert(change.work);
+  }
+  Unchanged out;
+  for (const auto& [work, figures] : now.all()) {
+    const auto old = before.all().find(work);
+    if (old == before.all().end() || told.count(work) != 0) {
+      continue;
+    }
+    const bool unended = (figures.own.count() == 0) != (old->second.own.count() == 0);
+    ++(work.table.empty() ? (unended ? out.unended_haps : out.haps)
+                          : (unended ? out.unended_rows : out.rows));
+  }
+  return out;
 }
 
 bool isWorse(Change::Kind kind) {

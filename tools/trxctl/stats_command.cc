@@ -156,6 +156,37 @@ void printChange(const Change& change) {
   std::cout << (isWorse(change.kind) ? paint(Colour::kRed, text) : text) << '\n';
 }
 
+/// "2 other HAPs and 1 other row", or one of them; empty when there are none.
+std::string countText(std::size_t haps, std::size_t rows, const std::string& other) {
+  std::vector<std::string> parts;
+  for (const auto& [count, what] : {std::pair(haps, "HAP"), std::pair(rows, "row")}) {
+    if (count != 0) {
+      parts.push_back(std::to_string(count) + " " + other + what + (count == 1 ? "" : "s"));
+    }
+  }
+  return listed(parts);
+}
+
+void printChanges(const Statistics& before, const Statistics& now,
+                  const std::vector<Change>& changes) {
+  if (changes.empty()) {
+    std::cout << "nothing became slower, and nothing fails more\n";
+  }
+  for (const Change& change : changes) {
+    printChange(change);
+  }
+  const Unchanged same = unchangedBetween(before, now, changes);
+  const std::string other = changes.empty() ? "" : "other ";
+  const std::string as_before = countText(same.haps, same.rows, other);
+  const std::string unended = countText(same.unended_haps, same.unended_rows, other);
+  if (!as_before.empty()) {
+    std::cout << as_before << " as before\n";
+  }
+  if (!unended.empty()) {
+    std::cout << unended << " not compared: on one side no run has ended\n";
+  }
+}
+
 void writeDurations(JsonWriter& json, const char* name, const Durations& durations) {
   json.key(name).beginObject().key("count").number(durations.count());
   json.key("leastNs").number(durations.quantile(kLeast));
@@ -231,11 +262,8 @@ int showStatistics(const StatsOptions& options) {
     printJson(before, now, compares ? &changes : nullptr);
   } else if (!compares) {
     printStatistics(now);
-  } else if (changes.empty()) {
-    std::cout << "nothing became slower, and nothing fails more\n";
-  }
-  for (const Change& change : options.json ? std::vector<Change>() : changes) {
-    printChange(change);
+  } else {
+    printChanges(before, now, changes);
   }
   return std::any_of(changes.begin(), changes.end(),
                      [](const Change& change) { return isWorse(change.kind); })
