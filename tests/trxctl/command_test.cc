@@ -313,9 +313,11 @@ TEST_F(CommandTest, ExplainKnowsCodesAndTraceIds) {
             "= 0\n");
   const auto own_code = [](const std::string& code, const std::string& meaning) {
     return code +
-           " is no code and no trace id of the engine. As the error code or exception of a HAP:\n"
-           "  means:  " +
-           meaning + "\n  do:     look into the documentation of the HAP that failed\n= 0\n";
+           " as an error code or exception of a HAP, not of the engine\n  means:  " + meaning +
+           "\n  do:     give the system root of the host with --root, which tells the meaning if "
+           "one "
+           "of its modules describes it; else look into the documentation of the HAP that failed\n"
+           "= 0\n";
   };
   EXPECT_EQ(run("explain 1060001"), own_code("0x1060001", "a HAP's own error, with its detail"));
   EXPECT_EQ(run("explain 0x40001"), own_code("0x40001", "an error of the HAP API, with its data"));

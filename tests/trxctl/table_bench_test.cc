@@ -39,6 +39,9 @@ TEST_F(CommandTest, DescriptionsOfHAPsAreShownAndUsed) {
             "hapmodule.number=1\nhapmodule.file.0=" MODULE_PLAIN "\nhaptable.number=0\n");
   EXPECT_EQ(run("explain 20077 --root " + dir.path()),
             "0x20077 as an error of the HAP PLAIN_Pass\n  means:  the pass is closed\n= 0\n");
+  EXPECT_NE(
+      run("explain 20076 --root " + dir.path()).find("no configured module describes this code"),
+      std::string::npos);
   writeTable("a.csv",
              ",1,START\n,2,HAP,PLAIN_Pass,fast,,100\n,3,HAP,PLAIN_Pass,quick,,f\n"
              ",4,HAP,PLAIN_Pass\n,5,HAP,PLAIN_Pass,,,10 10\n,6,END\n");

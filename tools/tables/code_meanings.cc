@@ -6,25 +6,21 @@
 #include <vector>
 
 #include "configuration/configuration.h"
-#include "modules/listed_modules.h"
 
 namespace kw::trx::tools {
-namespace {
-
-HAPDescriptions configuredDescriptions() {
+std::optional<HAPDescriptions> configuredDescriptions() {
   std::optional<std::vector<std::string>> modules;
   try {
     configuredTables(modules);
   } catch (const std::runtime_error&) {
-    return {};
+    return std::nullopt;  // it is for the other commands to tell
   }
-  return modules ? hapsOf(*modules).descriptions : HAPDescriptions();
+  return modules ? std::optional(hapsOf(*modules).descriptions) : std::nullopt;
 }
 
-}  // namespace
-
 CodeMeaning configuredMeanings() {
-  return [descriptions = configuredDescriptions()](const std::string& hap, std::uint32_t code) {
+  return [descriptions = configuredDescriptions().value_or(HAPDescriptions())](
+             const std::string& hap, std::uint32_t code) {
     const auto description = descriptions.find(hap);
     if (description == descriptions.end()) {
       return std::string();

@@ -3,9 +3,16 @@
 #ifndef KW_TRX_TOOLS_TABLES_CODE_MEANINGS_H_
 #define KW_TRX_TOOLS_TABLES_CODE_MEANINGS_H_
 
+#include <optional>
+
+#include "modules/listed_modules.h"
 #include "traces/request_summaries.h"
 
 namespace kw::trx::tools {
+
+/// What the HAPs of the configured modules say of themselves; none without a configuration that
+/// loads.
+std::optional<HAPDescriptions> configuredDescriptions();
 
 /// Reads the descriptions in the modules of the configuration. Without one, as where a ring of
 /// another machine is read, nothing has a meaning.

@@ -5,13 +5,11 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 
 #include "common/characters.h"
 #include "common/text.h"
-#include "configuration/configuration.h"
 #include "kw/trx/errors.h"
-#include "modules/listed_modules.h"
+#include "tables/code_meanings.h"
 #include "traces/advice.h"
 #include "traces/catalogue.h"
 #include "traces/codes.h"
@@ -72,26 +70,29 @@ std::optional<std::uint32_t> knownDecimal(const std::string& code) {
   return known ? std::optional<std::uint32_t>(number) : std::nullopt;
 }
 
-/// Explains the error code as the HAPs of the configured modules describe it; false when none does.
-bool explainOfHAPs(std::uint32_t number) {
-  std::optional<std::vector<std::string>> modules;
-  try {
-    configuredTables(modules);
-  } catch (const std::runtime_error&) {
-    return false;  // it is for the other commands to tell
-  }
+/// Explains a code that the engine does not give: as descriptions of HAPs do, else by its class.
+void explainOfHAPs(std::uint32_t number) {
+  const std::optional<HAPDescriptions> descriptions = configuredDescriptions();
   bool found = false;
-  if (modules) {
-    for (const auto& [hap, description] : hapsOf(*modules).descriptions) {
-      const auto error = description.errors.find(number);
-      if (error != description.errors.end()) {
-        std::cout << hexText(number) << " as an error of the HAP " << visible(hap) << '\n';
-        printPart("means:  ", error->second);
-        found = true;
-      }
+  for (const auto& [hap, description] : descriptions.value_or(HAPDescriptions())) {
+    const auto error = description.errors.find(number);
+    if (error != description.errors.end()) {
+      std::cout << hexText(number) << " as an error of the HAP " << visible(hap) << '\n';
+      printPart("means:  ", error->second);
+      found = true;
     }
   }
-  return found;
+  if (found) {
+    return;
+  }
+  std::cout << hexText(number) << " as an error code or exception of a HAP, not of the engine\n";
+  printPart("means:  ", recordCodeMeaning(number));
+  printPart("do:     ", descriptions
+                            ? "look into the documentation of the HAP that failed: no configured "
+                              "module describes this code"
+                            : "give the system root of the host with --root, which tells the "
+                              "meaning if one of its modules describes it; else look into the "
+                              "documentation of the HAP that failed");
 }
 
 int explain(const std::string& code) {
@@ -112,14 +113,7 @@ int explain(const std::string& code) {
   if (!number) {
     return fail("'" + code + "' is no hexadecimal code; write one such as 7000a or 0x7000a");
   }
-  if (explainOfHAPs(*number)) {
-    return kExitOk;
-  }
-  std::cout << hexText(*number)
-            << " is no code and no trace id of the engine. As the error code or "
-            << "exception of a HAP:\n";
-  printPart("means:  ", recordCodeMeaning(*number));
-  printPart("do:     ", "look into the documentation of the HAP that failed");
+  explainOfHAPs(*number);
   return kExitOk;
 }
 
