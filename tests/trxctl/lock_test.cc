@@ -21,6 +21,13 @@ TEST(LockToolTest, TellsMakesAndRemovesTheSemaphore) {
   }
   const std::string name = "exclusion semaphore 0x56f9a0: ";
   EXPECT_EQ(json::parse(outputOf("lock --json"))["condition"], "missing");
+  ASSERT_GE(semget(trx::kExclusionSemaphoreKey, 1, IPC_CREAT | 0660), 0);
+  const std::string unfinished = runTool("lock");
+  EXPECT_NE(unfinished.find("  value:   0\n  made:    20"), std::string::npos) << unfinished;
+  EXPECT_NE(unfinished.find(", never used\n  waiting: 0\n  do:      trxctl lock --repair; "),
+            std::string::npos)
+      << unfinished;
+  EXPECT_EQ(runTool("lock --remove --force").find(name + "removed it"), 0U);
   EXPECT_EQ(runTool("lock --create"), name + "created it, free for one holder\n= 0\n");
   const std::string shown = runTool("lock");
   EXPECT_EQ(shown.substr(0, shown.find('\n')), name + "free: the next HAP gets it at once");

@@ -40,7 +40,7 @@ constexpr ConditionText kTexts[] = {
      "run as its owner or in its group, or let its owner remove it and create it anew"},
     {LockCondition::kUnfinished, "neverFinished",
      "it was never finished: whoever made it died before it was free for anybody, and all wait",
-     "trxctl lock --repair, or TRX::startUp"},
+     "trxctl lock --repair; hosts that wait go on at once"},
     {LockCondition::kAbandoned, "abandoned",
      "it is at 0, and the process that used it last has ended: all wait for ever",
      "trxctl lock --repair"},

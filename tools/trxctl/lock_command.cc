@@ -2,12 +2,14 @@
 #include <grp.h>
 #include <pwd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <ctime>
 #include <iostream>
 #include <memory>
 #include <tuple>
+#include <vector>
 
 #include "common/json.h"
 #include "common/text.h"
@@ -15,6 +17,7 @@
 #include "kw/trx/trx_lock.h"
 #include "lock/lock_repair.h"
 #include "lock/lock_state.h"
+#include "lock/waiting_processes.h"
 #include "trxctl/commands.h"
 #include "trxctl/text_output.h"
 
@@ -23,6 +26,7 @@ namespace {
 
 constexpr int kKey = trx::kExclusionSemaphoreKey;
 constexpr int kWatchPollMs = 200;
+constexpr std::size_t kMostWaiters = 10;  // more are counted
 
 struct LockOptions {
   bool create = false, remove = false, repair = false;
@@ -50,16 +54,33 @@ std::string modeText(const LockState& state) {
   return octal;
 }
 
-std::string processText(const LockState& state) {
-  if (state.process == 0) {
+std::string processText(pid_t process, const ProcessFacts& facts) {
+  if (process == 0) {
     return "a process of another PID namespace";
   }
-  std::string text = "process " + std::to_string(state.process);
-  if (state.facts.gone) {
+  std::string text = "process " + std::to_string(process);
+  if (facts.gone) {
     return text + ", which has ended";
   }
-  text += state.facts.command.empty() ? "" : " (" + state.facts.command + ")";
-  return text + (state.facts.started ? ", started " + localTimeText(*state.facts.started) : "");
+  text += facts.command.empty() ? "" : " (" + facts.command + ")";
+  return text + (facts.started ? ", started " + localTimeText(*facts.started) : "");
+}
+
+/// Those that wait, as far as they are seen.
+std::vector<pid_t> waitersOf(const LockState& state) {
+  return state.waiting > 0 ? processesWaitingFor(state.id) : std::vector<pid_t>();
+}
+
+void printWaiters(const LockState& state) {
+  std::cout << "  waiting: " << state.waiting << '\n';
+  const std::vector<pid_t> waiters = waitersOf(state);
+  const std::size_t shown = std::min(waiters.size(), kMostWaiters);
+  for (std::size_t i = 0; i < shown; ++i) {
+    std::cout << "           " << processText(waiters[i], factsOf(waiters[i])) << '\n';
+  }
+  if (shown < waiters.size()) {
+    std::cout << "           and " << waiters.size() - shown << " more\n";
+  }
 }
 
 std::string meaningText(const LockState& state) {
@@ -78,9 +99,12 @@ void print(const LockState& state) {
     std::cout << "  value:   " << state.value << '\n';
     if (state.used != 0) {
       std::cout << (held ? "  holder:  " : "  used:    ") << (held ? "since " : "last ")
-                << localTimeText(state.used) << " by " << processText(state) << '\n';
+                << localTimeText(state.used) << " by " << processText(state.process, state.facts)
+                << '\n';
+    } else {
+      std::cout << "  made:    " << localTimeText(state.changed) << ", never used\n";
     }
-    std::cout << "  waiting: " << state.waiting << '\n';
+    printWaiters(state);
   }
   if (isWrong(state.condition)) {
     std::cout << "  do:      " << adviceOf(state.condition) << '\n';
@@ -93,17 +117,16 @@ void printLine(const LockState& state) {
     std::cout << ", value " << state.value << ", waiting " << state.waiting;
   }
   if (state.condition == LockCondition::kHeld || state.condition == LockCondition::kAbandoned) {
-    std::cout << ", by " << processText(state);
+    std::cout << ", by " << processText(state.process, state.facts);
   }
   std::cout << std::endl;
 }
 
-void writeProcess(const LockState& state, JsonWriter& json) {
-  json.key("process").beginObject();
-  json.key("id").number(static_cast<std::uint64_t>(state.process));
-  json.key("ended").boolean(state.facts.gone).member("command", state.facts.command);
-  if (state.facts.started) {
-    json.key("started").number(static_cast<std::uint64_t>(*state.facts.started));
+void writeProcess(pid_t process, const ProcessFacts& facts, JsonWriter& json) {
+  json.beginObject().key("id").number(static_cast<std::uint64_t>(process));
+  json.key("ended").boolean(facts.gone).member("command", facts.command);
+  if (facts.started) {
+    json.key("started").number(static_cast<std::uint64_t>(*facts.started));
   }
   json.endObject();
 }
@@ -118,11 +141,17 @@ void writeJson(const LockState& state, bool in_one_line) {
     json.key("uid").number(state.uid).key("gid").number(state.gid);
     json.member("mode", modeText(state));
     json.key("used").number(static_cast<std::uint64_t>(state.used));
+    json.key("changed").number(static_cast<std::uint64_t>(state.changed));
   }
   if (state.readable) {
     json.key("value").number(static_cast<std::uint64_t>(state.value));
     json.key("waiting").number(static_cast<std::uint64_t>(state.waiting));
-    writeProcess(state, json);
+    writeProcess(state.process, state.facts, json.key("process"));
+    json.key("waiters").beginArray();
+    for (const pid_t waiter : waitersOf(state)) {
+      writeProcess(waiter, factsOf(waiter), json);
+    }
+    json.endArray();
   }
   std::cout << json.endObject().taken() << std::endl;
 }
