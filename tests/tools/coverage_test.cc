@@ -125,6 +125,15 @@ TEST(CoverageTest, TellsTheWayOfOneRequest) {
     way.finish();
     EXPECT_EQ(told(way), expected);
   }
+  // Hosts of other machines may have the same ids at the same time.
+  tools::RingRuns both(simulator.tables(), tools::RingRuns::Request{id, 12});
+  for (const auto& record : records) {
+    both.take(record, 0);
+    both.take(record, 1);
+  }
+  both.finish();
+  EXPECT_EQ(both.ringsOfRequest(), 2U);
+  EXPECT_EQ(told(both), "2/2/0 #1 #2; 2/2/0 #3 #4; 2/2/0 #5 #6; 2/0/0 #7 #8, failed; ");
 }
 
 }  // namespace

@@ -32,24 +32,29 @@ std::string countText(std::uint64_t count, const std::string& what) {
 }  // namespace
 
 RingRuns::RingRuns(const TableFlows& tables, const std::optional<Request>& request)
-    : tables_(tables),
-      request_(request),
-      counter_(tables, [this](const Slice& row) { return takes(row); }) {}
+    : tables_(tables), request_(request) {}
+
+RowCounter& RingRuns::counterOf(std::size_t ring) {
+  return counters_
+      .try_emplace(ring, tables_, [this, ring](const Slice& row) { return takes(row, ring); })
+      .first->second;
+}
 
 /// A row that goes on after an interruption has run before, but in another request.
-bool RingRuns::takes(const Slice& row) {
+bool RingRuns::takes(const Slice& row, std::size_t ring) {
   if (request_ && *request_ != Request{row.request, row.number}) {
     return false;
   }
-  statistics_.take(row);
+  statistics_.take(row, ring);
   went_on_[{row.table, row.row}] += row_begins_ ? 1 : 0;
   return request_ || !row.resumed;
 }
 
-SliceTracker::Place RingRuns::take(const kw::platform::TraceRecord& record) {
+SliceTracker::Place RingRuns::take(const kw::platform::TraceRecord& record, std::size_t ring) {
   row_begins_ = rowCommandOf(record) != nullptr;
-  SliceTracker::Place place = counter_.take(record);
+  SliceTracker::Place place = counterOf(ring).take(record);
   if (request_ && *request_ == Request{place.request, place.number}) {
+    rings_of_request_.insert(ring);
     noteTurns(record, place);
   }
   return place;
@@ -57,8 +62,20 @@ SliceTracker::Place RingRuns::take(const kw::platform::TraceRecord& record) {
 
 void RingRuns::finish() {
   row_begins_ = false;
-  counter_.finish();
+  for (auto& counter : counters_) {
+    counter.second.finish();
+  }
   statistics_.finish();
+}
+
+std::map<std::uint32_t, std::uint32_t> RingRuns::requests() const {
+  std::map<std::uint32_t, std::uint32_t> most;
+  for (const auto& counter : counters_) {
+    for (const auto& [id, number] : counter.second.requests()) {
+      most[id] = std::max(most[id], number);
+    }
+  }
+  return most;
 }
 
 void RingRuns::noteTurns(const kw::platform::TraceRecord& record,
@@ -84,7 +101,11 @@ void RingRuns::noteTurns(const kw::platform::TraceRecord& record,
 }
 
 GraphCounts RingRuns::counts() const {
-  GraphCounts counts = graphCountsOf(tables_, counter_.coverage());
+  Coverage coverage;
+  for (const auto& counter : counters_) {
+    merge(coverage, counter.second.coverage());
+  }
+  GraphCounts counts = graphCountsOf(tables_, coverage);
   countOnward(counts);
   const RowFinder finder(tables_);
   std::map<const FlowRow*, std::uint64_t> most_calls;
@@ -150,13 +171,21 @@ std::vector<std::string> RingRuns::tables() const {
 }
 
 std::vector<std::string> RingRuns::problems(const std::set<std::string>& tables) const {
+  std::map<RowName, std::string> changed;
+  std::map<std::string, std::uint64_t> unknown;
+  for (const auto& counter : counters_) {
+    changed.insert(counter.second.changed().begin(), counter.second.changed().end());
+    for (const auto& [table, rows] : counter.second.unknown()) {
+      unknown[table] += rows;
+    }
+  }
   std::vector<std::string> problems;
-  for (const auto& [row, words] : counter_.changed()) {
+  for (const auto& [row, words] : changed) {
     if (tables.count(row.first) != 0) {
       problems.push_back(words);
     }
   }
-  for (const auto& [table, rows] : counter_.unknown()) {
+  for (const auto& [table, rows] : unknown) {
     const bool is_drawn = table.empty() ? !request_ : tables.count(table) != 0;
     if (tables_.count(table) == 0 && is_drawn) {
       problems.push_back(notFoundText(table, rows));

@@ -28,8 +28,9 @@ class RingRuns {
   RingRuns& operator=(const RingRuns&) = delete;
   ~RingRuns() = default;
 
-  /// Takes the next record, in the order of time. Returns its place.
-  SliceTracker::Place take(const kw::platform::TraceRecord& record);
+  /// Takes the next record, in the order of time. Processes and threads of other rings are other
+  /// ones. Returns its place.
+  SliceTracker::Place take(const kw::platform::TraceRecord& record, std::size_t ring = 0);
 
   /// To be called once, after the last record.
   void finish();
@@ -45,8 +46,11 @@ class RingRuns {
   /// that is not there itself.
   std::vector<std::string> problems(const std::set<std::string>& tables) const;
 
-  /// How many requests have begun, by id.
-  const std::map<std::uint32_t, std::uint32_t>& requests() const { return counter_.requests(); }
+  /// How many requests have begun, by id; the most in one ring.
+  std::map<std::uint32_t, std::uint32_t> requests() const;
+
+  /// In how many rings the request is.
+  std::size_t ringsOfRequest() const { return rings_of_request_.size(); }
 
  private:
   using RowName = std::pair<std::string, std::uint32_t>;  // table and NUMBER
@@ -56,7 +60,8 @@ class RingRuns {
     bool has_more = false;
   };
 
-  bool takes(const Slice& row);
+  RowCounter& counterOf(std::size_t ring);
+  bool takes(const Slice& row, std::size_t ring);
   void noteTurns(const kw::platform::TraceRecord& record, const SliceTracker::Place& place);
   void countOnward(GraphCounts& counts) const;
   std::string noteOf(const Work& work, const WorkFigures& figures) const;
@@ -68,7 +73,8 @@ class RingRuns {
   std::map<RowName, std::uint64_t> went_on_;
   std::uint64_t turns_ = 0;
   std::map<RowName, Turns> turns_of_;
-  RowCounter counter_;
+  std::set<std::size_t> rings_of_request_;
+  std::map<std::size_t, RowCounter> counters_;  // by ring
 };
 
 }  // namespace kw::trx::tools

@@ -143,13 +143,16 @@ int addRuns(const GraphOptions& options, Picture& picture) {
   RingRuns runs(picture.tables.flows, request);
   SeenNames seen(wanted);
   for (kw::platform::TraceRecord record; rings.next(record);) {
-    seen.add(runs.take(record));
+    seen.add(runs.take(record, rings.ring()));
   }
   runs.finish();
   sayWhatIsLost(rings.doubtful(), rings.lost());
   const std::vector<std::string> missing = seen.missing(runs.requests());
   if (!missing.empty()) {
     return fail(missing.front());
+  }
+  if (runs.ringsOfRequest() > 1) {
+    return fail("request " + options.request + " is in more than one of the rings; name one ring");
   }
   const std::vector<std::string> ran = runs.tables();
   if (const std::vector<std::string> unknown = runs.problems({}); ran.empty() && !unknown.empty()) {
