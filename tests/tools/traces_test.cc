@@ -10,6 +10,7 @@
 #include "traces/changes.h"
 #include "traces/doubts.h"
 #include "traces/record_collector.h"
+#include "traces/record_words.h"
 #include "traces/request_summaries.h"
 #include "traces/statistics.h"
 #include "zqm_trx/trace_points.h"
@@ -419,6 +420,28 @@ TEST_F(SlicesTest, WhatMissingRecordsMakeDoubtfulIsLeftOut) {
     left_out += statistics.doubtful() != 0 ? 1 : 0;
   }
   EXPECT_GT(left_out, all.size() / 2);
+}
+
+TEST_F(SlicesTest, AClockThatIsPutBackCostsNoDurationsBehindThat) {
+  const std::vector<TraceRecord> records = {
+      recordAt(1000, 1, trx::kTrxHAPName.id, "A"),  recordAt(1010, 1, trx::kLockTake.id, ""),
+      recordAt(1050, 1, trx::kLockGiveBack.id, ""), recordAt(1060, 1, trx::kTrxHAPDone.id, "A"),
+      recordAt(1070, 1, trx::kTrxHAPName.id, "A"),  recordAt(1090, 1, trx::kLockTake.id, ""),
+      recordAt(480, 1, trx::kLockGiveBack.id, ""),  recordAt(490, 1, trx::kTrxHAPDone.id, "A"),
+      recordAt(500, 1, trx::kTrxHAPName.id, "A"),   recordAt(510, 1, trx::kLockTake.id, ""),
+      recordAt(550, 1, trx::kLockGiveBack.id, ""),  recordAt(560, 1, trx::kTrxHAPDone.id, "A")};
+  tools::Statistics statistics;
+  EXPECT_EQ(
+      slicesOf(records, statistics),
+      (std::vector<std::string>{"HAP /0  A 1000-1060", "HAP /0  A 460-490", "HAP /0  A 500-560"}));
+  const tools::WorkFigures& figures = statistics.all().at({"", 0, "", "A"});
+  EXPECT_EQ(figures.own.sum(), 150000U);
+  EXPECT_EQ(figures.lock_wait_ns, 0U);
+}
+
+TEST(RecordWordsTest, NoControlCharacterReachesATerminal) {
+  EXPECT_EQ(tools::describe(recordAt(1, 1, trx::kTrxTableName.id, "a\x7f\xc2\x9b\xc2\xa0\xc2")),
+            "table a??\xc2\xa0\xc2 is requested");
 }
 
 TEST(StatisticsTest, ChangesForTheWorseAreFoundAndNoiseIsNot) {

@@ -113,12 +113,13 @@ void appendWord(std::uint32_t word, char form, std::string& text) {
 }
 
 void appendText(const kw::platform::TraceRecord& record, std::string& text) {
-  for (const unsigned char c : record.data) {
-    if (c == '\0') {
-      break;
-    }
-    const bool control = c < ' ' || c == 0x7f;
+  for (std::size_t i = 0; i < record.data.size() && record.data[i] != '\0'; ++i) {
+    const unsigned char c = record.data[i];
+    const bool begins_control = c == 0xc2 && i + 1 < record.data.size() &&
+                                record.data[i + 1] >= 0x80 && record.data[i + 1] < 0xa0;
+    const bool control = c < ' ' || c == 0x7f || begins_control;
     text += control ? '?' : static_cast<char>(c);
+    i += begins_control ? 1 : 0;
   }
 }
 

@@ -99,6 +99,9 @@ void SliceTracker::noteRowFailure(Thread& thread, std::uint32_t code) {
 void SliceTracker::noteLock(Thread& thread, const kw::platform::TraceRecord& record) {
   if (record.id == trx::kLockTake.id) {
     thread.lock_since_ns = thread.last_ns;
+    if (lock_->last_give_back_ns > thread.last_ns) {
+      lock_->last_give_back_ns = 0;  // by a clock that was put back since
+    }
     return;
   }
   const bool failed = record.id == trx::kHAPExecLockFailed.id;

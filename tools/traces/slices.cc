@@ -37,6 +37,9 @@ SliceTracker::~SliceTracker() = default;
 SliceTracker::Place SliceTracker::take(const kw::platform::TraceRecord& record) {
   noteGap(record);
   Thread& thread = threads_[{record.process_id, record.thread_id}];
+  if (record.time_ns < thread.last_ns) {
+    stepBack(thread, thread.last_ns - record.time_ns);
+  }
   begin(thread, record);
   thread.last_ns = std::max(thread.last_ns, record.time_ns);
   countRequest(thread, record);
@@ -64,6 +67,22 @@ void SliceTracker::noteGap(const kw::platform::TraceRecord& record) {
     }
   }
   sequence_ = record.sequence;
+}
+
+/// The clock was put back: what is open began so much earlier by the new time.
+void SliceTracker::stepBack(Thread& thread, std::uint64_t by_ns) {
+  const auto shift = [by_ns](std::uint64_t& time_ns) {
+    time_ns = time_ns > by_ns ? time_ns - by_ns : time_ns == 0 ? 0 : 1;
+  };
+  for (Slice& slice : thread.open) {
+    for (std::uint64_t* const time_ns :
+         {&slice.begin_ns, &slice.end_ns, &slice.first_ns, &slice.maybe_end_ns}) {
+      shift(*time_ns);
+    }
+  }
+  shift(thread.lock_since_ns);
+  shift(thread.last_ns);
+  thread.shown = nullptr;
 }
 
 /// Numbers the request once its id is known: the first records of a HAP request do not tell it.

@@ -120,6 +120,7 @@ class SliceTracker {
   static void noteReturn(Thread& thread, bool left, bool thrown, std::uint32_t code);
   static void noteRowFailure(Thread& thread, std::uint32_t code);
   void refuse(Thread& thread);
+  static void stepBack(Thread& thread, std::uint64_t by_ns);
   void closeHAPsOfRow(Thread& thread);
   void closeRow(Thread& thread);
   static void failTables(Thread& thread);
