@@ -262,6 +262,8 @@ TEST_F(CommandTest, NamesOfConfiguredTablesStandForTheirFiles) {
       {"explore mornin --root .",
        "! trxctl: there is no file 'mornin', and no table of the configuration has that name; did "
        "you mean morning?\n= 2\n"},
+      {"check morning.csv odd nigh --root .",
+       "there is no file 'nigh', and no table of the configuration has that name\n= 2\n"},
       {"simulate noon.csv --root .", "has that name; name it noon\n"},
       {"simulate morning", "there is no file 'morning'; for the name of a table, give the system"},
       {"graph set --root .", "set: the engine does not load this table"}};

@@ -100,6 +100,10 @@ std::vector<std::string> namedFilesOrWords(const std::vector<std::string>& words
   std::vector<std::string> files;
   for (const std::string& word : words) {
     const std::string file = fileFor(word, configured);
+    const bool is_file_name = word.empty() || fs::path(word).has_extension();
+    if (file.empty() && !is_file_name) {
+      throw std::runtime_error(configured.problemOf(word));
+    }
     files.push_back(file.empty() ? word : file);
   }
   return files;

@@ -14,7 +14,7 @@ namespace kw::trx::tools {
 std::vector<std::string> namedFiles(const std::vector<std::string>& words);
 
 /// The same for a command that tells itself what is wrong with a file that is missing: a word that
-/// is neither stays as it is.
+/// is neither, but has an extension as files do, stays as it is.
 std::vector<std::string> namedFilesOrWords(const std::vector<std::string>& words);
 
 /// The files of all configured tables, in the order of the configuration; empty also when there is
