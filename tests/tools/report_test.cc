@@ -8,6 +8,7 @@
 #include "report/gathering.h"
 #include "report/page.h"
 #include "report/report_json.h"
+#include "report/shrinking.h"
 #include "report/time_buckets.h"
 #include "zqm_trx/trace_points.h"
 
@@ -34,6 +35,7 @@ class ReportTest : public ::testing::Test {
     record.thread_id = thread;
     record.id = static_cast<std::uint32_t>(point.id);
     record.level = point.level;
+    record.sequence = sequence;
     record.data.assign(text.c_str(), text.c_str() + text.size() + 1);
     if (!words.empty()) {
       record.data.assign(words.size() > 4 ? 32 : 16, 0);
@@ -69,6 +71,7 @@ class ReportTest : public ::testing::Test {
   tools::ReportGatherer gatherer;
   std::size_t ring = 0;
   std::uint32_t thread = 1;
+  std::uint64_t sequence = 0;
   std::uint64_t now_ns = kStartNs;
 };
 
@@ -177,6 +180,94 @@ TEST_F(ReportTest, EqualThreadsOfTwoRingsAreTwo) {
   EXPECT_EQ(told["threads"].size(), 2U);
   EXPECT_EQ(told["kept"][0]["name"], "A_Run");
   EXPECT_EQ(told["kept"][1]["ring"], 1);
+}
+
+TEST_F(ReportTest, NoNamesMakeThePageTooLarge) {
+  for (std::uint32_t kind = 0; kind < 120; ++kind) {
+    const std::string hostile = std::string(37, '<') + std::string(37, '"') + std::to_string(kind);
+    thread = 1 + kind;
+    write(trx::kTrxTableAdmitted, {kind});
+    write(trx::kTrxTableName, {}, hostile);
+    write(trx::kDriverStart, {}, hostile);
+    for (std::uint32_t row = 0; row < 300; ++row) {
+      write(trx::kCmdHAP, {kind, row});
+      write(trx::kHAPExecNested, {}, hostile);
+      write(trx::kHAPExecNestedEnd, {}, hostile);
+    }
+    if (kind % 2 == 0) {
+      write(trx::kDriverNestLimit, {}, hostile);
+    }
+  }
+  gatherer.finish(report);
+  ASSERT_GT(tools::jsonOf(report).size(), 2 * tools::kPageMostBytes);
+  const auto bounded = [this] {
+    const std::string text = tools::boundedJsonOf(report);
+    EXPECT_LT(tools::pageOf(text).size(), tools::kPageMostBytes);
+    return json::parse(text);
+  };
+  const json told = bounded();
+  EXPECT_EQ(told["leftOut"].size(), 1U);
+  std::uint64_t failures = told["otherFailures"].get<std::uint64_t>();
+  ASSERT_FALSE(told["failures"].empty());
+  for (const json& group : told["failures"]) {
+    failures += group["count"].get<std::uint64_t>();
+    const json& last = told["kept"].at(group["last"].get<std::size_t>());
+    EXPECT_EQ(last["name"], group["name"]);
+    EXPECT_EQ(last["slices"].size() + last["slicesLeftOut"].get<std::size_t>(), 601U);
+  }
+  EXPECT_EQ(failures, told["requests"]["failed"].get<std::uint64_t>());
+
+  // Neither do lists of lines, or a single text.
+  const std::string far_too_long(4000, '<');
+  for (int line = 0; line < 500; ++line) {
+    report.configuration.entries.push_back({});
+    report.configuration.entries.back().words = far_too_long;
+  }
+  report.machine.push_back({tools::Diagnosis::Verdict::kError, std::string(6000000, '<'), "", ""});
+  report.configuration.problem.assign(6000000, '<');
+  EXPECT_EQ(bounded()["leftOut"].size(), 2U);
+}
+
+TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
+  const auto beginTable = [this](std::uint32_t request) {
+    write(trx::kTrxTableAdmitted, {request});
+    write(trx::kTrxTableName, {}, "desk");
+    write(trx::kDriverStart, {}, "desk");
+    write(trx::kCmdStart, {request, 1});
+    write(trx::kCmdHAP, {request, 0x1f});
+  };
+  sequence = 1;
+  beginTable(0x11);
+  write(trx::kDriverNestLimit, {}, "desk");
+  beginTable(0x12);
+  sequence = 5;  // records are missing
+  runBadly("ADC_Read", 0x13, 0x20003);
+  thread = 2;
+  beginTable(0x14);
+  write(trx::kHAPExecNested, {}, "ADC_Read");
+  now_ns += 5000000;
+  write(trx::kHAPExecNestedEnd, {}, "ADC_Read");
+  write(trx::kCmdHAP, {0x14, 0x20});
+  gatherer.finish(report);
+  tools::FlowRow row{};
+  row.number = "1f";
+  row.number_value = 0x1f;
+  row.command = "END";
+  report.tables["desk"] = {"desk", "/board/desk.csv", {row}};
+  const json told = json::parse(tools::jsonOf(report));
+  std::map<std::string, json> changes;
+  for (const json& group : told["failures"]) {
+    changes[told["kept"][group["last"].get<std::size_t>()]["request"]] = group["fileChanged"];
+  }
+  EXPECT_EQ(changes["0x11"][0], "desk.csv has changed since: it has no row 1 now");
+  EXPECT_EQ(changes["0x11"][1].get<std::string>().find("desk.csv has changed since: row 1f is now"),
+            0U);
+  EXPECT_EQ(changes["0x13"].size(), 0U);
+  const json& open = told["kept"].back();
+  ASSERT_EQ(open["outcome"], "open") << told["kept"];
+  EXPECT_EQ(open["lastRecord"], "row desk/20: 0x14 runs row 0x20: HAP");
+  EXPECT_EQ(open["longest"]["row"], "1f");
+  EXPECT_GE(open["longest"]["ns"], 5000000);
 }
 
 TEST_F(ReportTest, NoNameEndsTheElementThatHoldsTheReport) {

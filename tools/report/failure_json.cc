@@ -5,6 +5,8 @@
 
 #include "common/text.h"
 #include "report/failure_groups.h"
+#include "report/request_facts.h"
+#include "tables/traced_rows.h"
 #include "traces/advice.h"
 #include "traces/catalogue.h"
 #include "traces/codes.h"
@@ -56,7 +58,7 @@ std::vector<std::string> detailOf(const std::vector<const TraceRecord*>& records
 class FailureWriter {
  public:
   FailureWriter(const Report& report, const TimedJson& timed)
-      : report_(report), timed_(timed), json_(timed.json()) {}
+      : report_(report), timed_(timed), json_(timed.json()), finder_(report.tables) {}
 
   void write() {
     json_.key("failures").beginArray();
@@ -114,6 +116,7 @@ class FailureWriter {
     }
     const auto kept = std::find(report_.kept.begin(), report_.kept.end(), group.last);
     json_.key("last").number(static_cast<std::uint64_t>(kept - report_.kept.begin()));
+    json_.texts("fileChanged", changesSince(*group.last, finder_));
     json_.texts("detail", detailOf(records, failure.hap));
     writeAdvice(failure, records);
     json_.key("records").beginArray();
@@ -143,6 +146,7 @@ class FailureWriter {
   const Report& report_;
   const TimedJson& timed_;
   JsonWriter& json_;
+  const RowFinder finder_;
 };
 
 }  // namespace

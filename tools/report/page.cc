@@ -3,6 +3,8 @@
 
 #include <iterator>
 
+#include "report/shrinking.h"
+
 namespace kw::trx::tools {
 namespace {
 
@@ -13,6 +15,7 @@ constexpr unsigned char kBefore[] = {
 constexpr unsigned char kBehind[] = {
 #include "report/page_behind.inc"
 };
+static_assert(sizeof(kBefore) + sizeof(kBehind) < kPageOwnBytes);
 
 }  // namespace
 

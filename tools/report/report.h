@@ -106,6 +106,11 @@ struct RequestCounts {
   std::uint64_t all = 0, ok = 0, failed = 0, refused = 0, waits = 0, open = 0;
 };
 
+/// How much of what is not bounded as it is gathered is told.
+struct ReportBounds {
+  std::size_t rows = 3000, tables = 1000, haps = 300;
+};
+
 struct Report {
   std::string version;       ///< of the tool
   std::uint64_t made_s = 0;  ///< when, seconds since 1970
@@ -130,6 +135,8 @@ struct Report {
   ConfigReport configuration;
   std::vector<Diagnosis> machine;
   CodeMeaning meaning;
+  ReportBounds bounds;
+  std::vector<std::string> left_out;  ///< sentences on what was too much for a page
 };
 
 }  // namespace kw::trx::tools

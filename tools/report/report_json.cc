@@ -2,11 +2,13 @@
 #include "report/report_json.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "report/failure_json.h"
+#include "report/request_facts.h"
 #include "report/table_json.h"
 #include "report/timed_json.h"
 #include "traces/doubts.h"
@@ -14,7 +16,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kHAPsMost = 300;
 constexpr const char* kKinds[] = {"request", "table", "row", "hap"};
 
 /// Writes a report. Times are written as they count from its first record.
@@ -49,6 +50,7 @@ class Writer {
     json_.key("records").number(report_.records);
     json_.key("doubtful").number(report_.doubtful).key("lost").number(report_.lost);
     json_.texts("missing", lossWords(report_.doubtful, report_.lost));
+    json_.texts("leftOut", report_.left_out);
   }
 
   void writeCounts() {
@@ -67,6 +69,9 @@ class Writer {
       if (request->summary.end != RequestEnd::kOk) {
         json_.member("words", outcomeText(request->summary, report_.meaning));
       }
+      if (request->summary.end == RequestEnd::kOpen) {
+        writeOpen(*request);
+      }
       json_.key("slices").beginArray();
       writeSlices(request->slices);
       json_.endArray();
@@ -76,6 +81,24 @@ class Writer {
       json_.endObject();
     }
     json_.endArray();
+  }
+
+  /// What a request that may hang was about.
+  void writeOpen(const KeptRequest& request) {
+    const RequestSummary& summary = request.summary;
+    json_.member("lastRecord", summary.last).member("often", summary.often);
+    std::string repeated;
+    if (summary.repeated) {
+      const RequestFailure& failure = *summary.repeated;
+      repeated = rowText(failure.table, failure.row) + " has failed " +
+                 std::to_string(summary.repeated_times) + " times: " + failure.event;
+    }
+    json_.member("repeated", repeated);
+    if (const std::optional<LongestRow> row = longestRowOf(request)) {
+      json_.key("longest").beginObject().member("table", row->table).member("row", row->row);
+      json_.member("command", row->command).member("name", row->name);
+      json_.key("runs").number(row->runs).key("ns").number(row->time_ns).endObject();
+    }
   }
 
   /// Outer ones before inner ones, each with how deep it lies.
@@ -163,6 +186,7 @@ class Writer {
 
   /// Those with the longest time together first.
   void writeHAPs() {
+    const std::size_t most = report_.bounds.haps;
     std::vector<const std::pair<const Work, WorkFigures>*> haps;
     for (const auto& one : report_.statistics.all()) {
       if (one.first.table.empty() && one.first.command.empty()) {
@@ -173,12 +197,12 @@ class Writer {
       return a->second.own.sum() > b->second.own.sum();
     });
     json_.key("haps").beginArray();
-    for (std::size_t i = 0; i < std::min(haps.size(), kHAPsMost); ++i) {
+    for (std::size_t i = 0; i < std::min(haps.size(), most); ++i) {
       json_.beginObject().member("name", haps[i]->first.name);
       writeFigures(haps[i]->second, json_);
       json_.endObject();
     }
-    json_.endArray().key("otherHaps").number(haps.size() - std::min(haps.size(), kHAPsMost));
+    json_.endArray().key("otherHaps").number(haps.size() - std::min(haps.size(), most));
   }
 
   void writeConfiguration() {

@@ -15,7 +15,6 @@ namespace {
 constexpr unsigned int kMedian = 50;
 constexpr unsigned int kNearlyAll = 99;
 constexpr unsigned int kAll = 100;
-constexpr std::size_t kRowsMost = 3000;
 
 using Figures = std::map<Work, WorkFigures>;
 using Entries = std::vector<const Figures::value_type*>;
@@ -23,7 +22,8 @@ using Entries = std::vector<const Figures::value_type*>;
 /// Writes the tables as long as there is room for rows.
 class TableWriter {
  public:
-  TableWriter(const Report& report, JsonWriter& json) : report_(report), json_(json) {
+  TableWriter(const Report& report, JsonWriter& json)
+      : report_(report), json_(json), room_(report.bounds.rows) {
     const RowFinder finder(report.tables);
     for (const auto& one : report.statistics.all()) {
       const Work& work = one.first;
@@ -46,8 +46,10 @@ class TableWriter {
 
   void write() {
     const std::vector<std::string> names = drawn();
+    const std::size_t most = report_.bounds.tables;
     json_.key("tables").beginArray();
-    for (const std::string& name : names) {
+    for (std::size_t i = 0; i < std::min(names.size(), most); ++i) {
+      const std::string& name = names[i];
       const auto flow = report_.tables.find(name);
       json_.beginObject().member("name", name);
       json_.key("known").boolean(flow != report_.tables.end());
@@ -59,13 +61,17 @@ class TableWriter {
       json_.endObject();
     }
     json_.endArray();
+    const std::set<std::string> drawn_names(names.begin(), names.end());
     std::vector<std::string> others;
     for (const auto& [name, flow] : report_.tables) {
-      if (std::find(names.begin(), names.end(), name) == names.end()) {
+      if (drawn_names.count(name) == 0) {
         others.push_back(name);
       }
     }
-    json_.texts("tablesNotRun", others);
+    std::size_t left_out = names.size() - std::min(names.size(), most);
+    left_out += others.size() - std::min(others.size(), most);
+    others.resize(std::min(others.size(), most));
+    json_.texts("tablesNotRun", others).key("tablesLeftOut").number(left_out);
   }
 
  private:
@@ -178,7 +184,7 @@ class TableWriter {
   std::map<std::string, Entries> by_table_;
   std::map<std::string, Entries> foreign_;  // rows that do not stand so in the file
   std::map<const FlowRow*, const WorkFigures*> figures_;
-  std::size_t room_ = kRowsMost;
+  std::size_t room_;
 };
 
 }  // namespace

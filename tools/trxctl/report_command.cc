@@ -14,7 +14,7 @@
 #include "kw/platform.h"
 #include "report/gathering.h"
 #include "report/page.h"
-#include "report/report_json.h"
+#include "report/shrinking.h"
 #include "tables/code_meanings.h"
 #include "tables/surroundings.h"
 #include "traces/ring_merger.h"
@@ -49,12 +49,12 @@ TableFlows tablesOf(const std::vector<std::string>& paths) {
   return readTables(files, configured).flows;
 }
 
-int writePage(const std::string& json, const std::string& output) {
+int writeFile(const std::string& content, const std::string& output) {
   if (kw::platform::TraceRingReader ring; ring.open(output) == 0) {
     return fail(output + " is a trace ring; name another file with -o");
   }
   std::ofstream file(output, std::ios::binary);
-  file << pageOf(json);
+  file << content;
   file.close();
   return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
 }
@@ -84,11 +84,12 @@ int report(const ReportOptions& options) {
   report.meaning = configuredMeanings();
   report.configuration = reportConfiguration();
   report.machine = examine({ZQM_TRX_VERSION, "", 0});
-  const std::string json = jsonOf(report);
-  if (options.json) {
+  const std::string json = boundedJsonOf(report);
+  if (options.output.empty()) {
     std::cout << json << '\n';
+    return kExitOk;
   }
-  return options.output.empty() ? kExitOk : writePage(json, options.output);
+  return writeFile(options.json ? json + '\n' : pageOf(json), options.output);
 }
 
 }  // namespace
@@ -110,8 +111,9 @@ void addReportCommand(CommandLine& line) {
                                   "Show this table file, or those of this folder, beside those of "
                                   "the configuration; may be repeated",
                                   "FILE|DIR"});
-  command.text(options->output, {"-o,--output", "Where to write the page", "FILE"});
-  command.flag(options->json, {"--json", "Print what the page shows as JSON"});
+  command.text(options->output,
+               {"-o,--output", "Where to write the page, with --json what it shows", "FILE"});
+  command.flag(options->json, {"--json", "Tell what the page shows as JSON, without the page"});
   command.run([options] { return report(*options); });
 }
 

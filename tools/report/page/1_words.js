@@ -116,7 +116,7 @@ function nameOf(request) {
 
 /// The process and thread, with the ring when there are several.
 function whereOf(request) {
-  return `${request.process}/${request.thread}` + (report.rings.length < 2 ? '' : ' in ' + report.rings[request.ring]);
+  return `${request.process}/${request.thread}` + (report.rings.length < 2 ? '' : ' in ' + (report.rings[request.ring] || 'ring ' + (request.ring + 1)));
 }
 
 function idOf(request) {

@@ -2,6 +2,7 @@
 // What failed: one line for equal failures, and the story of the last one of each.
 
 const OPEN_STORIES = 3;
+const OPEN_REQUESTS = 20;
 
 /// Where a request failed.
 function placeOf(group) {
@@ -95,7 +96,7 @@ function recentTable(group) {
 
 /// Terms with what is told of them; those without anything are left out.
 function factList(facts) {
-  return make('dl', {}, facts.filter(([, fact]) => fact !== '' && fact !== undefined)
+  return make('dl', {}, facts.filter(([, fact]) => fact !== '' && fact !== undefined && fact.length !== 0)
     .map(([term, fact]) => [make('dt', {}, term), make('dd', {}, fact)]));
 }
 
@@ -104,6 +105,7 @@ function story(group) {
   const detail = group.detail.map((word) => `${word} (${Number(word)})`).join(', ');
   const facts = [
     ['what failed', make('strong', {class: 'bad'}, group.words)],
+    ['the table since', group.fileChanged.map((words) => make('p', {class: 'note'}, words + ' – other than what ran here'))],
     ['how often', group.count === 1 ? 'once, at ' + clock(group.lastNs)
       : `${times(group.count)}, first ${clock(group.firstNs)}, last ${clock(group.lastNs)}`],
     ['this request otherwise', wellWords(group)],
@@ -136,22 +138,35 @@ function stories() {
   });
 }
 
-/// Requests that may hang, or whose process ended.
-function endless() {
-  const open = report.kept.filter((request) => request.outcome === 'open');
-  if (report.requests.open === 0) {
-    return '';
-  }
-  const rows = open.slice(-20).reverse().map((request) => [nameOf(request),
-    exactly(request.beginNs), whereOf(request), idOf(request), request.words]);
-  return [make('h3', {class: 'odd'}, 'Without an end'),
-    make('p', {}, `The rings do not tell the end of ${several(report.requests.open, 'request', 'requests')}: `
-      + 'it still ran, hung, or its process ended.'
-      + (rows.length < report.requests.open ? ` Here are the last ${rows.length}.` : '')),
-    make('div', {class: 'box'}, dataTable({text: 'Requests without an end', unseen: true},
-      [['request'], ['began', 'time'], ['process/thread'], ['id'], ['last record']], rows, true))];
+/// What an open request did most often, and where it kept failing.
+function oftenOf(request) {
+  return [request.often, request.repeated].filter((words) => words !== '').join('; ');
 }
 
+function longestOf({longest}) {
+  return longest === undefined ? '' : [make('span', {class: 'code'},
+    `${longest.table || '?'}/${longest.row} ${longest.command}` + (longest.name === '' ? '' : ' ' + longest.name)),
+    `: ${duration(longest.ns)}` + (longest.runs > 1 ? ` in ${count(longest.runs)} runs` : '')];
+}
+
+/// Requests that may hang, or whose process ended; those that began first stand first.
+function showOpen() {
+  const all = report.requests.open;
+  if (all === 0) {
+    return;
+  }
+  const rows = report.kept.filter((request) => request.outcome === 'open').slice(0, OPEN_REQUESTS).map((request) => [
+    nameOf(request), duration(report.endNs - request.beginNs),
+    [make('span', {class: 'time'}, exactly(request.endNs)), ': ' + request.lastRecord],
+    oftenOf(request), longestOf(request), exactly(request.beginNs), whereOf(request), idOf(request)]);
+  section('open', 'Not ended',
+    make('p', {}, `The rings do not tell the end of ${several(all, 'request', 'requests')}: `
+      + 'it still ran, hung, or its process ended.'
+      + (rows.length < all ? ` Here are ${rows.length} of them.` : '')),
+    make('div', {class: 'box'}, dataTable({text: 'Requests that have not ended', unseen: true},
+      [['request', 'name'], ['for at least'], ['last record'], ['ran most often'], ['took longest'],
+        ['began', 'time'], ['process/thread'], ['id']], rows, true)));
+}
 
 function showFailures() {
   const parts = report.failures.length === 0
@@ -161,5 +176,5 @@ function showFailures() {
     : [make('div', {class: 'wide box', id: 'overview'}, overview()),
       report.otherFailures === 0 ? '' : make('p', {class: 'note'},
         `${several(report.otherFailures, 'further failure is', 'further failures are')} of other kinds; they are only counted.`)];
-  section('failures', 'Failures', parts, stories(), endless());
+  section('failures', 'Failures', parts, stories());
 }

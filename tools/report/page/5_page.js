@@ -5,23 +5,23 @@ function showHead() {
   const {requests} = report;
   const bad = requests.failed + requests.refused;
   const title = requests.all === 0 ? 'No request in the trace'
-    : bad === 0 ? `None of ${several(requests.all, 'request', 'requests')} failed`
-      : `${count(bad)} of ${several(requests.all, 'request', 'requests')} failed`;
+    : (bad === 0 && requests.open === 0 ? 'None' : count(bad)) + ` of ${several(requests.all, 'request', 'requests')} failed`
+      + (requests.open === 0 ? '' : `; ${several(requests.open, 'has', 'have')} not ended`);
   document.title = title + ' – trace report';
   const [date, from] = wall(0);
   const [lastDate, to] = wall(report.endNs);
   const facts = [['well', requests.ok, 'good'], ['failed', requests.failed, 'bad'], ['refused', requests.refused, 'bad'],
-    ['waiting at the requester', requests.waits, ''], ['without an end', requests.open, 'odd']]
+    ['waiting at the requester', requests.waits, ''], ['not ended', requests.open, 'odd']]
     .filter(([, number]) => number > 0)
     .map(([words, number, kind]) => make('li', {}, make('b', {class: kind}, count(number)), ' ' + words));
   document.getElementById('head').append(
-    make('h1', {class: bad > 0 ? 'bad' : requests.all > 0 ? 'good' : undefined}, title),
+    make('h1', {class: bad > 0 ? 'bad' : requests.open > 0 ? 'odd' : requests.all > 0 ? 'good' : undefined}, title),
     make('p', {}, make('strong', {}, report.rings.join(', '))),
     report.records === 0 ? make('p', {class: 'soft'}, 'There is no record in it.')
       : make('p', {class: 'soft'}, `${date} ${from.slice(0, 8)} to ${date === lastDate ? '' : lastDate + ' '}${to.slice(0, 8)} ${zone}, `
         + `${duration(report.endNs)}, ${several(report.records, 'record', 'records')}`),
     make('ul', {class: 'facts', id: 'counts'}, facts),
-    ...report.missing.map((words) => make('p', {class: 'note', role: 'note'}, words)));
+    ...report.missing.concat(report.leftOut).map((words) => make('p', {class: 'note', role: 'note'}, words)));
 }
 
 const FIGURE_COLUMNS = [['calls', 'number'], ['failures', 'number'], ['least', 'number'], ['median', 'number'], ['99 %', 'number'],
@@ -78,6 +78,8 @@ function showLeftOut() {
     folded > 0 ? `${several(folded, 'request is', 'requests are')} folded into counts, statistics and the bars of the timeline.` : '',
     report.otherFailures > 0 ? `${several(report.otherFailures, 'failure', 'failures')} of kinds beyond the first ${report.failures.length} are only counted.` : '',
     report.threads.some((thread) => thread.process === 0) ? `The timeline has ${report.threads.length - 1} of ${count(report.threadsAll)} threads one by one; the others share a bar.` : '',
+    report.tablesLeftOut > 0 ? `${several(report.tablesLeftOut, 'table is', 'tables are')} not shown.` : '',
+    ...report.leftOut,
     ...report.missing,
   ].filter((words) => words !== '');
   section('left-out', 'Left out', facts.length === 0 ? make('p', {}, 'Nothing.') : make('ul', {}, facts.map((words) => make('li', {}, words))));
@@ -109,6 +111,7 @@ function openTarget() {
 
 showHead();
 showFailures();
+showOpen();
 showTimeline();
 showTables();
 showStatistics();

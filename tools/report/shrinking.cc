@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/shrinking.h"
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "report/report_json.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kSlicesMost = 32768;  ///< of all requests together
+constexpr std::size_t kSlicesOfRequest = 400;
+constexpr std::size_t kFailuresMost = 100;
+constexpr std::size_t kFirstRecords = 12;
+constexpr std::size_t kLastRecords = 48;
+constexpr std::size_t kRecentMost = 10;
+constexpr std::size_t kNamesMost = 300;
+constexpr std::size_t kLinesMost = 2048;
+constexpr std::size_t kProblemBytes = 4000;
+/// With so many halvings nothing is left of any list.
+constexpr unsigned int kStepsMost = 20;
+
+/// Halves the bounds of one report, again with each step.
+class Shrinker {
+ public:
+  explicit Shrinker(Report& report) : report_(report) {}
+
+  void step() {
+    ++steps_;
+    keepLessFailures();
+    keepLessRequests();
+    while (report_.names.size() > bound(kNamesMost)) {
+      report_.other_names += report_.names.back().durations.count();
+      report_.names.pop_back();
+    }
+    report_.bounds.rows /= 2;
+    report_.bounds.tables /= 2;
+    report_.bounds.haps /= 2;
+    lines_ += cut(report_.configuration.entries) + cut(report_.machine) + cut(report_.rings);
+    std::string& problem = report_.configuration.problem;
+    problem.resize(std::min(problem.size(), kProblemBytes));
+    report_.left_out = words();
+  }
+
+  bool isDone() const { return steps_ == kStepsMost; }
+
+ private:
+  std::size_t bound(std::size_t most) const { return most >> steps_; }
+
+  /// Leaves the first ones; returns how many it takes away.
+  template <typename Line>
+  std::size_t cut(std::vector<Line>& lines) const {
+    const std::size_t left = std::min(lines.size(), bound(kLinesMost));
+    const std::size_t taken = lines.size() - left;
+    lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(left), lines.end());
+    return taken;
+  }
+
+  void keepLessFailures() {
+    while (report_.failures.size() > bound(kFailuresMost)) {
+      report_.other_failures += report_.failures.back().count;
+      report_.failures.pop_back();
+    }
+    for (FailureGroup& group : report_.failures) {
+      KeptRecords& records = group.records;
+      const std::size_t first =
+          std::min(records.first.size(), std::max<std::size_t>(1, bound(kFirstRecords)));
+      const std::size_t last = std::min(records.last.size(), bound(kLastRecords));
+      records.left_out += records.first.size() - first + records.last.size() - last;
+      records.first.resize(first);
+      records.last.erase(records.last.begin(),
+                         records.last.end() - static_cast<std::ptrdiff_t>(last));
+      while (group.recent.size() > bound(kRecentMost)) {
+        group.recent.pop_front();
+      }
+    }
+  }
+
+  /// Leaves the last ones of the failures, then those without an end, then the latest.
+  void keepLessRequests() {
+    std::set<KeptRequestPtr> chosen;
+    for (const FailureGroup& group : report_.failures) {
+      chosen.insert(group.last);
+    }
+    std::size_t room = bound(kSlicesMost);
+    for (const bool is_open : {true, false}) {
+      for (auto at = report_.kept.rbegin(); at != report_.kept.rend(); ++at) {
+        const std::size_t size = 1 + std::min((*at)->slices.size(), bound(kSlicesOfRequest));
+        if (((*at)->summary.end == RequestEnd::kOpen) == is_open && size <= room &&
+            chosen.insert(*at).second) {
+          room -= size;
+        }
+      }
+    }
+    std::vector<KeptRequestPtr> kept;
+    for (const KeptRequestPtr& request : report_.kept) {
+      if (chosen.count(request) != 0) {
+        kept.push_back(trimmed(request));
+        for (FailureGroup& group : report_.failures) {
+          group.last = group.last == request ? kept.back() : group.last;
+        }
+      }
+    }
+    report_.kept = std::move(kept);
+  }
+
+  /// With its last slices alone.
+  KeptRequestPtr trimmed(const KeptRequestPtr& request) const {
+    const std::size_t most = bound(kSlicesOfRequest);
+    if (request->slices.size() <= most) {
+      return request;
+    }
+    const std::size_t cut = request->slices.size() - most;
+    const auto first = request->slices.begin() + static_cast<std::ptrdiff_t>(cut);
+    return std::make_shared<const KeptRequest>(KeptRequest{request->ring,
+                                                           request->summary,
+                                                           {first, request->slices.end()},
+                                                           request->slices_left_out + cut});
+  }
+
+  std::vector<std::string> words() const {
+    const auto text = [](std::size_t number) { return std::to_string(number); };
+    std::vector<std::string> words{
+        "With all that it could show the page would be larger than 5 MB. So it shows at most " +
+        text(bound(kFailuresMost)) + " kinds of failures, " + text(bound(kSlicesOfRequest)) +
+        " steps of a request, " + text(bound(kFirstRecords) + bound(kLastRecords)) +
+        " records of a failure, " + text(bound(kSlicesMost)) + " steps of all requests, " +
+        text(bound(kNamesMost)) + " names of requests, " + text(report_.bounds.haps) + " HAPs, " +
+        text(report_.bounds.tables) + " tables and " + text(report_.bounds.rows) +
+        " rows of tables."};
+    if (lines_ != 0) {
+      words.push_back("Left out of the lists of the configuration, the machine and the rings: " +
+                      text(lines_) + " lines.");
+    }
+    return words;
+  }
+
+  Report& report_;
+  unsigned int steps_ = 0;
+  std::size_t lines_ = 0;
+};
+
+}  // namespace
+
+std::string boundedJsonOf(Report& report) {
+  constexpr std::size_t most = kPageMostBytes - kPageOwnBytes;
+  std::string json = jsonOf(report);
+  for (Shrinker shrinker(report); json.size() > most && !shrinker.isDone();) {
+    shrinker.step();
+    json = jsonOf(report);
+  }
+  return json;
+}
+
+}  // namespace kw::trx::tools
