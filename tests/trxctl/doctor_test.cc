@@ -25,17 +25,24 @@ TEST(DoctorTest, EveryTroubleIsToldWithAWayOut) {
        "= 2\n"},
       {"hapmodule.number=2\nhapmodule.file.0=" MODULE_TORN
        "\nhapmodule.file.1=DIR/libzq_hap_no.so\n"
-       "haptable.number=2\nhaptable.file.0=DIR/bad.csv\nhaptable.file.1=DIR/odd.csv\n",
+       "haptable.number=3\nhaptable.file.0=DIR/bad.csv\nhaptable.file.1=DIR/odd.csv\n"
+       "haptable.file.2=DIR/torn.csv\n",
        "",
-       "error: module: " MODULE_TORN ": nothing defines the symbol|    do: see trxctl modules|"
-       "error: module: DIR/libzq_hap_no.so: No such file or directory|    do: see trxctl modules|"
-       "error: table: DIR/bad.csv: no row has VERSION|    do: see trxctl check|"
-       "warning: table: DIR/odd.csv:4: no table 'gone'|    do: see trxctl check",
+       "error: module: " MODULE_TORN ": nothing defines the symbol|"
+       "; its HAPs are called by the table torn|    do: mend or replace it|"
+       "error: module: DIR/libzq_hap_no.so: No such file or directory|    do: mend or replace it|"
+       "error: table: DIR/bad.csv: no row has VERSION|    do: mend the file|"
+       "warning: table: DIR/odd.csv:4: no table 'gone'|    do: mend the row|"
+       "warning: table: DIR/torn.csv:4: the module that exports the HAP 'TORN_Ok' would not load|"
+       "warning: table: DIR/torn.csv:5: no listed module exports the HAP 'TORN_None': the module "
+       "file |"
+       "does not export it, and would not load",
        "= 2\n"},
       {"hapmodule.number=0\nhaptable.number=0\n", "--ring DIR",
-       "error: ring: DIR: is no regular file|    do: give the host a file", "= 2\n"},
+       "error: place for the ring: DIR: is no regular file|    do: give the host a file", "= 2\n"},
       {"hapmodule.number=0\nhaptable.number=0\n", "--ring DIR/none/x.ring",
-       "error: ring: DIR/none/x.ring: cannot be made in DIR/none: No such file|    do: give",
+       "error: place for the ring: DIR/none/x.ring: cannot be made in DIR/none: No such file|    "
+       "do: give",
        "= 2\n"},
   };
   const TempDir dir;
@@ -43,6 +50,8 @@ TEST(DoctorTest, EveryTroubleIsToldWithAWayOut) {
   dir.write("good.csv", "FORMAT,0\nVERSION,1\n,1,START\n,2,END\n");
   dir.write("bad.csv", "FORMAT,0\n,1,START\n,2,END\n");
   dir.write("odd.csv", "FORMAT,0\nVERSION,1\n,1,START\n,2,TABLE,gone\n,3,END\n");
+  dir.write("torn.csv",
+            "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TORN_Ok\n,3,HAP,TORN_None\n,4,END\n");
   for (const Trouble& trouble : troubles) {
     dir.write("trx.conf", replaced(trouble.lines, "DIR", dir.path()));
     const std::string told =

@@ -3,10 +3,12 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
+#include "common/characters.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "configuration/configuration.h"
@@ -17,11 +19,37 @@
 #include "kw/trx/trx_lock.h"
 #include "lock/lock_state.h"
 #include "tables/check.h"
+#include "zqm_trx/module_key.h"
+#include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
 namespace {
 
 using Verdict = Diagnosis::Verdict;
+
+constexpr std::size_t kCallersMost = 10;
+
+/// "; its HAPs are called by the tables init and selftest"; empty when none calls them.
+std::string callersText(const TableFlows& tables, const std::string& key) {
+  std::vector<std::string> callers;
+  for (const auto& [name, flow] : tables) {
+    if (std::any_of(flow.rows.begin(), flow.rows.end(), [&key](const FlowRow& row) {
+          return row.command == trx::kCommandHAP && trx::keyOfHAP(row.name) == key;
+        })) {
+      callers.push_back(visible(name));
+    }
+  }
+  if (callers.empty() || key.empty()) {
+    return {};
+  }
+  const std::size_t others = callers.size() - std::min(callers.size(), kCallersMost);
+  callers.resize(callers.size() - others);
+  if (others != 0) {
+    callers.push_back(std::to_string(others) + " more");
+  }
+  return "; its HAPs are called by " +
+         std::string(callers.size() == 1 ? "the table " : "the tables ") + tools::listed(callers);
+}
 
 class Examiner {
  public:
@@ -30,13 +58,15 @@ class Examiner {
   std::vector<Diagnosis> run() {
     examineVersions();
     if (examineConfiguration()) {
-      examineModules();
-      examineTables();
+      const std::vector<std::string> tables = tableFiles();
+      const Surroundings around = surroundingsOf(tables);
+      examineModules(around.tables.flows);
+      examineTables(tables, around);
       examineLock();
     }
     if (!request_.ring.empty()) {
       const std::string problem = ringProblem(request_.ring, request_.ring_records);
-      judge("ring", request_.ring, problem,
+      judge("place for the ring", request_.ring, problem,
             "give the host a file in a folder that it may write to, with room");
     }
     return found_;
@@ -84,11 +114,21 @@ class Examiner {
     return report.problem.empty();
   }
 
-  void examineModules() {
+  static std::vector<std::string> tableFiles() {
+    std::vector<std::string> tables;
+    for (const std::string& file : trx::TRXConfig::getInstance().getTableFiles()) {
+      tables.push_back(absolutePath("/" + file));
+    }
+    return tables;
+  }
+
+  void examineModules(const TableFlows& tables) {
     const trx::TRXConfig& config = trx::TRXConfig::getInstance();
     for (const ListedModule& listed : inspectModules(config.getHAPModuleFiles())) {
-      judge("module", listed.file, tools::listed(listed.module.problems),
-            "see trxctl modules; the host does not load without it unless "
+      std::string problem = tools::listed(listed.module.problems);
+      problem += problem.empty() ? "" : callersText(tables, listed.module.key);
+      judge("module", listed.file, problem,
+            "mend or replace it; the host does not load without it unless "
             "hapmodule.loading.err.mode is continue");
       if (!listed.replaced_by.empty()) {
         add(Verdict::kWarning, "module", listed.file + ": " + listed.replaced_by + " takes its key",
@@ -97,14 +137,7 @@ class Examiner {
     }
   }
 
-  void examineTables() {
-    const std::vector<std::string>& files = trx::TRXConfig::getInstance().getTableFiles();
-    std::vector<std::string> tables;
-    tables.reserve(files.size());
-    for (const std::string& file : files) {
-      tables.push_back(absolutePath("/" + file));
-    }
-    const Surroundings around = surroundingsOf(tables);
+  void examineTables(const std::vector<std::string>& tables, const Surroundings& around) {
     for (const std::string& file : tables) {
       const CheckedFile checked = checkFile(file, around);
       if (checked.findings.empty()) {
@@ -114,7 +147,9 @@ class Examiner {
         add(finding.is_error ? Verdict::kError : Verdict::kWarning, "table",
             file + (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " +
                 finding.words,
-            "see trxctl check");
+            finding.is_error ? "mend the file; the host does not load without it unless "
+                               "haptable.loading.err.mode is continue"
+                             : "mend the row or what it names, unless it is meant so");
       }
     }
   }

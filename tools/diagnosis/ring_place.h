@@ -4,9 +4,13 @@
 #define KW_TRX_TOOLS_DIAGNOSIS_RING_PLACE_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace kw::trx::tools {
+
+/// Size in bytes of the file of a ring for so many records, at most 2^24.
+std::uint64_t ringFileBytes(std::size_t records);
 
 /// Why this user cannot make a ring of so many records there, in words; empty: it can.
 std::string ringProblem(const std::string& file, std::size_t records);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modules/listed_modules.h"
 
+#include "common/paths.h"
+
 namespace kw::trx::tools {
 
 std::vector<ListedModule> inspectModules(const std::vector<std::string>& files) {
@@ -34,6 +36,9 @@ KnownHAPs hapsOf(const std::vector<std::string>& files) {
     for (const std::string& hap : loads ? former : module.haps) {
       haps.lost[hap] = loads ? "is replaced by a later one of its key" : "would not load";
     }
+    if (!loads && !module.key.empty()) {
+      haps.broken[module.key] = fileNameOf(file);
+    }
     if (loads) {
       former = module.haps;
       for (const std::string& hap : former) haps.descriptions.erase(hap);
@@ -46,6 +51,7 @@ KnownHAPs hapsOf(const std::vector<std::string>& files) {
   }
   haps.known.emplace();
   for (const auto& [key, names] : loaded) {
+    if (!names.empty()) haps.broken.erase(key);
     haps.known->insert(names.begin(), names.end());
   }
   return haps;

@@ -26,6 +26,8 @@ std::vector<ListedModule> inspectModules(const std::vector<std::string>& files);
 struct KnownHAPs {
   std::optional<std::set<std::string>> known;  ///< of the modules that load; none: not known
   std::map<std::string, std::string> lost;     ///< of the others, and what befalls these
+  std::map<std::string, std::string> broken;   ///< names of files that would not load, by key, when
+                                               ///< no other one loads for it
   HAPDescriptions descriptions;                ///< of those that describe themselves
 };
 

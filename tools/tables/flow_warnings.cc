@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tables/flow_warnings.h"
 
+#include "common/characters.h"
 #include "common/text.h"
 #include "tables/cell_number.h"
 #include "tables/cycle_warnings.h"
+#include "zqm_trx/module_key.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
@@ -81,6 +83,13 @@ class FlowWarner {
       add(row, trx::kPlaceName,
           "the module that exports the HAP '" + row.name + "' " + lost->second +
               "; trxctl modules tells more");
+      return;
+    }
+    const auto broken = around_.haps.broken.find(std::string(trx::keyOfHAP(row.name)));
+    if (broken != around_.haps.broken.end()) {
+      add(row, trx::kPlaceName,
+          "no listed module exports the HAP '" + row.name + "': the module file " +
+              visible(broken->second) + " does not export it, and would not load");
       return;
     }
     const auto [known, is_new] = near_.try_emplace(row.name);
