@@ -4,13 +4,12 @@
 #include <algorithm>
 
 #include "common/text.h"
+#include "report/bounds.h"
 #include "traces/codes.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kGroupsMost = 100;
-constexpr std::size_t kRecentMost = 10;
 constexpr std::size_t kTimesMost = 64;
 
 /// What equal failures have in common: all but the id of the request, which some events name.

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "coverage/graph_counts.h"
+#include "report/bounds.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -13,7 +14,6 @@ using kw::platform::TraceRecord;
 
 constexpr std::size_t kLanesMost = 64;
 constexpr std::size_t kBucketsMost = 256;
-constexpr std::size_t kNamesMost = 300;
 
 /// Spreads a request over the buckets that it was busy in.
 void addTo(TimeBuckets<ThreadLoad>& load, const RequestSummary& request) {

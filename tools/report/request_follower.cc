@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report/request_follower.h"
 
+#include "report/bounds.h"
 #include "traces/record_words.h"
 #include "zqm_trx/trace_points.h"
 
@@ -8,10 +9,6 @@ namespace kw::trx::tools {
 namespace {
 
 using kw::platform::TraceRecord;
-
-constexpr std::size_t kFirstRecords = 12;
-constexpr std::size_t kLastRecords = 48;
-constexpr std::size_t kSlicesOfRequest = 400;
 
 /// The first record of a request.
 bool isBegin(const TraceRecord& record) {

@@ -7,18 +7,13 @@
 #include <utility>
 #include <vector>
 
+#include "report/bounds.h"
 #include "report/report_json.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kSlicesMost = 32768;  ///< of all requests together
-constexpr std::size_t kSlicesOfRequest = 400;
-constexpr std::size_t kFailuresMost = 100;
-constexpr std::size_t kFirstRecords = 12;
-constexpr std::size_t kLastRecords = 48;
-constexpr std::size_t kRecentMost = 10;
-constexpr std::size_t kNamesMost = 300;
+constexpr std::size_t kAllSlicesMost = 32768;  ///< of all requests together
 constexpr std::size_t kLinesMost = 2048;
 constexpr std::size_t kProblemBytes = 4000;
 /// With so many halvings nothing is left of any list.
@@ -61,7 +56,7 @@ class Shrinker {
   }
 
   void keepLessFailures() {
-    while (report_.failures.size() > bound(kFailuresMost)) {
+    while (report_.failures.size() > bound(kGroupsMost)) {
       report_.other_failures += report_.failures.back().count;
       report_.failures.pop_back();
     }
@@ -86,7 +81,7 @@ class Shrinker {
     for (const FailureGroup& group : report_.failures) {
       chosen.insert(group.last);
     }
-    std::size_t room = bound(kSlicesMost);
+    std::size_t room = bound(kAllSlicesMost);
     for (const bool is_open : {true, false}) {
       for (auto at = report_.kept.rbegin(); at != report_.kept.rend(); ++at) {
         const std::size_t size = 1 + std::min((*at)->slices.size(), bound(kSlicesOfRequest));
@@ -126,9 +121,9 @@ class Shrinker {
     const auto text = [](std::size_t number) { return std::to_string(number); };
     std::vector<std::string> words{
         "With all that it could show the page would be larger than 5 MB. So it shows at most " +
-        text(bound(kFailuresMost)) + " kinds of failures, " + text(bound(kSlicesOfRequest)) +
+        text(bound(kGroupsMost)) + " kinds of failures, " + text(bound(kSlicesOfRequest)) +
         " steps of a request, " + text(bound(kFirstRecords) + bound(kLastRecords)) +
-        " records of a failure, " + text(bound(kSlicesMost)) + " steps of all requests, " +
+        " records of a failure, " + text(bound(kAllSlicesMost)) + " steps of all requests, " +
         text(bound(kNamesMost)) + " names of requests, " + text(report_.bounds.haps) + " HAPs, " +
         text(report_.bounds.tables) + " tables and " + text(report_.bounds.rows) +
         " rows of tables."};

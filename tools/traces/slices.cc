@@ -2,7 +2,6 @@
 #include "traces/slices.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include "traces/interruptions.h"
 #include "traces/record_words.h"
@@ -370,39 +369,6 @@ void SliceTracker::endTable(Thread& thread, bool with_error) {
   const bool was_first = thread.open.size() == 1;
   if (was_first && !thread.error_end) {
     closeAll(thread, true);
-  }
-}
-
-const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind) {
-  if (place.slices == nullptr) {
-    return nullptr;
-  }
-  const auto found = std::find_if(place.slices->rbegin(), place.slices->rend(),
-                                  [kind](const Slice& slice) { return slice.kind == kind; });
-  return found == place.slices->rend() ? nullptr : &*found;
-}
-
-bool isRowOf(const Slice& slice, const char* command) {
-  return slice.kind == Slice::Kind::kRow && std::string_view(slice.command) == command;
-}
-
-const char* rowCommandOf(const kw::platform::TraceRecord& record) {
-  switch (record.id) {
-    case trx::kCmdStart.id:
-      return trx::kCommandStart;
-    case trx::kCmdHAP.id:
-      return trx::kCommandHAP;
-    case trx::kCmdCheck.id:
-      return trx::kCommandCheck;
-    case trx::kCmdWait.id:
-      return trx::kCommandWait;
-    case trx::kCmdTable.id:
-      return trx::kCommandTable;
-    case trx::kCmdEnd.id:
-    case trx::kCmdEndMessage.id:
-      return trx::kCommandEnd;
-    default:
-      return nullptr;
   }
 }
 
