@@ -29,8 +29,10 @@ TEST(DoctorTest, EveryTroubleIsToldWithAWayOut) {
        "haptable.file.2=DIR/torn.csv\n",
        "",
        "error: module: " MODULE_TORN ": nothing defines the symbol|"
-       "; its HAPs are called by the table torn|    do: mend or replace it|"
-       "error: module: DIR/libzq_hap_no.so: No such file or directory|    do: mend or replace it|"
+       "; its HAPs are called by the table torn|    do: mend or replace it, or install what it "
+       "needs|"
+       "error: module: DIR/libzq_hap_no.so: No such file or directory|    do: mend or replace it, "
+       "or install what it needs|"
        "error: table: DIR/bad.csv: no row has VERSION|    do: mend the file|"
        "warning: table: DIR/odd.csv:4: no table 'gone'|    do: mend the row|"
        "warning: table: DIR/torn.csv:4: the module that exports the HAP 'TORN_Ok' would not load|"

@@ -127,9 +127,10 @@ class Examiner {
     for (const ListedModule& listed : inspectModules(config.getHAPModuleFiles())) {
       std::string problem = tools::listed(listed.module.problems);
       problem += problem.empty() ? "" : callersText(tables, listed.module.key);
-      judge("module", listed.file, problem,
-            "mend or replace it; the host does not load without it unless "
-            "hapmodule.loading.err.mode is continue");
+      judge(
+          "module", listed.file, problem,
+          "mend or replace it, or install what it needs; the host does not load without it unless "
+          "hapmodule.loading.err.mode is continue");
       if (!listed.replaced_by.empty()) {
         add(Verdict::kWarning, "module", listed.file + ": " + listed.replaced_by + " takes its key",
             "list one of the two");
