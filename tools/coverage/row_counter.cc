@@ -29,7 +29,7 @@ SliceTracker::Place RowCounter::take(const kw::platform::TraceRecord& record) {
   }
   SliceTracker::Place place = tracker_.take(record);
   if (told && innermost(place, Slice::Kind::kTable) == nullptr) {
-    ++unknown_[std::string()];
+    ++unknown_[kUnknownTable];
   }
   return place;
 }

@@ -12,8 +12,10 @@
 #include "coverage/row_counter.h"
 #include "simulation/case_run.h"
 #include "tables/surroundings.h"
+#include "traces/ring_merger.h"
 #include "trxctl/commands.h"
 #include "trxctl/text_output.h"
+#include "trxctl/trace_summary.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -44,7 +46,7 @@ void addCases(const std::string& name, Coverage& coverage) {
 
 /// Adds what the hosts of a ring ran of `tables`.
 void addRing(const std::string& name, const TableFlows& tables, Coverage& coverage) {
-  kw::platform::TraceRingReader ring;
+  RingMerger ring;
   if (ring.open(name) != 0) {
     throw std::runtime_error(name + ": " +
                              (errno == EINVAL
@@ -57,6 +59,7 @@ void addRing(const std::string& name, const TableFlows& tables, Coverage& covera
     counter.take(record);
   }
   counter.finish();
+  sayWhatIsLost(ring.doubtful(), ring.lost());
   merge(coverage, counter.coverage());
   for (const auto& [table, rows] : counter.unknown()) {
     std::cerr << "trxctl: " << name << ": " << notFoundText(table, rows) << '\n';
