@@ -11,16 +11,6 @@ namespace {
 using kw::platform::TraceRecord;
 
 /// The first record of a request.
-bool isBegin(const TraceRecord& record) {
-  return record.id == trx::kTrxHAPName.id || record.id == trx::kTrxTableAdmitted.id;
-}
-
-/// Tells of a request that came to nothing, and leaves the one that its thread runs alone.
-bool isRefusal(const TraceRecord& record) {
-  return record.id == trx::kTrxTableStopped.id || record.id == trx::kTrxNoContext.id ||
-         record.id == trx::kTrxContextRunning.id || record.id == trx::kTrxTableRefused.id;
-}
-
 void note(KeptRecords& records, const TraceRecord& record) {
   if (records.first.size() < kFirstRecords) {
     records.first.push_back(record);
@@ -45,12 +35,12 @@ RequestFollower::RequestFollower(std::size_t ring, RequestSink& sink,
 void RequestFollower::take(const TraceRecord& record) {
   Thread& thread = threads_[{record.process_id, record.thread_id}];
   record_ = &record;
-  if (!isBegin(record)) {
+  if (!beginsRequest(record)) {
     note(thread.records, record);
   }
   tracker_.take(record);
   summaries_.take(record);
-  if (isBegin(record)) {
+  if (beginsRequest(record)) {
     close(thread);
     thread = Thread();
     note(thread.records, record);
@@ -84,7 +74,7 @@ void RequestFollower::noteSlice(const Slice& slice) {
 
 void RequestFollower::noteEnd(const RequestSummary& request) {
   sink_.takeEnd(request, ring_);
-  if (record_ != nullptr && isRefusal(*record_)) {
+  if (record_ != nullptr && tellsOfRefusal(*record_)) {
     KeptRecords records;
     records.first.push_back(*record_);
     return sink_.takeWhole({ring_, request, {}, 0}, std::move(records), 0);

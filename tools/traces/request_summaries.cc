@@ -15,16 +15,6 @@ using kw::platform::TraceRecord;
 
 constexpr std::size_t kUnitsMost = 8;
 
-bool isBegin(const TraceRecord& record) {
-  return record.id == trx::kTrxHAPName.id || record.id == trx::kTrxTableAdmitted.id;
-}
-
-/// A request that came to nothing, and leaves the one that its thread runs alone.
-bool isRefusal(const TraceRecord& record) {
-  return record.id == trx::kTrxTableStopped.id || record.id == trx::kTrxNoContext.id ||
-         record.id == trx::kTrxContextRunning.id || record.id == trx::kTrxTableRefused.id;
-}
-
 /// The request is over, though its slice is not.
 bool isEnd(const TraceRecord& record) {
   return record.id == trx::kTrxHAPStopped.id || record.id == trx::kTrxNoModule.id ||
@@ -88,10 +78,10 @@ void RequestSummaries::take(const TraceRecord& record) {
   Running& running = threads_[taken_of_];
   slice_ended_ = false;
   const SliceTracker::Place place = tracker_.take(record);
-  if (isBegin(record)) {
+  if (beginsRequest(record)) {
     close(running, true);
     begin(running, record);
-  } else if (isRefusal(record)) {
+  } else if (tellsOfRefusal(record)) {
     return refuse(record);
   } else if (isBehindRequests(record)) {
     return close(running, true);
@@ -112,7 +102,7 @@ void RequestSummaries::take(const TraceRecord& record) {
   summary.end_ns = std::max(summary.end_ns, record.time_ns);
   running.last = record;
   note(running, record, place);
-  if ((slice_ended_ && !isBegin(record)) || isEnd(record)) {
+  if ((slice_ended_ && !beginsRequest(record)) || isEnd(record)) {
     close(running, false);
   }
 }

@@ -22,6 +22,15 @@ bool isRowOf(const Slice& slice, const char* command) {
   return slice.kind == Slice::Kind::kRow && std::string_view(slice.command) == command;
 }
 
+bool beginsRequest(const kw::platform::TraceRecord& record) {
+  return record.id == trx::kTrxHAPName.id || record.id == trx::kTrxTableAdmitted.id;
+}
+
+bool tellsOfRefusal(const kw::platform::TraceRecord& record) {
+  return record.id == trx::kTrxTableStopped.id || record.id == trx::kTrxNoContext.id ||
+         record.id == trx::kTrxContextRunning.id || record.id == trx::kTrxTableRefused.id;
+}
+
 const char* rowCommandOf(const kw::platform::TraceRecord& record) {
   switch (record.id) {
     case trx::kCmdStart.id:

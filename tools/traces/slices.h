@@ -151,6 +151,13 @@ const Slice* innermost(const SliceTracker::Place& place, Slice::Kind kind);
 /// True for a row with this command.
 bool isRowOf(const Slice& slice, const char* command);
 
+/// True for the first record of a request.
+bool beginsRequest(const kw::platform::TraceRecord& record);
+
+/// True for a record of a request that came to nothing, and leaves that which its thread runs
+/// alone.
+bool tellsOfRefusal(const kw::platform::TraceRecord& record);
+
 /// The command of the row that begins with a record; null: none does.
 const char* rowCommandOf(const kw::platform::TraceRecord& record);
 
