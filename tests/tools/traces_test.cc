@@ -392,7 +392,7 @@ TEST_F(SlicesTest, TheWaitForAnotherHolderOfTheLockIsNotOnesOwnTime) {
 TEST_F(SlicesTest, WhatMissingRecordsMakeDoubtfulIsLeftOut) {
   configure({MODULE_TST}, {dir.write("t.csv",
                                      "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_Ok\n,3,"
-                                     "HAP,TST_Fail,,NOP,0\n,4,END\n")});
+                                     "HAP,TST_Fail,,NOP,0 0\n,4,END\n")});
   start();
   const std::vector<TraceRecord> all = recordsOf([&] {
     for (int i = 0; i < 2; ++i) {
