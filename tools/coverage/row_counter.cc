@@ -42,7 +42,7 @@ void RowCounter::count(const Slice& row) {
   const RowFinder::Found found = finder_.find(ran);
   if (!found.is_same) {
     ++unknown_[ran.table];
-    if (found.table != nullptr) {
+    if (found.table != nullptr && !row.doubtful) {
       changed_.emplace(std::make_pair(ran.table, ran.number), changeText(found, ran));
     }
     return;

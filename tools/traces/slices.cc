@@ -60,7 +60,7 @@ void SliceTracker::makeDoubtful(Thread& thread) {
 
 /// Records that are missing before this one may have been of any request that runs.
 void SliceTracker::noteGap(const kw::platform::TraceRecord& record) {
-  if (record.sequence > sequence_ + 1 && sequence_ != 0) {
+  if (sequence_ && record.sequence > *sequence_ + 1) {
     for (auto& [id, thread] : threads_) {
       makeDoubtful(thread);
     }

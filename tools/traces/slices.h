@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -142,7 +143,7 @@ class SliceTracker {
   std::unique_ptr<Interruptions> interrupted_;
   std::map<std::uint32_t, std::uint32_t> requests_;  ///< how many, by id
   std::shared_ptr<LockHistory> lock_;
-  std::uint64_t sequence_ = 0;  ///< of the last record
+  std::optional<std::uint64_t> sequence_;  ///< of the last record
 };
 
 /// The innermost slice of a kind that a record belongs to; null: none. It lives as long as `place`.

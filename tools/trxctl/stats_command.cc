@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cstdio>
+#include <iomanip>
 #include <iostream>
 #include <memory>
 
@@ -72,9 +73,9 @@ int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
 
 void printColumns(const std::vector<std::string>& columns, const std::string& name) {
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    std::printf("%*s", i < 2 ? 8 : 11, columns[i].c_str());
+    std::cout << std::setw(i < 2 ? 8 : 11) << columns[i];
   }
-  std::printf("  %s\n", name.c_str());
+  std::cout << "  " << name << '\n';
 }
 
 void printFigures(const Entry& entry) {
