@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Counts the instructions of one top-level HAP request, one table row with a HAP and one trace record
-# under valgrind, and compares them with bench/kept_instructions.txt:
+# Counts the instructions of one top-level HAP request, one table row with a HAP, one trace record and
+# one row of a table that is loaded, under valgrind, and compares them with bench/kept_instructions.txt:
 #   scripts/check_instructions.sh [--update] [BUILD_FOLDER]
 # More than 5 % up fails and tells which functions grew; --update keeps the new counts instead. A
 # count is the difference of runs of N and of 2N, so start-up is no part of it. The counts are those
@@ -66,7 +66,7 @@ count_all() {
   echo "# Instructions of one operation each; made by scripts/check_instructions.sh --update with"
   echo "# $(c++ --version | head -n1), $(ldd --version | head -n1)."
   local kind
-  for kind in request row record; do
+  for kind in request row record load; do
     count_work "$kind"
   done
 }
