@@ -6,7 +6,6 @@
 #include <memory>
 #include <utility>
 
-#include "hap/stand_in.h"
 #include "kw/dev/parts/lib_semaphore.h"
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/errors.h"
@@ -146,7 +145,6 @@ void TRX::setHAPAPI(hapapi::HAPAPI* api) {
     delete api_;
   }
   api_ = api;
-  setStandIn(api);
 }
 
 void TRX::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,

@@ -7,7 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "hap/stand_in.h"
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/file_path.h"
@@ -22,8 +21,6 @@
 
 namespace kw::trx::trx {
 namespace {
-
-HAPStandIn* stand_in = nullptr;  // changed only while no request is in progress
 
 std::string baseName(const std::string& file) {
   FilePath name(file);
@@ -91,8 +88,6 @@ ZQM_TRX_HANDLES_THREAD_EXIT void endDroppingExceptions(hapapi::HAPAPI& api, TRXI
 }
 
 }  // namespace
-
-void setStandIn(hapapi::HAPAPI* api) { stand_in = dynamic_cast<HAPStandIn*>(api); }
 
 HAPController::HAPController() = default;
 
@@ -215,9 +210,9 @@ void HAPController::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& 
 }
 
 HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
-  const HAPFunction standing_in = stand_in == nullptr ? nullptr : stand_in->findHAP(name);
-  if (standing_in != nullptr) {
-    return standing_in;
+  const HAPFunction stand_in = zqm_trx_stand_in == nullptr ? nullptr : zqm_trx_stand_in(name);
+  if (stand_in != nullptr) {
+    return stand_in;
   }
   const std::string_view key = keyOfHAP(name);
   if (key.empty()) {

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "kw/trx/testing/engine_fixture.h"
+#include "untyped_api.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -66,6 +67,17 @@ TEST_F(FacadeTest, LoadAndSetHAPAPITraceTheirSteps) {
   engine->setHAPAPI(nullptr);
   EXPECT_EQ(capture.trail(), "D 4002001 (id 0 0 0)\nE 4002002 (id 0 0 0)\nD 4002003" +
                                  installed.substr(std::string("D 4002001").size()));
+}
+
+TEST_F(FacadeTest, APIObjectNeedsNoTypeInformation) {
+  configure({MODULE_TST}, {});
+  engine->load(false);
+  std::string calls;
+  engine->setHAPAPI(makeUntypedAPI(calls));
+  TRXInfo info;
+  EXPECT_EQ(execHAP(info, "TST_Ok"), "ok");
+  engine->setHAPAPI(nullptr);
+  EXPECT_EQ(calls, "begin end destroyed ");
 }
 
 TEST_F(FacadeTest, RefusesHAPRequestsInTheOrderOfItsConditions) {

@@ -4,32 +4,20 @@
 #include <stdexcept>
 
 #include "kw/trx/errors.h"
-#include "kw/trx/trx_info.h"
+#include "zqm_trx/hap_stand_in.h"
 #include "zqm_trx/module_key.h"
 
 namespace kw::trx::tools {
 namespace {
 
-/// A HAP function gets no object: the one that the engine has.
-SimulatedHAPs* installed = nullptr;
+ChooseOutcome chosen_by = nullptr;
+std::string called;  // the HAP that runs next: a HAP function is not told its name
 
 constexpr int kFailed = 1;
 
-}  // namespace
-
-SimulatedHAPs::SimulatedHAPs(Choose choose) : choose_(std::move(choose)) { installed = this; }
-
-trx::HAPFunction SimulatedHAPs::findHAP(const std::string& name) {
-  if (trx::keyOfHAP(name).empty()) {
-    return nullptr;  // no module can have it
-  }
-  name_ = name;
-  return call;
-}
-
-int SimulatedHAPs::call(trx::TRXInfo* info, const char* /*mode*/, const unsigned int* /*para*/,
-                        unsigned int* /*out*/) {
-  const HAPOutcome outcome = installed->choose_(*info, installed->name_);
+int runSimulated(trx::TRXInfo* info, const char* /*mode*/, const unsigned int* /*para*/,
+                 unsigned int* /*out*/) {
+  const HAPOutcome outcome = chosen_by(*info, called);
   switch (outcome.kind) {
     case HAPOutcome::Kind::kSuccess:
       return 0;
@@ -48,4 +36,20 @@ int SimulatedHAPs::call(trx::TRXInfo* info, const char* /*mode*/, const unsigned
   throw std::runtime_error("thrown by a simulated HAP");
 }
 
+trx::HAPFunction findSimulated(const std::string& name) {
+  if (chosen_by == nullptr || trx::keyOfHAP(name).empty()) {
+    return nullptr;  // without a key no module can have it
+  }
+  called = name;
+  return runSimulated;
+}
+
+}  // namespace
+
+void simulateHAPs(ChooseOutcome choose) { chosen_by = choose; }
+
 }  // namespace kw::trx::tools
+
+kw::trx::trx::HAPFunction zqm_trx_stand_in(const std::string& name) {
+  return kw::trx::tools::findSimulated(name);
+}

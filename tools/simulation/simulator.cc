@@ -116,7 +116,7 @@ Simulator::Simulator(const std::vector<std::string>& files, unsigned int nest_li
     throw std::runtime_error(problem);
   }
   tables_ = readTables(files, {}).flows;
-  trx::TRX::getInstance()->setHAPAPI(new SimulatedHAPs(chooseFor));
+  simulateHAPs(chooseFor);
 }
 
 // Asking for the engine would write a record, which its listener may not.

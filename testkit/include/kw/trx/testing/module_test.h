@@ -5,7 +5,6 @@
 #define KW_TRX_TESTING_MODULE_TEST_H_
 
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -34,9 +33,6 @@ class ModuleTest : public EngineFixture {
   /// it or not: for tables alone, for HAPs that run further HAPs, and for failures that the
   /// hardware does not take. It may throw what HAPs throw. Only while no request is in progress.
   void stubHAP(const std::string& name, const StubbedHAP& function);
-
- private:
-  std::map<std::string, StubbedHAP> stubs_;
 };
 
 }  // namespace kw::trx::testing
