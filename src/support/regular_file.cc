@@ -52,25 +52,23 @@ long long RegularFile::readAt(void* to, std::size_t bytes, unsigned long long of
   return static_cast<long long>(done);
 }
 
-RegularFileBuffer::RegularFileBuffer(const std::string& path, unsigned long long max_bytes)
-    : file_(path),
-      max_bytes_(max_bytes),
-      good_(file_.kind() == RegularFile::Kind::kRegular && file_.size() <= max_bytes) {
-  if (good_) {
-    block_.reset(new char[kBlockBytes]);
+bool RegularFile::readAll(unsigned long long max_bytes, std::string& content) const {
+  content.clear();
+  if (kind_ != Kind::kRegular || size_ > max_bytes) {
+    return false;
   }
-}
-
-/// A file may be longer than it was when it was opened, or tell no length at all.
-RegularFileBuffer::int_type RegularFileBuffer::underflow() {
-  const long long got = good_ ? file_.readAt(block_.get(), kBlockBytes, read_) : 0;
-  read_ += got > 0 ? static_cast<unsigned long long>(got) : 0;
-  good_ = good_ && got >= 0 && read_ <= max_bytes_;
-  if (!good_ || got == 0) {
-    return traits_type::eof();
+  std::size_t got = kBlockBytes;
+  while (got == kBlockBytes && content.size() <= max_bytes) {
+    const std::size_t length = content.size();
+    content.resize(length + kBlockBytes);
+    const long long bytes = readAt(&content[length], kBlockBytes, length);
+    if (bytes < 0) {
+      return false;
+    }
+    got = static_cast<std::size_t>(bytes);
+    content.resize(length + got);
   }
-  setg(block_.get(), block_.get(), block_.get() + got);
-  return traits_type::to_int_type(*gptr());
+  return content.size() <= max_bytes;
 }
 
 }  // namespace kw::trx::trx

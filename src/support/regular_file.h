@@ -5,8 +5,6 @@
 #define KW_TRX_SUPPORT_REGULAR_FILE_H_
 
 #include <cstddef>
-#include <memory>
-#include <streambuf>
 #include <string>
 
 namespace kw::trx::trx {
@@ -29,38 +27,21 @@ class RegularFile {
 
   Kind kind() const { return kind_; }
 
-  /// The length of the regular file when it was opened.
+  /// The length of the regular file when it was opened. It may grow, or tell no length at all.
   unsigned long long size() const { return size_; }
 
   /// Reads up to `bytes` from `offset` on. Returns how many it got, less only where the file ends,
   /// or -1 when it cannot be read.
   long long readAt(void* to, std::size_t bytes, unsigned long long offset) const;
 
+  /// Makes `content` all that the regular file holds. False when it cannot be read to its end, or
+  /// is longer than `max_bytes`.
+  bool readAll(unsigned long long max_bytes, std::string& content) const;
+
  private:
   int fd_;
   Kind kind_ = Kind::kNone;
   unsigned long long size_ = 0;
-};
-
-/// The content of a regular file as a stream gets it, up to a maximum length.
-class RegularFileBuffer : public std::streambuf {
- public:
-  /// Opens the file at `path`, of which no more than `max_bytes` are accepted.
-  RegularFileBuffer(const std::string& path, unsigned long long max_bytes);
-
-  /// False when there is no regular file to read at the path, when it is longer than the maximum,
-  /// and once it turned out that it could not be read to its end.
-  bool isGood() const { return good_; }
-
- protected:
-  int_type underflow() override;
-
- private:
-  RegularFile file_;
-  unsigned long long max_bytes_;
-  unsigned long long read_ = 0;
-  bool good_;
-  std::unique_ptr<char[]> block_;
 };
 
 }  // namespace kw::trx::trx

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/table_data.h"
 
-#include <istream>
 #include <memory>
+#include <sstream>
 
 #include "kw/trx/file_path.h"
 #include "kw/util/config/comma_separated_values.h"
@@ -44,18 +44,17 @@ int TableData::load(const std::string& path) {
 
 int TableData::loadCSV() {
   const std::string name = "/" + file_path_;
-  RegularFileBuffer buffer(name, kTableFileMax);
-  auto csv = std::make_unique<kw::util::config::CommaSeparatedValues>();
-  if (buffer.isGood()) {
-    std::istream stream(&buffer);
-    csv->load(stream);
-  }
-  if (!buffer.isGood()) {
+  std::string text;
+  if (!RegularFile(name).readAll(kTableFileMax, text)) {
     FilePath file_name(name);
     file_name.erasePath();
     trace(kDataNotOpened, file_name.value);
     return -1;
   }
+  auto csv = std::make_unique<kw::util::config::CommaSeparatedValues>();
+  // The reader may do with it whatever it would do with the stream of a file.
+  std::stringstream stream(text);
+  csv->load(stream);
   unload();
   csv_ = csv.release();
   return 0;
