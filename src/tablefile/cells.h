@@ -7,56 +7,22 @@
 #include <array>
 #include <string>
 #include <string_view>
-#include <typeinfo>
-#include <vector>
+#include <unordered_map>
 
-#include "kw/trx/table_data.h"
 #include "kw/trx/table_format.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
+#include "tablefile/table_rows.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 
-/// The cells of one file, by column. They are looked at in place, except for a format derived from
-/// format 00, whose own operations may read the file in another way.
-class Cells {
- public:
-  Cells(TblFmt00& format, const TableData& data)
-      : format_(format), data_(data), in_place_(typeid(format) == typeid(TblFmt00)) {}
-
-  bool inPlace() const { return in_place_; }
-
-  /// Text of a cell, valid until the same column is read again; empty for one that does not exist.
-  __attribute__((always_inline)) const std::string& text(unsigned int row, Column column) {
-    if (cells_ == nullptr || row != row_ || column >= cells_->size()) {
-      return textAnew(row, column);
-    }
-    return (*cells_)[column];
-  }
-
- private:
-  /// As `text`, for the first cell of a row and for those that are not looked at in place.
-  const std::string& textAnew(unsigned int row, Column column) {
-    if (!in_place_) {
-      return copies_[column] = format_.getMember(row, kColumnNames[column]);
-    }
-    const std::vector<std::string>* cells = data_.cellsOf(row);
-    if (cells == nullptr || column >= cells->size()) {
-      return data_.look(row, column);  // which traces what is missing
-    }
-    row_ = row;
-    cells_ = cells;
-    return (*cells_)[column];
-  }
-
-  TblFmt00& format_;
-  const TableData& data_;
-  const bool in_place_;
-  std::array<std::string, kColumns> copies_;
-  const std::vector<std::string>* cells_ = nullptr;  // those looked at last
-  unsigned int row_ = 0;                             // and their row
-};
+/// What a check or a search returns that fails, with the record that says why.
+inline int refuse(const TracePoint& reason, unsigned long v1 = 0, unsigned long v2 = 0,
+                  unsigned long v3 = 0) {
+  trace(reason, requesterId(), v1, v2, v3);
+  return -1;
+}
 
 /// Allowed characters of a cell.
 struct CharacterSet {
@@ -79,11 +45,61 @@ struct CharacterSet {
   std::array<bool, 256> allows{};
 };
 
-/// What the check of a cell returns that has a character which it may not have.
-inline int refuseCharacter(unsigned int row, int column) {
-  trace(kFmtCharacter, requesterId(), row, traceWord(column));
-  return -1;
-}
+/// The commands of rows.
+enum class Command { kHAP, kTable, kCheck, kWait, kStart, kEnd, kNone };
+
+/// The command with that name; `kNone` when there is none.
+Command commandOf(const std::string& name);
+
+/// The cells of one file by column, for one walk over them. They are looked at in place, except for
+/// a format derived from format 00, whose own operations may read the file in another way.
+class Cells {
+ public:
+  Cells(TblFmt00& format, const TableData& data);
+
+  bool inPlace() const { return in_place_; }
+
+  /// Text of a cell, valid until the same column is read again; empty for one that does not exist.
+  __attribute__((always_inline)) const std::string& text(unsigned int row, Column column) {
+    return in_place_ ? rows_.cell(row, column) : readByFormat(row, column);
+  }
+
+  /// 0 when the cell has characters of `allowed` alone; otherwise -1 with a record.
+  int check(unsigned int row, Column column, const CharacterSet& allowed);
+
+ private:
+  const std::string& readByFormat(unsigned int row, Column column);
+
+  TblFmt00& format_;
+  TableRows rows_;
+  const bool in_place_;
+  std::array<std::string, kColumns> copies_;  // of what the format read
+};
+
+/// Finds the rows of a label without a scan of the area for each row that names one, so that a
+/// large table loads in linear time. A look at a label writes no record, so the trace is that of a
+/// scan. A derived format scans by its own operations.
+class LabelIndex {
+ public:
+  /// How many rows have a label, and the first of them.
+  struct Rows {
+    unsigned int count = 0;
+    unsigned int first = 0;
+  };
+
+  LabelIndex(TblFmt00& format, const TableData& data, const Cells& cells)
+      : format_(format), data_(data), in_place_(cells.inPlace()) {}
+
+  /// The rows of `label` from `start` to `end`, which are the same for every label.
+  Rows find(const std::string& label, unsigned int start, unsigned int end);
+
+ private:
+  TblFmt00& format_;
+  const TableData& data_;
+  const bool in_place_;
+  bool is_read_ = false;
+  std::unordered_map<std::string, Rows> rows_;
+};
 
 }  // namespace kw::trx::trx
 

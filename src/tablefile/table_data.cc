@@ -10,6 +10,7 @@
 #include "support/regular_file.h"
 #include "support/requester_id.h"
 #include "support/trace.h"
+#include "tablefile/table_rows.h"
 #include "zqm_trx/file_limits.h"
 #include "zqm_trx/table_words.h"
 
@@ -82,47 +83,23 @@ int TableData::columnSize(const unsigned int& row) const {
 }
 
 std::string TableData::getMember(const unsigned int& row, const unsigned int& col) const {
-  return look(row, col);
+  return TableRows(*this).cell(row, col);
 }
 
-const std::string& TableData::look(unsigned int row, unsigned int col) const {
-  static const std::string none;
+TableRows::TableRows(const TableData& data)
+    : csv_(data.csv_), rows_(csv_ == nullptr ? 0 : static_cast<unsigned int>(csv_->rowCount())) {}
+
+const std::string& TableRows::missing(unsigned int col) const {
   if (csv_ == nullptr) {
     trace(kDataMemberEmpty, requesterId());
-    return none;
+  } else if (rows_ == 0) {
+    trace(kDataNoRows, requesterId(), row_, col);
+  } else if (static_cast<int>(row_) >= static_cast<int>(rows_)) {
+    trace(kDataNoRow, requesterId(), row_, col, rows_ - 1);
+  } else if (columns_ != 0 && static_cast<int>(col) >= static_cast<int>(columns_)) {
+    trace(kDataNoColumn, requesterId(), row_, col, columns_ - 1);
   }
-  const int row_index = static_cast<int>(row);
-  const int column_index = static_cast<int>(col);
-  const int rows = csv_->rowCount();
-  if (rows == 0) {
-    trace(kDataNoRows, requesterId(), row, col);
-    return none;
-  }
-  if (row_index >= rows) {
-    trace(kDataNoRow, requesterId(), row, col, traceWord(rows - 1));
-    return none;
-  }
-  if (row_index < 0) {
-    return none;
-  }
-  const std::vector<std::string>& cells = (*csv_)[row_index];
-  const int columns = static_cast<int>(cells.size());
-  if (columns == 0) {
-    return none;
-  }
-  if (column_index >= columns) {
-    trace(kDataNoColumn, requesterId(), row, col, traceWord(columns - 1));
-    return none;
-  }
-  if (column_index < 0) {
-    return none;
-  }
-  return cells[static_cast<std::size_t>(column_index)];
-}
-
-const std::vector<std::string>* TableData::cellsOf(unsigned int row) const {
-  const int index = static_cast<int>(row);
-  return csv_ == nullptr || index < 0 || index >= csv_->rowCount() ? nullptr : &(*csv_)[index];
+  return none_;
 }
 
 int TableData::getTblDefKey(const std::string& key) const {
@@ -136,10 +113,11 @@ int TableData::getTblDefKey(const std::string& key) const {
   }
   unsigned int matches = 0;
   std::string value;
-  const unsigned int rows = rowSize();
-  for (unsigned int row = 0; row < rows; ++row) {
-    if (look(row, kKeyColumn) == key && ++matches == 1) {
-      value = getMember(row, kKeyColumn + 1);
+  TableRows rows(*this);
+  const unsigned int count = rowSize();
+  for (unsigned int row = 0; row < count; ++row) {
+    if (rows.cell(row, kKeyColumn) == key && ++matches == 1) {
+      value = rows.cell(row, kKeyColumn + 1);
     }
   }
   if (matches != 1) {

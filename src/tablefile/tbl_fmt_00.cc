@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Columns of format 00 and the place of its table area.
 #include "kw/trx/table_format.h"
-#include "support/requester_id.h"
-#include "support/trace.h"
-#include "tablefile/label_index.h"
+#include "tablefile/cells.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
@@ -23,8 +21,7 @@ int TblFmt00::getRowOfTblStart() {
   if (tbl_start_row_ == -1) {
     const std::vector<unsigned int> rows = findCommand(kCommandStart);
     if (rows.empty()) {
-      trace(kFmtNoStartRow, requesterId());
-      return -1;
+      return refuse(kFmtNoStartRow);
     }
     tbl_start_row_ = static_cast<int>(rows.front());
   }
@@ -35,8 +32,7 @@ int TblFmt00::getRowOfTblEnd() {
   if (tbl_end_row_ == -1) {
     const std::vector<unsigned int> rows = findCommand(kCommandEnd);
     if (rows.empty()) {
-      trace(kFmtNoEndRow, requesterId());
-      return -1;
+      return refuse(kFmtNoEndRow);
     }
     tbl_end_row_ = static_cast<int>(rows.back());
   }
@@ -48,11 +44,7 @@ int TblFmt00::getRowOfTblArea(unsigned int& start, unsigned int& end) {
   const int end_row = getRowOfTblEnd();
   start = static_cast<unsigned int>(start_row);
   end = static_cast<unsigned int>(end_row);
-  if (start_row == -1 || end_row == -1) {
-    trace(kFmtNoArea, requesterId());
-    return -1;
-  }
-  return 0;
+  return start_row == -1 || end_row == -1 ? refuse(kFmtNoArea) : 0;
 }
 
 std::vector<unsigned int> TblFmt00::findCommand(const std::string& command) {
@@ -65,8 +57,7 @@ unsigned int TblFmt00::columnIndex(const std::string& name) {
 
 bool TblFmt00::isLabelOfOneRow(const std::string& label, unsigned int start, unsigned int end,
                                LabelIndex* labels) {
-  return labels != nullptr ? labels->find(label).count == 1
-                           : findLabel(label, start, end).size() == 1;
+  return labels->find(label, start, end).count == 1;
 }
 
 std::vector<unsigned int> TblFmt00::findLabel(const std::string& label, unsigned int start,

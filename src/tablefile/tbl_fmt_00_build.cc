@@ -8,23 +8,11 @@
 #include "kw/trx/table_format.h"
 #include "support/parse_number.h"
 #include "tablefile/cells.h"
-#include "tablefile/label_index.h"
-#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 namespace {
 
 constexpr int kNoIndex = -1;
-
-struct CommandBuilder {
-  std::string_view command;
-  HAPTableCommand* (TblFmt00::*build)(const unsigned int& number, const unsigned int& row);
-};
-
-constexpr CommandBuilder kCommandBuilders[] = {
-    {kCommandHAP, &TblFmt00::createCmdHAP},     {kCommandTable, &TblFmt00::createCmdTABLE},
-    {kCommandCheck, &TblFmt00::createCmdCHECK}, {kCommandWait, &TblFmt00::createCmdWAIT},
-    {kCommandStart, &TblFmt00::createCmdSTART}, {kCommandEnd, &TblFmt00::createCmdEND}};
 
 /// The parameter words of a PARA cell; null when it is empty.
 std::unique_ptr<unsigned int[]> readParameters(const std::string& text) {
@@ -58,19 +46,31 @@ HAPTable* TblFmt00::createHAPTable() {
   auto table =
       std::make_unique<HAPTable>(table_name_, static_cast<unsigned int>(table_data_->versionNo));
   Cells cells(*this, *table_data_);
-  LabelIndex index(*table_data_, columnIndex(kColumnLabel), start, end);
-  LabelIndex* const labels = cells.inPlace() ? &index : nullptr;
+  LabelIndex labels(*this, *table_data_, cells);
   for (unsigned int row = start; row <= end; ++row) {
-    const std::string& command = cells.text(row, kPlaceCommand);
+    const Command command = commandOf(cells.text(row, kPlaceCommand));
     const unsigned int number = parseNumber(cells.text(row, kPlaceNumber), kHexBase).value;
-    const auto* entry = std::find_if(
-        std::begin(kCommandBuilders), std::end(kCommandBuilders),
-        [&command](const CommandBuilder& builder) { return builder.command == command; });
-    if (entry != std::end(kCommandBuilders)) {
-      table->addEntry(
-          entry->build == &TblFmt00::createCmdHAP     ? createHAPRow(number, row, cells, labels)
-          : entry->build == &TblFmt00::createCmdCHECK ? createCheckRow(number, row, cells, labels)
-                                                      : (this->*entry->build)(number, row));
+    switch (command) {
+      case Command::kHAP:
+        table->addEntry(createHAPRow(number, row, cells, &labels));
+        break;
+      case Command::kCheck:
+        table->addEntry(createCheckRow(number, row, cells, &labels));
+        break;
+      case Command::kTable:
+        table->addEntry(createCmdTABLE(number, row));
+        break;
+      case Command::kWait:
+        table->addEntry(createCmdWAIT(number, row));
+        break;
+      case Command::kStart:
+        table->addEntry(createCmdSTART(number, row));
+        break;
+      case Command::kEnd:
+        table->addEntry(createCmdEND(number, row));
+        break;
+      case Command::kNone:
+        break;
     }
   }
   return table.release();
@@ -90,7 +90,8 @@ HAPTableCommand* TblFmt00::createCmdEND(const unsigned int& number, const unsign
 
 HAPTableCommand* TblFmt00::createCmdHAP(const unsigned int& number, const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return createHAPRow(number, row, cells, nullptr);
+  LabelIndex labels(*this, *table_data_, cells);
+  return createHAPRow(number, row, cells, &labels);
 }
 
 HAPTableCommand* TblFmt00::createHAPRow(const unsigned int& number, const unsigned int& row,
@@ -118,7 +119,8 @@ HAPTableCommand* TblFmt00::createHAPRow(const unsigned int& number, const unsign
 
 HAPTableCommand* TblFmt00::createCmdCHECK(const unsigned int& number, const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return createCheckRow(number, row, cells, nullptr);
+  LabelIndex labels(*this, *table_data_, cells);
+  return createCheckRow(number, row, cells, &labels);
 }
 
 HAPTableCommand* TblFmt00::createCheckRow(const unsigned int& number, const unsigned int& row,
@@ -152,17 +154,13 @@ int TblFmt00::entryIndex(const unsigned int& row) {
 }
 
 int TblFmt00::labelIndex(const std::string& label, LabelIndex* labels) {
-  if (labels != nullptr) {
-    const LabelIndex::Rows rows = labels->find(label);
-    return rows.count == 0 ? kNoIndex : entryIndex(rows.first);
-  }
   unsigned int start = 0;
   unsigned int end = 0;
   if (getRowOfTblArea(start, end) != 0) {
     return kNoIndex;
   }
-  const std::vector<unsigned int> rows = findLabel(label, start, end);
-  return rows.empty() ? kNoIndex : entryIndex(rows.front());
+  const LabelIndex::Rows rows = labels->find(label, start, end);
+  return rows.count == 0 ? kNoIndex : entryIndex(rows.first);
 }
 
 }  // namespace kw::trx::trx

@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // The rules of format 00.
-#include <algorithm>
 #include <array>
+#include <memory_resource>
 #include <set>
 #include <string_view>
 #include <vector>
 
 #include "kw/trx/table_format.h"
 #include "support/parse_number.h"
-#include "support/requester_id.h"
-#include "support/trace.h"
 #include "tablefile/cells.h"
-#include "tablefile/label_index.h"
-#include "zqm_trx/table_words.h"
 
 namespace kw::trx::trx {
 namespace {
@@ -25,38 +21,23 @@ constexpr CharacterSet kDigitSet("09");
 
 constexpr std::size_t kParaFieldMax = 8;
 
-/// What the columns of a command may hold.
-using CommandSets = std::array<const CharacterSet*, 6>;
+/// What the columns of each command may hold, in the order of the commands.
 constexpr Column kCheckedColumns[] = {kPlaceName, kPlaceMode, kPlaceError,
                                       kPlacePara, kPlaceRsv1, kPlaceRsv2};
-constexpr CommandSets kStartSets = {&kNone, &kNone, &kNone, &kNone, &kNone, &kNone};
-constexpr CommandSets kEndSets = {&kLabelSet, &kNone, &kNone, &kNone, &kNone, &kNone};
-constexpr CommandSets kWaitSets = {&kNone, &kDigitSet, &kNone, &kNone, &kNone, &kNone};
-constexpr CommandSets kTableSets = {&kNameSet, &kNone, &kNone, &kNone, &kNone, &kNone};
-constexpr CommandSets kHAPSets = {&kNameSet, &kNameSet, &kNameSet, &kParameterSet, &kNone, &kNone};
-constexpr CommandSets kCheckSets = {&kNone, &kNone, &kLabelSet, &kNone, &kNone, &kNone};
+using AllowedCells = std::array<const CharacterSet*, std::size(kCheckedColumns)>;
+constexpr AllowedCells kAllowed[] = {
+    /* HAP */ {&kNameSet, &kNameSet, &kNameSet, &kParameterSet, &kNone, &kNone},
+    /* TABLE */ {&kNameSet, &kNone, &kNone, &kNone, &kNone, &kNone},
+    /* CHECK */ {&kNone, &kNone, &kLabelSet, &kNone, &kNone, &kNone},
+    /* WAIT */ {&kNone, &kDigitSet, &kNone, &kNone, &kNone, &kNone},
+    /* START */ {&kNone, &kNone, &kNone, &kNone, &kNone, &kNone},
+    /* END */ {&kLabelSet, &kNone, &kNone, &kNone, &kNone, &kNone}};
 
-void fillItem(TblFmtFactory::item_check_list_t& entry, const char* column,
-              const CharacterSet& set) {
-  const std::size_t ranges = set.ranges.size() / 2;
-  entry.item = column;
-  entry.rangeNum = static_cast<int>(ranges);
-  for (std::size_t i = 0; i < ranges; ++i) {
-    entry.ranges[i] = {set.ranges[2 * i], set.ranges[2 * i + 1]};
-  }
-}
-
-int checkItems(TblFmt00& format, Cells& cells, unsigned int row, const CommandSets& sets) {
-  TblFmtFactory::item_check_list_t item = {};
-  for (std::size_t i = 0; i < sets.size(); ++i) {
-    const Column column = kCheckedColumns[i];
-    if (!cells.inPlace()) {
-      fillItem(item, kColumnNames[column], *sets[i]);
-      if (format.checkItemString(row, 1, &item) != 0) {
-        return -1;
-      }
-    } else if (!sets[i]->allowsAll(cells.text(row, column))) {
-      return refuseCharacter(row, static_cast<int>(column));
+int checkColumns(Cells& cells, unsigned int row, Command command) {
+  const AllowedCells& allowed = kAllowed[static_cast<std::size_t>(command)];
+  for (std::size_t i = 0; i < allowed.size(); ++i) {
+    if (cells.check(row, kCheckedColumns[i], *allowed[i]) != 0) {
+      return -1;
     }
   }
   return 0;
@@ -80,52 +61,20 @@ bool isParameterList(std::string_view text) {
   return true;
 }
 
-/// The numbers of a table. Most files have them in ascending order, which needs no look-up.
-class NumberSet {
- public:
-  /// False when `number` is there already.
-  bool insert(unsigned int number) {
-    if (ascending_.empty() || number > ascending_.back()) {
-      ascending_.push_back(number);
-      return true;
-    }
-    return !std::binary_search(ascending_.begin(), ascending_.end(), number) &&
-           others_.insert(number).second;
-  }
-
- private:
-  std::vector<unsigned int> ascending_;
-  std::set<unsigned int> others_;  // each smaller than the last ascending one
-};
-
-struct CommandCheck {
-  std::string_view command;
-  int (TblFmt00::*check)(const unsigned int& row);
-};
-
-constexpr CommandCheck kCommandChecks[] = {
-    {kCommandHAP, &TblFmt00::checkCmdHAP},     {kCommandTable, &TblFmt00::checkCmdTABLE},
-    {kCommandCheck, &TblFmt00::checkCmdCHECK}, {kCommandWait, &TblFmt00::checkCmdWAIT},
-    {kCommandStart, &TblFmt00::checkCmdSTART}, {kCommandEnd, &TblFmt00::checkCmdEND}};
-
 }  // namespace
 
 int TblFmt00::checkFormat() {
   if (checkFileFmt() != 0) {
-    trace(kFmtFileInvalid, requesterId());
-    return -1;
+    return refuse(kFmtFileInvalid);
   }
   if (checkNumber() != 0) {
-    trace(kFmtNumberInvalid, requesterId());
-    return -1;
+    return refuse(kFmtNumberInvalid);
   }
   if (checkLabel() != 0) {
-    trace(kFmtLabelInvalid, requesterId());
-    return -1;
+    return refuse(kFmtLabelInvalid);
   }
   if (checkTblCmd() != 0) {
-    trace(kFmtCommandInvalid, requesterId());
-    return -1;
+    return refuse(kFmtCommandInvalid);
   }
   return 0;
 }
@@ -135,28 +84,24 @@ int TblFmt00::checkFileFmt() {
   const std::vector<unsigned int> versions = findEntry(kKeyColumn, kKeyVersion);
   const std::vector<unsigned int> starts = findCommand(kCommandStart);
   const std::vector<unsigned int> ends = findCommand(kCommandEnd);
-  const auto invalid = [](const TracePoint& reason) {
-    trace(reason, requesterId());
-    return -1;
-  };
   if (formats.size() != 1) {
-    return invalid(kFmtNotOneFormat);
+    return refuse(kFmtNotOneFormat);
   }
   if (versions.size() != 1) {
-    return invalid(kFmtNotOneVersion);
+    return refuse(kFmtNotOneVersion);
   }
   if (starts.size() != 1) {
-    return invalid(kFmtNotOneStart);
+    return refuse(kFmtNotOneStart);
   }
   if (ends.empty()) {
-    return invalid(kFmtNoEnd);
+    return refuse(kFmtNoEnd);
   }
   const unsigned int start = starts.front();
   if (start < formats.front() || start < versions.front()) {
-    return invalid(kFmtStartTooEarly);
+    return refuse(kFmtStartTooEarly);
   }
   if (ends.front() < start) {
-    return invalid(kFmtEndTooEarly);
+    return refuse(kFmtEndTooEarly);
   }
   return 0;
 }
@@ -165,22 +110,21 @@ int TblFmt00::checkNumber() {
   unsigned int start = 0;
   unsigned int end = 0;
   if (getRowOfTblArea(start, end) != 0) {
-    trace(kFmtNumberNoArea, requesterId());
-    return -1;
+    return refuse(kFmtNumberNoArea);
   }
   const unsigned int column = columnIndex(kColumnNumber);
   Cells cells(*this, *table_data_);
-  NumberSet numbers;
+  std::pmr::monotonic_buffer_resource memory;
+  std::pmr::set<unsigned int> numbers(&memory);
   for (unsigned int row = start; row <= end; ++row) {
     const std::string& text = cells.text(row, kPlaceNumber);
     const ParsedNumber number = parseNumber(text, kHexBase);
     if (number.length != text.size()) {
-      trace(kFmtNumberNotHex, requesterId(), row, column);
-      return -1;
+      return refuse(kFmtNumberNotHex, row, column);
     }
-    if (!numbers.insert(number.value)) {
-      trace(kFmtNumberTwice, requesterId(), row, column, number.value);
-      return -1;
+    numbers.insert(numbers.end(), number.value);  // quick where the numbers ascend
+    if (numbers.size() != row - start + 1) {
+      return refuse(kFmtNumberTwice, row, column, number.value);
     }
   }
   return 0;
@@ -190,12 +134,9 @@ int TblFmt00::checkLabel() {
   unsigned int start = 0;
   unsigned int end = 0;
   if (getRowOfTblArea(start, end) != 0) {
-    trace(kFmtLabelNoArea, requesterId());
-    return -1;
+    return refuse(kFmtLabelNoArea);
   }
   Cells cells(*this, *table_data_);
-  item_check_list_t list[1] = {};
-  fillItem(list[0], kColumnLabel, kLabelSet);
   std::set<std::string> labels;
   for (unsigned int row = start; row <= end; ++row) {
     const std::string& label = cells.text(row, kPlaceLabel);
@@ -203,10 +144,9 @@ int TblFmt00::checkLabel() {
       continue;
     }
     if (labels.count(label) != 0) {
-      trace(kFmtLabelTwice, requesterId(), row, columnIndex(kColumnLabel));
-      return -1;
+      return refuse(kFmtLabelTwice, row, columnIndex(kColumnLabel));
     }
-    if (checkItemString(row, 1, list) != 0) {
+    if (cells.check(row, kPlaceLabel, kLabelSet) != 0) {
       return -1;
     }
     labels.insert(label);
@@ -221,21 +161,17 @@ int TblFmt00::checkTblCmd() {
     return -1;
   }
   Cells cells(*this, *table_data_);
-  LabelIndex index(*table_data_, columnIndex(kColumnLabel), start, end);
-  LabelIndex* const labels = cells.inPlace() ? &index : nullptr;
+  LabelIndex labels(*this, *table_data_, cells);
   for (unsigned int row = start; row <= end; ++row) {
-    const std::string& command = cells.text(row, kPlaceCommand);
-    const auto* entry =
-        std::find_if(std::begin(kCommandChecks), std::end(kCommandChecks),
-                     [&command](const CommandCheck& check) { return check.command == command; });
-    if (entry == std::end(kCommandChecks)) {
-      trace(kFmtUnknownCommand, command);
+    const std::string& name = cells.text(row, kPlaceCommand);
+    const Command command = commandOf(name);
+    if (command == Command::kNone) {
+      trace(kFmtUnknownCommand, name);
       return -1;
     }
-    const int result = entry->check == &TblFmt00::checkCmdHAP ? checkHAPRow(row, cells, labels)
-                       : entry->check == &TblFmt00::checkCmdCHECK
-                           ? checkCheckRow(row, cells, labels)
-                           : (this->*entry->check)(row);
+    const int result = command == Command::kHAP     ? checkHAPRow(row, cells, &labels)
+                       : command == Command::kCheck ? checkCheckRow(row, cells, &labels)
+                                                    : checkColumns(cells, row, command);
     if (result != 0) {
       return result;
     }
@@ -245,71 +181,68 @@ int TblFmt00::checkTblCmd() {
 
 int TblFmt00::checkCmdSTART(const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return checkItems(*this, cells, row, kStartSets);
+  return checkColumns(cells, row, Command::kStart);
 }
 
 int TblFmt00::checkCmdEND(const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return checkItems(*this, cells, row, kEndSets);
+  return checkColumns(cells, row, Command::kEnd);
 }
 
 int TblFmt00::checkCmdWAIT(const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return checkItems(*this, cells, row, kWaitSets);
+  return checkColumns(cells, row, Command::kWait);
 }
 
 int TblFmt00::checkCmdTABLE(const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return checkItems(*this, cells, row, kTableSets);
+  return checkColumns(cells, row, Command::kTable);
 }
 
 int TblFmt00::checkCmdHAP(const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return checkHAPRow(row, cells, nullptr);
+  LabelIndex labels(*this, *table_data_, cells);
+  return checkHAPRow(row, cells, &labels);
 }
 
 int TblFmt00::checkHAPRow(const unsigned int& row, Cells& cells, LabelIndex* labels) {
-  if (checkItems(*this, cells, row, kHAPSets) != 0) {
+  if (checkColumns(cells, row, Command::kHAP) != 0) {
     return -1;
   }
   if (!isParameterList(cells.text(row, kPlacePara))) {
-    trace(kFmtHAPParameter, requesterId(), row, columnIndex(kColumnPara));
-    return -1;
+    return refuse(kFmtHAPParameter, row, columnIndex(kColumnPara));
   }
   unsigned int start = 0;
   unsigned int end = 0;
   if (getRowOfTblArea(start, end) != 0) {
-    trace(kFmtHAPNoArea, requesterId());
-    return -1;
+    return refuse(kFmtHAPNoArea);
   }
   const std::string& error = cells.text(row, kPlaceError);
   const bool is_label = !error.empty() && error != kErrorNop && error != kErrorStack;
   if (is_label && !isLabelOfOneRow(error, start, end, labels)) {
-    trace(kFmtHAPLabel, requesterId(), row, columnIndex(kColumnError));
-    return -1;
+    return refuse(kFmtHAPLabel, row, columnIndex(kColumnError));
   }
   return 0;
 }
 
 int TblFmt00::checkCmdCHECK(const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  return checkCheckRow(row, cells, nullptr);
+  LabelIndex labels(*this, *table_data_, cells);
+  return checkCheckRow(row, cells, &labels);
 }
 
 int TblFmt00::checkCheckRow(const unsigned int& row, Cells& cells, LabelIndex* labels) {
-  if (checkItems(*this, cells, row, kCheckSets) != 0) {
+  if (checkColumns(cells, row, Command::kCheck) != 0) {
     return -1;
   }
   unsigned int start = 0;
   unsigned int end = 0;
   if (getRowOfTblArea(start, end) != 0) {
-    trace(kFmtCheckNoArea, requesterId());
-    return -1;
+    return refuse(kFmtCheckNoArea);
   }
   const std::string& error = cells.text(row, kPlaceError);
   if (!error.empty() && !isLabelOfOneRow(error, start, end, labels)) {
-    trace(kFmtCheckLabel, requesterId(), row, columnIndex(kColumnError));
-    return -1;
+    return refuse(kFmtCheckLabel, row, columnIndex(kColumnError));
   }
   return 0;
 }

@@ -46,8 +46,9 @@ std::vector<unsigned int> TblFmtFactory::findEntry(const unsigned int& col,
   if (to >= rows) {
     return found;
   }
+  TableRows cells(*table_data_);
   for (unsigned int row = from; row <= to; ++row) {
-    if (isSame(table_data_->look(row, col), value)) {
+    if (isSame(cells.cell(row, col), value)) {
       found.push_back(row);
     }
   }
@@ -70,7 +71,7 @@ int TblFmtFactory::checkItemString(const unsigned int& row, const int& num,
     const FilePath text(cell);
     const std::vector<std::pair<char, char>> ranges(entry.ranges, entry.ranges + entry.rangeNum);
     if (!text.isUsedValidChars(ranges)) {
-      return refuseCharacter(row, getColumn(entry.item));
+      return refuse(kFmtCharacter, row, traceWord(getColumn(entry.item)));
     }
   }
   return 0;

@@ -6,7 +6,9 @@
 
 #include <functional>
 #include <istream>
+#include <limits>
 
+#include "kw/trx/table_format.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "kw/trx/testing/trace_capture.h"
 #include "kw/util/config/comma_separated_values.h"
@@ -16,18 +18,31 @@ namespace {
 /// What another platform's reader does with its stream before it reads it; empty: nothing.
 std::function<void(std::istream&)> handle_first;
 
+/// The most cells that it says a row has; the rows themselves may have more.
+int most_columns = std::numeric_limits<int>::max();
+
+/// The function of the platform library that one of the same name here hides.
+template <typename Function>
+Function* next(const char* symbol) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
+}
+
 }  // namespace
 
 namespace kw::util::config {
 
-// In place of that of the platform library, which it then calls.
+// In place of those of the platform library, which they call.
 int CommaSeparatedValues::load(std::istream& in) {
-  static const auto next = reinterpret_cast<int (*)(CommaSeparatedValues*, std::istream&)>(
-      dlsym(RTLD_NEXT, "_ZN2kw4util6config20CommaSeparatedValues4loadERSi"));
   if (handle_first) {
     handle_first(in);
   }
-  return next(this, in);
+  return next<int(CommaSeparatedValues*, std::istream&)>(
+      "_ZN2kw4util6config20CommaSeparatedValues4loadERSi")(this, in);
+}
+int CommaSeparatedValues::columnCount(int row) const {
+  return std::min(most_columns,
+                  next<int(const CommaSeparatedValues*, int)>(
+                      "_ZNK2kw4util6config20CommaSeparatedValues11columnCountEi")(this, row));
 }
 
 }  // namespace kw::util::config
@@ -130,6 +145,21 @@ TEST(TableDataTest, ReaderMaySeekAndUngetInItsStream) {
   EXPECT_TRUE(read == text);
   EXPECT_EQ(data.rowSize(), static_cast<unsigned int>(kRows));
   EXPECT_EQ(data.getMember(kRows - 1, 1), std::to_string(kRows - 1));
+}
+
+TEST(TableDataTest, ARowHasTheCellsThatTheReaderCounts) {
+  TempDir dir;
+  auto* data = new trx::TableData;
+  trx::TblFmt00 format("t", data);
+  ASSERT_EQ(data->load(dir.write("t.csv", "FORMAT,0\nVERSION,1\n,1,START,,,,,x\n,2,END,,,,,x\n")),
+            0);
+  EXPECT_EQ(format.checkFormat(), -1) << "RSV1 must be empty";
+  most_columns = 7;
+  TraceCapture capture(kw::platform::kTraceDebug2);
+  EXPECT_EQ(data->getMember(2, 7), "");
+  EXPECT_EQ(capture.trail(), "d a004004 (id 2 7 6)\n");
+  EXPECT_EQ(format.checkFormat(), 0);
+  most_columns = std::numeric_limits<int>::max();
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "kw/trx/table.h"
 #include "table_fixture.h"
+#include "untyped_format.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -125,6 +126,14 @@ TEST_F(FormatTest, ADerivedFormatReadsCellsInItsOwnWay) {
   TraceCapture capture(kw::platform::kTraceError);
   EXPECT_EQ(good.checkCmdTABLE(3), -1) << "RSV1 itself must be empty";
   EXPECT_EQ(capture.trail(), "E 14000000 (id 3 7 0)\n") << "HAP/TABLE is not looked at";
+}
+
+TEST_F(FormatTest, ADerivedFormatNeedsNoTypeInformation) {
+  const std::unique_ptr<TblFmt00> format(
+      makeUntypedFormat(read(kHead + "a,0,START\n,1,HAP,A_B,,a\n,2,END\n")));
+  EXPECT_EQ(format->checkFormat(), 0);
+  const std::unique_ptr<trx::HAPTable> table(format->createHAPTable());
+  EXPECT_NE(table->getEntry(2), nullptr);
 }
 
 /// Knows a label that stands in no cell, for the row behind START.

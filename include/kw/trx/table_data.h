@@ -51,17 +51,7 @@ class ZQM_TRX_API TableData {
   int getTblDefKey(const std::string& key) const;
 
  private:
-  friend class Cells;
-  friend class LabelIndex;
-  friend class TblFmtFactory;
-
-  /// The text that `getMember` copies; valid until the next `load` or `unload`.
-  __attribute__((visibility("hidden"))) const std::string& look(unsigned int row,
-                                                                unsigned int col) const;
-
-  /// The cells of `row`, valid as long; null when there is no such row.
-  __attribute__((visibility("hidden"))) const std::vector<std::string>* cellsOf(
-      unsigned int row) const;
+  friend class TableRows;
 
   std::string file_path_;
   kw::util::config::CommaSeparatedValues* csv_ = nullptr;

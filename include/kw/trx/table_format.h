@@ -121,6 +121,8 @@ class ZQM_TRX_API TblFmt00 : public TblFmtFactory {
   HAPTableCommand* createCmdTABLE(const unsigned int& number, const unsigned int& row);
 
  private:
+  friend class LabelIndex;
+
   unsigned int columnIndex(const std::string& name);
   std::vector<unsigned int> findCommand(const std::string& command);
   std::vector<unsigned int> findLabel(const std::string& label, unsigned int start,
