@@ -77,22 +77,34 @@ TEST_F(LibSemaphoreTest, FailsTheCallItWasToldTo) {
   EXPECT_EQ(semaphore.id, -1);
 }
 
-TEST_F(LibSemaphoreTest, SetOfAnotherMakerIsRaisedOnlyWhereItIsUnused) {
+TEST_F(LibSemaphoreTest, GetChangesNothingOfWhatThisProcessHolds) {
+  LibSemaphore semaphore(key_);
+  ASSERT_EQ(semaphore.create(), 0);
+  ASSERT_EQ(operate(semaphore, -1), 0);
+  LibSemaphore other(key_);
+  EXPECT_EQ(other.get(), 0);
+  EXPECT_EQ(semctl(other.id, 0, GETVAL), 0) << "taken by semop alone";
+}
+
+TEST_F(LibSemaphoreTest, OnlyAnUnfinishedSetOfItsOwnIsFinished) {
   for (const int count : {1, 2, 3}) {
-    for (const bool is_taken : {false, true}) {
+    for (const int value : {0, 1}) {  // of one that is used by now
       const int id = semget(key_, count, IPC_CREAT | IPC_EXCL | 0600);
       ASSERT_EQ(semctl(id, 0, SETVAL, 1), 0);
       LibSemaphore other(key_);
       ASSERT_EQ(other.get(), 0);
-      EXPECT_EQ(is_taken ? operate(other, -1) : 0, 0);
+      EXPECT_EQ(operate(other, -1), 0);
+      EXPECT_EQ(value == 0 ? 0 : operate(other, 1), 0);
       EXPECT_NE(other.create(), 0) << count;
       EXPECT_EQ(errno, EEXIST);
-      EXPECT_EQ(semctl(id, 0, GETVAL), is_taken ? 0 : 1) << count;
+      EXPECT_EQ(semctl(id, 0, GETVAL), value) << count;
       semctl(id, 0, IPC_RMID);
     }
     const int unused = semget(key_, count, IPC_CREAT | IPC_EXCL | 0600);
-    EXPECT_EQ(LibSemaphore(key_).create(), 0);
-    EXPECT_EQ(semctl(unused, 0, GETVAL), 1) << count;
+    const bool is_own = count == 2;
+    EXPECT_EQ(LibSemaphore(key_).create() == 0, is_own) << count;
+    EXPECT_TRUE(is_own || errno == EEXIST);
+    EXPECT_EQ(semctl(unused, 0, GETVAL), is_own ? 1 : 0) << count;
     semctl(unused, 0, IPC_RMID);
   }
 }

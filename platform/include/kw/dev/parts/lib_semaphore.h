@@ -19,15 +19,13 @@ class KW_PLATFORM_API LibSemaphore {
   LibSemaphore& operator=(const LibSemaphore&) = delete;
   virtual ~LibSemaphore();
 
-  /// Creates the system semaphore, free for one holder, or finishes one whose creator died before
-  /// it was free for anybody. Returns 0, or nonzero with `errno` set when it could not, which
-  /// includes that it exists already, or that somebody else finished it meanwhile.
+  /// Creates the system semaphore, free for one holder, or finishes one of this class whose creator
+  /// died before it was free for anybody. Returns 0, or nonzero with `errno` set when it could not,
+  /// which includes that it exists already, or that somebody else finished it meanwhile.
   int create();
 
-  /// Finds the existing system semaphore. Returns 0, or nonzero with `errno` set and `id` -1. One
-  /// that this process took and can no longer give back, as the program that did so was replaced
-  /// by `exec` or its operation failed, is given back here; a tenth of a second is spent on making
-  /// sure of it. What the process took by other means than these objects is given back with it.
+  /// Finds the existing system semaphore and changes nothing. Returns 0, or nonzero with `errno`
+  /// set and `id` -1.
   int get();
 
   int id;                    ///< system semaphore id; -1 while none was created or found
