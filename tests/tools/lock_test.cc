@@ -125,6 +125,20 @@ TEST_F(LockRoomTest, WhatIsWrongIsMended) {
   EXPECT_EQ(condition(), "free");
   EXPECT_EQ(repairLock(key_, false).words, "nothing is wrong with it");
 
+  // Its second semaphore says that a set was never finished, but not that of another program.
+  semctl(id(), 0, IPC_RMID);
+  ASSERT_GE(semget(key_, 2, IPC_CREAT | IPC_EXCL | 0660), 0);
+  end(start([this] { operate(id(), -1, SEM_UNDO); },
+            [this] { return lookAtLock(key_).waiting == 1; }));
+  EXPECT_EQ(condition(), "neverFinishedOrHeld") << "once who waited for it is gone";
+  EXPECT_EQ(
+      repairLock(key_, false).words,
+      "it was never finished, or a process of another PID namespace holds it; --force repairs "
+      "it all the same");
+  EXPECT_EQ(value(), 0);
+  EXPECT_TRUE(repairLock(key_, true).done);
+  EXPECT_EQ(condition(), "free");
+
   for (const bool reaped : {false, true}) {
     const pid_t leaver = start([this] { operate(id(), -1, 0); });
     EXPECT_EQ(condition(), "held");

@@ -41,7 +41,9 @@ TEST(DoctorTest, EveryTroubleIsToldWithAWayOut) {
        "does not export it, and would not load",
        "= 2\n"},
       {"hapmodule.number=0\nhaptable.number=0\n", "--ring DIR",
-       "error: place for the ring: DIR: is no regular file|    do: give the host a file", "= 2\n"},
+       "ok: lock: exclusion is off|error: place for the ring: DIR: is no regular file|    do: give "
+       "the host a file",
+       "= 2\n"},
       {"hapmodule.number=0\nhaptable.number=0\n", "--ring DIR/none/x.ring",
        "error: place for the ring: DIR/none/x.ring: cannot be made in DIR/none: No such file|    "
        "do: give",

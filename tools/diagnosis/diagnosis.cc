@@ -19,6 +19,7 @@
 #include "kw/trx/trx_lock.h"
 #include "lock/lock_state.h"
 #include "tables/check.h"
+#include "zqm_trx/config_keys.h"
 #include "zqm_trx/module_key.h"
 #include "zqm_trx/table_words.h"
 
@@ -157,7 +158,9 @@ class Examiner {
 
   void examineLock() {
     if (!trx::TRXConfig::getInstance().isExclusionControl()) {
-      add(Verdict::kGood, "lock", "the configuration does not use it");
+      add(Verdict::kGood, "lock",
+          std::string("exclusion is off, HAPs of several processes run at once: ") +
+              trx::kKeyExclusionControl + " is off or absent");
       return;
     }
     try {

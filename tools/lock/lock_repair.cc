@@ -28,6 +28,8 @@ std::string refusalOf(const LockState& state) {
   switch (state.condition) {
     case LockCondition::kHeld:
       return holderOf(state) + " holds it";
+    case LockCondition::kUnclear:
+      return "it was never finished, or a process of another PID namespace holds it";
     case LockCondition::kAboveOne:
       return "its value is above 1, so that nobody can tell whether it is held";
     case LockCondition::kNotPermitted:
@@ -59,6 +61,10 @@ LockAction give(const LockState& state) {
       return {true, "made it free though " + holderOf(state) +
                         " holds it: another HAP may run beside the one of that process, and "
                         "the value is above 1 once that gives it back"};
+    case LockCondition::kUnclear:
+      return {true,
+              "finished it: it is free for one holder; if a process of another PID namespace "
+              "holds it, the value is above 1 once that gives it back"};
     default:
       return {true, "set its value from " + std::to_string(state.value) +
                         " to 1; a HAP that held it meanwhile raises it again when it ends"};
@@ -106,7 +112,7 @@ LockAction repairLock(int key, bool force) {
     case LockCondition::kFree:
       return {true, "nothing is wrong with it"};
     case LockCondition::kUnfinished:
-      return createLock(key);
+      return state.is_own_kind ? createLock(key) : give(state);
     default:
       break;
   }

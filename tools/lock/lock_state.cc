@@ -17,6 +17,10 @@ namespace {
 constexpr int kUsersPermissions = 0660;  ///< those that a user of the semaphore asks for
 constexpr int kLooksMost = 10;
 
+/// The stand-in of the platform makes sets of two; the second one is 1 once the first one was free.
+constexpr int kOwnSemaphores = 2;
+constexpr int kFinishedNumber = 1;
+
 /// The last argument of semctl(2), which the caller has to define.
 union SemctlArgument {
   int val;
@@ -41,6 +45,12 @@ constexpr ConditionText kTexts[] = {
     {LockCondition::kUnfinished, "neverFinished",
      "it was never finished: whoever made it died before it was free for anybody, and all wait",
      "trxctl lock --repair; hosts that wait go on at once"},
+    {LockCondition::kUnclear, "neverFinishedOrHeld",
+     "it was never finished and a process that waited for it has ended, or a process of another "
+     "PID "
+     "namespace holds it; all others wait",
+     "look for a host in another container that is in a HAP; when there is none, "
+     "trxctl lock --repair --force"},
     {LockCondition::kAbandoned, "abandoned",
      "it is at 0, and the process that used it last has ended: all wait for ever",
      "trxctl lock --repair"},
@@ -94,6 +104,8 @@ bool readState(LockState& state) {
   state.value = semctl(state.id, kLockSemNumber, GETVAL);
   state.waiting = semctl(state.id, kLockSemNumber, GETNCNT);
   state.process = semctl(state.id, kLockSemNumber, GETPID);
+  state.is_own_kind = about.sem_nsems == kOwnSemaphores;
+  state.finished = state.is_own_kind && semctl(state.id, kFinishedNumber, GETVAL) == 1;
   if (state.value < 0 || state.waiting < 0 || state.process < 0) {
     failAt("cannot look at the semaphore");
   }
@@ -126,6 +138,10 @@ LockCondition conditionOf(const LockState& state) {
   }
   if (state.used == 0) {
     return LockCondition::kUnfinished;
+  }
+  // The end of a process that waited counts as a use, but changes no value: nobody is on record.
+  if (state.process == 0 && !state.finished) {
+    return LockCondition::kUnclear;
   }
   return state.facts.gone ? LockCondition::kAbandoned : LockCondition::kHeld;
 }

@@ -21,6 +21,7 @@ enum class LockCondition {
   kMissing,
   kNotPermitted,  ///< to this user
   kUnfinished,    ///< its creator died before it was free for anybody
+  kUnclear,       ///< never finished too, or held by a process of another PID namespace
   kAbandoned,     ///< at 0 though the last process that used it has ended
   kAboveOne,
 };
@@ -34,7 +35,9 @@ struct LockState {
   // The rest is known only when the semaphore can be read.
   bool readable = false;
   int value = 0;
-  int waiting = 0;    ///< how many wait for it
+  bool is_own_kind = false;  ///< a set as the stand-in of the platform makes it,
+  bool finished = false;     ///< and one that was set free for its first holder
+  int waiting = 0;           ///< how many wait for it
   pid_t process = 0;  ///< the last one that changed the value; 0: in another PID namespace, or none
   ProcessFacts facts;  ///< of it
 };

@@ -105,6 +105,11 @@ void print(const LockState& state) {
       std::cout << "  made:    " << localTimeText(state.changed) << ", never used\n";
     }
     printWaiters(state);
+    if (held) {
+      std::cout
+          << "  note:    where that process is in no HAP, it ran exec inside one or could not "
+             "give it back: it holds the semaphore until it ends\n";
+    }
   }
   if (isWrong(state.condition)) {
     std::cout << "  do:      " << adviceOf(state.condition) << '\n';
