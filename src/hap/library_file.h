@@ -8,8 +8,8 @@
 namespace kw::trx::trx {
 
 /// Why the loader must not get the library at `path`, in words; null when it may, and itself tells
-/// of every other problem. A pipe would let it wait for ever, and a file that is shorter than its
-/// own headers say would kill the process at the first access behind its end.
+/// of every other problem. A pipe would let it wait for ever, and a file that ends before a page
+/// that is mapped from it would kill the process at the first access to that page.
 const char* problemOfLibraryFile(const std::string& path);
 
 }  // namespace kw::trx::trx

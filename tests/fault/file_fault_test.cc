@@ -135,6 +135,39 @@ TEST_F(FileFaultTest, PartWithoutBytesOfTheFileIsNotMissing) {
   EXPECT_EQ(execHAP(info, "HURT_Rest"), "ok");
 }
 
+/// Where the bytes end that the parts of a library have of its file.
+std::size_t endOfParts(std::string library) {
+  const auto* const header = reinterpret_cast<ElfW(Ehdr)*>(library.data());
+  const auto* const parts = reinterpret_cast<ElfW(Phdr)*>(library.data() + header->e_phoff);
+  std::size_t end = 0;
+  for (int i = 0; i < header->e_phnum; ++i) {
+    const std::size_t end_of_part = parts[i].p_offset + parts[i].p_filesz;
+    end = parts[i].p_type == PT_LOAD ? std::max(end, end_of_part) : end;
+  }
+  return end;
+}
+
+TEST_F(FileFaultTest, OnlyAModuleOfWhichAPageIsMissingIsCutShort) {
+  std::ifstream in(MODULE_HURT, std::ios::binary);
+  const std::string whole{std::istreambuf_iterator<char>(in), {}};
+  const std::size_t end = endOfParts(whole);
+  const auto page = static_cast<std::size_t>(getpagesize());
+  ASSERT_NE(end % page, 0U) << "the last page is not full";
+  const std::pair<std::uintmax_t, bool> sizes[] = {
+      {std::uintmax_t{300} << 20, true}, {end - 1, true}, {end / page * page, false}};
+  for (const auto& [size, loads] : sizes) {
+    const std::string module = dir.write("libzq_hap_hurt.so", whole);
+    fs::resize_file(module, size);
+    configure({module}, {});
+    EXPECT_EQ(load(), loads ? "ok" : "TRX 70005") << size;
+    trx::TRXInfo info;
+    EXPECT_EQ(execHAP(info, "HURT_Rest"), loads ? "ok" : "TRX 70007") << size;
+    configure({}, {});
+    EXPECT_EQ(load(), "ok");
+    fs::remove(module);
+  }
+}
+
 TEST_F(FileFaultTest, RingTakesThePlaceOfNoOtherKindOfFile) {
   for (const auto& [name, put] : kIntruders) {
     const fs::path place = fs::path(dir.path()) / "ring";

@@ -32,8 +32,6 @@ class ElfHandle {
       problem_ = std::strerror(errno);
     } else if (!S_ISREG(status_.st_mode)) {
       problem_ = trx::kNotRegularWords;
-    } else if (static_cast<unsigned long long>(status_.st_size) > trx::kModuleFileMax) {
-      problem_ = trx::kModuleTooLargeWords;
     } else {
       elf_version(EV_CURRENT);
       elf_ = elf_begin(fd_, ELF_C_READ, nullptr);
@@ -51,6 +49,7 @@ class ElfHandle {
   /// Why the file is not read; empty when it is.
   const std::string& problem() const { return problem_; }
   Elf* get() const { return elf_; }
+  unsigned long long size() const { return static_cast<unsigned long long>(status_.st_size); }
 
  private:
   int fd_;
@@ -138,19 +137,17 @@ void readOwnVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& fil
   }
 }
 
-/// True when a part that would be loaded lies behind the end of the file.
-bool isCutShort(Elf* elf) {
-  std::size_t size = 0;
+/// True when a page that would be mapped lies behind the end of the file.
+bool isCutShort(const ElfHandle& handle) {
   std::size_t parts = 0;
-  if (elf_rawfile(elf, &size) == nullptr || elf_getphdrnum(elf, &parts) != 0) {
+  if (elf_getphdrnum(handle.get(), &parts) != 0) {
     return true;
   }
   GElf_Phdr part;
   for (std::size_t i = 0; i < parts; ++i) {
-    if (gelf_getphdr(elf, static_cast<int>(i), &part) == nullptr ||
+    if (gelf_getphdr(handle.get(), static_cast<int>(i), &part) == nullptr ||
         (part.p_type == PT_LOAD &&
-         (part.p_filesz != 0 || part.p_vaddr % static_cast<unsigned long>(getpagesize()) != 0) &&
-         part.p_offset + part.p_filesz > size)) {
+         trx::isPartCutShort(part.p_offset, part.p_filesz, part.p_vaddr, handle.size()))) {
       return true;
     }
   }
@@ -205,7 +202,7 @@ ElfFile readElf(const std::string& path) {
     file.problem = "is no shared library";
     return file;
   }
-  if (isCutShort(elf)) {
+  if (isCutShort(handle)) {
     file.problem = trx::kCutShortWords;
     return file;
   }

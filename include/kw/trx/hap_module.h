@@ -21,7 +21,7 @@ class ZQM_TRX_API HAPDynamicLib {
   virtual ~HAPDynamicLib();
 
   /// Opens the file "/" + `path`, all its symbols resolved at once. Returns 0, or -1 when it cannot
-  /// be opened; what is no regular file, longer than 256 MiB or shorter than its headers say never
+  /// be opened; what is no regular file, or ends before a page that its headers have mapped, never
   /// is. To be called once in the life of the object.
   int load(const std::string& path);
 
