@@ -1,24 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 // A tiny implementation of the platform interfaces: plain "key=value" lines, unquoted cells, one
-// semaphore, names joined with a dot, and records printed as they come.
+// semaphore of a set, and records printed as they come. The environment says how it is nasty:
+// FOREIGN_READER=seek sizes the stream first, unget looks ahead at each character;
+// FOREIGN_TRACE=slow rests in each record, failing takes none.
+#include "foreign_platform.h"
+
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <utility>
 
-#include "kw/dev/parts/lib_semaphore.h"
-#include "kw/ntz_hash64.h"
-#include "kw/sysobj/component.h"
-#include "kw/sysobj/tree_path.h"
-#include "kw/trace.h"
-#include "kw/trx/hapapi/hapapi.h"
-#include "kw/util/config/comma_separated_values.h"
-#include "kw/util/config/cpp_properties.h"
+namespace {
+
+constexpr int kSemaphores = 4;
+constexpr short kSemNumber = 2;
+constexpr useconds_t kRestMicroseconds = 200;
+
+bool isSet(const char* variable, const char* value) {
+  const char* const found = std::getenv(variable);
+  return found != nullptr && std::strcmp(found, value) == 0;
+}
+
+}  // namespace
 
 namespace kw::util::config {
 
@@ -52,22 +61,39 @@ CommaSeparatedValues::CommaSeparatedValues() = default;
 CommaSeparatedValues::~CommaSeparatedValues() = default;
 
 int CommaSeparatedValues::load(std::istream& in) {
-  for (std::string line; std::getline(in, line);) {
+  std::string text;
+  if (isSet("FOREIGN_READER", "seek")) {
+    in.seekg(0, std::ios::end);
+    text.resize(static_cast<std::size_t>(in.tellg()));
+    in.seekg(0);
+    in.read(&text[0], static_cast<std::streamsize>(text.size()));
+  } else {
+    while (in.peek() != std::istream::traits_type::eof()) {
+      const char c = static_cast<char>(in.get());
+      in.unget();
+      text += in.get() == c ? c : '?';
+    }
+  }
+  parse(text);
+  return 1;
+}
+
+void CommaSeparatedValues::parse(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
     auto& row = rows_.emplace_back();
     std::istringstream cells(line);
     for (std::string cell; std::getline(cells, cell, ',');) {
       row.push_back(cell);
     }
+    row.push_back("no cell of the file!");
   }
-  return 0;
 }
 
 int CommaSeparatedValues::size() { return static_cast<int>(rows_.size()); }
 int CommaSeparatedValues::rowCount() { return size(); }
-int CommaSeparatedValues::columnCount(int row) {
-  return static_cast<int>(rows_[static_cast<std::size_t>(row)].size());
-}
-const std::vector<std::string>& CommaSeparatedValues::operator[](int row) {
+int CommaSeparatedValues::columnCount(int row) { return static_cast<int>((*this)[row].size()) - 1; }
+std::vector<std::string>& CommaSeparatedValues::operator[](int row) {
   return rows_[static_cast<std::size_t>(row)];
 }
 
@@ -75,48 +101,46 @@ const std::vector<std::string>& CommaSeparatedValues::operator[](int row) {
 
 namespace kw::sysobj {
 
-Component::Component(int type, int no, std::string name, Component* parent)
-    : type_(type), no_(no), name_(std::move(name)), parent_(parent) {}
-Component::~Component() = default;
 int Component::getType() { return type_; }
 int Component::getNo() { return no_; }
-void Component::getTreePath(TreePath& path) { path.names_ = {name_}; }
+void Component::getTreePath(TreePath& path) { path.text = std::string(".") + name_; }
 
 TreePath::TreePath() = default;
 TreePath::~TreePath() = default;
-std::string TreePath::toString() { return names_.empty() ? "" : "." + names_.back(); }
+std::string TreePath::toString() { return text; }
 
 }  // namespace kw::sysobj
 
 namespace kw::dev::parts {
 
 LibSemaphore::LibSemaphore(int key)
-    : id(-1), held(false), unchecked(false), semNumber(0), semFlags(SEM_UNDO), key_(key) {}
+    : semFlags(0), semNumber(kSemNumber), unchecked(false), held(false), id(-1), key_(key) {}
 LibSemaphore::~LibSemaphore() = default;
 
 int LibSemaphore::create() {
-  id = semget(key_, 1, IPC_CREAT | IPC_EXCL | 0600);
-  return id == -1 ? -1 : semctl(id, 0, SETVAL, 1);
+  id = semget(key_, kSemaphores, IPC_CREAT | IPC_EXCL | 0600);
+  return id == -1 ? 7 : semctl(id, kSemNumber, SETVAL, 1);
 }
 
 int LibSemaphore::get() {
-  id = semget(key_, 1, 0);
-  return id == -1 ? -1 : 0;
+  id = semget(key_, kSemaphores, 0);
+  return id == -1 ? 7 : 0;
 }
 
 }  // namespace kw::dev::parts
 
-namespace kw::trx::hapapi {
-
-HAPAPI::~HAPAPI() = default;
-
-}  // namespace kw::trx::hapapi
-
 extern "C" {
 
-int kw_trace_write(unsigned long region, unsigned int level, unsigned short, unsigned long id,
-                   const void*, int length) {
-  return std::printf("trace %lu %x %lx %d\n", region, level, id, length);
+int kw_trace_write(unsigned long region, unsigned int level, unsigned short trace_class,
+                   unsigned long id, const void*, int length) {
+  if (isSet("FOREIGN_TRACE", "failing")) {
+    return -1;
+  }
+  if (isSet("FOREIGN_TRACE", "slow")) {
+    usleep(kRestMicroseconds);
+  }
+  return std::printf("trace %lu %x %u %lx %d\n", region, level, static_cast<unsigned>(trace_class),
+                     id, length);
 }
 
 int ntz_hash64(unsigned long long value) { return value == 0 ? 64 : __builtin_ctzll(value); }
