@@ -3,12 +3,9 @@
 
 #include <new>
 
-#include "kw/trx/errors.h"
-#include "support/no_cancellation.h"
+#include "support/handlers.h"
 #include "support/requester_id.h"
-#include "support/trace.h"
 #include "zqm_trx/config_keys.h"
-#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::trx {
 namespace {
@@ -37,17 +34,9 @@ TRXConfig::TRXConfig() = default;
 
 TRXConfig::~TRXConfig() = default;
 
-ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::load() {
+void TRXConfig::load() {
   KWPathConf path_conf;
-  try {
-    path_conf.load();
-  } catch (ThreadExit&) {
-    throw;
-  } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kConfigNoPathFile, requesterId());
-    throw TRXException(kCodeConfig);
-  }
+  failAs(kCodeConfig, kConfigNoPathFile, requesterId(), [&] { path_conf.load(); });
   const std::string path = path_conf.getTRXConfPath();
   if (path.empty()) {
     trace(kConfigNoPath, requesterId());
@@ -56,17 +45,9 @@ ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::load() {
   loadTRXConf(path);
 }
 
-ZQM_TRX_HANDLES_THREAD_EXIT void TRXConfig::loadTRXConf(const std::string& path) {
+void TRXConfig::loadTRXConf(const std::string& path) {
   kw::util::config::CppProperties properties(false);
-  try {
-    properties.load(path);
-  } catch (ThreadExit&) {
-    throw;
-  } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kConfigNoFile, path);
-    throw TRXException(kCodeConfig);
-  }
+  failAs(kCodeConfig, kConfigNoFile, path, [&] { properties.load(path); });
   // Each error mode stands before its file list, which is read by it.
   loadBooleanDefinition(properties, kKeyHAPErrMode, hap_stop_on_load_error_, kWordContinue, true);
   loadFilePathList(properties, kKeyHAPNumber, kPrefixHAPFile, hap_module_files_,

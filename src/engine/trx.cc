@@ -3,21 +3,18 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
-#include <utility>
 
 #include "kw/dev/parts/lib_semaphore.h"
 #include "kw/sysobj/tree_path.h"
-#include "kw/trx/errors.h"
 #include "kw/trx/hap_controller.h"
 #include "kw/trx/table_controller.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
-#include "support/no_cancellation.h"
+#include "support/handlers.h"
 #include "support/requester_id.h"
 #include "support/stop_flag.h"
-#include "support/trace.h"
-#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::trx {
 namespace {
@@ -102,33 +99,21 @@ int TRX::startUp() {
   return 0;
 }
 
-ZQM_TRX_HANDLES_THREAD_EXIT void TRX::load(bool with_debug_modules) {
+void TRX::load(bool with_debug_modules) {
   trace(kTrxLoadEntered, requesterId());
   LoadingScope scope(*this);
   trace(kTrxLoadLocked, requesterId());
   scope.begin();
   TRXConfig& config = TRXConfig::getInstance();
   config.load();
-  try {
+  failAs(kCodeModuleLoad, kTrxLoadHAPFailed, requesterId(), [&] {
     std::vector<std::string> files = config.getHAPModuleFiles();
     hap_controller_->load(files, with_debug_modules);
-  } catch (ThreadExit&) {
-    throw;
-  } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kTrxLoadHAPFailed, requesterId());
-    throw TRXException(kCodeModuleLoad);
-  }
-  try {
+  });
+  failAs(kCodeTableLoad, kTrxLoadTableFailed, requesterId(), [&] {
     std::vector<std::string> files = config.getTableFiles();
     table_controller_->load(files);
-  } catch (ThreadExit&) {
-    throw;
-  } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kTrxLoadTableFailed, requesterId());
-    throw TRXException(kCodeTableLoad);
-  }
+  });
   trace(kTrxLoadDone, requesterId());
 }
 
@@ -156,15 +141,9 @@ void TRX::execHAP(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
     traceHAPRequest(*info, units, hap_name, mode);
     checkExecHAPCondition(info);
     info->setAPI(api_);
-    try {
+    traceForeignException(kTrxHAPForeignException, info->trxId, [&] {
       hap_controller_->execHAP(info, units, hap_name, mode, para, out, false);
-    } catch (const TRXException&) {
-      throw;
-    } catch (...) {
-      const NoCancellation uncancelled;
-      trace(kTrxHAPForeignException, info->trxId);
-      throw;
-    }
+    });
   }
   trace(kTrxHAPDone, hap_name);
 }
@@ -179,15 +158,8 @@ void TRX::execTable(TRXInfo* info) {
   trace(kTrxTableAdmitted, info->trxId);
   trace(kTrxTableName, info->getTableName());
   info->setAPI(api_);
-  try {
-    table_controller_->execTable(info);
-  } catch (const TRXException&) {
-    throw;
-  } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kTrxTableForeignException, info->trxId);
-    throw;
-  }
+  traceForeignException(kTrxTableForeignException, info->trxId,
+                        [&] { table_controller_->execTable(info); });
 }
 
 void TRX::execTable(TRXInfo* info, std::vector<kw::sysobj::Component*>& units,
@@ -226,25 +198,18 @@ int TRX::chkAndAddTRXInfo(TRXInfo* info) {
     trace(kTrxNoContext, requesterId());
     return -1;
   }
-  if (registry_.count(info) != 0) {
+  const auto place = std::lower_bound(registry_.begin(), registry_.end(), info);
+  if (place != registry_.end() && *place == info) {
     trace(kTrxContextRunning, info->trxId);
     return -1;
   }
-  if (spare_entry_.empty()) {
-    registry_.insert(info);
-  } else {
-    spare_entry_.value() = info;
-    registry_.insert(std::move(spare_entry_));
-  }
+  registry_.insert(place, info);
   return 0;
 }
 
 void TRX::deleteTRXInfo(TRXInfo* info) {
   const MutexGuard guard(registry_mutex_);
-  auto entry = registry_.extract(info);
-  if (!entry.empty()) {
-    spare_entry_ = std::move(entry);
-  }
+  registry_.erase(std::remove(registry_.begin(), registry_.end(), info), registry_.end());
 }
 
 void TRX::checkExecHAPCondition(TRXInfo*) {
@@ -276,7 +241,7 @@ void TRX::admit(TRXInfo* info) {
 void TRX::prepareTable(TRXInfo* info, const std::vector<kw::sysobj::Component*>& units,
                        const std::string& table_name) {
   const MutexGuard guard(registry_mutex_);
-  if (info == nullptr || registry_.count(info) != 0) {
+  if (info == nullptr || std::binary_search(registry_.begin(), registry_.end(), info)) {
     trace(kTrxTableRefused, requesterId());
     throw TRXException(kCodeContext);
   }

@@ -1,23 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/hap_controller.h"
 
-#include <exception>
 #include <memory>
 #include <new>
 #include <string_view>
-#include <utility>
 
 #include "kw/sysobj/tree_path.h"
-#include "kw/trx/errors.h"
 #include "kw/trx/file_path.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
-#include "support/no_cancellation.h"
+#include "support/handlers.h"
 #include "support/requester_id.h"
-#include "support/trace.h"
 #include "zqm_trx/hap_stand_in.h"
 #include "zqm_trx/module_key.h"
-#include "zqm_trx/thread_exit.h"
 
 namespace kw::trx::trx {
 namespace {
@@ -28,24 +23,13 @@ std::string baseName(const std::string& file) {
   return name.value;
 }
 
-/// Keeps the record of one HAP call on its context for a scope.
-class HAPRecordScope {
- public:
-  HAPRecordScope(TRXInfo& info, HAPCtlInfo& record) : info_(info) { info_.pushHAPCtlInfo(&record); }
-  HAPRecordScope(const HAPRecordScope&) = delete;
-  HAPRecordScope& operator=(const HAPRecordScope&) = delete;
-  ~HAPRecordScope() { end(); }
-
-  void end() {
-    if (pushed_) {
-      pushed_ = false;
-      info_.popHAPCtlInfo();
-    }
+/// Takes the record of a HAP call off its context at the end of a scope.
+struct PopAtEnd {
+  TRXInfo& info;
+  ~PopAtEnd() {
+    const NoCancellation uncancelled;
+    info.popHAPCtlInfo();
   }
-
- private:
-  TRXInfo& info_;
-  bool pushed_ = true;
 };
 
 void traceThrown(const TRXInfo& info, const TRXException& exception) {
@@ -79,6 +63,7 @@ void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Compone
 /// The exception of the HAP is the one that the caller has to get: a second one from here is
 /// dropped.
 ZQM_TRX_HANDLES_THREAD_EXIT void endDroppingExceptions(hapapi::HAPAPI& api, TRXInfo* info) {
+  const NoCancellation uncancelled;
   try {
     api.endHAPExec(info);
   } catch (ThreadExit&) {
@@ -133,8 +118,7 @@ void HAPController::loadModule(const std::string& file, bool with_debug_modules)
     trace(kHAPLoadNotOpenedSkipped, file_name);
     trace(kHAPLoadNotOpenedSkippedEnd);
   } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kHAPLoadForeignException);
+    traceInHandler(kHAPLoadForeignException);
     throw;
   }
 }
@@ -160,12 +144,10 @@ void HAPController::openSemaphore() {
       trace(kHAPLoadSemaphoreMissing);
     }
   } catch (const std::bad_alloc&) {
-    const NoCancellation uncancelled;
-    trace(kHAPLoadSemaphoreNoMemory);
+    traceInHandler(kHAPLoadSemaphoreNoMemory);
     throw;
   } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kHAPLoadSemaphoreException);
+    traceInHandler(kHAPLoadSemaphoreException);
     throw;
   }
 }
@@ -234,29 +216,30 @@ HAPFunction HAPController::findHAP(TRXInfo* info, const std::string& name) {
 
 void HAPController::callRecorded(TRXInfo* info, HAPCtlInfo& record, HAPFunction function,
                                  const Call& call) {
-  HAPRecordScope scope(*info, record);
+  info->pushHAPCtlInfo(&record);
   int result = 0;
   try {
     result = callLocked(info, function, call);
   } catch (const TRXException& exception) {
     const NoCancellation uncancelled;
-    scope.end();
+    info->popHAPCtlInfo();
     traceThrown(*info, exception);
     throw;
   } catch (...) {
     const NoCancellation uncancelled;
-    scope.end();
+    info->popHAPCtlInfo();
     trace(kHAPExecForeignException, info->trxId);
     throw;
   }
-  if (result != 0) {
-    errExecHAP(info, call.name);
-    if (!info->isErrDisables()) {
-      scope.end();
-      throw TRXException(kCodeHAPFailed);
-    }
+  if (result == 0) {
+    info->popHAPCtlInfo();
+    return;
   }
-  scope.end();
+  const PopAtEnd pop{*info};
+  errExecHAP(info, call.name);
+  if (!info->isErrDisables()) {
+    throw TRXException(kCodeHAPFailed);
+  }
 }
 
 int HAPController::callLocked(TRXInfo* info, HAPFunction function, const Call& call) {
@@ -279,20 +262,11 @@ int HAPController::callNotified(TRXInfo* info, hapapi::HAPAPI* api, HAPFunction 
   }
   api->beginHAPExec(info);
   int result = 0;
-  std::exception_ptr thrown;
   try {
     result = function(info, mode, call.para, call.out);
   } catch (...) {
-    thrown = std::current_exception();
-    if (thrown == nullptr) {  // the thread ends: there is no exception to go on with
-      endDroppingExceptions(*api, info);
-      throw;
-    }
-  }
-  if (thrown != nullptr) {
-    // Outside of the handler: a thread that is cancelled in there would end the process.
     endDroppingExceptions(*api, info);
-    std::rethrow_exception(std::move(thrown));
+    throw;
   }
   api->endHAPExec(info);
   return result;

@@ -3,16 +3,14 @@
 
 #include <memory>
 
-#include "kw/trx/errors.h"
 #include "kw/trx/file_path.h"
 #include "kw/trx/table_data.h"
 #include "kw/trx/table_driver.h"
 #include "kw/trx/table_format.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_info.h"
-#include "support/no_cancellation.h"
+#include "support/handlers.h"
 #include "support/requester_id.h"
-#include "support/trace.h"
 
 namespace kw::trx::trx {
 namespace {
@@ -50,8 +48,7 @@ std::unique_ptr<TableData> readFile(const std::string& path, const std::string& 
     }
     return data;
   } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kTblLoadException, requesterId());
+    traceInHandler(kTblLoadException, requesterId());
     throw;
   }
 }
@@ -100,15 +97,8 @@ void TableController::execTable(TRXInfo* info) {
     throw TRXException(kCodeContext);
   }
   TableDriver driver(nest_limit_);
-  try {
-    driver.execTable(info, &table_list_);
-  } catch (const TRXException&) {
-    throw;
-  } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kTblExecForeignException, info->trxId);
-    throw;
-  }
+  traceForeignException(kTblExecForeignException, info->trxId,
+                        [&] { driver.execTable(info, &table_list_); });
 }
 
 void TableController::releaseTable() { table_list_.clear(); }

@@ -2,8 +2,7 @@
 #include "kw/trx/hap_controller.h"
 #include "kw/trx/table_commands.h"
 #include "kw/trx/trx.h"
-#include "support/no_cancellation.h"
-#include "support/trace.h"
+#include "support/handlers.h"
 #include "table/current_table.h"
 
 namespace kw::trx::trx {
@@ -38,8 +37,7 @@ int TblCmdHAP::exec(TRXInfo* info) {
     const NoCancellation uncancelled;
     return goOnAfterFailure(info, failure.getCode());
   } catch (...) {
-    const NoCancellation uncancelled;
-    trace(kCmdHAPForeignException, info->trxId);
+    traceInHandler(kCmdHAPForeignException, info->trxId);
     throw;
   }
   return goOnAt(info, getNextIndex());

@@ -4,7 +4,6 @@
 #define KW_TRX_TRX_H_
 
 #include <atomic>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -114,9 +113,8 @@ class ZQM_TRX_API TRX {
   Mutex registry_mutex_;
   std::atomic<bool> loading_{false};
   std::atomic<bool> stop_{false};
-  std::set<TRXInfo*> registry_ ZQM_TRX_GUARDED_BY(registry_mutex_);
-  // That of a request that ended, so that the next one needs no memory for its entry.
-  std::set<TRXInfo*>::node_type spare_entry_ ZQM_TRX_GUARDED_BY(registry_mutex_);
+  // In the order of their addresses. A vector keeps the memory for those of the next requests.
+  std::vector<TRXInfo*> registry_ ZQM_TRX_GUARDED_BY(registry_mutex_);
 };
 
 }  // namespace kw::trx::trx
