@@ -87,7 +87,7 @@ TRX::TRX() {
   auto hap_controller = std::make_unique<HAPController>();
   table_controller_ = new TableController();
   hap_controller_ = hap_controller.release();
-  watchStopFlag(&stop_);  // last: an engine that could not be made leaves nobody watching it
+  engine_stop_flag = &stop_;  // last: an engine that could not be made leaves nobody watching it
 }
 
 unsigned int TRX::getTRXID() { return requesterId(); }

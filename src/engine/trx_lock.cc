@@ -6,8 +6,8 @@
 #include <exception>
 
 #include "kw/trx/errors.h"
-#include "support/forks.h"
 #include "support/no_cancellation.h"
+#include "support/requester_id.h"
 #include "support/trace.h"
 
 namespace kw::trx::trx {
@@ -16,6 +16,9 @@ namespace {
 constexpr int kNoSemaphore = -1;
 constexpr short kTake = -1;
 constexpr short kGiveBack = 1;
+
+/// The process as its requester ids have it. In a child of a fork it is another one.
+unsigned short ownProcess() { return static_cast<unsigned short>(requesterId() >> 16); }
 
 /// One operation on the system semaphore; false when it failed, for a signal during the wait too.
 bool operate(const kw::dev::parts::LibSemaphore& semaphore, short operation) {
@@ -34,18 +37,14 @@ TRXLock::TRXLock(kw::dev::parts::LibSemaphore* semaphore, bool exclusion_control
     return;
   }
   trace(kLockTake);
-  if (semaphore_->id == kNoSemaphore) {
-    throw TRXException(kCodeLock);
-  }
-  if (semaphore_->held && !semaphore_->unchecked) {
-    throw TRXException(kCodeLock);
-  }
-  if (!operate(*semaphore_, kTake)) {
+  const bool is_free = semaphore_->unchecked || !semaphore_->held;
+  if (semaphore_->id == kNoSemaphore || !is_free || !operate(*semaphore_, kTake)) {
     throw TRXException(kCodeLock);
   }
   semaphore_->held = true;
-  forks_before_ = forksBefore();
-  exceptions_before_ = static_cast<short>(std::uncaught_exceptions());
+  // Narrow: a host reserves the memory of two fields for this class.
+  process_ = ownProcess();
+  exceptions_before_ = static_cast<unsigned char>(std::uncaught_exceptions());
   locked_ = true;
 }
 
@@ -53,7 +52,7 @@ TRXLock::~TRXLock() noexcept(false) {
   if (!locked_) {
     return;
   }
-  if (forks_before_ != forksBefore()) {
+  if (process_ != ownProcess()) {
     semaphore_->held = false;  // the copy of it that came with the fork: the parent holds it
     return;
   }
@@ -80,10 +79,7 @@ void TRXLock::giveBack() {
 }
 
 void TRXLock::release() {
-  if (semaphore_->id == kNoSemaphore) {
-    throw TRXException(kCodeUnlock);
-  }
-  if (!semaphore_->held && !semaphore_->unchecked) {
+  if (semaphore_->id == kNoSemaphore || (!semaphore_->held && !semaphore_->unchecked)) {
     throw TRXException(kCodeUnlock);
   }
   semaphore_->held = false;

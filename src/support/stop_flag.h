@@ -7,12 +7,14 @@
 
 namespace kw::trx::trx {
 
-/// Makes `flag` the one that `isEngineStopped` looks at. It must live until the process ends.
-void watchStopFlag(const std::atomic<bool>* flag);
+/// The stop flag of the engine, which lives until the process ends; null while there is no engine.
+inline std::atomic<const std::atomic<bool>*> engine_stop_flag{nullptr};
 
-/// True while the engine's stop flag is set; false while there is no engine. Any thread may call
-/// it.
-bool isEngineStopped();
+/// True while it is set. Any thread may call it.
+inline bool isEngineStopped() {
+  const std::atomic<bool>* flag = engine_stop_flag.load(std::memory_order_acquire);
+  return flag != nullptr && *flag;
+}
 
 }  // namespace kw::trx::trx
 

@@ -33,8 +33,8 @@ class ZQM_TRX_API TRXLock {
 
   kw::dev::parts::LibSemaphore* semaphore_;
   bool locked_ = false;
-  unsigned char forks_before_ = 0;
-  short exceptions_before_ = 0;
+  unsigned char exceptions_before_ = 0;
+  unsigned short process_ = 0;
 };
 
 }  // namespace kw::trx::trx
