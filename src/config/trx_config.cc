@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/trx_config.h"
 
-#include <new>
-
 #include "support/handlers.h"
 #include "support/requester_id.h"
 #include "zqm_trx/config_keys.h"
@@ -23,10 +21,7 @@ void KWPathConf::load() { properties_.load(kPathFile); }
 std::string KWPathConf::getTRXConfPath() const { return properties_.getProperty(kKeyTRXConf); }
 
 TRXConfig& TRXConfig::getInstance() {
-  // In plain storage, so that the exit of the process leaves it as it is: a load may be at work
-  // then.
-  alignas(TRXConfig) static unsigned char storage[sizeof(TRXConfig)];
-  static TRXConfig* const config = new (storage) TRXConfig;
+  static TRXConfig* const config = new TRXConfig;  // never destroyed: a load may be at work at exit
   return *config;
 }
 

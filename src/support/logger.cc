@@ -106,8 +106,8 @@ namespace {
 constexpr int kRegionOffset = 102;
 constexpr std::size_t kLogBufferSize = 512;
 
-/// In plain storage, so that the exit of the process leaves it as it is: other threads and late
-/// destructors write records to the very end.
+/// Never destroyed: other threads and late destructors write records to the very end. In plain
+/// storage, as no record may need memory.
 __attribute__((noinline)) Logger* makeLogger() {
   alignas(Logger) static unsigned char storage[sizeof(Logger)];
   return new (storage) Logger;
