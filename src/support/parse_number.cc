@@ -1,67 +1,45 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/parse_number.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <limits>
 
 namespace kw::trx::trx {
 namespace {
 
-constexpr unsigned int kNoDigit = 36;
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
-unsigned int digitValue(char c) {
-  if (c >= '0' && c <= '9') {
-    return static_cast<unsigned int>(c - '0');
-  }
-  if (c >= 'a' && c <= 'z') {
-    return static_cast<unsigned int>(c - 'a') + 10;
-  }
-  if (c >= 'A' && c <= 'Z') {
-    return static_cast<unsigned int>(c - 'A') + 10;
-  }
-  return kNoDigit;
-}
-
-bool isDigit(std::string_view text, std::size_t at, unsigned int base) {
-  return at < text.size() && digitValue(text[at]) < base;
-}
-
 /// The prefix counts only before a digit: otherwise its 0 is the number.
-bool hasHexPrefix(std::string_view text, std::size_t at) {
-  return text.size() - at > 2 && text[at] == '0' && (text[at + 1] | 0x20) == 'x' &&
-         isDigit(text, at + 2, 16);
+bool hasHexPrefix(std::string_view text) {
+  return text.size() > 2 && text[0] == '0' && (text[1] | 0x20) == 'x' &&
+         std::isxdigit(static_cast<unsigned char>(text[2])) != 0;
 }
 
 }  // namespace
 
 ParsedNumber parseNumber(std::string_view text, unsigned int base) {
-  std::size_t at = text.find_first_not_of(kWhiteSpace);
-  if (at == std::string_view::npos) {
+  std::string_view rest = text;
+  rest.remove_prefix(std::min(rest.find_first_not_of(kWhiteSpace), rest.size()));
+  const bool minus = rest.substr(0, 1) == "-";
+  if (minus || rest.substr(0, 1) == "+") {
+    rest.remove_prefix(1);
+  }
+  if (base == 16 && hasHexPrefix(rest)) {
+    rest.remove_prefix(2);
+  }
+  unsigned int value = 0;
+  const auto [end, error] =
+      std::from_chars(rest.data(), rest.data() + rest.size(), value, static_cast<int>(base));
+  if (error == std::errc::invalid_argument) {
     return {0, 0};
   }
-  const bool minus = text[at] == '-';
-  if (minus || text[at] == '+') {
-    ++at;
+  const auto length = static_cast<std::size_t>(end - text.data());
+  if (error == std::errc::result_out_of_range) {
+    return {std::numeric_limits<unsigned int>::max(), length};
   }
-  if (base == 16 && hasHexPrefix(text, at)) {
-    at += 2;
-  }
-  if (!isDigit(text, at, base)) {
-    return {0, 0};
-  }
-  constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
-  std::uint64_t value = 0;
-  for (; isDigit(text, at, base); ++at) {
-    if (value <= largest) {
-      value = value * base + digitValue(text[at]);
-    }
-  }
-  if (value > largest) {
-    return {std::numeric_limits<std::uint32_t>::max(), at};
-  }
-  const auto word = static_cast<unsigned int>(value);
-  return {minus ? 0U - word : word, at};
+  return {minus ? 0U - value : value, length};
 }
 
 }  // namespace kw::trx::trx
