@@ -7,6 +7,13 @@
 #include "support/requester_id.h"
 #include "support/trace.h"
 
+namespace kw::trx::hapapi {
+
+HAPAPIExpandData::HAPAPIExpandData() = default;
+HAPAPIExpandData::~HAPAPIExpandData() = default;
+
+}  // namespace kw::trx::hapapi
+
 namespace kw::trx::trx {
 namespace {
 
@@ -16,6 +23,24 @@ constexpr int kDefaultAutoRtn = 1;
 constexpr int kDefaultRtnValue = 0;
 
 }  // namespace
+
+HAPCtlInfo::HAPCtlInfo(std::vector<kw::sysobj::Component*>& units, const std::string& hap_name,
+                       const std::string& mode, const unsigned int* para, unsigned int* out,
+                       bool err_disable)
+    : unit_list_(&units),
+      hap_name_(&hap_name),
+      mode_(&mode),
+      para_(para),
+      out_(out),
+      err_disable_(err_disable) {}
+
+HAPCtlInfo::~HAPCtlInfo() = default;
+
+void HAPCtlInfo::getUnitList(std::vector<kw::sysobj::Component*>& out) const {
+  if (unit_list_ != nullptr) {
+    out = *unit_list_;
+  }
+}
 
 TRXInfo::TRXInfo() : TRXInfo(requesterId(), kDefaultTraceHandle) {}
 

@@ -52,6 +52,12 @@ void endMissingTable(TRXInfo* info) {
 
 }  // namespace
 
+TblCtlInfo::TblCtlInfo(const std::string& table_name,
+                       const std::vector<kw::sysobj::Component*>& units)
+    : tableName(table_name), unitList(units) {}
+
+TblCtlInfo::~TblCtlInfo() = default;
+
 TableDriver::TableDriver(int nest_limit) : nest_limit_(nest_limit) {}
 
 TableDriver::~TableDriver() = default;
