@@ -104,23 +104,16 @@ class LogicalLines {
 };
 
 void appendUtf8(unsigned long code_point, std::string& out) {
-  const auto tail = [&](unsigned int shift) {
-    out += static_cast<char>(0x80UL | ((code_point >> shift) & 0x3FUL));
-  };
   if (code_point < 0x80) {
     out += static_cast<char>(code_point);
-  } else if (code_point < 0x800) {
-    out += static_cast<char>(0xC0UL | (code_point >> 6));
-    tail(0);
-  } else if (code_point < 0x10000) {
-    out += static_cast<char>(0xE0UL | (code_point >> 12));
-    tail(6);
-    tail(0);
-  } else {
-    out += static_cast<char>(0xF0UL | (code_point >> 18));
-    tail(12);
-    tail(6);
-    tail(0);
+    return;
+  }
+  const unsigned int tails = code_point < 0x800 ? 1 : code_point < 0x10000 ? 2 : 3;
+  // The first byte begins with as many ones as there are bytes.
+  out += static_cast<char>(0xFF00UL >> (tails + 1) | code_point >> (6 * tails));
+  for (unsigned int shift = 6 * tails; shift != 0;) {
+    shift -= 6;
+    out += static_cast<char>(0x80UL | (code_point >> shift & 0x3FUL));
   }
 }
 
@@ -159,18 +152,10 @@ bool takeUnicode(std::string_view& text, std::string& out) {
 }
 
 char controlOf(char escaped) {
-  switch (escaped) {
-    case 't':
-      return '\t';
-    case 'n':
-      return '\n';
-    case 'r':
-      return '\r';
-    case 'f':
-      return '\f';
-    default:
-      return escaped;
-  }
+  constexpr std::string_view letters = "tnrf";
+  constexpr std::string_view controls = "\t\n\r\f";
+  const std::size_t at = letters.find(escaped);
+  return at == std::string_view::npos ? escaped : controls[at];
 }
 
 std::string unescape(std::string_view text) {

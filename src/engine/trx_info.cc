@@ -22,6 +22,27 @@ constexpr unsigned int kDefaultTraceClass = 8;
 constexpr int kDefaultAutoRtn = 1;
 constexpr int kDefaultRtnValue = 0;
 
+template <typename Record>
+int push(std::vector<Record*>& stack, Record* record, const TracePoint& no_record) {
+  if (record == nullptr) {
+    trace(no_record, requesterId());
+    return -1;
+  }
+  stack.push_back(record);
+  return 0;
+}
+
+template <typename Record>
+Record* pop(std::vector<Record*>& stack, const TracePoint& empty) {
+  if (stack.empty()) {
+    trace(empty, requesterId());
+    return nullptr;
+  }
+  Record* record = stack.back();
+  stack.pop_back();
+  return record;
+}
+
 }  // namespace
 
 HAPCtlInfo::HAPCtlInfo(std::vector<kw::sysobj::Component*>& units, const std::string& hap_name,
@@ -71,23 +92,10 @@ KWTrace* TRXInfo::getProductHAPAPITrace() {
 }
 
 int TRXInfo::pushHAPCtlInfo(HAPCtlInfo* record) {
-  if (record == nullptr) {
-    trace(kInfoNoHAPRecord, requesterId());
-    return -1;
-  }
-  hap_ctl_stack_.push_back(record);
-  return 0;
+  return push(hap_ctl_stack_, record, kInfoNoHAPRecord);
 }
 
-HAPCtlInfo* TRXInfo::popHAPCtlInfo() {
-  if (hap_ctl_stack_.empty()) {
-    trace(kInfoHAPStackEmpty, requesterId());
-    return nullptr;
-  }
-  HAPCtlInfo* record = hap_ctl_stack_.back();
-  hap_ctl_stack_.pop_back();
-  return record;
-}
+HAPCtlInfo* TRXInfo::popHAPCtlInfo() { return pop(hap_ctl_stack_, kInfoHAPStackEmpty); }
 
 bool TRXInfo::isHAPCtlInfoEmpty() const { return hap_ctl_stack_.empty(); }
 
@@ -144,23 +152,10 @@ void TRXInfo::setTableUnitList(const std::vector<kw::sysobj::Component*>& units)
 std::vector<kw::sysobj::Component*>& TRXInfo::getTableUnitList() { return table_unit_list_; }
 
 int TRXInfo::pushTblCtlInfo(TblCtlInfo* record) {
-  if (record == nullptr) {
-    trace(kInfoNoTableRecord, requesterId());
-    return -1;
-  }
-  tbl_ctl_stack_.push_back(record);
-  return 0;
+  return push(tbl_ctl_stack_, record, kInfoNoTableRecord);
 }
 
-TblCtlInfo* TRXInfo::popTblCtlInfo() {
-  if (tbl_ctl_stack_.empty()) {
-    trace(kInfoTableStackEmpty, requesterId());
-    return nullptr;
-  }
-  TblCtlInfo* record = tbl_ctl_stack_.back();
-  tbl_ctl_stack_.pop_back();
-  return record;
-}
+TblCtlInfo* TRXInfo::popTblCtlInfo() { return pop(tbl_ctl_stack_, kInfoTableStackEmpty); }
 
 TblCtlInfo* TRXInfo::getCurTblCtlInfo() const {
   return tbl_ctl_stack_.empty() ? nullptr : tbl_ctl_stack_.back();

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kw/trx/unit_functions.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "kw/ntz_hash64.h"
 #include "support/trace.h"
 
@@ -19,18 +22,11 @@ constexpr int kChannels = 16;
 
 /// First resource bit of a unit type, or -1 for a type without bits.
 int firstBit(int type) {
-  switch (type) {
-    case kType301:
-      return 0;
-    case kType300:
-      return 16;
-    case kType302:
-      return 32;
-    case kType303:
-      return 40;
-    default:
-      return -1;
-  }
+  constexpr std::pair<int, int> first_bits[] = {
+      {kType301, 0}, {kType300, 16}, {kType302, 32}, {kType303, 40}};
+  const auto* const found = std::find_if(std::begin(first_bits), std::end(first_bits),
+                                         [type](const auto& entry) { return entry.first == type; });
+  return found == std::end(first_bits) ? -1 : found->second;
 }
 
 }  // namespace

@@ -50,27 +50,18 @@ HAPTable* TblFmt00::createHAPTable() {
   for (unsigned int row = start; row <= end; ++row) {
     const Command command = commandOf(cells.text(row, kPlaceCommand));
     const unsigned int number = parseNumber(cells.text(row, kPlaceNumber), kHexBase).value;
-    switch (command) {
-      case Command::kHAP:
-        table->addEntry(createHAPRow(number, row, cells, &labels));
-        break;
-      case Command::kCheck:
-        table->addEntry(createCheckRow(number, row, cells, &labels));
-        break;
-      case Command::kTable:
-        table->addEntry(createCmdTABLE(number, row));
-        break;
-      case Command::kWait:
-        table->addEntry(createCmdWAIT(number, row));
-        break;
-      case Command::kStart:
-        table->addEntry(createCmdSTART(number, row));
-        break;
-      case Command::kEnd:
-        table->addEntry(createCmdEND(number, row));
-        break;
-      case Command::kNone:
-        break;
+    if (command == Command::kHAP) {
+      table->addEntry(createHAPRow(number, row, cells, &labels));
+    } else if (command == Command::kCheck) {
+      table->addEntry(createCheckRow(number, row, cells, &labels));
+    } else if (command == Command::kTable) {
+      table->addEntry(createCmdTABLE(number, row));
+    } else if (command == Command::kWait) {
+      table->addEntry(createCmdWAIT(number, row));
+    } else if (command == Command::kStart) {
+      table->addEntry(createCmdSTART(number, row));
+    } else if (command == Command::kEnd) {
+      table->addEntry(createCmdEND(number, row));
     }
   }
   return table.release();
@@ -82,9 +73,8 @@ HAPTableCommand* TblFmt00::createCmdSTART(const unsigned int& number, const unsi
 
 HAPTableCommand* TblFmt00::createCmdEND(const unsigned int& number, const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  const std::string& message = cells.text(row, kPlaceName);
   auto command = std::make_unique<TblCmdEnd>(number, kNoIndex);
-  command->setRtnMsg(message);
+  command->setRtnMsg(cells.text(row, kPlaceName));
   return command.release();
 }
 
@@ -143,9 +133,8 @@ HAPTableCommand* TblFmt00::createCmdWAIT(const unsigned int& number, const unsig
 
 HAPTableCommand* TblFmt00::createCmdTABLE(const unsigned int& number, const unsigned int& row) {
   Cells cells(*this, *table_data_);
-  const std::string& name = cells.text(row, kPlaceName);
   auto command = std::make_unique<TblCmdTable>(number, entryIndex(row) + 1);
-  command->setTableName(name);
+  command->setTableName(cells.text(row, kPlaceName));
   return command.release();
 }
 

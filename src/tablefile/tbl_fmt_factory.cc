@@ -10,12 +10,6 @@ namespace {
 constexpr int kNotRead = -1;
 constexpr int kFormat00 = 0;
 
-/// Most texts that are not the same differ in their first character, also where the lengths agree,
-/// and a comparison of that alone needs no call.
-bool isSame(const std::string& text, const std::string& value) {
-  return text.size() == value.size() && text[0] == value[0] && text == value;
-}
-
 }  // namespace
 
 TblFmtFactory::TblFmtFactory(const std::string& name, TableData* data)
@@ -48,7 +42,7 @@ std::vector<unsigned int> TblFmtFactory::findEntry(const unsigned int& col,
   }
   TableRows cells(*table_data_);
   for (unsigned int row = from; row <= to; ++row) {
-    if (isSame(cells.cell(row, col), value)) {
+    if (cells.cell(row, col) == value) {
       found.push_back(row);
     }
   }

@@ -1,19 +1,63 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "kw/trx/hap_module.h"
+
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
-#include "hap/library_file.h"
+#include "kw/trx/errors.h"
 #include "kw/trx/file_path.h"
-#include "kw/trx/hap_module.h"
 #include "support/no_cancellation.h"
+#include "support/regular_file.h"
 #include "support/trace.h"
+#include "zqm_trx/file_limits.h"
 
 namespace kw::trx::trx {
 namespace {
 
 constexpr std::string::size_type kPieceLength = 47;
+constexpr unsigned char kNativeClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+
+bool isNative(const ElfW(Ehdr) & header) {
+  return std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 &&
+         header.e_ident[EI_CLASS] == kNativeClass && header.e_phentsize == sizeof(ElfW(Phdr));
+}
+
+/// Headers that the file does not have, or that are not those of this architecture, are the
+/// loader's to refuse.
+const char* problemOfParts(const RegularFile& file) {
+  ElfW(Ehdr) header;
+  const long long bytes = file.readAt(&header, sizeof(header), 0);
+  if (bytes < 0) {
+    return kUnreadableWords;
+  }
+  const bool is_native = bytes == static_cast<long long>(sizeof(header)) && isNative(header);
+  for (unsigned int i = 0; is_native && i < header.e_phnum; ++i) {
+    ElfW(Phdr) part{};
+    if (file.readAt(&part, sizeof(part), header.e_phoff + i * 1ULL * sizeof(part)) < 0) {
+      return kUnreadableWords;
+    }
+    if (part.p_type == PT_LOAD &&
+        isPartCutShort(part.p_offset, part.p_filesz, part.p_vaddr, file.size())) {
+      return kCutShortWords;
+    }
+  }
+  return nullptr;
+}
+
+/// Why the loader must not get the library at `path`, in words; null when it may, and itself tells
+/// of every other problem. A pipe would let it wait for ever, and a file that ends before a page
+/// that is mapped from it would kill the process at the first access to that page.
+const char* problemOfLibraryFile(const std::string& path) {
+  const RegularFile file(path);
+  if (file.kind() == RegularFile::Kind::kOther) {
+    return kNotRegularWords;
+  }
+  return file.kind() == RegularFile::Kind::kRegular ? problemOfParts(file) : nullptr;
+}
 
 /// Writes `text` in pieces, one record each: a text record of the trace has to stay short.
 void traceInPieces(const TracePoint& point, const std::string& text) {
@@ -94,6 +138,38 @@ void HAPDynamicLib::unload() {
   dlclose(handle_);
   dropStaleMessage();
   handle_ = nullptr;
+}
+
+HAPCache::HAPCache(const std::string& path) {
+  if (library_.load(path) != 0) {
+    throw TRXException(kCodeModuleLoad);
+  }
+  mutex_.init();
+}
+
+HAPCache::~HAPCache() {
+  mutex_.destroy();
+  functions_.clear();
+}
+
+int HAPCache::load(const std::string& path) { return library_.load(path); }
+
+void* HAPCache::getHAP(const std::string& name) {
+  const MutexGuard guard(mutex_);
+  const auto found = functions_.find(name);
+  if (found != functions_.end()) {
+    void* address = found->second;
+    trace(kHAPCacheHit, name);
+    return address;
+  }
+  void* address = library_.getHAP(name);
+  if (address == nullptr) {
+    trace(kHAPCacheUnresolved, name);
+    return nullptr;
+  }
+  functions_.emplace(name, address);
+  trace(kHAPCacheResolved, name);
+  return address;
 }
 
 }  // namespace kw::trx::trx
