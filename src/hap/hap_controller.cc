@@ -62,13 +62,14 @@ void traceNestedEntry(const TRXInfo& info, const std::vector<kw::sysobj::Compone
 
 /// The exception of the HAP is the one that the caller has to get: a second one from here is
 /// dropped.
-ZQM_TRX_HANDLES_THREAD_EXIT void endDroppingExceptions(hapapi::HAPAPI& api, TRXInfo* info) {
+void endDroppingExceptions(hapapi::HAPAPI& api, TRXInfo* info) {
   const NoCancellation uncancelled;
   try {
     api.endHAPExec(info);
-  } catch (ThreadExit&) {
-    throw;
-  } catch (...) {  // NOLINT(bugprone-empty-catch)
+  } catch (...) {
+    if (isThreadExit()) {
+      throw;
+    }
   }
 }
 

@@ -5,21 +5,17 @@
 #ifndef KW_TRX_SUPPORT_HANDLERS_H_
 #define KW_TRX_SUPPORT_HANDLERS_H_
 
-#include <cxxabi.h>
+#include <exception>
 
 #include "kw/trx/errors.h"
 #include "support/no_cancellation.h"
 #include "support/trace.h"
 
-/// Marks a function with a handler for `ThreadExit`. There is no object behind the exit of a
-/// thread, and a sanitizer would take the reference of the handler for one to a null pointer.
-#define ZQM_TRX_HANDLES_THREAD_EXIT __attribute__((no_sanitize("null")))
-
 namespace kw::trx::trx {
 
-/// What a thread that ends unwinds with. Whoever catches it and does not throw it on ends the
-/// process.
-using ThreadExit = abi::__forced_unwind;
+/// True in a handler through which a thread unwinds that ends: there is no exception then. Whoever
+/// does not throw on ends the process.
+inline bool isThreadExit() { return std::current_exception() == nullptr; }
 
 /// Writes a record inside of a handler.
 template <typename... Values>
@@ -45,13 +41,13 @@ void traceForeignException(const TracePoint& point, const unsigned int& id, Step
 /// Runs `step`. What it throws becomes a `TRXException` with `code`, behind the record `point` of
 /// `value`, unless the thread ends.
 template <typename Value, typename Step>
-ZQM_TRX_HANDLES_THREAD_EXIT void failAs(unsigned int code, const TracePoint& point,
-                                        const Value& value, Step step) {
+void failAs(unsigned int code, const TracePoint& point, const Value& value, Step step) {
   try {
     step();
-  } catch (ThreadExit&) {
-    throw;
   } catch (...) {
+    if (isThreadExit()) {
+      throw;
+    }
     traceInHandler(point, value);
     throw TRXException(code);
   }
