@@ -16,6 +16,8 @@ if(platform_target)
 endif()
 install(DIRECTORY include/kw platform/include/kw
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES ring/include/kw/trace_record.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kw COMPONENT development)
 if(ZQM_TRX_TOOLS)
   install(FILES cmake/zqm_trx_table_test.cmake DESTINATION ${package_dir} COMPONENT development)
   # Wherever the prefix goes, the tool finds the library of that prefix.

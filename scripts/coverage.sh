@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Runs the tests and prints how much of the lines and branches of src/ and platform/standin/ they
-# reach, file by file, and then each branch that goes one way alone. What a process does that is
+# Runs the tests and prints how much of the lines and branches of src/, platform/standin/ and
+# ring/ they reach, file by file, and then each branch that goes one way alone. What a process does that is
 # killed or leaves by _exit is not counted.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -28,7 +28,7 @@ libraries() {
     -object build/coverage/platform/standin/libkw_platform.so "$@"
 }
 
-for part in src platform/standin; do
+for part in src platform/standin ring; do
   step "lines and branches of $part"
   libraries report -show-region-summary=false "$part" 2>/dev/null | awk '
     NF == 10 && $2 ~ /^[0-9]+$/ {
@@ -36,6 +36,6 @@ for part in src platform/standin; do
     }'
 done
 step "branches that go one way alone: file, line, column, and how often each way"
-libraries show -show-branches=count src platform/standin 2>/dev/null | awk -v root="$PWD/" '
+libraries show -show-branches=count src platform/standin ring 2>/dev/null | awk -v root="$PWD/" '
   /^\/.*:$/ { file = substr($0, length(root) + 1) }
   /Branch \(/ && /(True|False): 0[],]/ { sub(/^.*Branch /, ""); print file " " $0 }' | sort -u

@@ -7,11 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "kw/export.h"
+#include "kw/trace_record.h"
 
 namespace kw::platform {
+
+class RingReader;
 
 /// Puts the platform's own files, which are the paths below "/kw/", under the folder `dir`; empty
 /// text, the default, leaves them where they are. Any thread may call it.
@@ -22,32 +24,6 @@ KW_PLATFORM_API std::string getSystemRoot();
 
 /// `path` as the platform opens it: below the system root when it is one of the platform's own.
 KW_PLATFORM_API std::string resolvePath(const std::string& path);
-
-/// Levels of trace records, as bits of a level mask.
-enum TraceLevelBit : unsigned int {
-  kTraceError = 1,
-  kTraceInfo = 2,
-  kTraceDebug = 4,
-  kTraceDebug2 = 8,
-  kTraceAll = 15,
-};
-
-/// One trace record as a listener or a reader of the ring gets it.
-struct TraceRecord {
-  std::uint64_t sequence;           ///< number of the record as it was read, from 0, records lost
-                                    ///< before it included; 0 for a listener
-  std::uint64_t time_ns;            ///< time of writing, nanoseconds of the system clock since 1970
-  std::uint32_t process_id;         ///< process that wrote it
-  std::uint32_t thread_id;          ///< kernel thread id of the writer
-  std::uint32_t region;             ///< region handle
-  std::uint32_t level;              ///< level code as given to `kw_trace_write`
-  std::uint32_t trace_class;        ///< trace class
-  std::uint32_t id;                 ///< trace id
-  std::uint32_t length;             ///< length of the data in bytes as written
-  std::vector<unsigned char> data;  ///< the data; a ring keeps the first `kTraceDataMax` bytes
-  bool doubtful = false;            ///< the ring was damaged: what stands around the record in it
-                                    ///< says something else of its writer or its time
-};
 
 /// Called for every record that passes the level mask, on the writing thread, before the ring gets
 /// it. `data` is valid during the call alone. It must neither write a trace record itself nor
@@ -64,9 +40,6 @@ KW_PLATFORM_API void setTraceListener(TraceListener listener, void* context);
 /// thread may call it.
 KW_PLATFORM_API void setTraceLevels(unsigned int mask);
 
-/// Most data bytes of one record that a ring keeps.
-constexpr std::size_t kTraceDataMax = 80;
-
 /// Opens the ring file at `path` (see `resolvePath`) for writing, made new, in place of any regular
 /// file of that name (a directory: EISDIR; a pipe, socket or device: EINVAL; neither is touched),
 /// with room for at least `records` records, at most 16777216 (EINVAL). Every record
@@ -82,9 +55,7 @@ KW_PLATFORM_API int openTraceRing(const std::string& path, std::size_t records);
 /// stays. Any thread may call it.
 KW_PLATFORM_API void closeTraceRing();
 
-/// Reads a ring file, also while it is being written and after its writer was killed, and what is
-/// left of one that was cut short. The machine must have the byte order of the writer's. Not
-/// synchronised.
+/// A `RingReader` that finds its files as the platform does. Not synchronised.
 class KW_PLATFORM_API TraceRingReader {
  public:
   TraceRingReader();
@@ -109,8 +80,7 @@ class KW_PLATFORM_API TraceRingReader {
   std::uint64_t lost() const;
 
  private:
-  struct Impl;
-  Impl* impl_;
+  RingReader* reader_;
 };
 
 /// Calls of the stand-in that can be told to fail.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the trace facility keeps for each thread that writes records.
-#ifndef KW_PLATFORM_STANDIN_TRACE_WRITER_H_
-#define KW_PLATFORM_STANDIN_TRACE_WRITER_H_
+#ifndef KW_RING_TRACE_WRITER_H_
+#define KW_RING_TRACE_WRITER_H_
 
 #include <cstdint>
 
@@ -41,4 +41,4 @@ bool threadLives(std::uint32_t thread) noexcept;
 
 }  // namespace kw::platform
 
-#endif  // KW_PLATFORM_STANDIN_TRACE_WRITER_H_
+#endif  // KW_RING_TRACE_WRITER_H_

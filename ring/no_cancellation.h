@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Keeps the cancellation of the calling thread away for a scope; it stays pending.
-#ifndef KW_PLATFORM_STANDIN_NO_CANCELLATION_H_
-#define KW_PLATFORM_STANDIN_NO_CANCELLATION_H_
+#ifndef KW_RING_NO_CANCELLATION_H_
+#define KW_RING_NO_CANCELLATION_H_
 
 #include <pthread.h>
 
@@ -22,4 +22,4 @@ class NoCancellation {
 
 }  // namespace kw::platform
 
-#endif  // KW_PLATFORM_STANDIN_NO_CANCELLATION_H_
+#endif  // KW_RING_NO_CANCELLATION_H_

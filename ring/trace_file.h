@@ -11,14 +11,14 @@
 // first slot, and `begun` is the number of the next one. The mark of a slot tells what is in it: 0
 // before the first use, 2n + 1 while record n is being written, 2n + 2 once it is complete, so that
 // no reader takes a half-written record or a mixture of two.
-#ifndef KW_PLATFORM_STANDIN_TRACE_FILE_H_
-#define KW_PLATFORM_STANDIN_TRACE_FILE_H_
+#ifndef KW_RING_TRACE_FILE_H_
+#define KW_RING_TRACE_FILE_H_
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 
-#include "kw/platform.h"
+#include "kw/trace_record.h"
 
 namespace kw::platform::trace_file {
 
@@ -127,4 +127,4 @@ inline void orderAccesses() noexcept {
 
 }  // namespace kw::platform::trace_file
 
-#endif  // KW_PLATFORM_STANDIN_TRACE_FILE_H_
+#endif  // KW_RING_TRACE_FILE_H_

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // A value that any thread may use without a lock, while one thread replaces it and waits until
 // nobody uses the former one. Lives as long as the process.
-#ifndef KW_PLATFORM_STANDIN_TRACE_PUBLISHED_H_
-#define KW_PLATFORM_STANDIN_TRACE_PUBLISHED_H_
+#ifndef KW_RING_TRACE_PUBLISHED_H_
+#define KW_RING_TRACE_PUBLISHED_H_
 
 #include <atomic>
 #include <chrono>
@@ -126,4 +126,4 @@ class Published {
 
 }  // namespace kw::platform
 
-#endif  // KW_PLATFORM_STANDIN_TRACE_PUBLISHED_H_
+#endif  // KW_RING_TRACE_PUBLISHED_H_

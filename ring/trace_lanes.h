@@ -2,8 +2,8 @@
 // The lanes of a ring file as a reader finds them. It reads the file instead of mapping it, so that
 // a file that somebody cuts short is an end of the records and not the end of the reader. One
 // thread.
-#ifndef KW_PLATFORM_STANDIN_TRACE_LANES_H_
-#define KW_PLATFORM_STANDIN_TRACE_LANES_H_
+#ifndef KW_RING_TRACE_LANES_H_
+#define KW_RING_TRACE_LANES_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -75,4 +75,4 @@ class TraceLanes {
 
 }  // namespace kw::platform
 
-#endif  // KW_PLATFORM_STANDIN_TRACE_LANES_H_
+#endif  // KW_RING_TRACE_LANES_H_

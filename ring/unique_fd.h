@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Owner of one file descriptor, which it closes at its end. Not synchronised.
-#ifndef KW_PLATFORM_STANDIN_UNIQUE_FD_H_
-#define KW_PLATFORM_STANDIN_UNIQUE_FD_H_
+#ifndef KW_RING_UNIQUE_FD_H_
+#define KW_RING_UNIQUE_FD_H_
 
 #include <unistd.h>
 
@@ -38,4 +38,4 @@ class UniqueFd {
 
 }  // namespace kw::platform
 
-#endif  // KW_PLATFORM_STANDIN_UNIQUE_FD_H_
+#endif  // KW_RING_UNIQUE_FD_H_

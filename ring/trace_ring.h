@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writing end of a trace ring file: a handle on the mapping, copied freely and released once.
-#ifndef KW_PLATFORM_STANDIN_TRACE_RING_H_
-#define KW_PLATFORM_STANDIN_TRACE_RING_H_
+#ifndef KW_RING_TRACE_RING_H_
+#define KW_RING_TRACE_RING_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -58,4 +58,4 @@ class TraceRing {
 
 }  // namespace kw::platform
 
-#endif  // KW_PLATFORM_STANDIN_TRACE_RING_H_
+#endif  // KW_RING_TRACE_RING_H_
