@@ -8,6 +8,7 @@
 
 #include "configuration/configuration.h"
 #include "kw/platform.h"
+#include "kw/ring_reader.h"
 #include "kw/trx/file_path.h"
 #include "traces/record_words.h"
 #include "traces/slices.h"
@@ -58,8 +59,8 @@ std::string moduleOf(const std::string& hap) {
 
 Crash crashIn(const std::string& path) {
   Crash crash;
-  kw::platform::TraceRingReader ring;
-  if (ring.open(path) != 0) {
+  kw::platform::RingReader ring;
+  if (ring.open(kw::platform::resolvePath(path)) != 0) {
     return crash;
   }
   SliceTracker tracker([](const Slice&) {});

@@ -10,12 +10,13 @@
 #include <utility>
 
 #include "kw/platform.h"
+#include "kw/ring_reader.h"
 
 namespace kw::trx::tools {
 
 class RingFollower {
  public:
-  explicit RingFollower(std::string path) : path_(std::move(path)) {}
+  explicit RingFollower(const std::string& path) : path_(kw::platform::resolvePath(path)) {}
 
   /// Opens the ring. Returns 0, or -1 with `errno` set.
   int open();
@@ -39,7 +40,7 @@ class RingFollower {
   FileIdentity identity() const;
 
   const std::string path_;
-  kw::platform::TraceRingReader reader_;
+  kw::platform::RingReader reader_;
   FileIdentity file_;
   std::uint64_t lost_of_former_ = 0;
 };

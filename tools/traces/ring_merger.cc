@@ -3,13 +3,14 @@
 
 #include <algorithm>
 
+#include "kw/platform.h"
 #include "traces/doubts.h"
 
 namespace kw::trx::tools {
 
 int RingMerger::open(const std::string& file) {
   auto ring = std::make_unique<Ring>();
-  if (ring->reader.open(file) != 0) {
+  if (ring->reader.open(kw::platform::resolvePath(file)) != 0) {
     return -1;
   }
   advance(*ring);

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "kw/platform.h"
+#include "kw/ring_reader.h"
 
 namespace kw::trx::tools {
 
@@ -16,7 +16,7 @@ namespace kw::trx::tools {
 /// records are counted and left out.
 class RingMerger {
  public:
-  /// Opens a further ring. Returns 0, or -1 with `errno` set as `TraceRingReader::open` does.
+  /// Opens a further ring. Returns 0, or -1 with `errno` set as `RingReader::open` does.
   int open(const std::string& file);
 
   /// Takes the next record; false: there are no more.
@@ -33,7 +33,7 @@ class RingMerger {
 
  private:
   struct Ring {
-    kw::platform::TraceRingReader reader;
+    kw::platform::RingReader reader;
     kw::platform::TraceRecord record{};  // the next one
     bool has_record = false;
   };

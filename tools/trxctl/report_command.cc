@@ -11,7 +11,7 @@
 #include "configuration/configuration.h"
 #include "configuration/report.h"
 #include "diagnosis/diagnosis.h"
-#include "kw/platform.h"
+#include "kw/ring_reader.h"
 #include "report/gathering.h"
 #include "report/page.h"
 #include "report/shrinking.h"
@@ -50,7 +50,7 @@ TableFlows tablesOf(const std::vector<std::string>& paths) {
 }
 
 int writeFile(const std::string& content, const std::string& output) {
-  if (kw::platform::TraceRingReader ring; ring.open(output) == 0) {
+  if (kw::platform::RingReader ring; ring.open(output) == 0) {
     return fail(output + " is a trace ring; name another file with -o");
   }
   std::ofstream file(output, std::ios::binary);
