@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace_ring.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <limits>
 #include <memory>
 #include <new>
 #include <utility>
-
-#include "unique_fd.h"
 
 namespace kw::platform {
 
@@ -30,7 +24,6 @@ using trace_file::SharedSlot;
 using trace_file::SharedWord;
 
 constexpr int kFailed = -1;
-constexpr mode_t kFileMode = 0644;
 constexpr std::uint64_t kNsPerSecond = 1000000000;
 
 /// Lanes asked for in one claim. Each one that is held costs a system call.
@@ -51,20 +44,6 @@ Shape shapeFor(std::size_t records) {
   }
   return trace_file::fileBytes(shape) > std::numeric_limits<std::size_t>::max() / 2 ? Shape{}
                                                                                     : shape;
-}
-
-/// Maps the new file `fd`, made long enough first; MAP_FAILED with `errno` set when it can't. The
-/// disk blocks are taken here, as a full disk would later kill the writer with SIGBUS.
-void* mapNew(int fd, std::size_t bytes) {
-  int error = 0;
-  do {
-    error = posix_fallocate(fd, 0, static_cast<off_t>(bytes));
-  } while (error == EINTR);
-  if (error != 0) {
-    errno = error;
-    return MAP_FAILED;
-  }
-  return mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
 }
 
 std::uint64_t nowNs() noexcept {
@@ -137,35 +116,24 @@ TraceRing::TraceRing(void* mapping, const Shape& shape) noexcept
   header_->shape = shape;
 }
 
-int TraceRing::create(const std::string& path, std::size_t records, TraceRing& ring) {
+int TraceRing::create(const char* path, std::size_t records, Existing existing,
+                      TraceRing& ring) noexcept {
   const Shape shape = shapeFor(records);
   if (shape.lanes() == 0) {
     errno = EINVAL;
     return kFailed;
   }
-  struct stat status {};
-  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  if (checkPlace(path, existing) != 0) return kFailed;
+  NewFile file(path);
+  void* const mapping = file.fd() < 0 ? MAP_FAILED : file.map(trace_file::fileBytes(shape));
+  if (mapping == MAP_FAILED) return kFailed;
+  const TraceRing made(mapping, shape);
+  if (file.giveName(existing) != 0) {
+    made.release();
     return kFailed;
   }
-  // The file gets its name once it is whole, and a reader or writer of the one before keeps that.
-  const std::string unfinished = path + "." + std::to_string(getpid()) + ".new";
-  unlink(unfinished.c_str());
-  const UniqueFd file(open(unfinished.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
-  if (file.get() < 0) return kFailed;
-  void* const mapping = mapNew(file.get(), static_cast<std::size_t>(trace_file::fileBytes(shape)));
-  if (mapping != MAP_FAILED) {
-    const TraceRing made(mapping, shape);
-    if (rename(unfinished.c_str(), path.c_str()) == 0) {
-      ring = made;
-      return 0;
-    }
-    made.release();
-  }
-  const int error = errno;
-  unlink(unfinished.c_str());
-  errno = error;
-  return kFailed;
+  ring = made;
+  return 0;
 }
 
 void TraceRing::release() const noexcept {

@@ -5,8 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 
+#include "new_file.h"
 #include "trace_file.h"
 #include "trace_writer.h"
 
@@ -26,9 +26,12 @@ class TraceRing {
  public:
   constexpr TraceRing() noexcept = default;
 
-  /// Makes the ring file at `path` with at least `records` slots, in place of any file there, and
-  /// maps it into `ring`. Returns 0, or -1 with `errno` set and everything as it was.
-  static int create(const std::string& path, std::size_t records, TraceRing& ring);
+  /// Makes the ring file at `path` with at least `records` slots and maps it into `ring`. Returns
+  /// 0, or -1 with `errno` set and everything as it was: EEXIST when a file is there that must not
+  /// be replaced, EFBIG when the process may not write files of that size. It allocates nothing, so
+  /// a signal handler may call it.
+  static int create(const char* path, std::size_t records, Existing existing,
+                    TraceRing& ring) noexcept;
 
   /// Ends the mapping; no thread may use any copy of the handle from then on.
   void release() const noexcept;

@@ -107,7 +107,8 @@ int openTraceRing(const std::string& path, std::size_t records) try {
   const NoCancellation uncancelled;
   const std::lock_guard<std::mutex> lock(control_mutex);
   TraceRing made;
-  if (TraceRing::create(resolvePath(path), records, made) != 0) return kFailed;
+  if (TraceRing::create(resolvePath(path).c_str(), records, Existing::kReplace, made) != 0)
+    return kFailed;
   ring.replace(&made).release();
   updateOpenLevels();
   return 0;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -108,6 +109,13 @@ TEST_F(TraceRingTest, RingThatCannotBeMadeLeavesTheOneInUse) {
   EXPECT_EQ(openTraceRing(dir_.path(), 8), -1);
   EXPECT_EQ(openTraceRing(dir_.path() + "/other", ~std::size_t{0}), -1);
   EXPECT_EQ(errno, EINVAL);
+  rlimit most{};
+  getrlimit(RLIMIT_FSIZE, &most);
+  const rlimit little{4096, most.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &little);
+  EXPECT_EQ(openTraceRing(dir_.path() + "/other", 1024), -1);
+  EXPECT_EQ(errno, EFBIG);
+  setrlimit(RLIMIT_FSIZE, &most);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.path()), {}), 1);
   write(1);
   EXPECT_EQ(readIds(), "1 lost 0");

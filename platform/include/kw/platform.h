@@ -42,13 +42,13 @@ KW_PLATFORM_API void setTraceLevels(unsigned int mask);
 
 /// Opens the ring file at `path` (see `resolvePath`) for writing, made new, in place of any regular
 /// file of that name (a directory: EISDIR; a pipe, socket or device: EINVAL; neither is touched),
-/// with room for at least `records` records, at most 16777216 (EINVAL). Every record
-/// from now on is stored in it, the newest over the oldest; children of a fork store in it too, but
-/// not those made without its handlers (`_Fork`, `clone`). In a ring of more than 128 records each
-/// thread writes to a 128th of it at a time, which it keeps when it writes no more, until it ends;
-/// threads that find none share 256 records beside them. The file must not be cut short while it is
-/// in use. Returns 0, or -1 with `errno` set and any ring opened before still in use. Any thread
-/// may call it.
+/// with room for at least `records` records, at most 16777216 (EINVAL). Every record from now on is
+/// stored in it, the newest over the oldest; children of a fork store in it too, but not those made
+/// without its handlers (`_Fork`, `clone`). In a ring of more than 128 records each thread writes
+/// to a 128th of it at a time, which it keeps when it writes no more, until it ends; threads that
+/// find none share 256 records beside them. The file must not be cut short while it is in use.
+/// Returns 0, or -1 with `errno` set (EFBIG: the process may not write files of that size) and any
+/// ring opened before still in use. Any thread may call it.
 KW_PLATFORM_API int openTraceRing(const std::string& path, std::size_t records);
 
 /// Ends the writing of this process to the ring, when no record is being stored any more; the file
