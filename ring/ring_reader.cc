@@ -120,6 +120,8 @@ class RingFile {
   int open(const std::string& path) { return lanes_.open(path); }
   bool next(TraceRecord& record);
   std::uint64_t lost() const { return lanes_.lost(); }
+  int error() const { return lanes_.error(); }
+  RingWriters writers() const { return lanes_.writers(); }
 
  private:
   /// Order of the next record of a thread, and the thread; of records with the same time the one
@@ -138,7 +140,7 @@ class RingFile {
 };
 
 bool RingFile::next(TraceRecord& record) {
-  if (!isReady() && !fetch()) return false;
+  if ((!isReady() && !fetch()) || lanes_.error() != 0) return false;
   const std::uint32_t thread_id = turns_.top().second;
   turns_.pop();
   const ThreadRecords& thread = threads_.at(thread_id);
@@ -205,6 +207,12 @@ int RingReader::open(const std::string& path) try {
 bool RingReader::next(TraceRecord& record) {
   const NoCancellation uncancelled;
   return impl_ != nullptr && impl_->file.next(record);
+}
+
+int RingReader::error() const { return impl_ == nullptr ? 0 : impl_->file.error(); }
+
+RingWriters RingReader::writers() const {
+  return impl_ == nullptr ? RingWriters{} : impl_->file.writers();
 }
 
 std::uint64_t RingReader::lost() const { return impl_ == nullptr ? 0 : impl_->file.lost(); }

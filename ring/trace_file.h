@@ -57,7 +57,10 @@ struct Header {
   std::uint32_t version;
   std::uint32_t slot_bytes;
   Shape shape;
-  std::uint32_t unused[9];
+  std::uint32_t maker;        ///< process that made the ring; 0 once it has closed it
+  std::uint64_t maker_start;  ///< when that was started: see ProcessKey
+  std::uint32_t displaced;    ///< process that ran and had not closed the file before; 0 for none
+  std::uint32_t unused[5];
   Word claims;        ///< lanes taken so far; in a cache line of its own
   Word dropped;       ///< records that found no lane at all
   Word wide_tries;    ///< wide lanes asked for so far, one after the other

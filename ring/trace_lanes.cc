@@ -10,6 +10,8 @@
 #include <chrono>
 #include <thread>
 
+#include "process.h"
+
 namespace kw::platform {
 
 namespace {
@@ -27,13 +29,15 @@ constexpr std::size_t kWindowSlots = 256;
 constexpr std::chrono::milliseconds kCompletionTime{100};
 constexpr std::chrono::milliseconds kCompletionPoll{1};
 
-/// Reads up to `bytes` at `offset`; the count is less only where the file ends or can't be read.
-std::size_t readAt(int fd, void* to, std::size_t bytes, std::uint64_t offset) {
+/// Reads up to `bytes` at `offset`; the count is less only where the file ends or can't be read,
+/// and then `error` is set.
+std::size_t readFile(int fd, void* to, std::size_t bytes, std::uint64_t offset, int& error) {
   auto* out = static_cast<unsigned char*>(to);
   std::size_t read = 0;
   while (read != bytes) {
     const ssize_t got = pread(fd, out + read, bytes - read, static_cast<off_t>(offset + read));
     if (got < 0 && errno == EINTR) continue;
+    if (got < 0) error = errno;
     if (got <= 0) break;
     read += static_cast<std::size_t>(got);
   }
@@ -71,17 +75,33 @@ int TraceLanes::open(const std::string& path) {
   struct stat status {};
   HeaderCopy header{};
   if (fstat(file_.get(), &status) != 0) return kFailed;
-  if (!S_ISREG(status.st_mode) ||
-      readAt(file_.get(), &header, sizeof(header), 0) != sizeof(header) ||
+  if (!S_ISREG(status.st_mode) || readAt(&header, sizeof(header), 0) != sizeof(header) ||
       !isRing(header, static_cast<std::uint64_t>(status.st_size))) {
-    errno = EINVAL;
+    errno = error_ != 0 ? error_ : EINVAL;
     return kFailed;
   }
+  path_ = path;
   shape_ = header.shape;
   lanes_.resize(shape_.lanes());
   positions_.resize(shape_.lanes());
   windows_.resize(shape_.lanes());
   return 0;
+}
+
+RingWriters TraceLanes::writers() const {
+  HeaderCopy header{};
+  int error = 0;
+  if (readFile(file_.get(), &header, sizeof(header), 0, error) != sizeof(header)) return {};
+  struct stat own {};
+  struct stat named {};
+  const bool is_at_path = fstat(file_.get(), &own) == 0 && stat(path_.c_str(), &named) == 0 &&
+                          own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+  return {header.maker, isRunning({header.maker, header.maker_start}), header.displaced,
+          is_at_path};
+}
+
+std::size_t TraceLanes::readAt(void* to, std::size_t bytes, std::uint64_t offset) {
+  return error_ != 0 ? 0 : readFile(file_.get(), to, bytes, offset, error_);
 }
 
 void TraceLanes::look(std::vector<LaneRun>& runs) {
@@ -101,12 +121,12 @@ void TraceLanes::look(std::vector<LaneRun>& runs) {
 /// Reads the heads of all lanes; one that the file has no more is one without records.
 void TraceLanes::readHeads() {
   HeaderCopy header{};
-  readAt(file_.get(), &header, sizeof(header), 0);
+  readAt(&header, sizeof(header), 0);
   claims_ = header.claims;
   lost_ += header.dropped - std::min(dropped_, header.dropped);
   dropped_ = std::max(dropped_, header.dropped);
   const std::size_t bytes = lanes_.size() * sizeof(LaneCopy);
-  const std::size_t read = readAt(file_.get(), lanes_.data(), bytes, trace_file::kLanesOffset);
+  const std::size_t read = readAt(lanes_.data(), bytes, trace_file::kLanesOffset);
   std::fill(lanes_.begin() + static_cast<std::ptrdiff_t>(read / sizeof(LaneCopy)), lanes_.end(),
             LaneCopy{});
 }
@@ -135,7 +155,7 @@ bool TraceLanes::scan(std::uint32_t index, bool given_up, std::vector<LaneRun>& 
              body.thread_id},
             first_of_lane, runs);
       } else if (i >= read || scanned_[i].mark > complete || given_up) {
-        ++lost_;
+        countLost();
       } else {
         return false;
       }
@@ -174,10 +194,10 @@ std::uint64_t TraceLanes::wholeClaim(std::uint32_t low_half) const {
 
 /// Reads `count` slots from number `first` on, and returns how many of them the file has.
 std::size_t TraceLanes::readSlots(std::uint64_t first, std::size_t count,
-                                  std::vector<SlotCopy>& slots) const {
+                                  std::vector<SlotCopy>& slots) {
   slots.resize(count);
   const std::uint64_t offset = trace_file::slotsOffset(shape_) + first * sizeof(SlotCopy);
-  const std::size_t read = readAt(file_.get(), slots.data(), count * sizeof(SlotCopy), offset);
+  const std::size_t read = readAt(slots.data(), count * sizeof(SlotCopy), offset);
   trace_file::orderAccesses();
   return read / sizeof(SlotCopy);
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "kw/ring_reader.h"
 #include "trace_file.h"
 #include "unique_fd.h"
 
@@ -44,8 +45,11 @@ class TraceLanes {
   /// used again since it was looked for.
   const trace_file::Body* find(const LaneRun& run, std::uint64_t number);
 
-  void countLost() { ++lost_; }
+  void countLost() { lost_ += error_ == 0 ? 1 : 0; }
   std::uint64_t lost() const { return lost_; }
+  /// `errno` of the first read that failed.
+  int error() const { return error_; }
+  RingWriters writers() const;
 
  private:
   /// A part of a lane as it was read last; the mark of a slot that changed meanwhile is 0.
@@ -58,11 +62,14 @@ class TraceLanes {
   bool scan(std::uint32_t index, bool given_up, std::vector<LaneRun>& runs);
   void add(const LaneRun& record, std::size_t first_of_lane, std::vector<LaneRun>& runs) const;
   std::uint64_t wholeClaim(std::uint32_t low_half) const;
+  std::size_t readAt(void* to, std::size_t bytes, std::uint64_t offset);
   std::size_t readSlots(std::uint64_t first, std::size_t count,
-                        std::vector<trace_file::SlotCopy>& slots) const;
+                        std::vector<trace_file::SlotCopy>& slots);
   void load(Window& window, std::uint64_t slot, std::size_t count);
 
+  std::string path_;
   UniqueFd file_;
+  int error_ = 0;
   trace_file::Shape shape_{};
   std::vector<trace_file::LaneCopy> lanes_;  // their heads as last read
   std::vector<std::uint64_t> positions_;     // for each lane the first record not looked at yet

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace_ring.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -12,6 +14,9 @@
 #include <memory>
 #include <new>
 #include <utility>
+
+#include "process.h"
+#include "unique_fd.h"
 
 namespace kw::platform {
 
@@ -128,6 +133,7 @@ int TraceRing::create(const char* path, std::size_t records, Existing existing,
   void* const mapping = file.fd() < 0 ? MAP_FAILED : file.map(trace_file::fileBytes(shape));
   if (mapping == MAP_FAILED) return kFailed;
   const TraceRing made(mapping, shape);
+  made.noteProcesses(path);
   if (file.giveName(existing) != 0) {
     made.release();
     return kFailed;
@@ -136,8 +142,23 @@ int TraceRing::create(const char* path, std::size_t records, Existing existing,
   return 0;
 }
 
+/// Notes who makes this ring, and who writes on into the one before: that file loses its name.
+void TraceRing::noteProcesses(const char* path) const noexcept {
+  const ProcessKey maker = thisProcess();
+  header_->maker = maker.id;
+  header_->maker_start = maker.start;
+  trace_file::HeaderCopy former{};
+  const UniqueFd file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file.get() < 0 || read(file.get(), &former, sizeof(former)) != sizeof(former)) return;
+  const bool is_ring = former.magic == trace_file::kMagic && former.version == trace_file::kVersion;
+  if (is_ring && former.maker != maker.id && isRunning({former.maker, former.maker_start})) {
+    header_->displaced = former.maker;
+  }
+}
+
 void TraceRing::release() const noexcept {
   if (header_ == nullptr) return;
+  if (header_->maker == static_cast<std::uint32_t>(getpid())) header_->maker = 0;
   munmap(header_, static_cast<std::size_t>(trace_file::fileBytes(shape_)));
 }
 

@@ -33,7 +33,8 @@ class TraceRing {
   static int create(const char* path, std::size_t records, Existing existing,
                     TraceRing& ring) noexcept;
 
-  /// Ends the mapping; no thread may use any copy of the handle from then on.
+  /// Ends the mapping; no thread may use any copy of the handle from then on. A ring that this
+  /// process made is noted as closed.
   void release() const noexcept;
 
   /// Stores one record of the calling thread; false when every lane that it tried is in use. Any
@@ -41,6 +42,7 @@ class TraceRing {
   bool store(const TraceArguments& record, Writer& writer) const noexcept;
 
  private:
+  void noteProcesses(const char* path) const noexcept;
   TraceRing(void* mapping, const trace_file::Shape& shape) noexcept;
 
   bool storeAt(LaneCursor& cursor, const TraceArguments& record, Writer& writer) const noexcept;
