@@ -12,6 +12,7 @@
 
 #include "kw/platform.h"
 #include "no_cancellation.h"
+#include "trace_levels.h"
 #include "trace_published.h"
 #include "trace_ring.h"
 #include "trace_writer.h"
@@ -39,20 +40,6 @@ unsigned int level_mask = kTraceAll;
 void updateOpenLevels() {
   const bool taken = !listener.empty() || !ring.empty();
   open_levels.store(taken ? level_mask : 0, std::memory_order_relaxed);
-}
-
-/// A level code that is none of the four counts as an error, so that it isn't lost unnoticed.
-unsigned int levelBit(unsigned int level) {
-  switch (level) {
-    case 0x8001:
-      return kTraceInfo;
-    case 0x801:
-      return kTraceDebug;
-    case 0x1:
-      return kTraceDebug2;
-    default:
-      return kTraceError;
-  }
 }
 
 /// Takes a copy, so that without a listener the arguments of a record can stay in registers.
