@@ -186,6 +186,12 @@ void readSections(Elf* elf, const std::string& path, ElfFile& file) {
   }
 }
 
+void readAll(Elf* elf, const GElf_Ehdr& header, const std::string& path, ElfFile& file) {
+  file.machine = header.e_machine;
+  file.elf_class = gelf_getclass(elf);
+  readSections(elf, path, file);
+}
+
 }  // namespace
 
 ElfFile readElf(const std::string& path) {
@@ -206,10 +212,28 @@ ElfFile readElf(const std::string& path) {
     file.problem = trx::kCutShortWords;
     return file;
   }
-  file.machine = header.e_machine;
-  file.elf_class = gelf_getclass(elf);
-  readSections(elf, path, file);
+  readAll(elf, header, path, file);
   return file;
+}
+
+Program readProgram(const std::string& path) {
+  Program program;
+  const ElfHandle handle(path);
+  GElf_Ehdr header;
+  Elf* elf = handle.get();
+  if (!handle.problem().empty()) {
+    program.problem = handle.problem();
+  } else if (elf_kind(elf) != ELF_K_ELF || gelf_getehdr(elf, &header) == nullptr) {
+    program.problem = "is no ELF file";
+  } else {
+    readAll(elf, header, path, program);
+    program.problem.clear();
+    GElf_Phdr part;
+    for (int i = 0; gelf_getphdr(elf, i, &part) != nullptr; ++i) {
+      program.has_interpreter |= part.p_type == PT_INTERP;
+    }
+  }
+  return program;
 }
 
 std::string architectureOf(const ElfFile& file) {

@@ -18,6 +18,7 @@ void addGraphCommand(CommandLine& line);
 void addHAPCommand(CommandLine& line);
 void addLockCommand(CommandLine& line);
 void addModulesCommand(CommandLine& line);
+void addRecordCommand(CommandLine& line);
 void addReplayCommand(CommandLine& line);
 void addReportCommand(CommandLine& line);
 void addSimulateCommand(CommandLine& line);
