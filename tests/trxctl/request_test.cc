@@ -85,6 +85,18 @@ TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
       "= 2\n");
 }
 
+TEST_F(CommandTest, ModuleWithThePlatformOfABoardIsNotRun) {
+  configure({});
+  dir.write("trx.conf", replaced(readFile(dir.path() + "/trx.conf"), MODULE_TST, MODULE_BRD));
+  for (const char* request : {"hap BRD_Read", "table t"}) {
+    const std::string text = run(std::string(request) + " --root .");
+    EXPECT_EQ(text.rfind("! trxctl: the module " MODULE_BRD " needs the platform library ", 0), 0U)
+        << text;
+    EXPECT_NE(text.find("libzq_trx_board.so, and"), std::string::npos) << text;
+    EXPECT_NE(text.find("= 2\n"), std::string::npos) << text;
+  }
+}
+
 TEST_F(CommandTest, TableShowsItsRowsAsTheyRun) {
   writeTable("outer.csv",
              ",1,START\n,2,HAP,TST_Ok,,STACK,5\n,3,HAP,TST_Fail,,NOP,1 0\n,4,TABLE,inner\n"

@@ -15,6 +15,9 @@
 namespace kw::trx::tools {
 namespace {
 
+/// What every platform library defines.
+constexpr char kOfPlatform[] = "kw_trace_write";
+
 /// Follows the libraries that a module needs, and collects what they define.
 class Resolver {
  public:
@@ -28,6 +31,7 @@ class Resolver {
     host.follow(program, findLoaded);
     host.users_.clear();
     host.problems_.clear();
+    host.other_platform_.clear();
     return host;
   }
 
@@ -44,6 +48,9 @@ class Resolver {
     }
     return problems_;
   }
+
+  /// The file of a platform library that was found besides that of the host; empty: there is none.
+  const std::string& otherPlatform() const { return other_platform_; }
 
  private:
   /// Takes `first` and all libraries that it and they need.
@@ -66,6 +73,9 @@ class Resolver {
         ElfFile library = readElf(path);
         library.rpath.insert(library.rpath.end(), user.rpath.begin(), user.rpath.end());
         take(name, name + ": ", library);
+        if (library.functions.count(kOfPlatform) != 0) {
+          other_platform_ = path;
+        }
       }
     }
   }
@@ -103,6 +113,7 @@ class Resolver {
   std::map<std::string, std::set<std::string>> versions_;  ///< by each name of a library
   std::set<std::string> defined_;
   bool knows_all_ = true;
+  std::string other_platform_;
   std::vector<std::string> problems_;
 };
 
@@ -141,7 +152,9 @@ ModuleFile inspectModule(const std::string& file) {
   }
   module.has_sections = elf.has_sections;
   static const Resolver host = Resolver::ofHost();
-  const std::vector<std::string> unresolved = Resolver(host).resolve(elf);
+  Resolver resolver(host);
+  const std::vector<std::string> unresolved = resolver.resolve(elf);
+  module.other_platform = resolver.otherPlatform();
   module.problems.insert(module.problems.end(), unresolved.begin(), unresolved.end());
   return module;
 }

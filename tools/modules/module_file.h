@@ -16,10 +16,13 @@ struct ModuleFile {
   std::vector<std::string> haps;      ///< HAPs that it exports, sorted
   std::vector<std::string> others;    ///< functions that would be HAPs under another key, sorted
   std::vector<std::string> problems;  ///< why it would not load into a host like this tool
-  HAPDescriptions descriptions;       ///< of HAPs, those included that it does not export
-  std::size_t unreadable = 0;         ///< records of descriptions
-  bool is_debug = false;              ///< loaded only on request
-  bool has_sections = true;           ///< false: `haps` is not known, nor what it needs
+  /// Platform library that it needs, other than the one that this process has; empty: none. Loaded
+  /// together, each of the two would be used for a part of what belongs together.
+  std::string other_platform;
+  HAPDescriptions descriptions;  ///< of HAPs, those included that it does not export
+  std::size_t unreadable = 0;    ///< records of descriptions
+  bool is_debug = false;         ///< loaded only on request
+  bool has_sections = true;      ///< false: `haps` is not known, nor what it needs
 };
 
 /// Looks at the module `file`, a path as the engine takes it.

@@ -4,6 +4,7 @@
 #include "configuration/configuration.h"
 #include "kw/trx/trx.h"
 #include "kw/trx/trx_config.h"
+#include "modules/module_file.h"
 #include "running/failure_reason.h"
 #include "traces/codes.h"
 #include "traces/record_collector.h"
@@ -19,12 +20,29 @@ class QuietAPI : public hapapi::HAPAPI {
   unsigned int getTraceClass() override { return 8; }
 };
 
+/// Why a configured module cannot run in this process; empty: all can, as far as files tell.
+std::string platformProblem() {
+  for (const std::string& file : trx::TRXConfig::getInstance().getHAPModuleFiles()) {
+    const std::string platform = inspectModule(file).other_platform;
+    if (!platform.empty()) {
+      return "the module " + file + " needs the platform library " + platform +
+             ", and this tool runs modules on its own stand-in for one alone; run the request in "
+             "a host, which trxctl record records";
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string startEngine(bool with_debug_modules) {
   const std::string problem = loadConfiguration();
   if (!problem.empty()) {
     return problem + "; name the system root with --root, and see trxctl config";
+  }
+  const std::string platform_problem = platformProblem();
+  if (!platform_problem.empty()) {
+    return platform_problem;
   }
   if (trx::TRXConfig::getInstance().isExclusionControl()) {
     trx::TRX::startUp();
