@@ -16,14 +16,23 @@ if(platform_target)
 endif()
 install(DIRECTORY include/kw platform/include/kw
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-install(FILES ring/include/kw/trace_record.h
+install(FILES ring/include/kw/trace_record.h ring/include/kw/trace_recorder.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kw COMPONENT development)
+install(TARGETS zqm_trx_recorder EXPORT zqm_trx_targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT recorder
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(ZQM_TRX_TOOLS)
   install(FILES cmake/zqm_trx_table_test.cmake DESTINATION ${package_dir} COMPONENT development)
-  # Wherever the prefix goes, the tool finds the library of that prefix.
-  file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-  set_target_properties(trxctl PROPERTIES INSTALL_RPATH $ORIGIN/${bin_to_lib})
+  # The tool runs where the platform library is another one, and hosts have another engine: it has
+  # copies of its own, which it finds wherever the prefix goes. In the older form of the search path
+  # they come before what LD_LIBRARY_PATH names for hosts.
+  set(private_dir ${CMAKE_INSTALL_LIBDIR}/trxctl)
+  set_target_properties(trxctl PROPERTIES INSTALL_RPATH $ORIGIN/${zqm_trx_bin_to_private})
+  target_link_options(trxctl PRIVATE LINKER:--disable-new-dtags)
   install(TARGETS trxctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(TARGETS zqm_trx kw_platform
+    LIBRARY DESTINATION ${private_dir} COMPONENT tools NAMELINK_SKIP)
+  install(TARGETS zqm_trx_recorder LIBRARY DESTINATION ${private_dir}/recorder COMPONENT tools)
 endif()
 
 install(EXPORT zqm_trx_targets NAMESPACE zqm_trx:: DESTINATION ${package_dir}

@@ -44,11 +44,10 @@ cpack --config "$build/CPackConfig.cmake" -B "$bare/packages" >>"$log" 2>&1 || {
 mkdir "$bare/my src"
 git ls-files -z | tar -c --null -T - | tar -x -C "$bare/my src"
 
-step "installing the packages with apt, and running the tool"
+step "installing the package of the tool with apt, and running it"
 in_bare_machine <<'EOF'
 apt-get update -qq
-cd /packages
-apt-get install -y -qq --no-install-recommends ./libzqm-trx7_*.deb ./libkw-platform_*.deb ./zqm-trx-tools_*.deb
+apt-get install -y -qq --no-install-recommends /packages/zqm-trx-tools_*.deb
 trxctl --version
 cd "/my src"
 trxctl check docs/tables/*.csv || [ $? = 2 ]  # some are wrong on purpose
@@ -56,12 +55,14 @@ EOF
 
 step "building a host and testing modules against the development package"
 in_bare_machine <<'EOF'
-apt-get install -y -qq --no-install-recommends /packages/libzqm-trx-dev_*.deb g++ cmake make pkg-config libgtest-dev
+apt-get install -y -qq --no-install-recommends /packages/lib*.deb g++ cmake make pkg-config libgtest-dev
 cp -r /usr/share/doc/libzqm-trx-dev/examples /rig-source
 cmake -S /rig-source -B /rig
 cmake --build /rig
 /rig/demo_host /rig/root | grep 'message of the table: SELFTEST_FAILED'
 ctest --test-dir /rig --no-tests=error --output-on-failure
+trxctl record -o /rig/recorded.ring -- /rig/demo_host /rig/root >/dev/null
+trxctl trace /rig/recorded.ring | grep 'HAP PSU_PowerUp' >/dev/null
 cat >/host.cc <<'END'
 #include "kw/trx/trx.h"
 int main() { return kw::trx::trx::TRX::getInstance()->isStopFlag() ? 1 : 0; }
@@ -72,7 +73,7 @@ EOF
 
 step "removing the packages without a rest"
 in_bare_machine <<'EOF'
-apt-get purge -y -qq libkw-platform libzqm-trx7 libzqm-trx-dev zqm-trx-tools
+apt-get purge -y -qq libkw-platform libzqm-trx-recorder libzqm-trx7 libzqm-trx-dev zqm-trx-tools
 rest=$(find / -xdev -not -path '/packages/*' -not -path '/my src/*' -not -path '/rig*' -not -path '/proc/*' \
   \( -name '*zqm*trx*' -o -name '*kw*platform*' -o -name '*trxctl*' -o -path /usr/include/kw \))
 if [ -n "$rest" ]; then

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Builds the demo rig and its tests outside the tree, once against an installed prefix and once against
-# the unpacked Debian packages, and runs both: scripts/check_packages.sh BUILD_FOLDER
+# the unpacked Debian packages, and runs both; then the package of the tool alone, as on a board with
+# an engine and a platform library of its own: scripts/check_packages.sh BUILD_FOLDER
 set -euo pipefail
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$(cd "$1" && pwd)
@@ -31,6 +32,30 @@ for package in "$work"/packages/*.deb; do
   echo "package $(basename "$package")"
 done
 build_rig_against "$work/unpacked/usr" "$work/rig-unpacked"
+
+# Libraries of a board in its hosts' path, which the tool must not even look at.
+package=$(echo "$work"/packages/zqm-trx-tools_*.deb)
+dpkg-deb -x "$package" "$work/tool"
+mkdir "$work/board"
+for library in libzqm_trx.so.7 libkw_platform.so libzqm_trx_recorder.so; do
+  echo "not of the tool" >"$work/board/$library"
+done
+LD_LIBRARY_PATH=$work/board "$work/tool/usr/bin/trxctl" check "$tree"/examples/tables/*.csv
+if [ -n "$(find "$work/tool/usr/lib" -name '*.so*' -not -path '*/trxctl/*')" ] ||
+  dpkg-deb -f "$package" Depends | grep -E 'zqm|kw-'; then
+  echo "the package of the tool has libraries that hosts find, or needs another one"
+  exit 1
+fi
+ring=$work/recorded.ring
+"$work/tool/usr/bin/trxctl" record -o "$ring" -- \
+  "$work/rig-unpacked/demo_host" "$work/rig-unpacked/root" >/dev/null
+# The records without their times, as that host keeps them itself and as the recorder does.
+of_ring() { "$work/tool/usr/bin/trxctl" trace --level info "$1" | cut -d' ' -f3-; }
+of_ring "$work/rig-unpacked/root/trace.ring" >"$work/own"
+of_ring "$ring" >"$work/by_recorder"
+grep -q 'HAP PSU_PowerUp' "$work/own"
+diff "$work/own" "$work/by_recorder"
+echo "the package of the tool works alone, and records a host"
 
 mkdir "$work/kit"
 cat >"$work/kit/CMakeLists.txt" <<EOF

@@ -24,6 +24,6 @@ unpacked=$(mktemp -d)
 trap 'rm -rf "$unpacked"' EXIT
 for package in build/armhf-release/packages/*.deb; do
   echo "$(basename "$package") needs $(dpkg-deb -f "$package" Depends)"
-  dpkg-deb -x "$package" "$unpacked"
 done
-echo "its tool is $(qemu-arm -L "$root" "$unpacked/usr/bin/trxctl" --version)"
+dpkg-deb -x build/armhf-release/packages/zqm-trx-tools_*.deb "$unpacked"
+echo "its tool, alone, is $(qemu-arm -L "$root" "$unpacked/usr/bin/trxctl" --version)"
