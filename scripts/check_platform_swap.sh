@@ -93,6 +93,9 @@ run_host "$(find "$here" -name foreign_host -type f)" "$here/libzq_hap_fan.so" \
   "$here/src:$here/platform"
 check_imports nm "$here/src/libzqm_trx.so"
 echo "engine built and run on another platform library"
+tool=$tree/build/release/tools/trxctl/trxctl
+"$tree/scripts/check_recorder.sh" "$here" "$here/src:$here/platform" "$platform_headers" \
+  "$here/libzq_hap_fan.so" "$tool"
 
 device=$work/device
 compiler=arm-linux-gnueabihf
@@ -117,3 +120,5 @@ run_host "$device/foreign_host" "$device/libzq_hap_fan.so" "$device/src:$vendor"
   qemu-arm -L "/usr/$compiler"
 check_imports "$compiler-nm" "$device/src/libzqm_trx.so"
 echo "engine built and run for the device on its platform package"
+CXX=$compiler-g++ "$tree/scripts/check_recorder.sh" "$device" "$device/src:$vendor" \
+  "$platform_headers" "$device/libzq_hap_fan.so" "$tool" qemu-arm -L "/usr/$compiler"
