@@ -76,13 +76,18 @@ std::string preloadProblem(const std::string& program) {
   if (!recorder.problem.empty()) {
     return recorderFile().string() + ": " + recorder.problem;
   }
-  // An emulator hands its environment on to the program that it runs.
-  const bool is_emulator = fs::path(program).filename().string().rfind("qemu-", 0) == 0;
-  if (!is_emulator && (file.machine != recorder.machine || file.elf_class != recorder.elf_class)) {
+  const bool is_same_machine =
+      file.machine == recorder.machine && file.elf_class == recorder.elf_class;
+  // An emulator hands its environment on to the program that it runs. So is this tool then.
+  if (fs::path(program).filename().string().rfind("qemu-", 0) == 0) {
+    return is_same_machine ? "runs programs of another machine: take the tool for that machine"
+                           : "";
+  }
+  if (!is_same_machine) {
     return "is a program for " + architectureOf(file) + ", the recorder of this tool one for " +
            architectureOf(recorder);
   }
-  if (!is_emulator && !file.has_interpreter) {
+  if (!file.has_interpreter) {
     return "is linked statically: no recorder can be preloaded";
   }
   if (file.defined.count("kw_trace_write") != 0) {
