@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reading end of a trace ring file: the records of each thread in their order, and those of all
-// threads in the order of their time. Of each thread one record is in memory.
+// The records of each thread in their order, and those of all threads in the order of their time;
+// docs/trace-ring.md tells the model.
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -114,8 +114,10 @@ void ThreadRecords::judge(const LaneRun& run, const Body* next) {
   order_ns_ = std::max(order_ns_, time_ns_);
 }
 
+}  // namespace
+
 /// Follows one ring file.
-class RingFile {
+class RingReader::File {
  public:
   int open(const std::string& path) { return lanes_.open(path); }
   bool next(TraceRecord& record);
@@ -139,7 +141,7 @@ class RingFile {
   std::uint64_t handed_out_ = 0;
 };
 
-bool RingFile::next(TraceRecord& record) {
+bool RingReader::File::next(TraceRecord& record) {
   if ((!isReady() && !fetch()) || lanes_.error() != 0) return false;
   const std::uint32_t thread_id = turns_.top().second;
   turns_.pop();
@@ -154,7 +156,7 @@ bool RingFile::next(TraceRecord& record) {
 /// Finds complete records. Those that are younger than the look at the lanes may have an older one
 /// beside them that the look missed: they wait for the next look, unless it finds none but such,
 /// as with a clock that was set back.
-bool RingFile::fetch() {
+bool RingReader::File::fetch() {
   for (int looks = 0; looks < 2 && !isReady(); ++looks) {
     until_ns_ = nowNs();
     std::vector<LaneRun> runs;
@@ -173,7 +175,7 @@ bool RingFile::fetch() {
   return true;
 }
 
-void RingFile::takeTurn(std::uint32_t thread_id) {
+void RingReader::File::takeTurn(std::uint32_t thread_id) {
   ThreadRecords& thread = threads_.at(thread_id);
   if (thread.step(lanes_)) {
     turns_.emplace(thread.orderNs(), thread_id);
@@ -182,22 +184,14 @@ void RingFile::takeTurn(std::uint32_t thread_id) {
   }
 }
 
-}  // namespace
-
-struct RingReader::Impl {
-  RingFile file;
-};
-
-RingReader::RingReader() : impl_(nullptr) {}
-
-RingReader::~RingReader() { delete impl_; }
+RingReader::RingReader() = default;
+RingReader::~RingReader() = default;
 
 int RingReader::open(const std::string& path) try {
   const NoCancellation uncancelled;
-  auto opened = std::make_unique<Impl>();
-  if (opened->file.open(path) != 0) return kFailed;
-  delete impl_;
-  impl_ = opened.release();
+  auto opened = std::make_unique<File>();
+  if (opened->open(path) != 0) return kFailed;
+  file_ = std::move(opened);
   return 0;
 } catch (const std::bad_alloc&) {
   errno = ENOMEM;
@@ -206,15 +200,15 @@ int RingReader::open(const std::string& path) try {
 
 bool RingReader::next(TraceRecord& record) {
   const NoCancellation uncancelled;
-  return impl_ != nullptr && impl_->file.next(record);
+  return file_ != nullptr && file_->next(record);
 }
 
-int RingReader::error() const { return impl_ == nullptr ? 0 : impl_->file.error(); }
+int RingReader::error() const { return file_ == nullptr ? 0 : file_->error(); }
 
 RingWriters RingReader::writers() const {
-  return impl_ == nullptr ? RingWriters{} : impl_->file.writers();
+  return file_ == nullptr ? RingWriters{} : file_->writers();
 }
 
-std::uint64_t RingReader::lost() const { return impl_ == nullptr ? 0 : impl_->file.lost(); }
+std::uint64_t RingReader::lost() const { return file_ == nullptr ? 0 : file_->lost(); }
 
 }  // namespace kw::platform

@@ -1,16 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Form of a trace ring file, in the byte order of the machine that writes it: one header, the heads
-// of all lanes, then the slots of all lanes.
-//
-// A lane belongs to one thread at a time, which fills its slots one after the other without asking
-// anybody, gives it back when it is full, and takes the next one. A lane that was never given back
-// is filled on by another thread once its own is dead. "Wide" lanes have many slots, "narrow" ones
-// a single slot: those are for small rings, and for the threads that find no wide lane.
-//
-// The records of a lane are numbered from 0 over all its owners. Number `base` is the one in the
-// first slot, and `begun` is the number of the next one. The mark of a slot tells what is in it: 0
-// before the first use, 2n + 1 while record n is being written, 2n + 2 once it is complete, so that
-// no reader takes a half-written record or a mixture of two.
+// of all lanes, then the slots of all lanes. docs/trace-ring.md tells what lanes, claims and marks
+// are for.
 #ifndef KW_RING_TRACE_FILE_H_
 #define KW_RING_TRACE_FILE_H_
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The lanes of a ring file as a reader finds them. It reads the file instead of mapping it, so that
-// a file that somebody cuts short is an end of the records and not the end of the reader. One
-// thread.
+// The lanes of a ring file as a reader finds them; docs/trace-ring.md tells the model. It reads the
+// file instead of mapping it, so that a file that somebody cuts short is an end of the records and
+// not the end of the reader. One thread.
 #ifndef KW_RING_TRACE_LANES_H_
 #define KW_RING_TRACE_LANES_H_
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reading end of a trace ring file.
+// Reading end of a trace ring file; docs/trace-ring.md tells how it works.
 #ifndef KW_RING_READER_H_
 #define KW_RING_READER_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "kw/trace_record.h"
@@ -29,8 +30,6 @@ struct RingWriters {
 class RingReader {
  public:
   RingReader();
-  RingReader(const RingReader&) = delete;
-  RingReader& operator=(const RingReader&) = delete;
   ~RingReader();
 
   /// Opens the ring file at `path` in place of any opened before. Returns 0, or -1 with `errno` set
@@ -57,8 +56,8 @@ class RingReader {
   std::uint64_t lost() const;
 
  private:
-  struct Impl;
-  Impl* impl_;
+  class File;
+  std::unique_ptr<File> file_;
 };
 
 }  // namespace kw::platform
