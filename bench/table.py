@@ -109,6 +109,13 @@ def trace_rows():
         record("trace record, filtered by level", "record/filtered", 0.15),
         record("record by way of the logger, nothing opened",
                "record_by_logger/nothing_opened", None),
+        record("record into the ring of the recorder, and on to the stand-in, nothing opened there",
+               "recorder/ring", None),
+        record("the same, with the stand-in's ring open too", "recorder/both_rings", None),
+        record("with the recorder closed, into the stand-in's ring", "recorder/ring_of_platform",
+               None),
+        record("record filtered by the recorder, nothing opened", "recorder/filtered", None),
+        record("record with the recorder closed, nothing opened", "recorder/nothing_opened", None),
         record("LTTng-UST record with process and thread id", "lttng/record", None),
         Row("ring record against LTTng-UST record", "lttng/record", counter("record_ns"),
             lambda run: run["record_ns"] / run["cpu_time"], "LTTng", 0.3)]
