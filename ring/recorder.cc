@@ -58,6 +58,7 @@ int openRing(const char* file, std::size_t records, unsigned int levels, Existin
   TraceRing made;
   if (TraceRing::create(file, records, existing, made) != 0) return kFailed;
   ring.replace(&made).release();
+  asked.store(true);
   open_levels.store(levels & kTraceAll);
   return 0;
 }
@@ -171,7 +172,6 @@ int zqm_trx_recorder_open(const char* file, size_t records, unsigned int levels,
   using namespace kw::platform;
   const NoCancellation uncancelled;
   const std::lock_guard<std::mutex> lock(control_mutex);
-  asked.store(true);
   return openRing(file, records, levels, replace != 0 ? Existing::kReplace : Existing::kRefuse);
 }
 
