@@ -17,6 +17,14 @@ class RecordTest : public CommandTest {
     setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 0);
     writeTable("t.csv", ",1,START\n,2,HAP,TST_Ok,,,3\n,3,END\n");
     configure({"t.csv"});
+    writeScript("run.sh", "echo run; exit 9");
+    writeScript("quiet.sh", TRXCTL " hap NO_Such --root . >/dev/null; exit 8");
+  }
+
+  /// A host that starts others. The shell itself may be a program of another machine than the tool.
+  void writeScript(const std::string& name, const std::string& commands) const {
+    dir.write(name, "#!/bin/sh\n" + commands + "\n");
+    std::filesystem::permissions(dir.path() + "/" + name, std::filesystem::perms::owner_all);
   }
 
   /// The same without what the loader of another machine says, under an emulator.
@@ -39,9 +47,6 @@ class RecordTest : public CommandTest {
     }
     return text;
   }
-
-  /// A shell that starts a host that writes records.
-  const std::string quiet_ = "sh -c \"" TRXCTL " hap NO_Such --root . >/dev/null; exit 8\"";
 };
 
 TEST_F(RecordTest, RingHoldsWhatThePlatformGets) {
@@ -53,15 +58,15 @@ TEST_F(RecordTest, RingHoldsWhatThePlatformGets) {
   ASSERT_LT(of_platform.size(), records.size());
   EXPECT_EQ(records.substr(records.size() - of_platform.size()), of_platform);
   EXPECT_NE(records.find("HAP TST_Ok"), std::string::npos) << records;
-  EXPECT_EQ(record("-o c.ring --level error -- " + quiet_), "= 8\n");
+  EXPECT_EQ(record("-o c.ring --level error -- ./quiet.sh"), "= 8\n");
   EXPECT_EQ(run("trace --level error c.ring"), run("trace c.ring"));
   EXPECT_EQ(run("trace --summary a.ring --root .").rfind("! ", 0), std::string::npos);
 }
 
 TEST_F(RecordTest, WithoutARecordThereIsNoRing) {
-  EXPECT_EQ(record("-o a.ring -- sh -c 'exit 9'"), "= 9\n");
+  EXPECT_EQ(record("-o a.ring -- ./run.sh"), "run\n= 9\n");
   EXPECT_FALSE(std::filesystem::exists(dir.path() + "/a.ring"));
-  EXPECT_EQ(record("--root . -- " + quiet_), "= 8\n");
+  EXPECT_EQ(record("--root . -- ./quiet.sh"), "= 8\n");
   EXPECT_NE(recordsOf("trace.ring").find("HAP NO_Such"), std::string::npos);
 }
 
@@ -73,20 +78,20 @@ TEST_F(RecordTest, OtherFilesStay) {
     const char* arguments;
     const char* error;
   } cases[] = {
-      {"-o old.ring -- sh -c 'echo run'",
+      {"-o old.ring -- ./run.sh",
        "DIR/old.ring is there; name another file with -o, or remove it with --force"},
-      {"--force -o text -- sh -c 'echo run'",
+      {"--force -o text -- ./run.sh",
        "DIR/text is there and is no trace ring; name another file with -o"},
       {"--force -o old.ring -- ./no_host", "./no_host: no such program"},
       {"--force -o old.ring -- no_host", "no_host: no such program"},
-      {"-o no/new.ring -- sh -c 'echo run'", "DIR/no: No such file or directory"},
+      {"-o no/new.ring -- ./run.sh", "DIR/no: No such file or directory"},
   };
   for (const auto& [arguments, error] : cases) {
     EXPECT_EQ(record(arguments), "! trxctl: " + std::string(error) + "\n= 2\n");
   }
   EXPECT_EQ(readFile(dir.path() + "/text"), "precious");
   EXPECT_EQ(recordsOf("old.ring"), old);
-  EXPECT_EQ(record("--force -o old.ring -- " + quiet_), "= 8\n");
+  EXPECT_EQ(record("--force -o old.ring -- ./quiet.sh"), "= 8\n");
   EXPECT_NE(recordsOf("old.ring").find("NO_Such"), std::string::npos);
 }
 
