@@ -59,7 +59,7 @@ std::string programOf(const std::string& name) {
   }
   const char* const path = std::getenv("PATH");
   for (const std::string& folder : partsOf(path == nullptr ? "/usr/bin:/bin" : path, ':')) {
-    const std::string program = (folder.empty() ? "." : folder) + "/" + name;
+    std::string program = (folder.empty() ? "." : folder) + "/" + name;
     if (isProgram(program)) {
       return program;
     }
@@ -106,6 +106,7 @@ std::string becomeRecorded(const Recording& recording, const std::vector<std::st
   setenv("ZQM_TRX_RECORD_SIZE", std::to_string(recording.records).c_str(), 1);
   setenv("ZQM_TRX_RECORD_LEVEL", recording.level.c_str(), 1);
   std::vector<char*> words;
+  words.reserve(host.size() + 1);
   for (const std::string& word : host) {
     words.push_back(const_cast<char*>(word.c_str()));
   }
