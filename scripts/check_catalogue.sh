@@ -10,7 +10,7 @@ kept=abi/catalogue.txt
 
 catalogue() {
   "${CXX:-c++}" -E -P -x c++ -I src/shared - <<'EOF' | sed -n 's/"//g; s/ *$//; s/^trace_point /trace /p'
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
   trace_point id level values
 #include "zqm_trx/trace_catalogue.def"
 EOF

@@ -21,7 +21,7 @@ struct Row {
 };
 
 const Row kRows[] = {
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
   {#class_name, #operation, id, values, sentence},
 #include "zqm_trx/trace_catalogue.def"
 };

@@ -47,19 +47,18 @@ void text(const trx::TracePoint& point, const std::string& words) {
 void words(const trx::TracePoint& point, unsigned long first, unsigned long second = 0) {
   clib_trx::Logger& log = *clib_trx::Logger::getLogger();
   if (point.level == trx::kLevelError) {
-    log.error(point.id, first, second, 0UL, 0UL);
+    log.error(-1, point.id, first, second, 0UL, 0UL);
   } else {
-    log.info(point.id, first, second, 0UL, 0UL);
+    log.info(-1, point.id, first, second, 0UL, 0UL);
   }
 }
 
 void failHAP(unsigned long request, const std::string& name) {
   words(trx::kHAPErrRequest, request);
   text(trx::kHAPErrName, name);
-  clib_trx::Logger::getLogger()->error(trx::kHAPErrDetail.id, kCode, 8UL, 8UL, 8UL, 8UL, 0UL, 0UL,
-                                       0UL);
-  clib_trx::Logger::getLogger()->error(trx::kHAPErrDetailWords.id, 3300UL, 4711UL, 0UL, 0UL, 0UL,
-                                       0UL, 0UL, 0UL);
+  clib_trx::Logger& log = *clib_trx::Logger::getLogger();
+  log.error(-1, trx::kHAPErrDetail.id, kCode, 8UL, 8UL, 8UL, 8UL, 0UL, 0UL, 0UL);
+  log.error(-1, trx::kHAPErrDetailWords.id, 3300UL, 4711UL, 0UL, 0UL, 0UL, 0UL, 0UL, 0UL);
   words(trx::kCmdHAPStop, request, kCode);
   words(trx::kDriverErrorEnd, request);
 }

@@ -6,8 +6,10 @@
 #include "coverage/ring_runs.h"
 #include "coverage/row_counter.h"
 #include "kw/trx/testing/temp_dir.h"
+#include "records_fixture.h"
 #include "simulation/case_run.h"
 #include "tables/surroundings.h"
+#include "traces/request_filter.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -33,17 +35,13 @@ TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
   tools::TableFlows without_sub = simulator.tables();
   without_sub.erase("sub");
   tools::RowCounter partly(without_sub);
+  RecordKeeper keeper;
   for (const tools::TableCase& one : file.cases) {
-    EXPECT_EQ(tools::differencesOf(one, simulator,
-                                   [&](const kw::platform::TraceRecord& record) {
-                                     counter.take(record);
-                                     partly.take(record);
-                                   }),
-              std::vector<std::string>())
+    EXPECT_EQ(tools::differencesOf(one, simulator, &keeper), std::vector<std::string>())
         << one.name;
   }
-  counter.finish();
-  partly.finish();
+  readRecords(keeper.records, counter);
+  readRecords(keeper.records, partly);
   const std::string expected =
       "TN:\nSF:" + main +
       "\nBRDA:4,0,0,8\nBRDA:4,0,1,2\nBRDA:5,0,0,9\nBRDA:5,0,1,1\nBRDA:7,0,0,7\nBRDA:7,0,1,2\n"
@@ -79,11 +77,9 @@ TEST(CoverageTest, TellsTheWayOfOneRequest) {
       dir.write("a.cases.csv",
                 std::string(kCases) + "CASE,often\nHAP,TST_C,fail,fail,fail,fail,ok\nEND,ok\n"));
   const tools::Simulator simulator(file.tables);
-  std::vector<kw::platform::TraceRecord> records;
+  RecordKeeper keeper;
   for (const tools::TableCase& one : file.cases) {
-    tools::differencesOf(one, simulator, [&](const kw::platform::TraceRecord& record) {
-      records.push_back(record);
-    });
+    tools::differencesOf(one, simulator, &keeper);
   }
   // Each row that ran of main: runs, onward, by error, its note; ! for one that failed.
   const auto told = [&](const tools::RingRuns& runs) {
@@ -97,43 +93,47 @@ TEST(CoverageTest, TellsTheWayOfOneRequest) {
     }
     return all;
   };
-  tools::RingRuns whole(simulator.tables(), std::nullopt);
-  for (const auto& record : records) {
-    whole.take(record);
-  }
-  whole.finish();
+  tools::RingRuns whole(simulator.tables(), false);
+  readRecords(keeper.records, whole);
   EXPECT_EQ(told(whole),
             "9/9/0 9 runs; 15/15/0! 15 runs, 2 failed; 15/15/0! 15 runs, 1 failed; "
             "15/14/0 15 runs, 1 failed; 14/8/6! 14 runs, 6 failed; 8/7/1! 8 runs, 1 failed; "
-            "7/7/0 7 runs; 7/5/1! 7 runs, 2 failed; 5/5/0 5 runs; 1/0/1! 1 run, failed; ");
-  ASSERT_EQ(whole.requests().size(), 1U);
-  const auto [id, requests] = *whole.requests().begin();
-  EXPECT_EQ(requests, 16U) << "a wait that is handed out ends one, and begins another";
+            "7/7/0 7 runs; 7/5/1! 7 runs, 2 failed; 5/0/0 5 runs; 1/0/1! 1 run, failed; ");
   const std::pair<std::uint32_t, const char*> ways[] = {
-      {8,
+      {5,
        "1/1/0 #1; 3/3/0 #2 #9 #16; 3/3/0 #3 #10 #17; 3/3/0 #4 #11 #18; "
-       "3/1/2! #8 #15 #22, 2 failed; 1/1/0 #23; 1/0/0 #24; "},
-      {12, "1/1/0 #1; 1/1/0 #2; 1/1/0 #3; 1/0/0 #4, failed; "},
-      {15,
+       "3/1/2! #8 #15 #22, 2 failed; 1/1/0 #23; 1/1/0 #24; "
+       "1/1/0 #25; 1/0/0 #26; "},
+      {7, "1/1/0 #1; 1/1/0 #2; 1/1/0 #3; 1/0/0 #4, failed; "},
+      {9,
        "1/1/0 #1; 5/5/0 #2 #9 #16 #23 ...; 5/5/0 #3 #10 #17 #24 ...; 5/5/0 #4 #11 #18 #25 ...; "
-       "5/1/4! #8 #15 #22 #29 ..., 4 failed; 1/1/0 #37; 1/0/0 #38; "}};
+       "5/1/4! #8 #15 #22 #29 ..., 4 failed; 1/1/0 #37; 1/1/0 #38; "
+       "1/1/0 #39; 1/0/0 #40; "}};
+  tools::RequestFilter filter;
+  filter.request = tools::eventOf(keeper.records.at(0)).request;
   for (const auto& [number, expected] : ways) {
-    tools::RingRuns way(simulator.tables(), tools::RingRuns::Request{id, number});
-    for (const auto& record : records) {
-      way.take(record);
-    }
-    way.finish();
+    tools::RingRuns way(simulator.tables(), true);
+    filter.request_number = number;
+    tools::FilteredRequests filtered(filter, way);
+    readRecords(keeper.records, filtered);
     EXPECT_EQ(told(way), expected);
   }
   // Hosts of other machines may have the same ids at the same time.
-  tools::RingRuns both(simulator.tables(), tools::RingRuns::Request{id, 12});
-  for (const auto& record : records) {
-    both.take(record, 0);
-    both.take(record, 1);
+  filter.request_number = 7;
+  tools::RingRuns both(simulator.tables(), true);
+  tools::FilteredRequests filtered(filter, both);
+  tools::RequestBuilder rings[] = {tools::RequestBuilder(filtered, 0),
+                                   tools::RequestBuilder(filtered, 1)};
+  for (const auto& record : keeper.records) {
+    for (tools::RequestBuilder& ring : rings) {
+      ring.take(tools::eventOf(record));
+    }
   }
-  both.finish();
-  EXPECT_EQ(both.ringsOfRequest(), 2U);
-  EXPECT_EQ(told(both), "2/2/0 #1 #2; 2/2/0 #3 #4; 2/2/0 #5 #6; 2/0/0 #7 #8, failed; ");
+  for (tools::RequestBuilder& ring : rings) {
+    ring.finish();
+  }
+  EXPECT_EQ(both.rings().size(), 2U);
+  EXPECT_EQ(told(both), "2/2/0 #1 #7; 2/2/0 #2 #8; 2/2/0 #3 #9; 2/0/0 #4 #10, failed; ");
 }
 
 }  // namespace

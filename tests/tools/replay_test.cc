@@ -7,11 +7,11 @@
 #include "kw/trx/errors.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "random_tables.h"
+#include "records_fixture.h"
+#include "replay/recording.h"
 #include "replay/replay.h"
-#include "replay/request_records.h"
 #include "simulation/case_run.h"
 #include "traces/record_words.h"
-#include "zqm_trx/trace_points.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -35,23 +35,19 @@ TracedRun runTable(const tools::Simulator& simulator,
   request.table = "a";
   request.most_rows = 300;
   request.choose = choose;
-  request.on_record = [&](TraceRecord record) {
-    record.sequence = record.time_ns = result.records.size();
-    record.process_id = record.thread_id = 7;
-    if (record.id == trx::kTrxTableAdmitted.id) {
-      result.id = tools::wordOf(record, "request", 0);
-    }
-    result.records.push_back(std::move(record));
-  };
+  RecordKeeper keeper;
+  request.listener = &keeper;
   result.run = simulator.run(request);
+  result.records = std::move(keeper.records);
+  result.id = tools::eventOf(result.records.at(0)).request;
   return result;
 }
 
 tools::RecordedRequest requestOf(const std::vector<TraceRecord>& records, std::uint32_t id,
                                  std::uint32_t number = 0) {
-  tools::RequestRecords reader(id);
-  for (const TraceRecord& record : records) reader.take(record);
-  return reader.request(number);
+  tools::Recording recording(id, number);
+  readRecords(records, recording);
+  return recording.taken();
 }
 
 class RandomOutcomes {
@@ -95,9 +91,9 @@ void expectSame(const TracedRun& ran, const tools::RecordedRequest& request,
   std::size_t calls = 0;
   for (std::size_t i = 0; i < request.rows.size(); ++i) {
     const tools::RecordedRow& row = request.rows[i];
-    EXPECT_EQ(row.ran.table, ran.run.rows[i].table);
-    EXPECT_EQ(row.ran.number, ran.run.rows[i].number);
-    const bool called = calls < ran.run.calls.size() && row.ran.called == ran.run.calls[calls].hap;
+    EXPECT_EQ(row.ran.row.table, ran.run.rows[i].table);
+    EXPECT_EQ(row.ran.row.number, ran.run.rows[i].number);
+    const bool called = calls < ran.run.calls.size() && row.ran.name == ran.run.calls[calls].hap;
     if (row.callsHAP() && called) expectTold(row, ran.run.calls[calls++].outcome);
   }
   EXPECT_EQ(calls, ran.run.calls.size());
@@ -140,7 +136,7 @@ TEST(ReplayTest, RandomRunsAreReadAndRunAgainTheSame) {
       const tools::RecordedRequest request = requestOf(ran.records, ran.id);
       expectSame(ran, request, tools::Simulator(files, request.nest_limit));
       limited += request.nest_limit == kNestLimit ? 1 : 0;
-      parts += request.numbers.size() - 1;
+      parts += request.request.parts.size() - 1;
       ++(ran.run.code == 0 ? well : ran.run.code == trx::kCodeTableFailed ? badly : foreign);
     }
     ASSERT_FALSE(HasFailure());
@@ -184,6 +180,7 @@ TEST(ReplayTest, WhatIsMissingOrDamagedIsTold) {
   twice.insert(twice.end(), ran.records.begin(), ran.records.end());
   Records stopped(ran.records.begin(), upTo(trx::kCmdTable.id) + 1);
   stopped.back().id = trx::kDriverStopped.id;
+  stopped.back().level = trx::kDriverStopped.level;
   stopped.back().data[4] = 0;  // the NUMBER
   const struct {
     const char* what;
@@ -194,16 +191,15 @@ TEST(ReplayTest, WhatIsMissingOrDamagedIsTold) {
       {"the first half", Records(ran.records.begin(), upTo(trx::kDriverResume.id) - 2), 1,
        "is in a WAIT row, and that it went on is not in the ring"},
       {"the second half", Records(upTo(trx::kDriverResume.id) - 2, ran.records.end()), 1,
-       "what was before that is not in the ring"},
-      {"no end", Records(ran.records.begin(), upTo(trx::kCmdTable.id)), 2, "its end is not in the"},
+       "records of it are missing"},
+      {"no end", Records(ran.records.begin(), upTo(trx::kCmdTable.id)), 1, "its end is not in the"},
       {"a damaged record", with(trx::kCmdHAP.id, [](auto& record) { record.doubtful = true; }), 1,
-       "records of its thread are damaged"},
+       "records of it are missing"},
       {"two of them", twice, 0, "say which request it is"},
       {"another number", ran.records, 9, ".9 is not in the ring: the last one"},
       {"a mark of before", without(trx::kCmdHAPStack.id), 1,
        "a failure that no row of the request"},
-      {"no reason", without(trx::kHAPErrRequest.id), 1,
-       "the records that tell why row a/2 failed are missing"},
+      {"no reason", without(trx::kHAPErrRequest.id), 1, "records of it are missing"},
       {"no start", without(trx::kDriverStart.id), 1, "records of it are missing"},
       {"a long name",
        with(trx::kHAPExecNested.id,
@@ -212,7 +208,7 @@ TEST(ReplayTest, WhatIsMissingOrDamagedIsTold) {
               record.length = 99;
             }),
        1, "is longer than the 80 bytes"},
-      {"a stop", stopped, 2, "its host stopped the engine"},
+      {"a stop", stopped, 1, "its host stopped the engine"},
   };
   for (const auto& [what, records, number, problem] : cases) {
     try {
@@ -246,9 +242,8 @@ TEST(ReplayTest, WhatFollowsAForeignExceptionIsLeftOut) {
                    [](const TraceRecord& record) { return record.id == trx::kDriverResume.id; });
   records.insert(records.end(), resumed - 2, well.records.end());
   const tools::RecordedRequest request = requestOf(records, well.id, 1);
-  EXPECT_EQ(request.numbers, std::vector<std::uint32_t>{1});
+  EXPECT_EQ(request.request.parts.size(), 1U);
   EXPECT_EQ(request.rows.size(), 2U);
-  EXPECT_EQ(request.notes.size(), 1U);
   EXPECT_TRUE(tools::replay(request, simulator).isSame());
   EXPECT_THROW(requestOf(records, well.id, 2), tools::NotReplayable);
 }
@@ -256,23 +251,19 @@ TEST(ReplayTest, WhatFollowsAForeignExceptionIsLeftOut) {
 TEST(ReplayTest, RequestsOfOneIdMayWaitAtOnce) {
   const TempDir dir;
   const tools::Simulator simulator({dir.write("a.csv", kWaiting), dir.write("b.csv", kCalled)});
-  // One thread runs two contexts in turn. Those of one table are not told apart, but as the latest.
-  const struct {
-    bool other_table;
-    std::size_t choices;
-  } cases[] = {{false, 1}, {true, 0}};
-  for (const auto& [other_table, notes] : cases) {
+  // One thread runs two contexts in turn. Those of one table are not told apart.
+  for (const bool is_other_table : {false, true}) {
     std::vector<std::vector<TraceRecord>> halves;
-    for (const bool other : {false, true}) {
+    for (const bool is_other : {false, true}) {
       const TracedRun ran = runTable(simulator, [&](const tools::HAPCall& call) {
         return HAPOutcome{
-            HAPOutcome::Kind::kFailure, call.number + (other ? 0x20000U : 0x20010U), {}};
+            HAPOutcome::Kind::kFailure, call.number + (is_other ? 0x20000U : 0x20010U), {}};
       });
       std::vector<TraceRecord> records = ran.records;
       for (TraceRecord& record : records) {
         const bool names = record.id == trx::kTrxTableName.id ||
                            record.id == trx::kDriverStart.id || record.id == trx::kDriverResume.id;
-        record.data[0] = names && other && other_table ? 'x' : record.data[0];
+        record.data[0] = names && is_other && is_other_table ? 'x' : record.data[0];
       }
       const auto middle = std::find_if(records.begin() + 5, records.end(), [](const auto& record) {
         return record.id == trx::kTrxTableAdmitted.id;
@@ -281,15 +272,17 @@ TEST(ReplayTest, RequestsOfOneIdMayWaitAtOnce) {
       halves.emplace_back(middle, records.end());
     }
     std::vector<TraceRecord> all;
-    for (const std::size_t half : {0, 2, 1, 3}) {
+    for (const std::size_t half : {0, 2, 3, 1}) {
       all.insert(all.end(), halves[half].begin(), halves[half].end());
     }
-    const std::uint32_t id = tools::wordOf(halves[0][0], "request", 0);
-    const tools::RecordedRequest request = requestOf(all, id, 3);
-    EXPECT_EQ(request.numbers[0], other_table ? 1U : 2U);
-    EXPECT_EQ(request.notes.size(), notes);
-    EXPECT_EQ(request.rows[1].outcome.code, other_table ? 0x20012U : 0x20002U);
-    EXPECT_TRUE(!other_table || tools::replay(request, simulator).isSame());
+    const std::uint32_t id = tools::eventOf(halves[0][0]).request;
+    for (const std::uint32_t number : {1U, 2U}) {
+      const tools::RecordedRequest request = requestOf(all, id, number);
+      EXPECT_EQ(request.request.parts.size(), 2U);
+      EXPECT_EQ(request.rows[1].outcome.code, number == 1 ? 0x20012U : 0x20002U);
+      EXPECT_EQ(request.notes.size(), is_other_table ? 0U : 1U);
+      EXPECT_TRUE(!is_other_table || number == 2 || tools::replay(request, simulator).isSame());
+    }
   }
 }
 

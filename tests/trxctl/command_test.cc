@@ -16,7 +16,8 @@ namespace kw::trx::testing {
 namespace {
 
 constexpr trx::TracePoint kPoints[] = {
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) trx::constant,
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
+  trx::constant,
 #include "zqm_trx/trace_catalogue.def"
 };
 

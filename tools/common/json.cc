@@ -8,8 +8,6 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr char kReplacement[] = "\xef\xbf\xbd";
-
 /// The letter that stands behind a backslash for `c`; 0 when there is none.
 char escapeOf(char c) {
   switch (c) {
@@ -110,7 +108,8 @@ void JsonWriter::quote(std::string_view text) {
     const std::size_t size = characterAt(text, at);
     const auto byte = static_cast<unsigned char>(text[at]);
     if (size == 0) {
-      out_ += kReplacement;
+      out_ += "\\\\x";  // as `visible` shows it
+      out_ += {digits[byte / 16], digits[byte % 16]};
     } else if (const char letter = escapeOf(text[at]); letter != 0) {
       out_ += {'\\', letter};
     } else if (byte < first_printable) {

@@ -6,10 +6,10 @@
 #include "kw/platform.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/trx_config.h"
+#include "traces/event.h"
 #include "traces/record_collector.h"
 #include "traces/record_words.h"
 #include "zqm_trx/config_keys.h"
-#include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
 
@@ -20,10 +20,11 @@ std::string loadConfiguration() {
   } catch (const trx::TRXException&) {
     const kw::platform::TraceRecord record = collector.taken().at(0);
     const std::string path_file = kw::platform::resolvePath(trx::kPathFile);
-    if (record.id == trx::kConfigNoPathFile.id) {
+    const EventKind kind = eventOf(record).kind;
+    if (kind == EventKind::kNoPathFile) {
       return "the path file " + path_file + " cannot be read";
     }
-    return record.id == trx::kConfigNoPath.id
+    return kind == EventKind::kNoPath
                ? "the path file " + path_file + " has no value for the key " + trx::kKeyTRXConf
                : describe(record);
   }

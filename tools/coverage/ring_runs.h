@@ -5,10 +5,8 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "coverage/row_counter.h"
@@ -17,26 +15,20 @@
 
 namespace kw::trx::tools {
 
-class RingRuns {
+class RingRuns : public RequestListener {
  public:
-  /// Id and number, as `SliceTracker::Place` has them.
-  using Request = std::pair<std::uint32_t, std::uint32_t>;
-
-  /// Counts what ran of `tables`, which must outlive it; with `request` in that one alone.
-  RingRuns(const TableFlows& tables, const std::optional<Request>& request);
+  /// Counts what ran of `tables`, which must outlive it. `is_way`: it is that of one request, whose
+  /// rows get their places in its order.
+  RingRuns(const TableFlows& tables, bool is_way);
   RingRuns(const RingRuns&) = delete;
   RingRuns& operator=(const RingRuns&) = delete;
-  ~RingRuns() = default;
+  ~RingRuns() override = default;
 
-  /// Takes the next record, in the order of time. Processes and threads of other rings are other
-  /// ones. Returns its place.
-  SliceTracker::Place take(const kw::platform::TraceRecord& record, std::size_t ring = 0);
+  void rowStarted(const Request& request, const Span& row) override;
+  void spanEnded(const Request& request, const Span& span) override;
+  void requestEnded(const Request& request) override;
 
-  /// To be called once, after the last record.
-  void finish();
-
-  /// The counts of all rows; the notes have their figures, and their places in the order of the
-  /// request.
+  /// The counts of all rows; the notes have their figures.
   GraphCounts counts() const;
 
   /// The tables of the rows that ran, in the order of their names.
@@ -46,35 +38,29 @@ class RingRuns {
   /// that is not there itself.
   std::vector<std::string> problems(const std::set<std::string>& tables) const;
 
-  /// How many requests have begun, by id; the most in one ring.
-  std::map<std::uint32_t, std::uint32_t> requests() const;
-
-  /// In how many rings the request is.
-  std::size_t ringsOfRequest() const { return rings_of_request_.size(); }
+  /// The rings of the requests.
+  const std::set<std::size_t>& rings() const { return rings_; }
+  std::uint64_t leftOut() const { return counter_.leftOut(); }
 
  private:
-  using RowName = std::pair<std::string, std::uint32_t>;  // table and NUMBER
   /// When a row ran, as a count of the rows of the request.
   struct Turns {
     std::vector<std::uint64_t> first;
     bool has_more = false;
   };
 
-  RowCounter& counterOf(std::size_t ring);
-  bool takes(const Slice& row, std::size_t ring);
-  void noteTurns(const kw::platform::TraceRecord& record, const SliceTracker::Place& place);
   void countOnward(GraphCounts& counts) const;
   std::string noteOf(const Work& work, const WorkFigures& figures) const;
 
   const TableFlows& tables_;
-  const std::optional<Request> request_;
+  const bool is_way_;
   Statistics statistics_;
-  bool row_begins_ = false;  // with the record that is being taken
-  std::map<RowName, std::uint64_t> went_on_;
+  RowCounter counter_;
+  std::map<std::uint64_t, RowId> ended_last_;  // row, by serial of its request
+  std::map<RowId, std::uint64_t> went_on_;
   std::uint64_t turns_ = 0;
-  std::map<RowName, Turns> turns_of_;
-  std::set<std::size_t> rings_of_request_;
-  std::map<std::size_t, RowCounter> counters_;  // by ring
+  std::map<RowId, Turns> turns_of_;
+  std::set<std::size_t> rings_;
 };
 
 }  // namespace kw::trx::tools

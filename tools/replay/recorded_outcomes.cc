@@ -3,20 +3,22 @@
 
 #include <algorithm>
 
+#include "traces/request_summaries.h"
+
 namespace kw::trx::tools {
 
 RecordedOutcomes::RecordedOutcomes(const RecordedRequest& request, const RowFinder& tables) {
   for (const RecordedRow& row : request.rows) {
     if (row.callsHAP()) {
-      const std::string hap = row.ran.called.value_or("");
-      (tables.find(row.ran).is_same ? by_row_[{row.ran.table, row.ran.number, hap}] : by_hap_[hap])
+      const std::string& hap = row.ran.name;
+      (tables.find(row.ran).is_same ? by_row_[{row.ran.row, hap}] : by_hap_[hap])
           .outcomes.push_back(row.outcome);
     }
   }
 }
 
 HAPOutcome RecordedOutcomes::choose(const HAPCall& call) {
-  const auto row = by_row_.find({call.table, call.number, call.hap});
+  const auto row = by_row_.find({{call.table, call.number}, call.hap});
   const auto hap = by_hap_.find(call.hap);
   if (row == by_row_.end() && hap == by_hap_.end()) {
     assume(call, "is not recorded here: it succeeds");
@@ -36,7 +38,7 @@ HAPOutcome RecordedOutcomes::choose(const HAPCall& call) {
 
 void RecordedOutcomes::assume(const HAPCall& call, const std::string& words) {
   const std::string line =
-      "row " + rowText(call.table, call.number, "") + ": HAP " + call.hap + " " + words;
+      rowText(RowId{call.table, call.number}) + ": HAP " + call.hap + " " + words;
   if (std::find(assumed_.begin(), assumed_.end(), line) == assumed_.end()) {
     assumed_.push_back(line);
   }

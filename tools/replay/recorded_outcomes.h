@@ -5,11 +5,12 @@
 
 #include <map>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "replay/recorded_request.h"
 #include "simulation/simulator.h"
+#include "tables/row_finder.h"
 
 namespace kw::trx::tools {
 
@@ -31,7 +32,7 @@ class RecordedOutcomes {
     std::vector<HAPOutcome> outcomes;
     std::size_t taken = 0;
   };
-  using Place = std::tuple<std::string, unsigned int, std::string>;  // table, NUMBER, HAP
+  using Place = std::pair<RowId, std::string>;  // row and HAP
 
   void assume(const HAPCall& call, const std::string& words);
 

@@ -3,27 +3,20 @@
 
 #include <algorithm>
 
-#include "zqm_trx/table_words.h"
+#include "traces/request_summaries.h"
 
 namespace kw::trx::tools {
 
-bool RecordedRow::callsHAP() const { return ran.command == trx::kCommandHAP; }
-
-bool RecordedRow::callsTable() const {
-  return ran.command == trx::kCommandTable && !ran.called.value_or("").empty();
-}
-
 bool RecordedRow::countsAsFailed() const {
-  return callsHAP() &&
-         (effect == Effect::kKept || effect == Effect::kJumps || effect == Effect::kStops);
+  return callsHAP() && (ran.effect == Effect::kKept || ran.effect == Effect::kJumps ||
+                        ran.effect == Effect::kStops);
 }
 
-std::string RecordedRow::name() const { return "row " + rowText(ran.table, ran.number, ""); }
+std::string RecordedRow::name() const { return rowText(ran.row); }
 
 std::string RecordedRow::action() const {
-  const std::string called = ran.called.value_or("");
-  return ran.command + (called.empty() ? "" : " " + called) +
-         (mode.empty() ? "" : ", mode " + mode) +
+  return wordOf(ran.command) + (ran.name.empty() ? "" : " " + ran.name) +
+         (ran.mode.empty() ? "" : ", mode " + ran.mode) +
          (ran.wait_ms ? " of " + std::to_string(*ran.wait_ms) + " ms" : "") +
          (ran.has_message.value_or(false) ? " with a message" : "");
 }

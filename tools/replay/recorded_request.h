@@ -4,29 +4,22 @@
 #define KW_TRX_TOOLS_REPLAY_RECORDED_REQUEST_H_
 
 #include <cstdint>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "simulation/case_file.h"
 #include "simulation/outcome.h"
-#include "tables/traced_rows.h"
+#include "traces/request.h"
 
 namespace kw::trx::tools {
 
 /// A row that ran.
 struct RecordedRow {
-  /// What came of a failure, or of one that a CHECK row found.
-  enum class Effect { kNone, kIgnored, kKept, kJumps, kStops, kInterrupts };
+  Span ran;
+  HAPOutcome outcome;  ///< of the HAP that it called
 
-  TracedRow ran;
-  std::string mode;    ///< of the HAP that it called
-  HAPOutcome outcome;  ///< of that
-  Effect effect = Effect::kNone;
-
-  bool callsHAP() const;
-  bool callsTable() const;
+  bool callsHAP() const { return ran.command == Command::kHAP; }
   /// True for a failure that the requester is told when it is the first one.
   bool countsAsFailed() const;
   /// With its table and NUMBER, such as "row rails/3".
@@ -36,12 +29,7 @@ struct RecordedRow {
 };
 
 struct RecordedRequest {
-  std::uint32_t id = 0;
-  std::vector<std::uint32_t> numbers;  ///< of its parts, which a wait at the requester divides
-  std::uint32_t process_id = 0;
-  std::uint64_t begin_ns = 0;
-  std::string table;
-  std::vector<std::string> units;  ///< paths of those that its HAPs worked on, the first ones
+  Request request;
   std::vector<RecordedRow> rows;
   ExpectedEnd end;                 ///< without a message, which no record tells
   unsigned int nest_limit = 0;     ///< of tables, one that gives the same run

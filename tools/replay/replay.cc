@@ -7,8 +7,10 @@
 #include <set>
 #include <utility>
 
+#include "common/characters.h"
 #include "kw/trx/errors.h"
 #include "replay/recorded_outcomes.h"
+#include "replay/recording.h"
 #include "simulation/case_words.h"
 #include "simulation/row_outcomes.h"
 #include "zqm_trx/table_words.h"
@@ -18,37 +20,7 @@ namespace {
 
 /// True when a row is in the tables what it was when it ran.
 bool isAsRecorded(const RecordedRow& row, const RowFinder::Found& found) {
-  return found.is_same && (!row.callsHAP() || found.row->mode == row.mode);
-}
-
-/// Says of `row` what `now` does.
-void describe(const FlowRow& now, RecordedRow& row) {
-  row.ran.command = now.command;
-  if (now.command == trx::kCommandHAP || now.command == trx::kCommandTable) {
-    row.ran.called = now.name;
-  }
-  if (now.command == trx::kCommandHAP) {
-    row.mode = now.mode;
-  } else if (now.command == trx::kCommandWait) {
-    row.ran.wait_ms = now.wait_ms;
-  } else if (now.command == trx::kCommandEnd) {
-    row.ran.has_message = !now.name.empty();
-  }
-}
-
-/// The rows of a run with what they do.
-std::vector<RecordedRow> rowsOf(const SimulatedRun& run, const RowFinder& tables) {
-  std::vector<RecordedRow> rows;
-  for (const RanRow& ran : run.rows) {
-    RecordedRow row;
-    row.ran.table = ran.table;
-    row.ran.number = ran.number;
-    if (const FlowRow* const now = tables.find(row.ran).row) {
-      describe(*now, row);
-    }
-    rows.push_back(std::move(row));
-  }
-  return rows;
+  return found.is_same && (!row.callsHAP() || visible(found.row->mode) == row.ran.mode);
 }
 
 bool isEndOf(const ExpectedEnd& end, const SimulatedRun& run) {
@@ -63,26 +35,25 @@ bool isEndOf(const ExpectedEnd& end, const SimulatedRun& run) {
 }
 
 bool hasEffect(const RecordedRow& row) {
-  return row.effect != RecordedRow::Effect::kNone && row.effect != RecordedRow::Effect::kInterrupts;
+  return row.ran.effect != Effect::kNone && row.ran.effect != Effect::kInterrupts;
 }
 
 /// What `row` makes of a failure.
-RecordedRow::Effect effectOf(const FlowRow& row) {
-  return row.keepsFailure() ? RecordedRow::Effect::kKept
-         : row.command == trx::kCommandHAP && row.error == trx::kErrorNop
-             ? RecordedRow::Effect::kIgnored
-         : row.endsOnError() ? RecordedRow::Effect::kStops
-                             : RecordedRow::Effect::kJumps;
+Effect effectOf(const FlowRow& row) {
+  return row.keepsFailure()                                               ? Effect::kKept
+         : row.command == trx::kCommandHAP && row.error == trx::kErrorNop ? Effect::kIgnored
+         : row.endsOnError()                                              ? Effect::kStops
+                                                                          : Effect::kJumps;
 }
 
 /// The ERROR of a row that does this.
-const char* errorText(RecordedRow::Effect effect) {
+const char* errorText(Effect effect) {
   switch (effect) {
-    case RecordedRow::Effect::kIgnored:
+    case Effect::kIgnored:
       return trx::kErrorNop;
-    case RecordedRow::Effect::kKept:
+    case Effect::kKept:
       return trx::kErrorStack;
-    case RecordedRow::Effect::kJumps:
+    case Effect::kJumps:
       return "a label";
     default:
       return "nothing";
@@ -92,15 +63,14 @@ const char* errorText(RecordedRow::Effect effect) {
 /// What has changed of the ERROR of rows that failed, a line each.
 void addErrorChanges(const RecordedRequest& request, const RowFinder& tables,
                      std::vector<std::string>& changed) {
-  std::set<std::pair<std::string, std::uint32_t>> seen;
+  std::set<RowId> seen;
   for (const RecordedRow& row : request.rows) {
     const RowFinder::Found found = tables.find(row.ran);
-    if (found.is_same && hasEffect(row) && row.effect != effectOf(*found.row) &&
-        seen.insert({row.ran.table, row.ran.number}).second) {
-      changed.push_back(
-          row.name() + " has now " + errorText(effectOf(*found.row)) + " in ERROR; it ran with " +
-          errorText(row.effect) +
-          (row.effect == RecordedRow::Effect::kIgnored ? ", or its host ignores errors" : ""));
+    if (found.is_same && hasEffect(row) && row.ran.effect != effectOf(*found.row) &&
+        seen.insert(row.ran.row).second) {
+      changed.push_back(row.name() + " has now " + errorText(effectOf(*found.row)) +
+                        " in ERROR; it ran with " + errorText(row.ran.effect) +
+                        (row.ran.effect == Effect::kIgnored ? ", or its host ignores errors" : ""));
     }
   }
 }
@@ -109,18 +79,18 @@ void addErrorChanges(const RecordedRequest& request, const RowFinder& tables,
 std::vector<std::string> changesOf(const RecordedRequest& request, const RowFinder& tables) {
   std::vector<std::string> changed;
   std::set<std::string> missing;
-  std::set<std::pair<std::string, std::uint32_t>> seen;
+  std::set<RowId> seen;
   for (const RecordedRow& row : request.rows) {
     const RowFinder::Found found = tables.find(row.ran);
-    if (!seen.insert({row.ran.table, row.ran.number}).second || isAsRecorded(row, found)) {
+    if (!seen.insert(row.ran.row).second || isAsRecorded(row, found)) {
       continue;
     }
     if (found.table != nullptr) {
       changed.push_back((found.is_same ? row.name() + " now has the mode " + found.row->mode
                                        : changeText(found, row.ran)) +
                         "; it ran as " + row.action());
-    } else if (missing.insert(row.ran.table).second) {
-      changed.push_back("table " + row.ran.table + " is not among the files");
+    } else if (missing.insert(row.ran.row.table).second) {
+      changed.push_back("table " + row.ran.row.table + " is not among the files");
     }
   }
   addErrorChanges(request, tables, changed);
@@ -129,59 +99,63 @@ std::vector<std::string> changesOf(const RecordedRequest& request, const RowFind
 
 }  // namespace
 
-Replay replay(const RecordedRequest& request, const Simulator& simulator) {
+Replay replay(const RecordedRequest& recorded, const Simulator& simulator) {
   Replay result;
   const RowFinder tables(simulator.tables());
-  RecordedOutcomes outcomes(request, tables);
+  RecordedOutcomes outcomes(recorded, tables);
+  Recording recording(0);
   SimulationRequest simulated;
-  simulated.table = request.table;
-  simulated.most_rows += request.rows.size();
+  simulated.table = recorded.request.name;
+  simulated.most_rows += recorded.rows.size();
   simulated.choose = [&outcomes](const HAPCall& call) { return outcomes.choose(call); };
+  simulated.listener = &recording;
   result.run = simulator.run(simulated);
-  result.rows = rowsOf(result.run, tables);
-  const auto is_same = [&tables](const RecordedRow& then, const RecordedRow& now) {
-    return then.ran.table == now.ran.table && then.ran.number == now.ran.number &&
-           isAsRecorded(then, tables.find(then.ran));
-  };
-  const auto differ = std::mismatch(request.rows.begin(), request.rows.end(), result.rows.begin(),
-                                    result.rows.end(), is_same);
-  if (differ.first != request.rows.end() || differ.second != result.rows.end()) {
-    result.first_difference = static_cast<std::size_t>(differ.first - request.rows.begin());
+  for (const Span& row : recording.rows()) {
+    result.rows.push_back({row, {}});
   }
-  result.same_end = isEndOf(request.end, result.run);
-  const Failure& failure = result.run.record;
-  const RecordedRow* const failing = request.firstFailing();
+  const auto is_same = [&tables](const RecordedRow& then, const RecordedRow& now) {
+    return then.ran.row == now.ran.row && isAsRecorded(then, tables.find(then.ran));
+  };
+  const auto differ = std::mismatch(recorded.rows.begin(), recorded.rows.end(), result.rows.begin(),
+                                    result.rows.end(), is_same);
+  if (differ.first != recorded.rows.end() || differ.second != result.rows.end()) {
+    result.first_difference = static_cast<std::size_t>(differ.first - recorded.rows.begin());
+  }
+  result.same_end = isEndOf(recorded.end, result.run);
+  const ReportedFailure& failure = result.run.record;
+  const RecordedRow* const failing = recorded.firstFailing();
   result.same_failing = failing == nullptr ? failure.table.empty()
-                                           : failing->ran.table == failure.table &&
-                                                 failing->ran.number == failure.number;
-  result.changed = changesOf(request, tables);
+                                           : failing->ran.row.table == failure.table &&
+                                                 failing->ran.row.number == failure.number;
+  result.changed = changesOf(recorded, tables);
   result.assumed = outcomes.assumed();
   return result;
 }
 
-TableCase caseOf(const RecordedRequest& request, const std::string& name) {
+TableCase caseOf(const RecordedRequest& recorded, const std::string& name) {
   TableCase one{};
+  const std::string& table = recorded.request.name;
   one.name = name;
-  one.table = request.table;
-  one.end = request.end;
-  const RecordedRow* const failing = request.firstFailing();
+  one.table = table;
+  one.end = recorded.end;
+  const RecordedRow* const failing = recorded.firstFailing();
   one.first_failing = failing == nullptr
                           ? kFirstNone
-                          : rowText(failing->ran.table, failing->ran.number, request.table);
+                          : rowText(failing->ran.row.table, failing->ran.row.number, table);
   one.rows.emplace();
   std::uint64_t wait_ms = 0;
-  std::map<std::pair<std::string, unsigned int>, RowOutcomes> outcomes;
-  for (const RecordedRow& row : request.rows) {
-    const std::string text = rowText(row.ran.table, row.ran.number, request.table);
+  std::map<RowId, RowOutcomes> outcomes;
+  for (const RecordedRow& row : recorded.rows) {
+    const std::string text = rowText(row.ran.row.table, row.ran.row.number, table);
     one.rows->push_back(text);
     wait_ms += row.ran.wait_ms.value_or(0);
     if (!row.callsHAP()) {
       continue;
     }
-    outcomes[{row.ran.table, row.ran.number}].calls.push_back(row.outcome);
+    outcomes[row.ran.row].calls.push_back(row.outcome);
   }
   for (const auto& [place, calls] : outcomes) {
-    const std::vector<OutcomeRule> rules = rulesOf({"", place.first, place.second}, calls);
+    const std::vector<OutcomeRule> rules = rulesOf({"", place.table, place.number}, calls);
     one.outcomes.insert(one.outcomes.end(), rules.begin(), rules.end());
   }
   if (wait_ms <= std::numeric_limits<unsigned int>::max()) {

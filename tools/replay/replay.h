@@ -29,10 +29,10 @@ struct Replay {
 
 /// Runs the table of `request`, which must be among those of `simulator`, with the outcomes that
 /// its HAPs had.
-Replay replay(const RecordedRequest& request, const Simulator& simulator);
+Replay replay(const RecordedRequest& recorded, const Simulator& simulator);
 
 /// The request as a case that expects its rows, first failing row, waits and end.
-TableCase caseOf(const RecordedRequest& request, const std::string& name);
+TableCase caseOf(const RecordedRequest& recorded, const std::string& name);
 
 /// The files of a case of the table `entry`: its own, then those of tables that it calls, and they.
 std::vector<std::string> filesFor(const std::string& entry, const TableFlows& tables);

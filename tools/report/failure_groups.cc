@@ -2,6 +2,7 @@
 #include "report/failure_groups.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "common/text.h"
 #include "report/bounds.h"
@@ -11,20 +12,22 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kTimesMost = 64;
+constexpr std::size_t kMaxSuccesses = 16;  // remembered of a name
 
 /// What equal failures have in common: all but the id of the request, which some events name.
-std::string keyOf(const RequestSummary& request) {
-  const RequestFailure failure = request.failure.value_or(RequestFailure());
+std::string keyOf(const Request& request) {
+  const Failure& failure = request.failure;
   std::string event = failure.event;
-  const std::string id = hexText(request.request);
-  if (const std::size_t at = event.find(id); request.request != 0 && at != std::string::npos) {
+  const std::string id = hexText(request.id);
+  if (const std::size_t at = event.find(id); request.id != 0 && at != std::string::npos) {
     event.erase(at, id.size());
   }
+  const auto row_of = [](const std::optional<RowId>& row) { return row ? rowText(*row) : ""; };
   std::string key;
   for (const std::string& part :
-       {std::string(nameOf(request.end)), std::string(request.is_table ? "table" : "HAP"),
-        request.name, failure.table, failure.row, failure.hap, hexText(failure.code),
-        std::string(failure.thrown ? "thrown" : ""), event, request.ended_by}) {
+       {std::string(nameOf(request.ending)), std::string(request.isTable() ? "table" : "HAP"),
+        request.name, row_of(request.first_failing), failure.hap, hexText(failure.code),
+        std::to_string(static_cast<int>(failure.cause)), event, row_of(request.ended_by)}) {
     key.append(part).push_back('\0');
   }
   return key;
@@ -33,24 +36,24 @@ std::string keyOf(const RequestSummary& request) {
 }  // namespace
 
 void FailureGroups::take(const KeptRequestPtr& request, KeptRecords&& records,
-                         const FailureTimes& times) {
-  const RequestSummary& summary = request->summary;
-  const std::string key = keyOf(summary);
+                         std::uint64_t start_ns) {
+  const Request& ended = request->request();
+  const std::string key = keyOf(ended);
   auto found = groups_.find(key);
   if (found == groups_.end()) {
     if (groups_.size() == kGroupsMost) {
       ++others_;
       return;
     }
-    found = groups_.emplace(key, FailureGroup(times.begin_ns, kTimesMost)).first;
-    found->second.first_ns = summary.end_ns;
-    found->second.well_before_ns = times.well_before_ns;
+    found = groups_.emplace(key, FailureGroup(start_ns, kTimesMost)).first;
+    found->second.first_ns = ended.end_ns;
+    found->second.well_before_ns = lastSuccessNs(ended, ended.start_ns);
   }
   FailureGroup& group = found->second;
   ++group.count;
-  group.last_ns = summary.end_ns;
-  ++group.times.at(summary.end_ns).count;
-  group.recent.push_back({request->ring, summary});
+  group.last_ns = ended.end_ns;
+  ++group.times.at(ended.end_ns).count;
+  group.recent.push_back(ended);
   if (group.recent.size() > kRecentMost) {
     group.recent.pop_front();
   }
@@ -58,21 +61,30 @@ void FailureGroups::take(const KeptRequestPtr& request, KeptRecords&& records,
   group.records = std::move(records);
 }
 
-void FailureGroups::takeWell(const RequestSummary& request) {
-  std::uint64_t& well_ns = well_ns_[{request.is_table, request.name}];
-  well_ns = std::max(well_ns, request.end_ns);
+void FailureGroups::takeSuccess(const Request& request) {
+  std::deque<std::uint64_t>& ends_ns = successes_ns_[{request.kind, request.name}];
+  ends_ns.push_back(request.end_ns);
+  if (ends_ns.size() > kMaxSuccesses) {
+    ends_ns.pop_front();
+  }
 }
 
-std::uint64_t FailureGroups::wellNs(bool is_table, const std::string& name) const {
-  const auto found = well_ns_.find({is_table, name});
-  return found == well_ns_.end() ? 0 : found->second;
+std::uint64_t FailureGroups::lastSuccessNs(const Request& request, std::uint64_t until_ns) const {
+  std::uint64_t last_ns = 0;
+  const auto found = successes_ns_.find({request.kind, request.name});
+  if (found != successes_ns_.end()) {
+    for (const std::uint64_t end_ns : found->second) {
+      last_ns = end_ns <= until_ns ? std::max(last_ns, end_ns) : last_ns;
+    }
+  }
+  return last_ns;
 }
 
 std::vector<FailureGroup> FailureGroups::taken() {
   std::vector<FailureGroup> all;
   for (auto& [key, group] : groups_) {
-    const RequestSummary& request = group.last->summary;
-    const std::uint64_t well_ns = wellNs(request.is_table, request.name);
+    const std::uint64_t well_ns =
+        lastSuccessNs(group.last->request(), std::numeric_limits<std::uint64_t>::max());
     group.well_after_ns = well_ns > group.last_ns ? well_ns : 0;
     all.push_back(std::move(group));
   }
@@ -81,21 +93,6 @@ std::vector<FailureGroup> FailureGroups::taken() {
     return a.count != b.count ? a.count > b.count : a.last_ns > b.last_ns;
   });
   return all;
-}
-
-std::string codeMeaningOf(const RequestFailure& failure, const CodeMeaning& meaning) {
-  if (failure.code == 0) {
-    return {};
-  }
-  const bool of_record = !failure.hap.empty() && !failure.thrown;
-  std::string described = of_record ? meaning(failure.hap, failure.code) : std::string();
-  if (!described.empty()) {
-    return described;
-  }
-  const CodeText* const known = findCode(failure.code);
-  return of_record          ? recordCodeMeaning(failure.code)
-         : known == nullptr ? std::string()
-                            : known->meaning;
 }
 
 }  // namespace kw::trx::tools

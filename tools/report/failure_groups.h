@@ -13,23 +13,13 @@
 
 namespace kw::trx::tools {
 
-/// What is known of the time around a failure.
-struct FailureTimes {
-  std::uint64_t begin_ns;        ///< of all records
-  std::uint64_t well_before_ns;  ///< end of the last request of that name that had gone well when
-                                 ///< the one that failed began; 0: none had
-};
-
 class FailureGroups {
  public:
-  /// Takes a request that failed or was refused.
-  void take(const KeptRequestPtr& request, KeptRecords&& records, const FailureTimes& times);
+  /// Takes a request that failed or was refused. `start_ns`: of all records.
+  void take(const KeptRequestPtr& request, KeptRecords&& records, std::uint64_t start_ns);
 
-  /// Takes one that went well.
-  void takeWell(const RequestSummary& request);
-
-  /// When a request of that name last ended well; 0: none did.
-  std::uint64_t wellNs(bool is_table, const std::string& name) const;
+  /// Takes one that succeeded.
+  void takeSuccess(const Request& request);
 
   /// The groups, the most frequent ones first; to be called once.
   std::vector<FailureGroup> taken();
@@ -38,13 +28,14 @@ class FailureGroups {
   std::uint64_t others() const { return others_; }
 
  private:
+  /// When a request of the name of `request` last succeeded until then; 0: none did.
+  std::uint64_t lastSuccessNs(const Request& request, std::uint64_t until_ns) const;
+
   std::map<std::string, FailureGroup> groups_;
-  std::map<std::pair<bool, std::string>, std::uint64_t> well_ns_;
+  /// Ends of the last ones that succeeded, by kind and name.
+  std::map<std::pair<Request::Kind, std::string>, std::deque<std::uint64_t>> successes_ns_;
   std::uint64_t others_ = 0;
 };
-
-/// What the code of a failure means, with `meaning` for those of HAPs; empty when it has none.
-std::string codeMeaningOf(const RequestFailure& failure, const CodeMeaning& meaning);
 
 }  // namespace kw::trx::tools
 

@@ -6,7 +6,7 @@
 #include "common/text.h"
 #include "report/failure_groups.h"
 #include "report/request_facts.h"
-#include "tables/traced_rows.h"
+#include "tables/row_finder.h"
 #include "traces/advice.h"
 #include "traces/catalogue.h"
 #include "traces/codes.h"
@@ -18,41 +18,13 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr std::size_t kWordBytes = 4;
-
-/// The values of the detail of an error record of `hap`, or of its data; the last one that the
-/// records tell of.
-std::vector<std::string> detailOf(const std::vector<const TraceRecord*>& records,
-                                  const std::string& hap) {
-  std::vector<std::string> detail;
-  bool is_wanted = false;
-  std::size_t size = 0;
-  for (const TraceRecord* const record : records) {
-    switch (record->id) {
-      case trx::kHAPErrName.id:
-        is_wanted = textOf(*record) == hap;
-        if (is_wanted) {
-          detail.clear();
-        }
-        break;
-      case trx::kHAPErrDetail.id:
-      case trx::kHAPErrAPI.id:
-        size = (std::size_t{wordOf(*record, "size", 0)} + kWordBytes - 1) / kWordBytes;
-        break;
-      case trx::kHAPErrDetailWords.id:
-      case trx::kHAPErrDetailLast.id:
-      case trx::kHAPErrAPIWords.id:
-        for (const Value& value : valuesOf(*record)) {
-          if (is_wanted && detail.size() < size) {
-            detail.push_back(value.text);
-          }
-        }
-        break;
-      default:
-        break;
-    }
+/// The words of the detail of an error record, or of the data of the HAP API.
+std::vector<std::string> detailOf(const Failure& failure) {
+  std::vector<std::string> words;
+  for (const std::uint32_t word : failure.detail) {
+    words.push_back(hexText(word));
   }
-  return detail;
+  return words;
 }
 
 class FailureWriter {
@@ -73,21 +45,25 @@ class FailureWriter {
 
  private:
   void writeGroup(const FailureGroup& group) {
-    const RequestSummary& request = group.last->summary;
-    const RequestFailure failure = request.failure.value_or(RequestFailure());
+    const Request& request = group.last->request();
+    const Failure& failure = request.failure;
     json_.key("count").number(group.count);
     timed_.time("firstNs", group.first_ns);
     timed_.time("lastNs", group.last_ns);
     timed_.timeOrNull("wellBeforeNs", group.well_before_ns);
     timed_.timeOrNull("wellAfterNs", group.well_after_ns);
-    json_.member("kind", request.is_table ? "table" : "hap").member("name", request.name);
-    json_.member("outcome", nameOf(request.end));
-    json_.member("words", outcomeText(request, report_.meaning));
-    json_.member("table", failure.table).member("row", failure.row).member("hap", failure.hap);
+    json_.member("kind", nameOf(request.kind)).member("name", request.name);
+    json_.member("outcome", nameOf(request.ending));
+    json_.member("words", outcomeText(group.last->summary, report_.meaning));
+    const RowId row = request.first_failing.value_or(RowId());
+    json_.member("table", row.table);
+    json_.member("row", request.first_failing ? hexDigits(row.number) : "");
+    json_.member("hap", failure.hap);
     json_.member("code", failure.code == 0 ? "" : hexText(failure.code));
-    json_.key("thrown").boolean(failure.thrown);
+    json_.key("thrown").boolean(failure.isThrown());
     json_.member("meaning", codeMeaningOf(failure, report_.meaning));
-    json_.member("event", failure.event).member("endedBy", request.ended_by);
+    json_.member("event", textOf(failure, report_.meaning));
+    json_.member("endedBy", endedByText(request));
     json_.key("bucketNs").number(group.times.widthNs()).key("times").beginArray();
     for (std::size_t i = 0; i < group.times.cells().size(); ++i) {
       if (group.times.cells()[i].count != 0) {
@@ -95,9 +71,9 @@ class FailureWriter {
       }
     }
     json_.endArray().key("recent").beginArray();
-    for (const RecentFailure& one : group.recent) {
+    for (const Request& one : group.recent) {
       json_.beginObject();
-      timed_.request(one.request, one.ring);
+      timed_.request(one);
       json_.endObject();
     }
     json_.endArray();
@@ -105,7 +81,7 @@ class FailureWriter {
 
   /// What is known of the last failure of a group.
   void writeStory(const FailureGroup& group) {
-    const RequestFailure failure = group.last->summary.failure.value_or(RequestFailure());
+    const Failure& failure = group.last->request().failure;
     std::vector<const TraceRecord*> records;
     for (const TraceRecord& record : group.records.first) {
       records.push_back(&record);
@@ -117,7 +93,7 @@ class FailureWriter {
     const auto kept = std::find(report_.kept.begin(), report_.kept.end(), group.last);
     json_.key("last").number(static_cast<std::uint64_t>(kept - report_.kept.begin()));
     json_.texts("fileChanged", changesSince(*group.last, finder_));
-    json_.texts("detail", detailOf(records, failure.hap));
+    json_.texts("detail", detailOf(failure));
     writeAdvice(failure, records);
     json_.key("records").beginArray();
     for (const TraceRecord* const record : records) {
@@ -130,7 +106,7 @@ class FailureWriter {
   }
 
   /// What to do: by the code, or by the record that tells of a refusal.
-  void writeAdvice(const RequestFailure& failure, const std::vector<const TraceRecord*>& records) {
+  void writeAdvice(const Failure& failure, const std::vector<const TraceRecord*>& records) {
     const CodeText* const code = findCode(failure.code);
     const Point* const point =
         failure.hap.empty() && !records.empty() ? findPoint(records.back()->id) : nullptr;

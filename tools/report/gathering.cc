@@ -15,111 +15,153 @@ using kw::platform::TraceRecord;
 constexpr std::size_t kLanesMost = 64;
 constexpr std::size_t kBucketsMost = 256;
 
-/// Spreads a request over the buckets that it was busy in.
-void addTo(TimeBuckets<ThreadLoad>& load, const RequestSummary& request) {
-  load.at(request.end_ns);  // from now on buckets are as wide as they have to be
-  ThreadLoad& first = load.at(request.begin_ns);
-  ++first.requests;
-  first.failed += isFailure(request.end) ? 1 : 0;
+/// Spreads a part of a request over the buckets that it was busy in.
+void addTo(TimeBuckets<ThreadLoad>& load, const Request::Part& part) {
+  load.at(part.end_ns);  // from now on buckets are as wide as they have to be
   const std::uint64_t width_ns = load.widthNs();
-  for (std::uint64_t at_ns = std::max(request.begin_ns, load.beginNs()); at_ns < request.end_ns;) {
+  for (std::uint64_t at_ns = std::max(part.start_ns, load.beginNs()); at_ns < part.end_ns;) {
     const std::uint64_t bucket_end_ns = at_ns + width_ns - (at_ns - load.beginNs()) % width_ns;
-    const std::uint64_t until_ns = std::min(bucket_end_ns, request.end_ns);
+    const std::uint64_t until_ns = std::min(bucket_end_ns, part.end_ns);
     load.at(at_ns).busy_ns += until_ns - at_ns;
     at_ns = until_ns;
   }
 }
 
+/// The first record of a request, or another one.
+void add(KeptRecords& records, const TraceRecord& record) {
+  if (records.first.size() < kFirstRecords) {
+    records.first.push_back(record);
+    return;
+  }
+  records.last.push_back(record);
+  if (records.last.size() > kLastRecords) {
+    records.last.pop_front();
+    ++records.left_out;
+  }
+}
+
 }  // namespace
 
-ReportGatherer::ReportGatherer(const TableFlows& tables, std::size_t rings) : tables_(tables) {
-  const auto lock = std::make_shared<LockHistory>();
-  for (std::size_t ring = 0; ring < rings; ++ring) {
-    rings_.push_back(std::make_unique<Ring>(ring, *this, lock));
+void ReportGatherer::Figures::spanEnded(const Request& request, const Span& span) {
+  statistics.spanEnded(request, span);
+  rows.spanEnded(request, span);
+}
+
+ReportGatherer::ReportGatherer(const TableFlows& tables, const RequestFilter& filter)
+    : tables_(tables),
+      filter_(filter),
+      figures_(tables),
+      filtered_(filter, figures_),
+      summaries_([this](const RequestSummary& summary) { takeSummary(summary); }) {}
+
+void ReportGatherer::recordTaken(const Request& request, const TraceRecord& record) {
+  start_ns_ = start_ns_ == 0 ? record.time_ns : std::min(start_ns_, record.time_ns);
+  add(running_[request.serial].records, record);
+}
+
+void ReportGatherer::requestJoined(const Request& request, std::uint64_t fresh) {
+  for (const TraceRecord& record : running_[fresh].records.first) {
+    add(running_[request.serial].records, record);
   }
+  running_.erase(fresh);
 }
 
-void ReportGatherer::take(const TraceRecord& record, std::size_t ring) {
-  begin_ns_ = records_ == 0 ? record.time_ns : std::min(begin_ns_, record.time_ns);
-  end_ns_ = std::max(end_ns_, record.time_ns);
-  ++records_;
-  rings_[ring]->requests.take(record);
-  rings_[ring]->rows.take(record);
+void ReportGatherer::spanEnded(const Request& request, const Span& span) {
+  filtered_.spanEnded(request, span);
+  summaries_.spanEnded(request, span);
+  Running& running = running_[request.serial];
+  if (running.spans.size() == kSlicesOfRequest) {
+    running.spans.erase(running.spans.begin(), running.spans.begin() + kSlicesOfRequest / 2);
+    running.spans_left_out += kSlicesOfRequest / 2;
+  }
+  running.spans.push_back(span);
 }
 
-void ReportGatherer::takeSlice(const Slice& slice, std::size_t ring) {
-  statistics_.take(slice, ring);
+void ReportGatherer::requestEnded(const Request& request) {
+  filtered_.requestEnded(request);
+  summaries_.requestEnded(request);
 }
 
-void ReportGatherer::takeWhole(KeptRequest&& request, KeptRecords&& records,
-                               std::uint64_t well_before_ns) {
-  const auto kept = std::make_shared<const KeptRequest>(std::move(request));
+void ReportGatherer::takeSummary(const RequestSummary& summary) {
+  const Request& request = summary.request;
+  Running running = std::move(running_[request.serial]);
+  running_.erase(request.serial);
+  const auto no_meaning = [](const std::string&, std::uint32_t) { return std::string(); };
+  if (!filter_.takes(request, filter_.text.empty() ? "" : outcomeText(summary, no_meaning))) {
+    return;
+  }
+  count(request);
+  if (running.records.first.empty()) {
+    running.records.first.push_back(request.last);
+  }
+  const auto kept = std::make_shared<const KeptRequest>(
+      KeptRequest{summary, std::move(running.spans), running.spans_left_out});
   keeper_.take(kept);
-  if (isFailure(kept->summary.end)) {
-    failures_.take(kept, std::move(records), {begin_ns_, well_before_ns});
+  if (request.hasFailed()) {
+    failures_.take(kept, std::move(running.records), start_ns_);
+  } else if (request.ending == Ending::kSucceeded) {
+    failures_.takeSuccess(request);
   }
 }
 
-void ReportGatherer::takeEnd(const RequestSummary& request, std::size_t ring) {
-  ++counts_.all;
-  switch (request.end) {
-    case RequestEnd::kOk:
-      ++counts_.ok;
-      failures_.takeWell(request);
-      break;
-    case RequestEnd::kFailed:
-      ++counts_.failed;
-      break;
-    case RequestEnd::kRefused:
-      ++counts_.refused;
-      break;
-    case RequestEnd::kWaits:
-      ++counts_.waits;
-      break;
-    default:
-      ++counts_.open;
+void ReportGatherer::count(const Request& request) {
+  counts_.add(request.ending);
+  const bool succeeded = request.ending == Ending::kSucceeded;
+  ThreadLane& first = laneOf(request, request.thread_id);
+  ++first.requests;
+  first.failed += request.hasFailed() ? 1 : 0;
+  ThreadLoad& load = first.load.at(request.start_ns);
+  ++load.requests;
+  load.failed += request.hasFailed() ? 1 : 0;
+  for (const Request::Part& part : request.parts) {
+    addTo(laneOf(request, part.thread_id).load, part);
   }
-  ThreadLane& lane = laneOf(request, ring);
-  ++lane.requests;
-  lane.failed += isFailure(request.end) ? 1 : 0;
-  addTo(lane.load, request);
-  const std::pair<bool, std::string> name{request.is_table, request.name};
+  const std::pair<Request::Kind, std::string> name{request.kind, request.name};
   if (names_.size() == kNamesMost && names_.count(name) == 0) {
     ++other_names_;
     return;
   }
   NamedRequests& same = names_[name];
-  same.is_table = request.is_table;
+  same.kind = request.kind;
   same.name = request.name;
-  same.failed += isFailure(request.end) ? 1 : 0;
-  same.others += isFailure(request.end) || request.end == RequestEnd::kOk ? 0 : 1;
-  same.durations.add(request.end_ns - request.begin_ns);
+  same.failed += request.hasFailed() ? 1 : 0;
+  same.others += request.hasFailed() || succeeded ? 0 : 1;
+  same.durations.add(request.durationNs());
 }
 
-ThreadLane& ReportGatherer::laneOf(const RequestSummary& request, std::size_t ring) {
-  ThreadId id{ring, request.process_id, request.thread_id};
+void RequestCounts::add(Ending ending) {
+  ++all;
+  switch (ending) {
+    case Ending::kSucceeded:
+      ++ok;
+      break;
+    case Ending::kFailed:
+      ++failed;
+      break;
+    case Ending::kRefused:
+      ++refused;
+      break;
+    case Ending::kWaits:
+      ++waits;
+      break;
+    default:
+      ++open;
+  }
+}
+
+ThreadLane& ReportGatherer::laneOf(const Request& request, std::uint32_t thread_id) {
+  ThreadId id{request.ring, request.process_id, thread_id};
   if (lanes_.size() >= kLanesMost && lanes_.count(id) == 0) {
     id = {0, 0, 0};
   }
-  ThreadLane& lane = lanes_.emplace(id, ThreadLane(begin_ns_, kBucketsMost)).first->second;
+  ThreadLane& lane = lanes_.emplace(id, ThreadLane(start_ns_, kBucketsMost)).first->second;
   std::tie(lane.ring, lane.process_id, lane.thread_id) = id;
   return lane;
 }
 
 void ReportGatherer::finish(Report& report) {
-  Coverage coverage;
-  for (const auto& ring : rings_) {
-    ring->requests.finish();
-    report.threads += ring->requests.threads();
-    merge(coverage, ring->rows.coverage());
-    for (const auto& [table, rows] : ring->rows.unknown()) {
-      report.unknown_rows[table] += rows;
-    }
-  }
-  statistics_.finish();
-  report.records = records_;
-  report.begin_ns = begin_ns_;
-  report.end_ns = end_ns_;
+  report.unknown_rows = figures_.rows.unknown();
+  report.left_out_runs = figures_.statistics.leftOut();
   report.requests = counts_;
   report.failures = failures_.taken();
   report.other_failures = failures_.others();
@@ -140,8 +182,8 @@ void ReportGatherer::finish(Report& report) {
                                                  : a.durations.count() > b.durations.count();
                    });
   report.other_names = other_names_;
-  report.statistics = std::move(statistics_);
-  report.counts = graphCountsOf(tables_, coverage);
+  report.statistics = std::move(figures_.statistics);
+  report.counts = graphCountsOf(tables_, figures_.rows.coverage());
 }
 
 }  // namespace kw::trx::tools

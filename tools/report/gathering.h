@@ -15,56 +15,66 @@
 #include "kw/platform.h"
 #include "report/failure_groups.h"
 #include "report/report.h"
-#include "report/request_follower.h"
 #include "report/request_keeper.h"
+#include "traces/request_filter.h"
 #include "traces/statistics.h"
 
 namespace kw::trx::tools {
 
-/// Takes records in the order of time; keeps a bounded part of what they tell.
-class ReportGatherer : private RequestSink {
+/// Keeps a bounded part of what rings tell.
+class ReportGatherer : public RequestListener {
  public:
-  /// `tables`: those that the records may tell of; they must outlive it.
-  ReportGatherer(const TableFlows& tables, std::size_t rings);
+  /// `tables`: those that the records may tell of. They and `filter` must outlive it.
+  ReportGatherer(const TableFlows& tables, const RequestFilter& filter);
+  ReportGatherer(const ReportGatherer&) = delete;
+  ReportGatherer& operator=(const ReportGatherer&) = delete;
+  ~ReportGatherer() override = default;
 
-  /// Takes the next record, which must not be doubtful, of the ring number `ring`, from 0.
-  void take(const kw::platform::TraceRecord& record, std::size_t ring);
+  void recordTaken(const Request& request, const kw::platform::TraceRecord& record) override;
+  void requestJoined(const Request& request, std::uint64_t fresh) override;
+  void spanEnded(const Request& request, const Span& span) override;
+  void requestEnded(const Request& request) override;
 
-  /// Writes into `report` what the records told; to be called once, after the last one.
+  /// Writes into `report` what was told; to be called once, behind the end of all.
   void finish(Report& report);
 
  private:
   using ThreadId =
       std::tuple<std::size_t, std::uint32_t, std::uint32_t>;  ///< ring, process, thread
 
-  /// Processes and threads of different rings are different ones.
-  struct Ring {
-    Ring(std::size_t number, ReportGatherer& gatherer, const std::shared_ptr<LockHistory>& lock)
-        : requests(number, gatherer, lock), rows(gatherer.tables_) {}
+  /// What is kept of a request that runs.
+  struct Running {
+    std::vector<Span> spans;
+    std::uint64_t spans_left_out = 0;
+    KeptRecords records;
+  };
 
-    RequestFollower requests;
+  void takeSummary(const RequestSummary& summary);
+  void count(const Request& request);
+  ThreadLane& laneOf(const Request& request, std::uint32_t thread_id);
+
+  /// Hands what ran to the figures.
+  struct Figures : RequestListener {
+    explicit Figures(const TableFlows& tables) : rows(tables) {}
+    void spanEnded(const Request& request, const Span& span) override;
+
+    Statistics statistics;
     RowCounter rows;
   };
 
-  void takeSlice(const Slice& slice, std::size_t ring) override;
-  void takeEnd(const RequestSummary& request, std::size_t ring) override;
-  void takeWhole(KeptRequest&& request, KeptRecords&& records,
-                 std::uint64_t well_before_ns) override;
-  std::uint64_t wellNs(bool is_table, const std::string& name) const override {
-    return failures_.wellNs(is_table, name);
-  }
-  ThreadLane& laneOf(const RequestSummary& request, std::size_t ring);
-
   const TableFlows& tables_;
-  std::vector<std::unique_ptr<Ring>> rings_;
-  std::uint64_t records_ = 0, begin_ns_ = 0, end_ns_ = 0;
+  const RequestFilter& filter_;
+  std::uint64_t start_ns_ = 0;
+  std::map<std::uint64_t, Running> running_;  // by serial
   std::map<ThreadId, ThreadLane> lanes_;
   RequestCounts counts_;
-  std::map<std::pair<bool, std::string>, NamedRequests> names_;
+  std::map<std::pair<Request::Kind, std::string>, NamedRequests> names_;
   std::uint64_t other_names_ = 0;
   FailureGroups failures_;
   RequestKeeper keeper_;
-  Statistics statistics_;
+  Figures figures_;
+  FilteredRequests filtered_;
+  RequestSummaries summaries_;
 };
 
 }  // namespace kw::trx::tools

@@ -18,18 +18,19 @@
 #include "kw/platform.h"
 #include "report/time_buckets.h"
 #include "tables/graph.h"
+#include "traces/request_reader.h"
 #include "traces/request_summaries.h"
-#include "traces/slices.h"
 #include "traces/statistics.h"
 
 namespace kw::trx::tools {
 
 /// A request with what ran in it.
 struct KeptRequest {
-  std::size_t ring;  ///< its number among those of the report, from 0
   RequestSummary summary;
-  std::vector<Slice> slices;          ///< tables, rows and HAPs, in the order of their ends
-  std::uint64_t slices_left_out = 0;  ///< earlier ones
+  std::vector<Span> spans;           ///< tables, rows and HAPs, in the order of their ends
+  std::uint64_t spans_left_out = 0;  ///< earlier ones
+
+  const Request& request() const { return summary.request; }
 };
 using KeptRequestPtr = std::shared_ptr<const KeptRequest>;
 
@@ -49,11 +50,6 @@ struct Count {
   }
 };
 
-struct RecentFailure {
-  std::size_t ring;  ///< as in `KeptRequest`
-  RequestSummary request;
-};
-
 /// Requests that failed in the same way.
 struct FailureGroup {
   FailureGroup(std::uint64_t begin_ns, std::size_t buckets) : times(begin_ns, buckets) {}
@@ -65,14 +61,14 @@ struct FailureGroup {
   std::uint64_t well_before_ns = 0;
   std::uint64_t well_after_ns = 0;  ///< of the last one that went well after all these; 0: none did
   TimeBuckets<Count> times;
-  std::deque<RecentFailure> recent;  ///< the last ones, in order
+  std::deque<Request> recent;  ///< the last ones, in order
   KeptRequestPtr last;
   KeptRecords records;  ///< of the last one
 };
 
 /// The requests of one name.
 struct NamedRequests {
-  bool is_table = false;
+  Request::Kind kind = Request::Kind::kUnknown;
   std::string name;
   std::uint64_t failed = 0;  ///< or refused
   std::uint64_t others = 0;  ///< their end is not told, or they wait
@@ -104,6 +100,8 @@ struct ThreadLane {
 /// How many requests ended how.
 struct RequestCounts {
   std::uint64_t all = 0, ok = 0, failed = 0, refused = 0, waits = 0, open = 0;
+
+  void add(Ending ending);
 };
 
 /// How much of what is not bounded as it is gathered is told.
@@ -115,8 +113,9 @@ struct Report {
   std::string version;       ///< of the tool
   std::uint64_t made_s = 0;  ///< when, seconds since 1970
   std::vector<std::string> rings;
-  std::uint64_t records = 0;  ///< taken, without the doubtful ones
-  std::uint64_t doubtful = 0, lost = 0;
+  std::uint64_t records = 0;  ///< taken, without the suspect ones
+  Losses losses;
+  std::uint64_t left_out_runs = 0;  ///< of rows and HAPs, as records of their time are missing
   std::uint64_t begin_ns = 0, end_ns = 0;  ///< of the records taken; 0: there are none
   RequestCounts requests;
   std::vector<FailureGroup> failures;  ///< the most frequent ones first

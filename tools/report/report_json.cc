@@ -11,12 +11,12 @@
 #include "report/request_facts.h"
 #include "report/table_json.h"
 #include "report/timed_json.h"
-#include "traces/doubts.h"
+#include "traces/record_words.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr const char* kKinds[] = {"request", "table", "row", "hap"};
+constexpr const char* kKinds[] = {"table", "row", "hap"};
 
 /// Writes a report. Times are written as they count from its first record.
 class Writer {
@@ -48,8 +48,9 @@ class Writer {
     json_.member("origin", localMicrosText(report_.begin_ns));
     timed_.time("endNs", report_.end_ns);
     json_.key("records").number(report_.records);
-    json_.key("doubtful").number(report_.doubtful).key("lost").number(report_.lost);
-    json_.texts("missing", lossWords(report_.doubtful, report_.lost));
+    json_.key("leftOutRuns").number(report_.left_out_runs);
+    json_.key("doubtful").number(report_.losses.suspect).key("lost").number(report_.losses.lost);
+    json_.texts("missing", textOf(report_.losses));
     json_.texts("leftOut", report_.left_out);
   }
 
@@ -65,18 +66,18 @@ class Writer {
     json_.key("kept").beginArray();
     for (const KeptRequestPtr& request : report_.kept) {
       json_.beginObject();
-      timed_.request(request->summary, request->ring);
-      if (request->summary.end != RequestEnd::kOk) {
+      timed_.request(request->request());
+      if (request->request().ending != Ending::kSucceeded) {
         json_.member("words", outcomeText(request->summary, report_.meaning));
       }
-      if (request->summary.end == RequestEnd::kOpen) {
+      if (request->request().ending == Ending::kOpen) {
         writeOpen(*request);
       }
       json_.key("slices").beginArray();
-      writeSlices(request->slices);
+      writeSpans(request->spans);
       json_.endArray();
-      if (request->slices_left_out != 0) {
-        json_.key("slicesLeftOut").number(request->slices_left_out);
+      if (request->spans_left_out != 0) {
+        json_.key("slicesLeftOut").number(request->spans_left_out);
       }
       json_.endObject();
     }
@@ -86,63 +87,65 @@ class Writer {
   /// What a request that may hang was about.
   void writeOpen(const KeptRequest& request) {
     const RequestSummary& summary = request.summary;
-    json_.member("lastRecord", summary.last).member("often", summary.often);
+    json_.member("lastRecord", describe(request.request().last)).member("often", summary.often);
+    json_.member("where", summary.where);
     std::string repeated;
-    if (summary.repeated) {
-      const RequestFailure& failure = *summary.repeated;
-      repeated = rowText(failure.table, failure.row) + " has failed " +
-                 std::to_string(summary.repeated_times) + " times: " + failure.event;
+    if (summary.repeated_row) {
+      repeated = rowText(*summary.repeated_row) + " has failed " +
+                 std::to_string(summary.repeated_times) +
+                 " times: " + textOf(summary.repeated, report_.meaning);
     }
     json_.member("repeated", repeated);
     if (const std::optional<LongestRow> row = longestRowOf(request)) {
-      json_.key("longest").beginObject().member("table", row->table).member("row", row->row);
-      json_.member("command", row->command).member("name", row->name);
-      json_.key("runs").number(row->runs).key("ns").number(row->time_ns).endObject();
+      json_.key("longest").beginObject().member("table", row->row.table);
+      json_.member("row", hexDigits(row->row.number)).member("command", wordOf(row->command));
+      json_.member("name", row->name).key("runs").number(row->runs);
+      json_.key("ns").number(row->time_ns).endObject();
     }
   }
 
   /// Outer ones before inner ones, each with how deep it lies.
-  void writeSlices(std::vector<Slice> slices) {
-    std::reverse(slices.begin(), slices.end());
-    std::stable_sort(slices.begin(), slices.end(), [](const Slice& a, const Slice& b) {
-      return a.begin_ns != b.begin_ns ? a.begin_ns < b.begin_ns : a.end_ns > b.end_ns;
+  void writeSpans(std::vector<Span> spans) {
+    std::reverse(spans.begin(), spans.end());
+    std::stable_sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) {
+      return a.start_ns != b.start_ns ? a.start_ns < b.start_ns : a.end_ns > b.end_ns;
     });
-    std::vector<const Slice*> around;
-    for (const Slice& slice : slices) {
-      while (!around.empty() && !isInside(slice, *around.back())) {
+    std::vector<const Span*> around;
+    for (const Span& span : spans) {
+      while (!around.empty() && !isInside(span, *around.back())) {
         around.pop_back();
       }
-      around.push_back(&slice);
-      writeSlice(slice, around.size());
+      around.push_back(&span);
+      writeSpan(span, around.size());
     }
   }
 
-  /// The last row of a table may take no time, and begins when the table ends.
-  static bool isInside(const Slice& inner, const Slice& outer) {
-    const bool is_row_of_it = inner.kind == Slice::Kind::kRow &&
-                              outer.kind == Slice::Kind::kTable && inner.table == outer.name;
-    return inner.end_ns <= outer.end_ns && (inner.begin_ns < outer.end_ns || is_row_of_it);
+  /// The last row of a table may take no time, and starts when the table ends.
+  static bool isInside(const Span& inner, const Span& outer) {
+    const bool is_row_of_it =
+        inner.isRow() && outer.kind == Span::Kind::kTable && inner.row.table == outer.name;
+    return inner.end_ns <= outer.end_ns && (inner.start_ns < outer.end_ns || is_row_of_it);
   }
 
-  void writeSlice(const Slice& slice, std::size_t depth) {
-    json_.beginObject().member("kind", kKinds[static_cast<int>(slice.kind)]);
-    json_.member("name", slice.name).key("depth").number(depth);
-    timed_.time("beginNs", slice.begin_ns);
-    timed_.time("endNs", slice.end_ns);
-    if (slice.kind == Slice::Kind::kRow) {
-      json_.member("table", slice.table).member("row", hexDigits(slice.row));
-      json_.member("command", slice.command);
+  void writeSpan(const Span& span, std::size_t depth) {
+    json_.beginObject().member("kind", kKinds[static_cast<int>(span.kind)]);
+    json_.member("name", span.name).key("depth").number(depth);
+    timed_.time("beginNs", span.start_ns);
+    timed_.time("endNs", span.end_ns);
+    if (span.isRow()) {
+      json_.member("table", span.row.table).member("row", hexDigits(span.row.number));
+      json_.member("command", wordOf(span.command));
     }
-    if (slice.failed) {
+    if (span.failed()) {
       json_.key("failed").boolean(true);
     }
-    if (slice.code != 0) {
-      json_.member("code", hexText(slice.code));
+    if (span.failure.has_code && span.failure.code != 0) {
+      json_.member("code", hexText(span.failure.code));
     }
-    if (slice.lock_wait_ns != 0) {
-      json_.key("lockWaitNs").number(slice.lock_wait_ns);
+    if (span.lock_wait_ns != 0) {
+      json_.key("lockWaitNs").number(span.lock_wait_ns);
     }
-    if (slice.cut) {
+    if (!span.has_ended) {
       json_.key("cut").boolean(true);
     }
     json_.endObject();
@@ -172,7 +175,7 @@ class Writer {
   void writeNames() {
     json_.key("names").beginArray();
     for (const NamedRequests& name : report_.names) {
-      json_.beginObject().member("kind", name.is_table ? "table" : "hap").member("name", name.name);
+      json_.beginObject().member("kind", nameOf(name.kind)).member("name", name.name);
       json_.key("count").number(name.durations.count()).key("failed").number(name.failed);
       json_.key("others").number(name.others);
       json_.key("leastNs").number(name.durations.quantile(0));
@@ -189,7 +192,7 @@ class Writer {
     const std::size_t most = report_.bounds.haps;
     std::vector<const std::pair<const Work, WorkFigures>*> haps;
     for (const auto& one : report_.statistics.all()) {
-      if (one.first.table.empty() && one.first.command.empty()) {
+      if (one.first.isHAP()) {
         haps.push_back(&one);
       }
     }

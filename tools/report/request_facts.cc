@@ -16,18 +16,17 @@ constexpr std::size_t kChangesMost = 5;
 
 std::vector<std::string> changesSince(const KeptRequest& request, const RowFinder& finder) {
   std::vector<std::string> changes;
-  if (request.summary.damaged) {
+  if (request.request().is_incomplete) {
     return changes;
   }
-  for (const Slice& slice : request.slices) {
-    if (slice.doubtful) {
+  for (const Span& span : request.spans) {
+    if (span.is_incomplete) {
       return {};
     }
-    if (slice.kind != Slice::Kind::kRow || changes.size() == kChangesMost) {
+    if (!span.isRow() || changes.size() == kChangesMost) {
       continue;
     }
-    const TracedRow ran = tracedRowOf(slice);
-    const std::string change = changeText(finder.find(ran), ran);
+    const std::string change = changeText(finder.find(span), span);
     if (!change.empty() && std::find(changes.begin(), changes.end(), change) == changes.end()) {
       changes.push_back(change);
     }
@@ -36,17 +35,17 @@ std::vector<std::string> changesSince(const KeptRequest& request, const RowFinde
 }
 
 std::optional<LongestRow> longestRowOf(const KeptRequest& request) {
-  std::map<std::pair<std::string, std::uint32_t>, LongestRow> rows;
+  std::map<RowId, LongestRow> rows;
   std::optional<LongestRow> longest;
-  for (const Slice& slice : request.slices) {
-    if (slice.kind != Slice::Kind::kRow) {
+  for (const Span& span : request.spans) {
+    if (!span.isRow()) {
       continue;
     }
-    LongestRow& row = rows[{slice.table, slice.row}];
-    const std::uint64_t all_ns = slice.end_ns - slice.begin_ns;
-    row.time_ns += all_ns - std::min(all_ns, slice.nested_ns);
+    LongestRow& row = rows[span.row];
+    const std::uint64_t all_ns = span.durationNs();
+    row.time_ns += all_ns - std::min(all_ns, span.nested_ns);
     ++row.runs;
-    row = {slice.table, hexDigits(slice.row), slice.command, slice.name, row.runs, row.time_ns};
+    row = {span.row, span.command, span.name, row.runs, row.time_ns};
     if (!longest || row.time_ns > longest->time_ns) {
       longest = row;
     }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "report/report.h"
-#include "tables/traced_rows.h"
+#include "tables/row_finder.h"
 
 namespace kw::trx::tools {
 
@@ -20,13 +20,14 @@ std::vector<std::string> changesSince(const KeptRequest& request, const RowFinde
 
 /// A row of a request with the time that its runs took together.
 struct LongestRow {
-  std::string table, row;  ///< the row as its NUMBER is written in hexadecimal
-  std::string command, name;
+  RowId row;
+  Command command = Command::kNone;
+  std::string name;
   std::uint64_t runs = 0;
   std::uint64_t time_ns = 0;  ///< without that of tables which it called
 };
 
-/// The row that took most time, of the slices that are kept; none when no row is.
+/// The row that took most time, of the spans that are kept; none when no row is.
 std::optional<LongestRow> longestRowOf(const KeptRequest& request);
 
 }  // namespace kw::trx::tools

@@ -7,30 +7,30 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kSlicesMost = 4000;
-constexpr std::size_t kFailedSlicesMost = 2500;
-constexpr std::size_t kLongestMost = 20;
+constexpr std::size_t kMaxSpans = 4000;
+constexpr std::size_t kMaxFailedSpans = 2500;
+constexpr std::size_t kMaxLongest = 20;
 
 }  // namespace
 
 void RequestKeeper::Newest::take(const KeptRequestPtr& request, std::size_t most) {
   requests.push_back(request);
-  slices += request->slices.size() + 1;
-  while (slices > most && requests.size() > 1) {
-    slices -= requests.front()->slices.size() + 1;
+  spans += request->spans.size() + 1;
+  while (spans > most && requests.size() > 1) {
+    spans -= requests.front()->spans.size() + 1;
     requests.pop_front();
   }
 }
 
 void RequestKeeper::take(const KeptRequestPtr& request) {
-  all_.take(request, kSlicesMost);
-  if (isFailure(request->summary.end)) {
-    failed_.take(request, kFailedSlicesMost);
+  all_.take(request, kMaxSpans);
+  if (request->request().hasFailed()) {
+    failed_.take(request, kMaxFailedSpans);
   }
-  const std::uint64_t duration_ns = request->summary.end_ns - request->summary.begin_ns;
-  if (longest_.size() < kLongestMost || duration_ns > longest_.begin()->first) {
+  const std::uint64_t duration_ns = request->request().durationNs();
+  if (longest_.size() < kMaxLongest || duration_ns > longest_.begin()->first) {
     longest_.emplace(duration_ns, request);
-    if (longest_.size() > kLongestMost) {
+    if (longest_.size() > kMaxLongest) {
       longest_.erase(longest_.begin());
     }
   }
@@ -46,10 +46,10 @@ std::vector<KeptRequestPtr> RequestKeeper::taken(const std::vector<KeptRequestPt
   std::sort(kept.begin(), kept.end());
   kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
   std::sort(kept.begin(), kept.end(), [](const KeptRequestPtr& a, const KeptRequestPtr& b) {
-    const RequestSummary& x = a->summary;
-    const RequestSummary& y = b->summary;
-    return std::tie(x.begin_ns, a->ring, x.process_id, x.thread_id, x.request, x.number) <
-           std::tie(y.begin_ns, b->ring, y.process_id, y.thread_id, y.request, y.number);
+    const Request& x = a->request();
+    const Request& y = b->request();
+    return std::tie(x.start_ns, x.ring, x.process_id, x.thread_id, x.serial) <
+           std::tie(y.start_ns, y.ring, y.process_id, y.thread_id, y.serial);
   });
   return kept;
 }

@@ -22,10 +22,10 @@ class RequestKeeper {
   std::vector<KeptRequestPtr> taken(const std::vector<KeptRequestPtr>& others);
 
  private:
-  /// The newest requests with so many slices together.
+  /// The newest requests with so many spans together.
   struct Newest {
     std::deque<KeptRequestPtr> requests;
-    std::size_t slices = 0;
+    std::size_t spans = 0;
 
     void take(const KeptRequestPtr& request, std::size_t most);
   };

@@ -84,8 +84,8 @@ class Shrinker {
     std::size_t room = bound(kAllSlicesMost);
     for (const bool is_open : {true, false}) {
       for (auto at = report_.kept.rbegin(); at != report_.kept.rend(); ++at) {
-        const std::size_t size = 1 + std::min((*at)->slices.size(), bound(kSlicesOfRequest));
-        if (((*at)->summary.end == RequestEnd::kOpen) == is_open && size <= room &&
+        const std::size_t size = 1 + std::min((*at)->spans.size(), bound(kSlicesOfRequest));
+        if (((*at)->request().ending == Ending::kOpen) == is_open && size <= room &&
             chosen.insert(*at).second) {
           room -= size;
         }
@@ -106,15 +106,13 @@ class Shrinker {
   /// With its last slices alone.
   KeptRequestPtr trimmed(const KeptRequestPtr& request) const {
     const std::size_t most = bound(kSlicesOfRequest);
-    if (request->slices.size() <= most) {
+    if (request->spans.size() <= most) {
       return request;
     }
-    const std::size_t cut = request->slices.size() - most;
-    const auto first = request->slices.begin() + static_cast<std::ptrdiff_t>(cut);
-    return std::make_shared<const KeptRequest>(KeptRequest{request->ring,
-                                                           request->summary,
-                                                           {first, request->slices.end()},
-                                                           request->slices_left_out + cut});
+    const std::size_t cut = request->spans.size() - most;
+    const auto first = request->spans.begin() + static_cast<std::ptrdiff_t>(cut);
+    return std::make_shared<const KeptRequest>(KeptRequest{
+        request->summary, {first, request->spans.end()}, request->spans_left_out + cut});
   }
 
   std::vector<std::string> words() const {

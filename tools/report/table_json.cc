@@ -6,7 +6,7 @@
 
 #include "common/paths.h"
 #include "common/text.h"
-#include "tables/traced_rows.h"
+#include "tables/row_finder.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
@@ -27,19 +27,15 @@ class TableWriter {
     const RowFinder finder(report.tables);
     for (const auto& one : report.statistics.all()) {
       const Work& work = one.first;
-      if (work.command.empty()) {
+      if (work.isHAP()) {
         continue;
       }
-      by_table_[work.table].push_back(&one);
-      TracedRow ran{work.table, work.row, work.command, {}, {}, {}};
-      if (!work.name.empty()) {
-        ran.called = work.name;
-      }
-      const RowFinder::Found found = finder.find(ran);
+      by_table_[work.row.table].push_back(&one);
+      const RowFinder::Found found = finder.find(spanOf(work));
       if (found.is_same) {
         figures_.emplace(found.row, &one.second);
       } else if (found.table != nullptr) {
-        foreign_[work.table].push_back(&one);
+        foreign_[work.row.table].push_back(&one);
       }
     }
   }
@@ -170,8 +166,8 @@ class TableWriter {
         continue;
       }
       --room_;
-      json_.beginObject().member("number", hexDigits(one->first.row));
-      json_.member("command", one->first.command).member("name", one->first.name);
+      json_.beginObject().member("number", hexDigits(one->first.row.number));
+      json_.member("command", wordOf(one->first.command)).member("name", one->first.name);
       json_.key("runs").number(one->second.calls);
       writeFigures(one->second, json_);
       json_.endObject();

@@ -13,17 +13,17 @@ JsonWriter& TimedJson::timeOrNull(const char* name, std::uint64_t time_ns) const
   return time_ns == 0 ? json_.key(name).raw("null") : time(name, time_ns);
 }
 
-void TimedJson::request(const RequestSummary& request, std::size_t ring) const {
-  json_.key("ring").number(ring);
+void TimedJson::request(const Request& request) const {
+  json_.key("ring").number(request.ring);
   json_.key("process").number(request.process_id).key("thread").number(request.thread_id);
-  json_.member("request", hexText(request.request)).key("requestNumber").number(request.number);
-  json_.member("kind", request.is_table ? "table" : "hap").member("name", request.name);
+  json_.member("request", hexText(request.id)).key("requestNumber").number(request.number);
+  json_.member("kind", nameOf(request.kind)).member("name", request.name);
   json_.member("mode", request.mode).texts("units", request.units);
   json_.key("moreUnits").boolean(request.more_units);
-  time("beginNs", request.begin_ns);
+  time("beginNs", request.start_ns);
   time("endNs", request.end_ns);
-  json_.member("outcome", nameOf(request.end));
-  if (request.begin_lost) {
+  json_.member("outcome", nameOf(request.ending));
+  if (request.start_lost) {
     json_.key("beginLost").boolean(true);
   }
 }

@@ -26,7 +26,7 @@ class TimedJson {
   JsonWriter& timeOrNull(const char* name, std::uint64_t time_ns) const;
 
   /// What a request was to do, who asked for it, and when: members of the open object.
-  void request(const RequestSummary& request, std::size_t ring) const;
+  void request(const Request& request) const;
 
  private:
   JsonWriter& json_;

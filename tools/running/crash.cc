@@ -7,13 +7,10 @@
 #include <optional>
 
 #include "configuration/configuration.h"
-#include "kw/platform.h"
-#include "kw/ring_reader.h"
 #include "kw/trx/file_path.h"
 #include "traces/record_words.h"
-#include "traces/slices.h"
+#include "traces/request_reader.h"
 #include "zqm_trx/module_key.h"
-#include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -28,19 +25,17 @@ constexpr struct {
                 {SIGFPE, "SIGFPE"},   {SIGILL, "SIGILL"},   {SIGTRAP, "SIGTRAP"},
                 {SIGKILL, "SIGKILL"}, {SIGTERM, "SIGTERM"}, {SIGSYS, "SIGSYS"}};
 
-/// The HAP that runs behind the last record, whose place is `place`.
-std::string hapAt(const SliceTracker::Place& place, const kw::platform::TraceRecord& last) {
-  bool has_ended = last.id == trx::kHAPExecNestedEnd.id;
-  const std::vector<Slice> none;
-  const std::vector<Slice>& slices = place.slices == nullptr ? none : *place.slices;
-  for (auto slice = slices.rbegin(); slice != slices.rend(); ++slice) {
-    if (slice->kind == Slice::Kind::kHAP && !has_ended) {
-      return slice->name;
+/// Finds the innermost HAP that has not ended.
+class RunningHAP : public RequestListener {
+ public:
+  void spanEnded(const Request&, const Span& span) override {
+    if (span.isHAP() && !span.has_ended && name.empty()) {
+      name = span.name;
     }
-    has_ended = has_ended && slice->kind != Slice::Kind::kHAP;
   }
-  return {};
-}
+
+  std::string name;
+};
 
 /// The configured module that has the key of `hap`: the last one counts.
 std::string moduleOf(const std::string& hap) {
@@ -59,27 +54,25 @@ std::string moduleOf(const std::string& hap) {
 
 Crash crashIn(const std::string& path) {
   Crash crash;
-  kw::platform::RingReader ring;
-  if (ring.open(kw::platform::resolvePath(path)) != 0) {
+  RunningHAP hap;
+  RequestReader ring(hap);
+  if (ring.open(path) != 0) {
     return crash;
   }
-  SliceTracker tracker([](const Slice&) {});
-  std::deque<kw::platform::TraceRecord> last;
-  SliceTracker::Place place;
-  for (kw::platform::TraceRecord record; ring.next(record);) {
-    place = tracker.take(record);
-    last.push_back(record);
-    if (last.size() > kLastRecords) {
-      last.pop_front();
-    }
-  }
-  for (const kw::platform::TraceRecord& record : last) {
-    crash.records.push_back(describe(record));
-  }
-  if (!last.empty()) {
-    crash.hap = hapAt(place, last.back());
-    crash.module = crash.hap.empty() ? "" : moduleOf(crash.hap);
-  }
+  std::deque<std::string> last;
+  ring.watch(
+      [&last](const PlacedRecord& placed) {
+        last.push_back(describe(placed.record));
+        if (last.size() > kLastRecords) {
+          last.pop_front();
+        }
+      },
+      false);
+  ring.read();
+  ring.finish();
+  crash.records.assign(last.begin(), last.end());
+  crash.hap = hap.name;
+  crash.module = crash.hap.empty() ? "" : moduleOf(crash.hap);
   return crash;
 }
 

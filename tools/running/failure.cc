@@ -50,7 +50,7 @@ std::optional<ErrorRecord> errorRecordOf(trx::TRXError& error) {
 
 }  // namespace
 
-Failure failureOf(trx::TRXInfo& info) {
+ReportedFailure failureOf(trx::TRXInfo& info) {
   return {info.error.errTableName, info.error.errCmdNumber, errorRecordOf(info.error),
           info.getTblRtnMsg()};
 }

@@ -22,14 +22,14 @@ struct ErrorRecord {
   std::vector<std::string> units;       ///< units concerned: type, number and path
 };
 
-struct Failure {
+struct ReportedFailure {
   std::string table;        ///< of the first failing row; empty: none failed
   unsigned int number = 0;  ///< its NUMBER
   std::optional<ErrorRecord> record;
   std::string message;  ///< of the table; empty: none
 };
 
-Failure failureOf(trx::TRXInfo& info);
+ReportedFailure failureOf(trx::TRXInfo& info);
 
 }  // namespace kw::trx::tools
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Why a load or a request failed, from the records that the engine wrote meanwhile.
+// Why a load failed, from the records that the engine wrote meanwhile.
 #ifndef KW_TRX_TOOLS_RUNNING_FAILURE_REASON_H_
 #define KW_TRX_TOOLS_RUNNING_FAILURE_REASON_H_
 
@@ -15,10 +15,6 @@ std::string exceptionText(unsigned int code);
 
 /// What the records of a failed load say, a line each, in the order of its steps.
 std::string loadFailureText(const std::vector<kw::platform::TraceRecord>& records);
-
-/// What `record` says of why a HAP or a table was not run, or not well; empty when it says nothing
-/// of that. An error of a HAP's own has none: it stands in the error record of the context.
-std::string requestFailureText(const kw::platform::TraceRecord& record);
 
 }  // namespace kw::trx::tools
 

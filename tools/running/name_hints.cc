@@ -9,9 +9,7 @@
 #include "modules/listed_modules.h"
 #include "tables/finding.h"
 #include "tables/named_files.h"
-#include "traces/record_words.h"
 #include "zqm_trx/module_key.h"
-#include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -38,13 +36,7 @@ std::string hapHint(const std::string& name) {
 
 }  // namespace
 
-void NameHints::take(const kw::platform::TraceRecord& record) {
-  if (record.id == trx::kDriverNoTable.id) {
-    missing_table_ = textOf(record);
-  }
-}
-
-std::string NameHints::hint(trx::TRXInfo& info) const {
+std::string nameHint(trx::TRXInfo& info, const std::string& missing_table) {
   const unsigned int code = info.error.getErrCode();
   if (code == trx::kRecordUndefinedHAP) {
     return hapHint(info.error.getErrHAPName());
@@ -56,7 +48,7 @@ std::string NameHints::hint(trx::TRXInfo& info) const {
   for (const std::string& file : trx::TRXConfig::getInstance().getTableFiles()) {
     names.push_back(tableNameOf(file));
   }
-  return tableHint(missing_table_, names);
+  return tableHint(missing_table, names);
 }
 
 }  // namespace kw::trx::tools

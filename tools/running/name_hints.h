@@ -5,24 +5,14 @@
 
 #include <string>
 
-#include "kw/platform.h"
 #include "kw/trx/trx_info.h"
 
 namespace kw::trx::tools {
 
-/// Watches the records of one request for a HAP or a table that is not there. The known names are
-/// those of the loaded configuration.
-class NameHints {
- public:
-  void take(const kw::platform::TraceRecord& record);
-
-  /// The end of a sentence about the last missing name, from its "; " on; empty when no name was
-  /// missing in the end, or nothing is near.
-  std::string hint(trx::TRXInfo& info) const;
-
- private:
-  std::string missing_table_;
-};
+/// The end of a sentence about the HAP that `info` missed last, or else about `missing_table`, from
+/// its "; " on; empty when nothing was missed, or nothing is near. The known names are those of the
+/// loaded configuration.
+std::string nameHint(trx::TRXInfo& info, const std::string& missing_table);
 
 }  // namespace kw::trx::tools
 

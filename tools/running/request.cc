@@ -13,7 +13,7 @@ namespace {
 
 /// Runs the request once, or on after a wait. Returns the exception that it ended with; empty when
 /// it succeeded. `time_ms` gets the wait that the engine hands over, if it does.
-std::string callOnce(const Request& request, bool& waits, unsigned int& time_ms) {
+std::string callOnce(const RequestCall& request, bool& waits, unsigned int& time_ms) {
   try {
     request.call();
     return {};
@@ -40,7 +40,7 @@ std::string callOnce(const Request& request, bool& waits, unsigned int& time_ms)
 
 }  // namespace
 
-Outcome runRequest(const Request& request) {
+Outcome runRequest(const RequestCall& request) {
   const auto begin = std::chrono::steady_clock::now();
   Outcome outcome;
   for (bool waits = true; waits;) {

@@ -8,7 +8,7 @@
 
 namespace kw::trx::tools {
 
-struct Request {
+struct RequestCall {
   std::function<void()> call;  ///< runs it, and runs it on after a wait
   /// Called for each wait that the engine hands over. Null: the engine hands none over, and an
   /// exception with that code is a failure.
@@ -23,7 +23,7 @@ struct Outcome {
 };
 
 /// Runs `request` until it has ended.
-Outcome runRequest(const Request& request);
+Outcome runRequest(const RequestCall& request);
 
 }  // namespace kw::trx::tools
 

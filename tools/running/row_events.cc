@@ -1,81 +1,109 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "running/row_events.h"
 
+#include "kw/trx/errors.h"
 #include "kw/trx/table_driver.h"
-#include "running/failure_reason.h"
 #include "traces/record_words.h"
-#include "zqm_trx/table_words.h"
-#include "zqm_trx/trace_points.h"
+#include "traces/request_summaries.h"
 
 namespace kw::trx::tools {
+namespace {
+
+/// What came of a failure; empty: nothing that is to be said.
+std::string effectText(const Span& row) {
+  const std::string what = row.isRowOf(Command::kCheck) ? "a row has failed" : "failed";
+  switch (row.effect) {
+    case Effect::kIgnored:
+      return what + ", which is ignored";
+    case Effect::kKept:
+      return what + ", which is kept for CHECK";
+    case Effect::kJumps:
+      return what + "; the table jumps";
+    case Effect::kStops:
+      return what + "; the table ends with error";
+    default:
+      return {};
+  }
+}
+
+}  // namespace
 
 void RowEvents::take(const kw::platform::TraceRecord& record) {
-  const std::string reason = requestFailureText(record);
-  if (!reason.empty()) {
-    reason_ = reason;
+  const Event event = eventOf(record);
+  builder_.take(event);
+  if (event.kind == EventKind::kMisuse) {
+    reason_ = describe(record);
     note(reason_);
   }
-  switch (record.id) {
-    case trx::kCmdStart.id:
-      return begin(record, trx::kCommandStart);
-    case trx::kCmdCheck.id:
-      return begin(record, trx::kCommandCheck);
-    case trx::kCmdEnd.id:
-      return begin(record, trx::kCommandEnd);
-    case trx::kCmdEndMessage.id:
-      return begin(record, trx::kCommandEnd + (" " + info_.getTblRtnMsg()));
-    case trx::kCmdWait.id: {
-      const unsigned int time_ms = wordOf(record, "time", 0);
-      return begin(record, trx::kCommandWait + (" " + std::to_string(time_ms) + " ms"), time_ms);
-    }
-    case trx::kCmdHAP.id:
-    case trx::kCmdTable.id:
-      // The record that comes next names the HAP or the table.
-      row_ = record;
-      return;
-    case trx::kHAPExecNested.id:
-      return beginNamed(trx::kCommandHAP, record);
-    case trx::kCmdTableName.id:
-      return beginNamed(trx::kCommandTable, record);
-    default:
-      return takeFailure(record);
+}
+
+void RowEvents::recordTaken(const Request& request, const kw::platform::TraceRecord& record) {
+  if (also_ != nullptr) {
+    also_->recordTaken(request, record);
   }
 }
 
-void RowEvents::takeFailure(const kw::platform::TraceRecord& record) {
-  switch (record.id) {
-    case trx::kHAPErrRequest.id:
-      return info_.isErrDisables() ? note("failed, which is ignored") : void();
-    case trx::kCmdHAPNop.id:
-      return note("failed, which is ignored");
-    case trx::kCmdHAPStack.id:
-      return note("failed, which is kept for CHECK");
-    case trx::kCmdHAPJump.id:
-      return note("failed; the table jumps");
-    case trx::kCmdHAPStop.id:
-      return note("failed; the table ends with error");
-    case trx::kCmdCheckJump.id:
-      return note("a row has failed; the table jumps");
-    case trx::kCmdCheckStop.id:
-      return note("a row has failed; the table ends with error");
-    default:
-      return;
+void RowEvents::requestJoined(const Request& request, std::uint64_t fresh) {
+  if (also_ != nullptr) {
+    also_->requestJoined(request, fresh);
   }
 }
 
-void RowEvents::beginNamed(const std::string& command, const kw::platform::TraceRecord& record) {
-  if (row_.id != 0) {
-    begin(row_, command + " " + textOf(record));
-    row_.id = 0;
+void RowEvents::rowStarted(const Request& request, const Span& row) {
+  if (also_ != nullptr) {
+    also_->rowStarted(request, row);
   }
-}
-
-void RowEvents::begin(const kw::platform::TraceRecord& row, const std::string& words,
-                      unsigned int wait_ms) {
   reason_.clear();
-  const trx::TblCtlInfo* table = info_.getCurTblCtlInfo();
-  on_event_({true, table == nullptr ? "?" : table->tableName, wordOf(row, "number", 0), words,
-             wait_ms, &info_});
+  const trx::TblCtlInfo* const table = info_.getCurTblCtlInfo();
+  std::string words = wordOf(row.command);
+  if (row.wait_ms) {
+    words += " " + std::to_string(*row.wait_ms) + " ms";
+  } else if (row.has_message.value_or(false)) {
+    words += " " + info_.getTblRtnMsg();
+  } else if (row.was_called) {
+    words += " " + row.name;
+  }
+  if (on_event_) {
+    on_event_({true, table == nullptr ? kUnknownTable : table->tableName, row.row.number, words,
+               row.wait_ms.value_or(0), row.tables, &info_});
+  }
+}
+
+void RowEvents::spanEnded(const Request& request, const Span& span) {
+  if (also_ != nullptr) {
+    also_->spanEnded(request, span);
+  }
+  const std::string reason = reasonOf(span.failure);
+  reason_ = reason.empty() ? reason_ : reason;
+  if (span.kind == Span::Kind::kTable && !span.has_rows && !reason.empty()) {
+    missing_table_ = span.failure.cause == Cause::kTableMissing ? span.name : "";
+    return note(reason);
+  }
+  if (!span.isRow() || span.isRowOf(Command::kTable)) {
+    return;
+  }
+  if (!reason.empty()) {
+    note(reason);
+  }
+  if (const std::string effect = effectText(span); !effect.empty()) {
+    note(effect);
+  }
+}
+
+void RowEvents::requestEnded(const Request& request) {
+  if (also_ != nullptr) {
+    also_->requestEnded(request);
+  }
+  const bool says_all =
+      request.ending == Ending::kSucceeded || request.exception == trx::kCodeStopped;
+  const std::string reason = says_all ? "" : reasonOf(request.failure);
+  reason_ = reason_.empty() ? reason : reason_;
+}
+
+void RowEvents::note(const std::string& words) {
+  if (on_event_) {
+    on_event_({false, "", 0, words, 0, 0, &info_});
+  }
 }
 
 }  // namespace kw::trx::tools

@@ -23,8 +23,8 @@ struct RequestName {
 struct RunReport {
   RequestName request;
   Outcome outcome;
-  Failure failure;     ///< of one that failed
-  std::string reason;  ///< why it failed, as the records say; may be empty
+  ReportedFailure failure;  ///< of one that failed
+  std::string reason;       ///< why it failed, as the records say; may be empty
 };
 
 /// A request whose process did not come to its end.

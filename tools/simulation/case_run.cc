@@ -107,13 +107,13 @@ std::string endText(const SimulatedRun& run) {
 }
 
 std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
-                                       const OnRecord& on_record) {
+                                       RequestListener* listener) {
   OutcomePlan plan(expected.outcomes);
   SimulationRequest request;
   request.table = expected.table;
   request.units = expected.units;
   request.most_rows = expected.most_rows;
-  request.on_record = on_record;
+  request.listener = listener;
   request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
   const SimulatedRun run = simulator.run(request);
   Lines differences;

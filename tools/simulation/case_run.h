@@ -11,12 +11,10 @@
 
 namespace kw::trx::tools {
 
-using OnRecord = decltype(SimulationRequest::on_record);
-
-/// Runs a case on a simulator with its tables. Returns what was not as expected, a line each; empty
-/// when all was.
+/// Runs a case on a simulator with its tables; `listener`, which may be null, hears what ran.
+/// Returns what was not as expected, a line each; empty when all was.
 std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
-                                       const OnRecord& on_record = {});
+                                       RequestListener* listener = nullptr);
 
 /// How a run ended, in words.
 std::string endText(const SimulatedRun& run);

@@ -131,25 +131,24 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
   trx::TRXInfo info;
   info.setTableName(request.table);
   info.setTableUnitList(units.list());
-  RowEvents rows(info, [&](const RowEvent& event) {
-    if (event.is_row) {
-      result.rows.push_back({event.table, event.number});
-      if (result.rows.size() == request.most_rows) {
-        engine->setStopFlag(true);
-      }
-    }
-    if (request.on_event) {
-      request.on_event(event);
-    }
-  });
-  const RecordCollector collector(kw::platform::kTraceAll,
-                                  [&](const kw::platform::TraceRecord& record) {
-                                    rows.take(record);
-                                    if (request.on_record) {
-                                      request.on_record(record);
-                                    }
-                                  });
+  RowEvents rows(
+      info,
+      [&](const RowEvent& event) {
+        if (event.is_row) {
+          result.rows.push_back({event.table, event.number});
+          if (result.rows.size() == request.most_rows) {
+            engine->setStopFlag(true);
+          }
+        }
+        if (request.on_event) {
+          request.on_event(event);
+        }
+      },
+      request.listener);
+  const RecordCollector collector(
+      kw::platform::kTraceAll, [&](const kw::platform::TraceRecord& record) { rows.take(record); });
   runToEnd(info, result);
+  rows.finish();
   engine->setStopFlag(false);
   // A run that was to be stopped in a row that waits is refused when it is to go on.
   result.is_stopped = result.code == trx::kCodeTableStopped || result.code == trx::kCodeStopped;

@@ -39,8 +39,7 @@ struct SimulationRequest {
   /// Gives the outcome of a call, whose own is not set yet. Null: every HAP succeeds.
   std::function<HAPOutcome(const HAPCall& call)> choose;
   std::function<void(const RowEvent& event)> on_event;  ///< called as it runs; may be null
-  /// Called with each record of the engine, after what it tells of; may be null.
-  std::function<void(const kw::platform::TraceRecord& record)> on_record;
+  RequestListener* listener = nullptr;                  ///< hears what ran; may be null
   std::size_t most_rows = 100000;  ///< where a run is stopped that may never end
 };
 
@@ -52,7 +51,7 @@ struct SimulatedRun {
       0;  ///< of the exception that it ended with, 1 for a foreign one; 0: it ended well
   std::string failure;      ///< the exception in words; empty: it ended well
   std::string reason;       ///< what the records say of it
-  Failure record;           ///< what the context says of it
+  ReportedFailure record;   ///< what the context says of it
   bool is_stopped = false;  ///< it was stopped after `most_rows` rows
 };
 

@@ -9,10 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "kw/platform.h"
+#include "tables/row_finder.h"
 #include "tables/surroundings.h"
-#include "tables/traced_rows.h"
-#include "traces/slices.h"
+#include "traces/request_builder.h"
 
 namespace kw::trx::tools {
 
@@ -32,14 +31,13 @@ class RowNotes {
   RowNotes& operator=(const RowNotes&) = delete;
   ~RowNotes() = default;
 
-  /// Takes the next record; `called` as `RecordPlacer` hands it on. Returns the note of the row
+  /// Takes the next event; `called` as `RecordPlacer` hands it on. Returns the note of the row
   /// that it belongs to, null for none. It stays as it is for all records of a row, unless a later
   /// one tells that the row is another, and lives until the next call.
-  RowNote* take(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
-                const std::string* called);
+  RowNote* take(const Event& event, const Place& place, const std::string* called);
 
   /// The note is told to the user for the first time: counts rows whose table is not there.
-  void told(RowNote& note, const SliceTracker::Place& place);
+  void told(RowNote& note, const Place& place);
 
   /// A sentence for each table of rows that were told of but that is not there, or none of the
   /// level that tells of rows.
@@ -47,19 +45,15 @@ class RowNotes {
 
  private:
   struct Thread {
-    std::uint64_t begin_ns = 0;
-    bool resumed = false;
-    TracedRow ran;
+    Span ran;
     RowNote note;
   };
 
-  void noteWait(TracedRow& ran, std::uint32_t request);
-  RowNote noteOf(const TracedRow& ran, bool doubtful) const;
+  RowNote noteOf(const Span& ran) const;
 
   const KnownTables tables_;
   const RowFinder finder_;
   std::map<std::pair<std::uint32_t, std::uint32_t>, Thread> threads_;
-  std::map<std::uint32_t, std::uint32_t> waits_ms_;  // of the last WAIT row, by request
   bool saw_row_ = false;
   std::map<std::string, std::uint64_t> missing_;  // rows by table
 };

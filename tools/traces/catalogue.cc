@@ -15,7 +15,7 @@ using trx::kLevelError;
 using trx::kLevelInfo;
 
 constexpr Point kPoints[] = {
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
   {id, level, #class_name "::" #operation, values, sentence},
 #include "zqm_trx/trace_catalogue.def"
 };

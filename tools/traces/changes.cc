@@ -7,8 +7,6 @@
 #include <tuple>
 #include <utility>
 
-#include "zqm_trx/table_words.h"
-
 namespace kw::trx::tools {
 namespace {
 
@@ -48,10 +46,10 @@ double weightOf(const Change& change) {
 /// Sorts by kind and weight. A HAP weighs as much as the heaviest row that calls it, and comes
 /// first.
 void sortChanges(std::vector<Change>& changes) {
-  const auto is_hap = [](const Change& change) { return change.work.table.empty(); };
+  const auto is_hap = [](const Change& change) { return change.work.isHAP(); };
   std::map<std::pair<Change::Kind, std::string>, double> heaviest;
   for (const Change& change : changes) {
-    if (is_hap(change) || change.work.command == trx::kCommandHAP) {
+    if (is_hap(change) || change.work.command == Command::kHAP) {
       const double weight = weightOf(change);
       double& most =
           heaviest.emplace(std::pair(change.kind, change.work.name), weight).first->second;
@@ -109,8 +107,8 @@ Unchanged unchangedBetween(const Statistics& before, const Statistics& now,
       continue;
     }
     const bool unended = (figures.own.count() == 0) != (old->second.own.count() == 0);
-    ++(work.table.empty() ? (unended ? out.unended_haps : out.haps)
-                          : (unended ? out.unended_rows : out.rows));
+    ++(work.isHAP() ? (unended ? out.unended_haps : out.haps)
+                    : (unended ? out.unended_rows : out.rows));
   }
   return out;
 }

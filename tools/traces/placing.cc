@@ -1,55 +1,50 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "traces/placing.h"
 
-#include "traces/record_words.h"
-#include "zqm_trx/trace_points.h"
-
 namespace kw::trx::tools {
 namespace {
 
 /// So many records wait for the one that tells whose the oldest of them is.
-constexpr std::size_t kPendingMost = 1000;
+constexpr std::size_t kMaxPending = 1000;
 
 }  // namespace
 
-void RecordPlacer::take(const kw::platform::TraceRecord& record, const SliceTracker::Place& place) {
-  const bool placed = record.id != trx::kTrxHAPName.id && record.id != trx::kTrxHAPMode.id &&
-                      record.id != trx::kTrxHAPUnit.id;
+void RecordPlacer::take(const Event& event, const Place& place) {
+  const kw::platform::TraceRecord& record = *event.record;
   for (Pending& pending : pending_) {
     if (pending.record.process_id == record.process_id &&
         pending.record.thread_id == record.thread_id) {
-      settle(pending, record, place, placed);
+      settle(pending, event, place);
     }
   }
   const bool awaits_call =
-      awaits_calls_ && (record.id == trx::kCmdHAP.id || record.id == trx::kCmdTable.id);
-  if (placed && !awaits_call && pending_.empty()) {
-    return on_record_(record, place, nullptr);
+      awaits_calls_ && (event.kind == EventKind::kRowHAP || event.kind == EventKind::kRowTable);
+  if (place.is_final && !awaits_call && pending_.empty()) {
+    return on_record_(event, place, nullptr);
   }
-  pending_.push_back({record, place, placed, awaits_call, std::nullopt});
-  handOn(kPendingMost);
+  pending_.push_back({record, place, awaits_call, std::nullopt});
+  handOn(kMaxPending);
 }
 
-/// Takes what the next `record` of the thread tells of the one that waits.
-void RecordPlacer::settle(Pending& pending, const kw::platform::TraceRecord& record,
-                          const SliceTracker::Place& place, bool placed) {
-  if (placed && !pending.placed) {
+/// Takes what the next event of the thread tells of the one that waits.
+void RecordPlacer::settle(Pending& pending, const Event& event, const Place& place) {
+  if (place.is_final && !pending.place.is_final) {
     pending.place = place;
-    pending.placed = true;
   }
-  const bool tells_call = record.id == trx::kHAPExecNested.id || record.id == trx::kCmdTableName.id;
+  const bool tells_call =
+      event.kind == EventKind::kHAPStarted || event.kind == EventKind::kTableCalled;
   if (pending.awaits_call && tells_call) {
-    pending.called = textOf(record);
+    pending.called = event.text();
   }
   pending.awaits_call = false;
 }
 
-/// Hands on in their order the records of which all is known; of the others the newest `most` wait.
-void RecordPlacer::handOn(std::size_t most) {
-  const auto is_known = [](const Pending& one) { return one.placed && !one.awaits_call; };
-  while (!pending_.empty() && (is_known(pending_.front()) || pending_.size() > most)) {
+/// Hands on in their order the records of which all is known; of the others the newest `max` wait.
+void RecordPlacer::handOn(std::size_t max) {
+  const auto is_known = [](const Pending& one) { return one.place.is_final && !one.awaits_call; };
+  while (!pending_.empty() && (is_known(pending_.front()) || pending_.size() > max)) {
     const Pending& first = pending_.front();
-    on_record_(first.record, first.place, first.called ? &*first.called : nullptr);
+    on_record_(eventOf(first.record), first.place, first.called ? &*first.called : nullptr);
     pending_.pop_front();
   }
 }

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "kw/platform.h"
-#include "traces/slices.h"
+#include "traces/request_builder.h"
 
 namespace kw::trx::tools {
 
@@ -17,17 +17,17 @@ namespace kw::trx::tools {
 /// request the first records of a HAP request are of, and which HAP or table a row calls.
 class RecordPlacer {
  public:
-  /// `called`: the HAP or table that a row calls which begins with the record, empty for none; null
+  /// `called`: the HAP or table that a row calls which starts with the event, empty for none; null
   /// when that is not told.
-  using OnRecord = std::function<void(const kw::platform::TraceRecord& record,
-                                      const SliceTracker::Place& place, const std::string* called)>;
+  using OnRecord =
+      std::function<void(const Event& event, const Place& place, const std::string* called)>;
 
   /// With `awaits_calls` the records of rows that call something wait for what tells what.
   RecordPlacer(bool awaits_calls, OnRecord on_record)
       : awaits_calls_(awaits_calls), on_record_(std::move(on_record)) {}
 
-  /// Takes the next record, whose place is so far known to be `place`.
-  void take(const kw::platform::TraceRecord& record, const SliceTracker::Place& place);
+  /// Takes the next event, whose place is so far known to be `place`.
+  void take(const Event& event, const Place& place);
 
   /// Hands on what waits, with its place as far as it is known.
   void flush() { handOn(0); }
@@ -35,15 +35,13 @@ class RecordPlacer {
  private:
   struct Pending {
     kw::platform::TraceRecord record;
-    SliceTracker::Place place;
-    bool placed;       ///< false: the place is a guess
+    Place place;
     bool awaits_call;  ///< the next record of the thread may tell what the row calls
     std::optional<std::string> called;
   };
 
-  static void settle(Pending& pending, const kw::platform::TraceRecord& record,
-                     const SliceTracker::Place& place, bool placed);
-  void handOn(std::size_t most);
+  static void settle(Pending& pending, const Event& event, const Place& place);
+  void handOn(std::size_t max);
 
   const bool awaits_calls_;
   OnRecord on_record_;

@@ -7,18 +7,14 @@
 #include <iterator>
 #include <sstream>
 
+#include "common/characters.h"
 #include "traces/catalogue.h"
+#include "traces/event.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr char kText = 's';
 constexpr int kHexBase = 16;
-
-struct Form {
-  std::string name;
-  char form;
-};
 
 /// A part of a sentence: text, and behind it the value with this number.
 struct Piece {
@@ -31,20 +27,11 @@ struct Piece {
 /// A line of the catalogue, cut up once for all records.
 struct Line {
   unsigned int id;
-  std::vector<Form> forms;
+  std::vector<ValueForm> forms;
   std::vector<Piece> sentence;
 };
 
-std::vector<Form> formsOf(const char* values) {
-  std::vector<Form> forms;
-  std::istringstream items(values);
-  for (std::string item; items >> item;) {
-    forms.push_back({item.substr(0, item.find(':')), item.back()});
-  }
-  return forms;
-}
-
-std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<Form>& forms) {
+std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<ValueForm>& forms) {
   std::vector<Piece> pieces;
   std::size_t begin = 0;
   for (std::size_t open = sentence.find('{'); open != std::string::npos;
@@ -52,7 +39,7 @@ std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<Form>
     const std::size_t close = sentence.find('}', open);
     const std::string name = sentence.substr(open + 1, close - open - 1);
     const auto form = std::find_if(forms.begin(), forms.end(),
-                                   [&name](const Form& known) { return known.name == name; });
+                                   [&name](const ValueForm& known) { return known.name == name; });
     pieces.push_back(
         {sentence.substr(begin, open - begin),
          form == forms.end() ? Piece::kNoValue : static_cast<std::size_t>(form - forms.begin())});
@@ -65,7 +52,7 @@ std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<Form>
 std::vector<Line> allLines() {
   std::vector<Line> lines;
   for (const Point& point : allPoints()) {
-    std::vector<Form> forms = formsOf(point.values);
+    std::vector<ValueForm> forms = formsOf(point.values);
     std::vector<Piece> pieces = piecesOf(point.sentence, forms);
     lines.push_back({point.id, std::move(forms), std::move(pieces)});
   }
@@ -80,6 +67,11 @@ const Line* findLine(unsigned int id) {
   return found != lines.end() && found->id == id ? &*found : nullptr;
 }
 
+/// Null for a record that the engine did not write.
+const Line* findLine(const kw::platform::TraceRecord& record) {
+  return isOfEngine(record) ? findLine(record.id) : nullptr;
+}
+
 /// The word with this number; the data must be long enough.
 std::uint32_t wordAt(const kw::platform::TraceRecord& record, std::size_t number) {
   std::uint32_t word = 0;
@@ -89,7 +81,7 @@ std::uint32_t wordAt(const kw::platform::TraceRecord& record, std::size_t number
 
 /// True when the data is long enough for all words that the line names.
 bool fits(const Line& line, const kw::platform::TraceRecord& record) {
-  return (!line.forms.empty() && line.forms[0].form == kText) ||
+  return (!line.forms.empty() && line.forms[0].isText()) ||
          record.data.size() >= line.forms.size() * sizeof(std::uint32_t);
 }
 
@@ -112,21 +104,21 @@ void appendWord(std::uint32_t word, char form, std::string& text) {
   }
 }
 
+/// Texts without anything to escape, which are nearly all, are copied.
 void appendText(const kw::platform::TraceRecord& record, std::string& text) {
-  for (std::size_t i = 0; i < record.data.size() && record.data[i] != '\0'; ++i) {
-    const unsigned char c = record.data[i];
-    const bool begins_control = c == 0xc2 && i + 1 < record.data.size() &&
-                                record.data[i + 1] >= 0x80 && record.data[i + 1] < 0xa0;
-    const bool control = c < ' ' || c == 0x7f || begins_control;
-    text += control ? '?' : static_cast<char>(c);
-    i += begins_control ? 1 : 0;
+  const auto* const bytes = reinterpret_cast<const char*>(record.data.data());
+  const auto* const end = std::find(bytes, bytes + record.data.size(), '\0');
+  if (std::all_of(bytes, end, [](char c) { return c >= ' ' && c <= '~'; })) {
+    text.append(bytes, end);
+  } else {
+    text += visible(std::string(bytes, end));
   }
 }
 
 void appendValue(const Line& line, std::size_t number, const kw::platform::TraceRecord& record,
                  std::string& text) {
   const char form = line.forms[number].form;
-  if (form == kText) {
+  if (line.forms[number].isText()) {
     appendText(record, text);
   } else {
     appendWord(wordAt(record, number), form, text);
@@ -145,14 +137,23 @@ void appendRaw(const kw::platform::TraceRecord& record, std::string& text) {
 
 }  // namespace
 
+std::vector<ValueForm> formsOf(const char* values) {
+  std::vector<ValueForm> forms;
+  std::istringstream items(values);
+  for (std::string item; items >> item;) {
+    forms.push_back({item.substr(0, item.find(':')), item.back()});
+  }
+  return forms;
+}
+
 std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
-  const Line* const line = findLine(record.id);
+  const Line* const line = findLine(record);
   std::vector<Value> values;
   if (line == nullptr || !fits(*line, record)) {
     return values;
   }
   for (std::size_t i = 0; i < line->forms.size(); ++i) {
-    const bool is_text = line->forms[i].form == kText;
+    const bool is_text = line->forms[i].isText();
     values.push_back({line->forms[i].name, {}, is_text ? 0 : wordAt(record, i)});
     appendValue(*line, i, record, values.back().text);
   }
@@ -161,11 +162,11 @@ std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
 
 std::uint32_t wordOf(const kw::platform::TraceRecord& record, const char* name,
                      std::uint32_t otherwise) {
-  const Line* const line = findLine(record.id);
+  const Line* const line = findLine(record);
   if (line != nullptr && fits(*line, record)) {
     for (std::size_t i = 0; i < line->forms.size(); ++i) {
       if (line->forms[i].name == name) {
-        return line->forms[i].form == kText ? 0 : wordAt(record, i);
+        return line->forms[i].isText() ? 0 : wordAt(record, i);
       }
     }
   }
@@ -179,7 +180,7 @@ std::string textOf(const kw::platform::TraceRecord& record) {
 }
 
 void appendDescription(const kw::platform::TraceRecord& record, std::string& text) {
-  const Line* const line = findLine(record.id);
+  const Line* const line = findLine(record);
   if (line == nullptr || !fits(*line, record)) {
     return appendRaw(record, text);
   }
@@ -195,12 +196,6 @@ std::string describe(const kw::platform::TraceRecord& record) {
   std::string text;
   appendDescription(record, text);
   return text;
-}
-
-DataForm dataFormOf(unsigned int id) {
-  const Line* const line = findLine(id);
-  const bool is_text = line != nullptr && !line->forms.empty() && line->forms[0].form == kText;
-  return {line == nullptr || is_text ? 0 : line->forms.size(), is_text};
 }
 
 }  // namespace kw::trx::tools

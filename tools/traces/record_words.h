@@ -12,6 +12,17 @@
 
 namespace kw::trx::tools {
 
+/// The name of a value of a record, and how the catalogue shows it.
+struct ValueForm {
+  std::string name;
+  char form;
+
+  bool isText() const { return form == 's'; }
+};
+
+/// The forms that a line of the catalogue lists.
+std::vector<ValueForm> formsOf(const char* values);
+
 /// One value of a record: a word, or the text of the record.
 struct Value {
   std::string name;
@@ -26,7 +37,7 @@ std::vector<Value> valuesOf(const kw::platform::TraceRecord& record);
 std::uint32_t wordOf(const kw::platform::TraceRecord& record, const char* name,
                      std::uint32_t otherwise);
 
-/// The text of a text record, control characters made visible.
+/// The text of a text record, escaped as `visible` does.
 std::string textOf(const kw::platform::TraceRecord& record);
 
 /// Appends the sentence of the catalogue for `record`, with its values filled in. A record that the
@@ -35,14 +46,6 @@ void appendDescription(const kw::platform::TraceRecord& record, std::string& tex
 
 /// That sentence alone.
 std::string describe(const kw::platform::TraceRecord& record);
-
-/// What the catalogue says of the data of records with this id: how many words are named, or that
-/// it is a text.
-struct DataForm {
-  std::size_t words;
-  bool is_text;
-};
-DataForm dataFormOf(unsigned int id);
 
 }  // namespace kw::trx::tools
 

@@ -6,23 +6,83 @@
 namespace kw::trx::tools {
 namespace {
 
-bool hasText(const RequestSummary& summary, const std::string& words, const std::string& text) {
+constexpr std::size_t kMaxItems = 200000;  // of one request
+
+bool hasText(const Request& request, const std::string& outcome, const std::string& text) {
   const auto has = [&text](const std::string& shown) {
     return shown.find(text) != std::string::npos;
   };
-  return has(summary.name) || has(summary.mode) || has(words) ||
-         std::any_of(summary.units.begin(), summary.units.end(), has);
+  return has(request.name) || has(request.mode) || has(outcome) ||
+         std::any_of(request.units.begin(), request.units.end(), has);
 }
 
 }  // namespace
 
-bool RequestFilter::takes(const RequestSummary& summary, const std::string& words) const {
-  return !(since_ns && summary.end_ns < *since_ns) && !(until_ns && summary.begin_ns > *until_ns) &&
-         (process == 0 || process == summary.process_id) &&
-         (thread == 0 || thread == summary.thread_id) &&
-         request.value_or(summary.request) == summary.request &&
-         (request_number == 0 || request_number == summary.number) &&
-         (!failed || isFailure(summary.end)) && hasText(summary, words, text);
+bool RequestFilter::takesAll() const {
+  return !since_ns && !until_ns && process == 0 && thread == 0 && !request && !failed &&
+         text.empty();
+}
+
+bool RequestFilter::takes(const Request& one, const std::string& outcome) const {
+  const bool of_thread = thread == 0 || std::any_of(one.parts.begin(), one.parts.end(),
+                                                    [this](const Request::Part& part) {
+                                                      return part.thread_id == thread;
+                                                    });
+  return !(since_ns && one.end_ns < *since_ns) && !(until_ns && one.start_ns > *until_ns) &&
+         (process == 0 || process == one.process_id) && of_thread &&
+         request.value_or(one.id) == one.id &&
+         (request_number == 0 || request_number == one.number) && (!failed || one.hasFailed()) &&
+         (text.empty() || hasText(one, outcome, text));
+}
+
+FilteredRequests::FilteredRequests(const RequestFilter& filter, RequestListener& next)
+    : filter_(filter),
+      takes_all_(filter.takesAll()),
+      next_(next),
+      summaries_([this](const RequestSummary& summary) { handOn(summary); }) {}
+
+void FilteredRequests::rowStarted(const Request& request, const Span& row) {
+  takes_all_ ? next_.rowStarted(request, row) : keep(request, true, row);
+}
+
+void FilteredRequests::spanEnded(const Request& request, const Span& span) {
+  if (takes_all_) {
+    return next_.spanEnded(request, span);
+  }
+  summaries_.spanEnded(request, span);
+  keep(request, false, span);
+}
+
+void FilteredRequests::requestEnded(const Request& request) {
+  if (takes_all_) {
+    ++taken_;
+    return next_.requestEnded(request);
+  }
+  summaries_.requestEnded(request);
+}
+
+void FilteredRequests::keep(const Request& request, bool starts, const Span& span) {
+  Kept& kept = kept_[request.serial];
+  if (kept.items.size() == kMaxItems) {
+    kept.items.erase(kept.items.begin(), kept.items.begin() + kMaxItems / 2);
+    kept.left_out += kMaxItems / 2;
+  }
+  kept.items.push_back({starts, span});
+}
+
+void FilteredRequests::handOn(const RequestSummary& summary) {
+  const Request& request = summary.request;
+  const auto no_meaning = [](const std::string&, std::uint32_t) { return std::string(); };
+  if (filter_.takes(request, filter_.text.empty() ? "" : outcomeText(summary, no_meaning))) {
+    ++taken_;
+    const Kept& kept = kept_[request.serial];
+    left_out_ += kept.left_out;
+    for (const Item& item : kept.items) {
+      item.starts ? next_.rowStarted(request, item.span) : next_.spanEnded(request, item.span);
+    }
+    next_.requestEnded(request);
+  }
+  kept_.erase(request.serial);
 }
 
 }  // namespace kw::trx::tools

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which requests are wanted.
+// Which requests are wanted. One thread.
 #ifndef KW_TRX_TOOLS_TRACES_REQUEST_FILTER_H_
 #define KW_TRX_TOOLS_TRACES_REQUEST_FILTER_H_
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "traces/request_summaries.h"
 
@@ -20,8 +22,48 @@ struct RequestFilter {
   bool failed = false;                              ///< those alone that failed or were refused
   std::string text;                                 ///< stands in what is shown of it
 
-  /// `words`: the outcome as it is shown.
-  bool takes(const RequestSummary& summary, const std::string& words) const;
+  /// True when any request is wanted.
+  bool takesAll() const;
+
+  /// `outcome`: in words, as it is shown.
+  bool takes(const Request& request, const std::string& outcome) const;
+};
+
+/// Hands on the requests that are wanted, with their spans. As that may be known only when a
+/// request ends, its spans are kept until then: the last ones, when there are very many.
+class FilteredRequests : public RequestListener {
+ public:
+  /// Both must outlive it.
+  FilteredRequests(const RequestFilter& filter, RequestListener& next);
+
+  void rowStarted(const Request& request, const Span& row) override;
+  void spanEnded(const Request& request, const Span& span) override;
+  void requestEnded(const Request& request) override;
+
+  /// What was left out of requests that are wanted.
+  std::uint64_t leftOut() const { return left_out_; }
+  /// How many requests were wanted.
+  std::uint64_t taken() const { return taken_; }
+
+ private:
+  struct Item {
+    bool starts;
+    Span span;
+  };
+  struct Kept {
+    std::vector<Item> items;
+    std::uint64_t left_out = 0;
+  };
+
+  void keep(const Request& request, bool starts, const Span& span);
+  void handOn(const RequestSummary& summary);
+
+  const RequestFilter& filter_;
+  const bool takes_all_;
+  RequestListener& next_;
+  RequestSummaries summaries_;
+  std::map<std::uint64_t, Kept> kept_;  // by serial
+  std::uint64_t left_out_ = 0, taken_ = 0;
 };
 
 }  // namespace kw::trx::tools

@@ -17,11 +17,11 @@ void addMissing(const char* kind, const std::string& name, const std::set<std::s
 
 }  // namespace
 
-void SeenNames::add(const Slice& slice) {
-  if (slice.kind == Slice::Kind::kHAP && !selection_.hap.empty()) {
-    haps_.insert(slice.name);
-  } else if (slice.kind == Slice::Kind::kTable && !selection_.table.empty()) {
-    tables_.insert(slice.name);
+void SeenNames::add(const Span& span) {
+  if (span.kind == Span::Kind::kHAP && !selection_.hap.empty()) {
+    haps_.insert(span.name);
+  } else if (span.kind == Span::Kind::kTable && !selection_.table.empty()) {
+    tables_.insert(span.name);
   }
 }
 
@@ -33,18 +33,22 @@ std::vector<std::string> SeenNames::missing(
   if (!selection_.request || request_seen_) {
     return missing;
   }
+  missing.push_back(missingRequestText(*selection_.request, selection_.request_number, requests));
+  return missing;
+}
+
+std::string missingRequestText(std::uint32_t id, std::uint32_t number,
+                               const std::map<std::uint32_t, std::uint32_t>& requests) {
   std::vector<std::string> ids;
   ids.reserve(requests.size());
   for (const auto& request : requests) {
     ids.push_back(hexText(request.first));
   }
-  const auto same_id = requests.find(*selection_.request);
-  missing.push_back(kNoRecord +
-                    ("request " + requestText(*selection_.request, selection_.request_number)) +
-                    (same_id == requests.end()
-                         ? didYouMean(hexText(*selection_.request), ids)
-                         : "; its last one is " + requestText(same_id->first, same_id->second)));
-  return missing;
+  const auto same_id = requests.find(id);
+  return kNoRecord + ("request " + requestText(id, number)) +
+         (same_id == requests.end()
+              ? didYouMean(hexText(id), ids)
+              : "; its last one is " + requestText(same_id->first, same_id->second));
 }
 
 }  // namespace kw::trx::tools

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "traces/request_builder.h"
 #include "traces/selection.h"
-#include "traces/slices.h"
 
 namespace kw::trx::tools {
 
@@ -19,10 +19,8 @@ class SeenNames {
   /// `selection`: what is asked for; it must live as long as this.
   explicit SeenNames(const Selection& selection) : selection_(selection) {}
 
-  void add(const Slice& slice);
-  void add(const SliceTracker::Place& place) {
-    request_seen_ = request_seen_ || selection_.takesRequest(place);
-  }
+  void add(const Span& span);
+  void add(const Place& place) { request_seen_ = request_seen_ || selection_.takesRequest(place); }
 
   /// A sentence for each thing asked for that no record told of, with what was probably meant.
   /// `requests`: how many there were, by id.
@@ -33,6 +31,10 @@ class SeenNames {
   std::set<std::string> haps_, tables_;
   bool request_seen_ = false;
 };
+
+/// That no record tells of a request, with the one that was probably meant.
+std::string missingRequestText(std::uint32_t id, std::uint32_t number,
+                               const std::map<std::uint32_t, std::uint32_t>& requests);
 
 }  // namespace kw::trx::tools
 

@@ -17,27 +17,25 @@ std::ptrdiff_t depthOf(const std::string& level) {
   return std::find(std::begin(kLevels), std::end(kLevels), level) - std::begin(kLevels);
 }
 
-bool isInside(const SliceTracker::Place& place, Slice::Kind kind, const std::string& name) {
+bool isInside(const Place& place, Span::Kind kind, const std::string& name) {
   return name.empty() ||
-         (place.slices != nullptr &&
-          std::any_of(place.slices->begin(), place.slices->end(), [&](const Slice& slice) {
-            return slice.kind == kind && slice.name == name;
-          }));
+         (place.spans != nullptr &&
+          std::any_of(place.spans->begin(), place.spans->end(),
+                      [&](const Span& span) { return span.kind == kind && span.name == name; }));
 }
 
 }  // namespace
 
-bool Selection::takesRequest(const SliceTracker::Place& place) const {
+bool Selection::takesRequest(const Place& place) const {
   return request.value_or(place.request) == place.request &&
          (request_number == 0 || request_number == place.number);
 }
 
-bool Selection::takes(const kw::platform::TraceRecord& record,
-                      const SliceTracker::Place& place) const {
+bool Selection::takes(const kw::platform::TraceRecord& record, const Place& place) const {
   const std::ptrdiff_t depth = depthOf(levelName(record.level));
   const bool known = depth < std::end(kLevels) - std::begin(kLevels);
   return !(known && depth > depthOf(level)) && takesRequest(place) &&
-         isInside(place, Slice::Kind::kHAP, hap) && isInside(place, Slice::Kind::kTable, table);
+         isInside(place, Span::Kind::kHAP, hap) && isInside(place, Span::Kind::kTable, table);
 }
 
 std::string requestText(std::uint32_t request, std::uint32_t number) {

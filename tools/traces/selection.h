@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "kw/platform.h"
-#include "traces/slices.h"
+#include "traces/request_builder.h"
 
 namespace kw::trx::tools {
 
@@ -20,8 +20,8 @@ struct Selection {
   std::string hap, table;                ///< inside these; empty: anywhere
 
   /// True for the records of the request that is wanted.
-  bool takesRequest(const SliceTracker::Place& place) const;
-  bool takes(const kw::platform::TraceRecord& record, const SliceTracker::Place& place) const;
+  bool takesRequest(const Place& place) const;
+  bool takes(const kw::platform::TraceRecord& record, const Place& place) const;
 };
 
 /// A request as it is shown: its id and, when known, its number, such as 0x1f2e.3.

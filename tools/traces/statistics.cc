@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-#include "common/text.h"
-#include "zqm_trx/table_words.h"
+#include "traces/request_summaries.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -13,9 +12,9 @@ constexpr std::uint64_t kPercent = 100;
 
 std::uint64_t less(std::uint64_t from, std::uint64_t part) { return from > part ? from - part : 0; }
 
-Work workOf(const Slice& slice) {
-  return slice.kind == Slice::Kind::kHAP ? Work{"", 0, "", slice.name}
-                                         : Work{slice.table, slice.row, slice.command, slice.name};
+Work workOf(const Span& span) {
+  return span.isHAP() ? Work{{}, Command::kNone, span.name}
+                      : Work{span.row, span.command, span.name};
 }
 
 }  // namespace
@@ -38,55 +37,48 @@ std::uint64_t Durations::quantile(unsigned int percent) const {
   return all_ns_[static_cast<std::size_t>(rank == 0 ? 0 : rank - 1)];
 }
 
+Span spanOf(const Work& work) {
+  Span span;
+  span.kind = Span::Kind::kRow;
+  span.row = work.row;
+  span.command = work.command;
+  span.name = work.name;
+  span.was_called = !work.name.empty();
+  return span;
+}
+
 std::string textOf(const Work& work) {
-  if (work.table.empty()) {
+  if (work.isHAP()) {
     return "HAP " + work.name;
   }
-  return "row " + work.table + '/' + hexDigits(work.row) + " (" + work.command +
+  return rowText(work.row) + " (" + wordOf(work.command) +
          (work.name.empty() ? "" : ' ' + work.name) + ')';
 }
 
-void Statistics::take(const Slice& slice, std::size_t trace) {
-  if (slice.refused || (slice.kind != Slice::Kind::kHAP && slice.kind != Slice::Kind::kRow)) {
+void Statistics::spanEnded(const Request&, const Span& span) {
+  if (span.kind == Span::Kind::kTable) {
     return;
   }
-  if (slice.doubtful) {
-    ++doubtful_;
+  if (span.is_incomplete) {
+    ++left_out_;
     return;
   }
-  const Work work = workOf(slice);
-  WorkFigures& figures = all_[work];
-  figures.calls += slice.resumed ? 0 : 1;
-  figures.failures += slice.failed ? 1 : 0;
-  figures.wait_ns += slice.wait_ns;
-  figures.lock_ns += slice.lock_ns;
-  figures.lock_wait_ns += slice.lock_wait_ns;
-  const std::uint64_t first_ns = slice.resumed ? slice.first_ns : slice.begin_ns;
-  // The wait of those that a called table ran lies in the time of the table.
-  const bool calls_table = work.command == trx::kCommandTable;
-  std::uint64_t own_ns = less(less(slice.end_ns, slice.begin_ns),
-                              slice.nested_ns + (calls_table ? 0 : slice.lock_wait_ns));
-  const auto key = std::make_tuple(trace, slice.request, first_ns, work);
-  const auto before = slice.resumed ? interrupted_.find(key) : interrupted_.end();
-  if (before != interrupted_.end()) {
-    own_ns += before->second;
-    interrupted_.erase(before);
-  }
-  if (!slice.cut) {
-    figures.total.add(less(slice.end_ns, first_ns));
-    figures.own.add(own_ns);
-  } else if (work.command == trx::kCommandWait || calls_table) {
-    figures.unfinished += interrupted_.insert_or_assign(key, own_ns).second ? 0 : 1;
-  } else {
+  WorkFigures& figures = all_[workOf(span)];
+  // What an exception interrupted was counted before.
+  figures.calls += span.goes_on ? 0 : 1;
+  figures.unfinished -= span.goes_on && figures.unfinished != 0 ? 1 : 0;
+  figures.failures += span.failed() ? 1 : 0;
+  figures.wait_ns += span.wait_ns;
+  figures.lock_ns += span.lock_ns;
+  figures.lock_wait_ns += span.lock_wait_ns;
+  if (!span.has_ended) {
     ++figures.unfinished;
+    return;
   }
-}
-
-void Statistics::finish() {
-  for (const auto& [key, own_ns] : interrupted_) {
-    ++all_[std::get<Work>(key)].unfinished;
-  }
-  interrupted_.clear();
+  // The wait of those that a called table ran lies in the time of the table.
+  const std::uint64_t lock_wait_ns = span.isRowOf(Command::kTable) ? 0 : span.lock_wait_ns;
+  figures.total.add(span.durationNs());
+  figures.own.add(less(span.durationNs(), span.nested_ns + lock_wait_ns));
 }
 
 }  // namespace kw::trx::tools

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How often and how long HAPs and rows of tables ran, from the slices of a trace. One thread.
+// How often and how long HAPs and rows of tables ran. One thread.
 #ifndef KW_TRX_TOOLS_TRACES_STATISTICS_H_
 #define KW_TRX_TOOLS_TRACES_STATISTICS_H_
 
@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "traces/slices.h"
+#include "traces/request.h"
 
 namespace kw::trx::tools {
 
@@ -33,16 +33,18 @@ class Durations {
 
 /// A HAP, or a row of a table with what it does: a changed row is another one.
 struct Work {
-  std::string table;         ///< empty: a HAP
-  std::uint32_t row = 0;     ///< NUMBER
-  std::string command = {};  ///< of a row
-  std::string name = {};     ///< of the HAP, or of that or the table which a row calls
+  RowId row;                         ///< its table is empty: a HAP
+  Command command = Command::kNone;  ///< of a row
+  std::string name;                  ///< of the HAP, or of that or the table which a row calls
 
+  bool isHAP() const { return command == Command::kNone; }
   bool operator<(const Work& other) const {
-    return std::tie(table, row, command, name) <
-           std::tie(other.table, other.row, other.command, other.name);
+    return std::tie(row, command, name) < std::tie(other.row, other.command, other.name);
   }
 };
+
+/// A row that does this, as far as it tells.
+Span spanOf(const Work& work);
 
 /// "HAP PSU_Enable", or "row selftest/5 (HAP PSU_Enable)".
 std::string textOf(const Work& work);
@@ -60,24 +62,18 @@ struct WorkFigures {
   std::uint64_t lock_wait_ns = 0;  ///< thereof known to be spent waiting for other holders
 };
 
-class Statistics {
+class Statistics : public RequestListener {
  public:
-  /// Takes a slice that has ended; `trace` tells those of several traces apart.
-  void take(const Slice& slice, std::size_t trace = 0);
-
-  /// Counts what did not end as unfinished; to be called once, after the last slice.
-  void finish();
+  void spanEnded(const Request& request, const Span& span) override;
 
   const std::map<Work, WorkFigures>& all() const { return all_; }
 
-  /// Runs of rows and HAPs that were left out, as they are doubtful.
-  std::uint64_t doubtful() const { return doubtful_; }
+  /// Runs of rows and HAPs that were left out, as records of their time are missing.
+  std::uint64_t leftOut() const { return left_out_; }
 
  private:
   std::map<Work, WorkFigures> all_;
-  std::uint64_t doubtful_ = 0;
-  /// Own times of interrupted rows so far, by trace, request id, begin and row.
-  std::map<std::tuple<std::size_t, std::uint32_t, std::uint64_t, Work>, std::uint64_t> interrupted_;
+  std::uint64_t left_out_ = 0;
 };
 
 }  // namespace kw::trx::tools

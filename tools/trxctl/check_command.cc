@@ -95,7 +95,7 @@ int check(CheckOptions options) {
 
 void addCheckCommand(CommandLine& line) {
   auto options = std::make_shared<CheckOptions>();
-  Command command =
+  CommandOptions command =
       line.add("check", "Finds everything wrong in table files and case files",
                "Each line: file, line, column, what is wrong, and the trace id that the engine "
                "writes for it.\n"

@@ -48,17 +48,17 @@ void describe(CLI::Option* added, const OptionText& option) {
 
 }  // namespace
 
-void Command::flag(bool& value, const OptionText& option) {
+void CommandOptions::flag(bool& value, const OptionText& option) {
   app_.add_flag(option.names, value, option.what);
 }
 
-void Command::text(std::string& value, const OptionText& option) {
+void CommandOptions::text(std::string& value, const OptionText& option) {
   CLI::Option* added = app_.add_option(option.names, value, option.what);
   describe(added, option);
   added->capture_default_str();
 }
 
-void Command::texts(std::vector<std::string>& values, const OptionText& option) {
+void CommandOptions::texts(std::vector<std::string>& values, const OptionText& option) {
   CLI::Option* added = app_.add_option(option.names, values, option.what);
   describe(added, option);
   if (option.names[0] == '-') {
@@ -66,24 +66,24 @@ void Command::texts(std::vector<std::string>& values, const OptionText& option) 
   }
 }
 
-void Command::number(std::size_t& value, const OptionText& option, std::size_t least,
-                     std::size_t most) {
+void CommandOptions::number(std::size_t& value, const OptionText& option, std::size_t least,
+                            std::size_t most) {
   CLI::Option* added = app_.add_option(option.names, value, option.what);
   describe(added, option);
   added->check(CLI::Range(least, most));
 }
 
-void Command::excludes(const std::string& name, const std::vector<std::string>& others) {
+void CommandOptions::excludes(const std::string& name, const std::vector<std::string>& others) {
   for (const std::string& other : others) {
     app_.get_option(name)->excludes(app_.get_option(other));
   }
 }
 
-void Command::needs(const std::string& name, const std::string& other) {
+void CommandOptions::needs(const std::string& name, const std::string& other) {
   app_.get_option(name)->needs(app_.get_option(other));
 }
 
-void Command::run(const std::function<int()>& body) {
+void CommandOptions::run(const std::function<int()>& body) {
   app_.callback([body, &status = status_] {
     try {
       status = body();
@@ -106,8 +106,8 @@ CommandLine::CommandLine()
 
 CommandLine::~CommandLine() = default;
 
-Command CommandLine::add(const std::string& name, const std::string& what,
-                         const std::string& footer) {
+CommandOptions CommandLine::add(const std::string& name, const std::string& what,
+                                const std::string& footer) {
   CLI::App* command = app_->add_subcommand(name, what);
   command
       ->add_option_function<std::string>(

@@ -40,9 +40,9 @@ struct OptionText {
 };
 
 /// One command, while it is being described. The values given must live as long as the body.
-class Command {
+class CommandOptions {
  public:
-  Command(CLI::App& app, int& status) : app_(app), status_(status) {}
+  CommandOptions(CLI::App& app, int& status) : app_(app), status_(status) {}
 
   void flag(bool& value, const OptionText& option);
   void text(std::string& value, const OptionText& option);
@@ -72,7 +72,7 @@ class CommandLine {
 
   /// Adds a command with the option --root, which takes effect as soon as it is read; `footer` is
   /// the end of its help.
-  Command add(const std::string& name, const std::string& what, const std::string& footer);
+  CommandOptions add(const std::string& name, const std::string& what, const std::string& footer);
 
   /// Runs the command that the words name. Returns the exit status of the tool.
   int run(int argc, char** argv);

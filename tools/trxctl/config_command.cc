@@ -73,7 +73,7 @@ int showConfiguration(const ConfigOptions& options) {
 
 void addConfigCommand(CommandLine& line) {
   auto options = std::make_shared<ConfigOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "config", "Shows the effective configuration, and what is odd about it",
       "Each value stands with the file and line that set it, or with \"default\".\n"
       "Example: trxctl config --root /opt/board\n"

@@ -12,10 +12,9 @@
 #include "coverage/row_counter.h"
 #include "simulation/case_run.h"
 #include "tables/surroundings.h"
-#include "traces/ring_merger.h"
 #include "trxctl/commands.h"
+#include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
-#include "trxctl/trace_summary.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -26,6 +25,7 @@ struct CoverageOptions {
   std::vector<std::string> files;
   std::string output;
   std::size_t least = 0;
+  FilterOptions requests;
 };
 
 /// Adds what the cases of a file run, whether they pass or not.
@@ -37,29 +37,29 @@ void addCases(const std::string& name, Coverage& coverage) {
   const Simulator simulator(file.tables, file.nest_limit);
   RowCounter counter(simulator.tables());
   for (const TableCase& one : file.cases) {
-    differencesOf(one, simulator,
-                  [&counter](const kw::platform::TraceRecord& record) { counter.take(record); });
+    differencesOf(one, simulator, &counter);
   }
-  counter.finish();
   merge(coverage, counter.coverage());
 }
 
 /// Adds what the hosts of a ring ran of `tables`.
-void addRing(const std::string& name, const TableFlows& tables, Coverage& coverage) {
-  RingMerger ring;
-  if (ring.open(name) != 0) {
+void addRing(const std::string& name, const TableFlows& tables, const FilterOptions& requests,
+             Coverage& coverage) {
+  const RequestFilter filter = filterOf(requests, {name});
+  RowCounter counter(tables);
+  FilteredRequests filtered(filter, counter);
+  RequestReader reader(filtered);
+  if (reader.open(name) != 0) {
     throw std::runtime_error(name + ": " +
                              (errno == EINVAL
                                   ? "is neither a case file, a trace ring nor a file of "
                                     "LCOV"
                                   : std::strerror(errno)));
   }
-  RowCounter counter(tables);
-  for (kw::platform::TraceRecord record; ring.next(record);) {
-    counter.take(record);
+  if (readRings(reader, {name}, false) != kExitOk) {
+    throw std::runtime_error(name + " could not be read to its end");
   }
-  counter.finish();
-  sayWhatIsLost(ring.doubtful(), ring.lost());
+  sayLeftOut(counter.leftOut());
   merge(coverage, counter.coverage());
   for (const auto& [table, rows] : counter.unknown()) {
     std::cerr << "trxctl: " << name << ": " << notFoundText(table, rows) << '\n';
@@ -117,7 +117,7 @@ int cover(CoverageOptions options) {
     } else if (isCoverageFile(file)) {
       merge(coverage, readCoverage(file));
     } else {
-      addRing(file, tables, coverage);
+      addRing(file, tables, options.requests, coverage);
     }
   }
   if (!options.output.empty() && !(std::ofstream(options.output) << lcovOf(coverage)).flush()) {
@@ -130,7 +130,7 @@ int cover(CoverageOptions options) {
 
 void addCoverageCommand(CommandLine& line) {
   auto options = std::make_shared<CoverageOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "coverage", "Tells which rows of tables ran, in cases and in hosts, and which never failed",
       "Files may be case files, trace rings, files that this command wrote, and the tables of the\n"
       "rings; else their tables are those of the configuration. All are added up.\n"
@@ -141,6 +141,8 @@ void addCoverageCommand(CommandLine& line) {
                {"-o,--output", "Write it for genhtml and for trxctl graph --coverage", "FILE"});
   command.number(options->least, {"--least", "Ask for so many percent of all rows", "PERCENT"}, 0,
                  kPercent);
+  addFilterOptions(command, options->requests);
+  addRequestOption(command, options->requests);
   command.run([options] { return cover(*options); });
 }
 

@@ -64,7 +64,7 @@ int examineMachine(const DoctorOptions& options) {
 
 void addDoctorCommand(CommandLine& line) {
   auto options = std::make_shared<DoctorOptions>();
-  Command command =
+  CommandOptions command =
       line.add("doctor", "Tells whether all is there that a host on this machine needs",
                "Looks at versions, configuration, modules, tables, the lock and the place of the "
                "trace ring,\n"

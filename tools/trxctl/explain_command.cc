@@ -144,7 +144,7 @@ void addExplainCommand(CommandLine& line) {
     bool all = false;
   };
   auto options = std::make_shared<Options>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "explain", "Explains exception codes, error codes and trace ids",
       "What it means, its usual causes, and what to do. Codes are hexadecimal; those of HAPs\n"
       "are looked for in the descriptions of the configured modules.\n"

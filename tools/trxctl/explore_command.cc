@@ -118,7 +118,7 @@ int exploreTables(ExploreOptions options) {
 
 void addExploreCommand(CommandLine& line) {
   auto options = std::make_shared<ExploreOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "explore", "Tells what holds for all runs of tables, whatever their HAPs do",
       "Follows every outcome of every HAP call, through called tables, and prints what can happen\n"
       "with the shortest run that shows it, as cases of a case file; the engine has run each.\n"

@@ -19,12 +19,11 @@
 #include "kw/trx/file_path.h"
 #include "tables/graph.h"
 #include "tables/named_files.h"
-#include "traces/ring_merger.h"
 #include "traces/seen_names.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
+#include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
-#include "trxctl/trace_summary.h"
 
 extern char** environ;
 
@@ -40,7 +39,7 @@ struct GraphOptions {
   std::string output;
   std::string coverage;
   std::vector<std::string> rings;
-  std::string request;
+  FilterOptions requests;
 };
 
 /// What is drawn.
@@ -126,41 +125,31 @@ std::vector<std::string> namesOf(const std::vector<std::string>& files) {
 
 /// Adds what ran by the rings, or in one request of them. Returns the exit status.
 int addRuns(const GraphOptions& options, Picture& picture) {
-  Selection wanted;
-  std::optional<RingRuns::Request> request;
-  if (!options.request.empty()) {
-    request = requestOf(options.request);
-    wanted.request = request->first;
-    wanted.request_number = request->second;
-    picture.view = GraphView::kWay;
+  const bool is_way = !options.requests.request.empty();
+  picture.view = is_way ? GraphView::kWay : picture.view;
+  const RequestFilter filter = filterOf(options.requests, options.rings);
+  RingRuns runs(picture.tables.flows, is_way);
+  FilteredRequests filtered(filter, runs);
+  RequestReader reader(filtered);
+  if (const int opened = openRings(options.rings, reader); opened != kExitOk) {
+    return opened;
   }
-  RingMerger rings;
-  for (const std::string& ring : options.rings) {
-    if (rings.open(ring) != 0) {
-      return failToOpenRing(ring);
-    }
+  const int status = readRings(reader, options.rings, false);
+  sayLeftOut(runs.leftOut());
+  if (is_way && filtered.taken() == 0) {
+    return fail(missingRequestText(*filter.request, filter.request_number, reader.requests()));
   }
-  RingRuns runs(picture.tables.flows, request);
-  SeenNames seen(wanted);
-  for (kw::platform::TraceRecord record; rings.next(record);) {
-    seen.add(runs.take(record, rings.ring()));
-  }
-  runs.finish();
-  sayWhatIsLost(rings.doubtful(), rings.lost());
-  const std::vector<std::string> missing = seen.missing(runs.requests());
-  if (!missing.empty()) {
-    return fail(missing.front());
-  }
-  if (runs.ringsOfRequest() > 1) {
-    return fail("request " + options.request + " is in more than one of the rings; name one ring");
+  if (is_way && runs.rings().size() > 1) {
+    return fail("request " + options.requests.request +
+                " is in more than one of the rings; name one ring");
   }
   const std::vector<std::string> ran = runs.tables();
   if (const std::vector<std::string> unknown = runs.problems({}); ran.empty() && !unknown.empty()) {
     return fail("nothing can be drawn: " + unknown.front());
   }
   if (ran.empty()) {
-    return fail((request ? "request " + options.request + " ran no row of a table"
-                         : std::string("no record tells of a row")) +
+    return fail((is_way ? "request " + options.requests.request + " ran no row of a table"
+                        : std::string("no record tells of a row")) +
                 "; those of the level info must be in the ring");
   }
   picture.names = options.files.empty() ? ran : picture.names;
@@ -168,7 +157,7 @@ int addRuns(const GraphOptions& options, Picture& picture) {
     std::cerr << "trxctl: " << problem << '\n';
   }
   picture.counts = runs.counts();
-  return kExitOk;
+  return status;
 }
 
 int graphTables(GraphOptions options) {
@@ -204,7 +193,7 @@ int graphTables(GraphOptions options) {
 
 void addGraphCommand(CommandLine& line) {
   auto options = std::make_shared<GraphOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "graph", "Draws the flow of tables and of the tables that they call",
       "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey.\n"
       "The name of a configured table stands for its file. Called tables are looked for among the\n"
@@ -228,13 +217,17 @@ void addGraphCommand(CommandLine& line) {
                  "Tell by this ring how often rows ran and failed, and how long they took; may be "
                  "repeated",
                  "RING"});
-  command.text(options->request, {"--request",
-                                  "Draw the way of this request of the ring alone",
-                                  "ID.NUMBER",
-                                  {},
-                                  false,
-                                  requestProblem});
+  command.text(options->requests.request, {"--request",
+                                           "Draw the way of this request of the ring alone",
+                                           "ID.NUMBER",
+                                           {},
+                                           false,
+                                           requestProblem});
   command.needs("--request", "--trace");
+  addFilterOptions(command, options->requests);
+  for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
+    command.needs(option, "--trace");
+  }
   command.excludes("--trace", {"--coverage"});
   command.run([options] { return graphTables(*options); });
 }

@@ -100,19 +100,14 @@ int runHAP(const HAPOptions& options) {
   std::vector<unsigned int> results(kResultWords);
   const std::vector<unsigned int> words = wordsOf(options.para);
   const unsigned int* para = options.para.empty() ? nullptr : words.data();
-  std::string reason;
-  NameHints hints;
-  const RecordCollector collector(kw::platform::kTraceAll,
-                                  [&](const kw::platform::TraceRecord& record) {
-                                    const std::string text = requestFailureText(record);
-                                    hints.take(record);
-                                    reason = text.empty() ? reason : text;
-                                  });
+  RowEvents rows(info, {});
+  const RecordCollector collector(
+      kw::platform::kTraceAll, [&](const kw::platform::TraceRecord& record) { rows.take(record); });
   const auto call = [&] {
     trx::TRX::getInstance()->execHAP(&info, units.list(), options.name, options.mode, para,
                                      results.data());
   };
-  const RunReport report = runRequest(info, options, {call, {}, {}}, reason, hints);
+  const RunReport report = runRequest(info, options, {call, {}, {}}, rows);
   write(report, results, options);
   return statusOf(report);
 }
@@ -122,7 +117,7 @@ int runHAP(const HAPOptions& options) {
 void addHAPCommand(CommandLine& line) {
   auto options = std::make_shared<HAPOptions>();
   options->kind = RequestKind::kHAP;
-  Command command = line.add(
+  CommandOptions command = line.add(
       "hap", "Runs one HAP on the configured modules",
       "A HAP that relies on data which its host hangs on the context cannot be run this way.\n"
       "Without --para the HAP gets no parameter words; else zeros follow those given, to 64.\n"

@@ -214,7 +214,7 @@ int runLock(const LockOptions& options) {
 
 void addLockCommand(CommandLine& line) {
   auto options = std::make_shared<LockOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "lock", "Shows the exclusion semaphore: who holds it, who waits, what is wrong",
       "The semaphore is that of this machine, or of the IPC namespace that the tool runs in. The\n"
       "process shown is the one that changed its value last.\n"

@@ -117,7 +117,7 @@ void addModulesCommand(CommandLine& line) {
     bool json = false;
   };
   auto options = std::make_shared<Options>();
-  Command command =
+  CommandOptions command =
       line.add("modules", "Lists the HAPs of modules, and whether the modules would load",
                "Reads the files alone; none of their code runs. They are looked at as a host "
                "would load them\n"

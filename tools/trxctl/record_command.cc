@@ -69,7 +69,7 @@ int record(const RecordOptions& options) {
 
 void addRecordCommand(CommandLine& line) {
   auto options = std::make_shared<RecordOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "record", "Starts a host that writes a trace ring beside the trace of its platform",
       "The recorder is preloaded: it keeps each record in the ring, then passes it on to the\n"
       "platform library. The ring is made once the host, or a program that it starts, writes\n"

@@ -12,18 +12,17 @@
 #include "common/text.h"
 #include "common/times.h"
 #include "configuration/configuration.h"
+#include "replay/recording.h"
 #include "replay/replay.h"
-#include "replay/request_records.h"
 #include "simulation/case_run.h"
 #include "simulation/case_words.h"
 #include "simulation/case_writer.h"
 #include "tables/named_files.h"
 #include "tables/surroundings.h"
-#include "traces/ring_follower.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
+#include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
-#include "trxctl/trace_summary.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -40,12 +39,8 @@ struct ReplayOptions {
   bool json = false;
 };
 
-std::string nameOf(const RecordedRequest& request) {
-  std::vector<std::string> parts;
-  for (const std::uint32_t number : request.numbers) {
-    parts.push_back(requestText(request.id, number));
-  }
-  return listed(parts);
+std::string nameOf(const RecordedRequest& recorded) {
+  return requestText(recorded.request.id, recorded.request.number);
 }
 
 std::string endText(const ExpectedEnd& end) {
@@ -87,25 +82,25 @@ std::vector<std::string> filesFrom(const std::string& output,
 std::string caseText(const ReplayOptions& options, const RecordedRequest& request,
                      const TableFlows& tables) {
   const std::string name =
-      "request " + nameOf(request) + " of " + localMicrosText(request.begin_ns);
-  std::string text =
-      tablesRows(filesFrom(options.output, filesFor(request.table, tables)), request.nest_limit);
+      "request " + nameOf(request) + " of " + localMicrosText(request.request.start_ns);
+  std::string text = tablesRows(filesFrom(options.output, filesFor(request.request.name, tables)),
+                                request.nest_limit);
   for (const std::string& note : request.notes) {
     text += commentRow(note);
   }
-  for (const std::string& unit : request.units) {
+  for (const std::string& unit : request.request.units) {
     text += commentRow("a HAP worked on unit " + unit + ", whose type and number are not told");
   }
-  return text + caseRows(caseOf(request, name), request.table);
+  return text + caseRows(caseOf(request, name), request.request.name);
 }
 
 std::string failingText(const RecordedRequest& request) {
   const RecordedRow* const row = request.firstFailing();
-  return row == nullptr ? kFirstNone : rowText(row->ran.table, row->ran.number, "");
+  return row == nullptr ? kFirstNone : rowText(row->ran.row.table, row->ran.row.number, "");
 }
 
 std::string failingText(const Replay& replay) {
-  const Failure& failure = replay.run.record;
+  const ReportedFailure& failure = replay.run.record;
   return failure.table.empty() ? kFirstNone : rowText(failure.table, failure.number, "");
 }
 
@@ -126,10 +121,10 @@ void printDifferences(const RecordedRequest& request, const Replay& replay) {
 }
 
 void print(const RecordedRequest& request, const Replay& replay) {
-  std::cout << "request " << nameOf(request) << " of process " << request.process_id << ", "
-            << localMicrosText(request.begin_ns) << ": table " << request.table;
-  for (std::size_t i = 0; i < request.units.size(); ++i) {
-    std::cout << (i == 0 ? " on " : ", ") << request.units[i];
+  std::cout << "request " << nameOf(request) << " of process " << request.request.process_id << ", "
+            << localMicrosText(request.request.start_ns) << ": table " << request.request.name;
+  for (std::size_t i = 0; i < request.request.units.size(); ++i) {
+    std::cout << (i == 0 ? " on " : ", ") << request.request.units[i];
   }
   std::cout << ", " << rowsText(request.rows.size()) << ", end: " << endText(request.end) << '\n';
   if (replay.isSame()) {
@@ -151,7 +146,8 @@ void print(const RecordedRequest& request, const Replay& replay) {
 void writeRows(JsonWriter& json, const std::vector<RecordedRow>& rows, bool with_outcomes) {
   json.key("rows").beginArray();
   for (const RecordedRow& row : rows) {
-    json.beginObject().member("table", row.ran.table).key("number").number(row.ran.number);
+    json.beginObject().member("table", row.ran.row.table);
+    json.key("number").number(row.ran.row.number);
     json.member("action", row.action());
     if (with_outcomes && row.callsHAP()) {
       json.member("outcome", textOf(row.outcome));
@@ -163,14 +159,11 @@ void writeRows(JsonWriter& json, const std::vector<RecordedRow>& rows, bool with
 
 void printJson(const RecordedRequest& request, const Replay& replay, const std::string& text) {
   JsonWriter json(kIndent);
-  json.beginObject().member("request", hexText(request.id));
-  json.key("requestNumbers").beginArray();
-  for (const std::uint32_t number : request.numbers) {
-    json.number(number);
-  }
-  json.endArray().key("startNs").number(request.begin_ns);
-  json.key("process").number(request.process_id);
-  json.member("table", request.table).texts("units", request.units);
+  json.beginObject().member("request", hexText(request.request.id));
+  json.key("requestNumber").number(request.request.number);
+  json.key("startNs").number(request.request.start_ns);
+  json.key("process").number(request.request.process_id);
+  json.member("table", request.request.name).texts("units", request.request.units);
   json.key("same").boolean(replay.isSame());
   json.key("recorded").beginObject().member("end", endText(request.end));
   json.member("firstFailingRow", failingText(request));
@@ -187,22 +180,17 @@ void printJson(const RecordedRequest& request, const Replay& replay, const std::
   std::cout << json.endObject().taken() << '\n';
 }
 
-RecordedRequest readRequest(const ReplayOptions& options, RingFollower& ring) {
-  const auto wanted = *requestOf(options.request);
-  RequestRecords records(wanted.first);
-  for (kw::platform::TraceRecord record{}; ring.next(record);) {
-    records.take(record);
-  }
-  sayWhatIsLost(records.doubtful(), ring.lost());
-  return records.request(wanted.second);
-}
-
 int replayRequest(const ReplayOptions& options) {
-  RingFollower ring(options.ring);
-  if (ring.open() != 0) {
-    return failToOpenRing(options.ring);
+  const auto wanted = *requestOf(options.request);
+  Recording recording(wanted.first, wanted.second);
+  RequestReader reader(recording);
+  if (const int opened = openRings({options.ring}, reader); opened != kExitOk) {
+    return opened;
   }
-  RecordedRequest request = readRequest(options, ring);
+  if (const int status = readRings(reader, {options.ring}, false); status != kExitOk) {
+    return status;
+  }
+  const RecordedRequest request = recording.taken();
   std::optional<std::vector<std::string>> modules;
   const KnownTables known = readTables(options.tables, configuredTables(modules));
   for (const std::string& file : options.tables) {
@@ -211,11 +199,11 @@ int replayRequest(const ReplayOptions& options) {
       return fail(file + ": the engine does not load it; see trxctl check");
     }
   }
-  if (known.flows.count(request.table) == 0) {
-    return fail("table " + request.table +
+  if (known.flows.count(request.request.name) == 0) {
+    return fail("table " + request.request.name +
                 " of the request is neither among the files nor in a "
                 "configuration" +
-                tableHint(request.table, known.names()));
+                tableHint(request.request.name, known.names()));
   }
   std::vector<std::string> files;
   for (const auto& [name, flow] : known.flows) {
@@ -239,11 +227,11 @@ int replayRequest(const ReplayOptions& options) {
 
 void addReplayCommand(CommandLine& line) {
   auto options = std::make_shared<ReplayOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "replay", "Runs a table request of a trace ring again, with HAPs that do what they did",
       "Tells whether the simulation runs the same rows to the same end, or what an edited table\n"
       "does otherwise. Tables are those given, and of others those of the configuration.\n"
-      "Example: trxctl replay trace.ring rails.csv --request 0x12671267.15 -o found.cases.csv\n"
+      "Example: trxctl replay trace.ring rails.csv --request 0x12671267.12 -o found.cases.csv\n"
       "Exit status: 0 the same; 1 it differs; 2 it cannot be replayed.");
   command.text(options->ring, {"RING", "Trace ring", "", {}, true});
   command.texts(options->tables, {"FILE", "Table files"});

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -17,10 +18,9 @@
 #include "report/shrinking.h"
 #include "tables/code_meanings.h"
 #include "tables/surroundings.h"
-#include "traces/ring_merger.h"
 #include "trxctl/commands.h"
+#include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
-#include "trxctl/trace_summary.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -29,6 +29,7 @@ struct ReportOptions {
   std::vector<std::string> rings, tables;
   std::string output;
   bool json = false;
+  FilterOptions requests;
 };
 
 /// The tables of `paths` and of the configuration, if that can be read: a report is most wanted
@@ -65,38 +66,38 @@ int report(const ReportOptions& options) {
   }
   Report report;
   report.tables = tablesOf(options.tables);
-  RingMerger rings;
-  for (const std::string& file : options.rings) {
-    if (rings.open(file) != 0) {
-      return failToOpenRing(file);
-    }
+  const RequestFilter filter = filterOf(options.requests, options.rings);
+  ReportGatherer gatherer(report.tables, filter);
+  RequestReader reader(gatherer);
+  if (const int opened = openRings(options.rings, reader); opened != kExitOk) {
+    return opened;
   }
-  ReportGatherer gatherer(report.tables, options.rings.size());
-  for (kw::platform::TraceRecord record; rings.next(record);) {
-    gatherer.take(record, rings.ring());
-  }
+  const int status = readRings(reader, options.rings, false);
   gatherer.finish(report);
+  report.records = reader.records();
+  report.begin_ns = reader.startNs();
+  report.end_ns = reader.endNs();
+  report.threads = reader.threads();
+  report.losses = reader.losses();
   report.version = ZQM_TRX_VERSION;
   report.made_s = static_cast<std::uint64_t>(std::time(nullptr));
   report.rings = options.rings;
-  report.doubtful = rings.doubtful();
-  report.lost = rings.lost();
   report.meaning = configuredMeanings();
   report.configuration = reportConfiguration();
   report.machine = examine({ZQM_TRX_VERSION, "", 0});
   const std::string json = boundedJsonOf(report);
   if (options.output.empty()) {
     std::cout << json << '\n';
-    return kExitOk;
+    return status;
   }
-  return writeFile(options.json ? json + '\n' : pageOf(json), options.output);
+  return std::max(status, writeFile(options.json ? json + '\n' : pageOf(json), options.output));
 }
 
 }  // namespace
 
 void addReportCommand(CommandLine& line) {
   auto options = std::make_shared<ReportOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "report", "Writes what trace rings tell as one page for a browser",
       "The page needs nothing but itself: it can be sent by mail. It begins with the requests "
       "that\n"
@@ -114,6 +115,8 @@ void addReportCommand(CommandLine& line) {
   command.text(options->output,
                {"-o,--output", "Where to write the page, with --json what it shows", "FILE"});
   command.flag(options->json, {"--json", "Tell what the page shows as JSON, without the page"});
+  addFilterOptions(command, options->requests);
+  addRequestOption(command, options->requests);
   command.run([options] { return report(*options); });
 }
 

@@ -16,6 +16,7 @@
 #include "running/child_process.h"
 #include "running/engine_start.h"
 #include "running/failure.h"
+#include "running/name_hints.h"
 #include "running/units.h"
 #include "trxctl/run_json.h"
 #include "trxctl/run_output.h"
@@ -94,7 +95,7 @@ std::string nameProblem(const std::string& name) {
 
 }  // namespace
 
-void addRequestOptions(Command& command, RequestOptions& options, const std::string& what) {
+void addRequestOptions(CommandOptions& command, RequestOptions& options, const std::string& what) {
   command.text(options.name, {"NAME", what, "", {}, true, nameProblem});
   command.texts(options.units,
                 {"--unit",
@@ -152,13 +153,15 @@ bool beginRun(const RequestOptions& options) {
   return true;
 }
 
-RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, Request call,
-                     const std::string& reason, const NameHints& hints) {
+RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, RequestCall call,
+                     RowEvents& rows) {
   call.thread_ended = [&options] { endWithThread(options); };
   RunReport report{options.request(), runRequest(call), {}, ""};
+  rows.finish();
   if (!report.outcome.failure.empty()) {
     report.failure = failureOf(info);
-    report.reason = reason.empty() ? reason : reason + hints.hint(info);
+    report.reason =
+        rows.reason().empty() ? "" : rows.reason() + nameHint(info, rows.missingTable());
   }
   return report;
 }

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "kw/trx/trx_info.h"
-#include "running/name_hints.h"
 #include "running/request.h"
+#include "running/row_events.h"
 #include "running/run_report.h"
 #include "trxctl/command_line.h"
 
@@ -30,7 +30,7 @@ struct RequestOptions {
 };
 
 /// The options of a request; `what` is what NAME stands for.
-void addRequestOptions(Command& command, RequestOptions& options, const std::string& what);
+void addRequestOptions(CommandOptions& command, RequestOptions& options, const std::string& what);
 
 /// Runs `body`, which returns the exit status, in a child process unless the options say otherwise.
 /// When that process is taken down, says by what and where. Returns the exit status.
@@ -40,10 +40,9 @@ int runApart(RequestOptions& options, const std::function<int()>& body);
 /// interrupt sets the engine's stop flag; a second one ends the process.
 bool beginRun(const RequestOptions& options);
 
-/// Runs `call` on `info` until it has ended. `reason` and `hints` are read afterwards: what the
-/// records tell that were written.
-RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, Request call,
-                     const std::string& reason, const NameHints& hints);
+/// Runs `call` on `info` until it has ended; `rows` must take its records.
+RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, RequestCall call,
+                     RowEvents& rows);
 
 /// The exit status for a request that came to its end.
 int statusOf(const RunReport& report);

@@ -31,7 +31,7 @@ void write(const ErrorRecord& record, JsonWriter& json) {
   json.endObject();
 }
 
-void write(const Failure& failure, JsonWriter& json) {
+void write(const ReportedFailure& failure, JsonWriter& json) {
   if (!failure.table.empty()) {
     json.key("firstFailingRow").beginObject().member("table", failure.table);
     json.key("number").number(failure.number).endObject();

@@ -107,7 +107,7 @@ void printThreadEnd(const RequestName& request) {
             << ": its HAP ended the thread that ran it" << std::endl;
 }
 
-void printFailure(const Failure& failure, const std::string& reason) {
+void printFailure(const ReportedFailure& failure, const std::string& reason) {
   if (!failure.table.empty()) {
     std::cout << "  first failing row: table " << failure.table << ", NUMBER "
               << hexText(failure.number) << '\n';

@@ -21,7 +21,7 @@ void printCrash(const CrashReport& report);
 void printThreadEnd(const RequestName& request);
 
 /// Prints what is known of a run that failed, and of its `reason` unless that is empty.
-void printFailure(const Failure& failure, const std::string& reason);
+void printFailure(const ReportedFailure& failure, const std::string& reason);
 
 }  // namespace kw::trx::tools
 

@@ -142,11 +142,6 @@ void follow(SimulationRequest& request, std::uint64_t& waited_ms, StepDialogue* 
       dialogue->stopAt(event);
     }
   };
-  if (dialogue != nullptr) {
-    request.on_record = [dialogue](const kw::platform::TraceRecord& record) {
-      dialogue->take(record);
-    };
-  }
 }
 
 int simulate(SimulateOptions options) {
@@ -205,7 +200,7 @@ int simulate(SimulateOptions options) {
 
 void addSimulateCommand(CommandLine& line) {
   auto options = std::make_shared<SimulateOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "simulate", "Runs a table with HAPs that do what you say, without modules",
       "The engine itself runs the rows; no module, configuration or lock is needed, and waits are\n"
       "added up instead of slept. The name of a configured table stands for its file; called "

@@ -9,11 +9,10 @@
 #include "common/text.h"
 #include "common/times.h"
 #include "traces/changes.h"
-#include "traces/ring_merger.h"
 #include "traces/statistics.h"
 #include "trxctl/commands.h"
+#include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
-#include "trxctl/trace_summary.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -25,35 +24,34 @@ struct StatsOptions {
   std::vector<std::string> rings, against;
   std::string split;
   bool json = false;
+  FilterOptions requests;
 };
 
 using Entry = std::pair<const Work, WorkFigures>;
 
-/// Reads rings together; slices that began before `split_ns` go to `before`. Returns the exit
-/// status.
-int readRings(const std::vector<std::string>& files, std::uint64_t split_ns, Statistics& before,
-              Statistics& now) {
-  RingMerger rings;
-  std::vector<SliceTracker> trackers;
-  const auto lock = std::make_shared<LockHistory>();
-  for (const std::string& file : files) {
-    if (rings.open(file) != 0) {
-      return failToOpenRing(file);
-    }
-    trackers.emplace_back(
-        [split_ns, &before, &now, ring = trackers.size()](const Slice& slice) {
-          (slice.begin_ns < split_ns ? before : now).take(slice, ring);
-        },
-        lock);
+/// Hands the requests that started before a time to one listener, the others to another one.
+class SplitRequests : public RequestListener {
+ public:
+  SplitRequests(std::uint64_t split_ns, RequestListener& before, RequestListener& now)
+      : split_ns_(split_ns), before_(before), now_(now) {}
+
+  void spanEnded(const Request& request, const Span& span) override {
+    (span.start_ns < split_ns_ ? before_ : now_).spanEnded(request, span);
   }
-  for (kw::platform::TraceRecord record; rings.next(record);) {
-    trackers[rings.ring()].take(record);
-  }
-  for (SliceTracker& tracker : trackers) {
-    tracker.finish();
-  }
-  sayWhatIsLost(rings.doubtful(), rings.lost());
-  return kExitOk;
+
+ private:
+  const std::uint64_t split_ns_;
+  RequestListener& before_;
+  RequestListener& now_;
+};
+
+/// Reads rings together. Returns the exit status.
+int readAllOf(const std::vector<std::string>& files, const RequestFilter& filter,
+              RequestListener& listener) {
+  FilteredRequests filtered(filter, listener);
+  RequestReader reader(filtered);
+  const int opened = openRings(files, reader);
+  return opened == kExitOk ? readRings(reader, files, false) : opened;
 }
 
 /// Reads what the options name; of one trace in two parts, both. Returns the exit status.
@@ -62,12 +60,12 @@ int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
   if (!options.split.empty()) {
     split_ns = *timeOf(options.split, endOfRings(options.rings));
   }
-  int status = readRings(options.rings, split_ns, before, now);
+  SplitRequests split(split_ns, before, now);
+  const RequestFilter filter = filterOf(options.requests, options.rings);
+  int status = readAllOf(options.rings, filter, split);
   if (status == kExitOk && !options.against.empty()) {
-    status = readRings(options.against, 0, before, before);
+    status = readAllOf(options.against, filter, before);
   }
-  before.finish();
-  now.finish();
   return status;
 }
 
@@ -102,7 +100,7 @@ void printFigures(const Entry& entry) {
 std::vector<const Entry*> sorted(const Statistics& statistics, bool haps) {
   std::vector<const Entry*> entries;
   for (const Entry& entry : statistics.all()) {
-    if (entry.first.table.empty() == haps) {
+    if (entry.first.isHAP() == haps) {
       entries.push_back(&entry);
     }
   }
@@ -198,9 +196,9 @@ void writeDurations(JsonWriter& json, const char* name, const Durations& duratio
 }
 
 void writeWork(JsonWriter& json, const Work& work) {
-  if (!work.table.empty()) {
-    json.member("table", work.table).member("row", hexDigits(work.row));
-    json.member("command", work.command);
+  if (!work.isHAP()) {
+    json.member("table", work.row.table).member("row", hexDigits(work.row.number));
+    json.member("command", wordOf(work.command));
   }
   json.member("name", work.name);
 }
@@ -248,11 +246,7 @@ int showStatistics(const StatsOptions& options) {
   if (status != kExitOk) {
     return status;
   }
-  if (const std::uint64_t left_out = before.doubtful() + now.doubtful()) {
-    std::cerr << "trxctl: " << left_out
-              << " runs of HAPs and rows are left out: records of their requests are missing or "
-                 "damaged\n";
-  }
+  sayLeftOut(before.leftOut() + now.leftOut());
   const bool compares = !options.against.empty() || !options.split.empty();
   if (now.all().empty() && before.all().empty()) {
     return fail("no record tells of a HAP or row; those of the level info must be in the ring");
@@ -276,7 +270,7 @@ int showStatistics(const StatsOptions& options) {
 
 void addStatsCommand(CommandLine& line) {
   auto options = std::make_shared<StatsOptions>();
-  Command command = line.add(
+  CommandOptions command = line.add(
       "stats", "Tells how often and how long HAPs and rows ran, and what became slower",
       "Several rings are read together. Times are in milliseconds; own times are without nested\n"
       "HAPs, called tables and the wait for other holders of the lock.\n"
@@ -292,6 +286,8 @@ void addStatsCommand(CommandLine& line) {
                 {},
                 false,
                 timeProblem});
+  addFilterOptions(command, options->requests);
+  addRequestOption(command, options->requests);
   command.flag(options->json, {"--json", "Print JSON"});
   command.excludes("--split", {"--against"});
   command.run([options] { return showStatistics(*options); });

@@ -36,20 +36,10 @@ CallPattern breakFrom(const std::string& text, const std::string& table, const T
 
 StepDialogue::StepDialogue(const std::vector<std::string>& breaks, const std::string& table,
                            const TableFlows& tables)
-    : tables_(tables), steps_(breaks.empty()), tracker_([](const Slice& /*ended*/) {}) {
+    : tables_(tables), steps_(breaks.empty()) {
   for (const std::string& text : breaks) {
     breaks_.push_back(breakFrom(text, table, tables));
   }
-}
-
-void StepDialogue::take(const kw::platform::TraceRecord& record) {
-  const SliceTracker::Place place = tracker_.take(record);
-  if (place.slices == nullptr) {
-    return;
-  }
-  depth_ = static_cast<std::size_t>(
-      std::count_if(place.slices->begin(), place.slices->end(),
-                    [](const Slice& slice) { return slice.kind == Slice::Kind::kTable; }));
 }
 
 void StepDialogue::stopAt(const RowEvent& row) {
@@ -62,7 +52,7 @@ void StepDialogue::stopAt(const RowEvent& row) {
 }
 
 void StepDialogue::noteRow(const RowEvent& row) {
-  stack_.resize(std::max<std::size_t>(1, depth_));
+  stack_.resize(std::max<std::size_t>(1, row.tables));
   stack_.back() = {row.table, row.number};
 }
 

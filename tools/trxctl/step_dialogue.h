@@ -9,7 +9,6 @@
 
 #include "simulation/rules.h"
 #include "simulation/simulator.h"
-#include "traces/slices.h"
 
 namespace kw::trx::tools {
 
@@ -23,9 +22,7 @@ class StepDialogue {
   StepDialogue(const std::vector<std::string>& breaks, const std::string& table,
                const TableFlows& tables);
 
-  /// Follows the run; to be called with each record and each row as it begins, the row before the
-  /// record that tells of it.
-  void take(const kw::platform::TraceRecord& record);
+  /// Follows the run; to be called with each row as it starts.
   void stopAt(const RowEvent& row);
 
   /// What was chosen for the HAP that is called now; none: nothing was.
@@ -47,9 +44,7 @@ class StepDialogue {
   const TableFlows& tables_;
   std::vector<CallPattern> breaks_;
   bool steps_;
-  SliceTracker tracker_;
   std::vector<Frame> stack_;  // the outermost table first
-  std::size_t depth_ = 0;     // of the table that runs, from 1
   std::optional<HAPOutcome> next_;
 };
 

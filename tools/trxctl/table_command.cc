@@ -97,18 +97,16 @@ int runTable(const RequestOptions& options) {
   info.setTableUnitList(units.list());
   RowPrinter printer;
   RowList list;
-  NameHints hints;
   RowEvents rows(
       info, [&](const RowEvent& event) { options.json ? list.add(event) : printer.print(event); });
   const RecordCollector collector(kw::platform::kTraceAll,
                                   [&](const kw::platform::TraceRecord& record) {
                                     printer.endWait();
-                                    hints.take(record);
                                     rows.take(record);
                                   });
   const auto call = [&info] { trx::TRX::getInstance()->execTable(&info); };
   const auto wait = [&options](unsigned int time_ms) { waitFor(time_ms, !options.json); };
-  const RunReport report = runRequest(info, options, {call, wait, {}}, rows.reason(), hints);
+  const RunReport report = runRequest(info, options, {call, wait, {}}, rows);
   write(report, list, options.json);
   return statusOf(report);
 }
@@ -118,7 +116,7 @@ int runTable(const RequestOptions& options) {
 void addTableCommand(CommandLine& line) {
   auto options = std::make_shared<RequestOptions>();
   options->kind = RequestKind::kTable;
-  Command command = line.add(
+  CommandOptions command = line.add(
       "table", "Runs one table on the configured modules and tables",
       "Prints each row as it begins: seconds since the start, table, NUMBER of the row, command.\n"
       "Waits are done by this tool when the configuration hands them to the requester.\n"

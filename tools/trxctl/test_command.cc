@@ -74,7 +74,7 @@ int test(const TestOptions& options) {
 
 void addTestCommand(CommandLine& line) {
   auto options = std::make_shared<TestOptions>();
-  Command command =
+  CommandOptions command =
       line.add("test", "Runs the cases of case files: what a table does when its HAPs do this",
                "A case file is a CSV file beside the tables; the table guide tells its rows.\n"
                "Example: trxctl test selftest.cases.csv\n"

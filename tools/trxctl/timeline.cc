@@ -12,13 +12,12 @@
 #include "common/text.h"
 #include "common/times.h"
 #include "traces/record_words.h"
+#include "traces/request_summaries.h"
 #include "trxctl/command_line.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
-
-constexpr const char* kKinds[] = {"request", "table", "row", "hap"};
 
 /// `time_ns` in microseconds, which is the unit of a timeline.
 std::string microsText(std::uint64_t time_ns) {
@@ -27,15 +26,6 @@ std::string microsText(std::uint64_t time_ns) {
                 static_cast<unsigned long long>(time_ns / kNanosPerMicro),
                 static_cast<unsigned int>(time_ns % kNanosPerMicro));
   return text;
-}
-
-void writeSlice(const Slice& slice, std::uint64_t start_ns, JsonWriter& json) {
-  json.beginObject().member("name", slice.name).member("cat", kKinds[static_cast<int>(slice.kind)]);
-  json.member("ph", "X").key("ts").raw(microsText(slice.begin_ns - start_ns));
-  json.key("dur").raw(microsText(slice.end_ns - slice.begin_ns));
-  json.key("pid").number(slice.process_id).key("tid").number(slice.thread_id);
-  json.key("args").beginObject().member("request", hexText(slice.request)).endObject();
-  json.endObject();
 }
 
 void writeError(const kw::platform::TraceRecord& record, std::uint64_t start_ns, JsonWriter& json) {
@@ -48,11 +38,46 @@ void writeError(const kw::platform::TraceRecord& record, std::uint64_t start_ns,
 
 }  // namespace
 
+void Timeline::add(const Request& request, const Span& span) {
+  if (!span.isRow()) {
+    addBars(request, {span.name, span.isHAP() ? "hap" : "table", request.process_id, 0, request.id,
+                      span.start_ns, span.end_ns});
+  }
+}
+
+void Timeline::add(const Request& request) {
+  if (request.ending != Ending::kRefused) {
+    addBars(request, {nameText(request), "request", request.process_id, 0, request.id,
+                      request.start_ns, request.end_ns});
+  }
+}
+
+void Timeline::addBars(const Request& request, const Bar& whole) {
+  for (const Request::Part& part : request.parts) {
+    Bar bar = whole;
+    bar.thread_id = part.thread_id;
+    bar.start_ns = std::max(whole.start_ns, part.start_ns);
+    bar.end_ns = std::min(whole.end_ns, std::max(part.end_ns, part.start_ns));
+    if (bar.start_ns <= bar.end_ns) {
+      bars_.push_back(std::move(bar));
+    }
+  }
+}
+
+void Timeline::write(const Bar& bar, std::uint64_t start_ns, JsonWriter& json) {
+  json.beginObject().member("name", bar.name).member("cat", bar.kind);
+  json.member("ph", "X").key("ts").raw(microsText(bar.start_ns - start_ns));
+  json.key("dur").raw(microsText(bar.end_ns - bar.start_ns));
+  json.key("pid").number(bar.process_id).key("tid").number(bar.thread_id);
+  json.key("args").beginObject().member("request", hexText(bar.request)).endObject();
+  json.endObject();
+}
+
 /// Times count from the first event, so that no digit is lost.
 int Timeline::write(const std::string& path) const {
   std::uint64_t start_ns = std::numeric_limits<std::uint64_t>::max();
-  for (const Slice& slice : slices_) {
-    start_ns = std::min(start_ns, slice.begin_ns);
+  for (const Bar& bar : bars_) {
+    start_ns = std::min(start_ns, bar.start_ns);
   }
   for (const kw::platform::TraceRecord& record : errors_) {
     start_ns = std::min(start_ns, record.time_ns);
@@ -60,8 +85,8 @@ int Timeline::write(const std::string& path) const {
   std::ofstream file(path);
   JsonWriter json(1);
   json.beginObject().key("traceEvents").beginArray();
-  for (const Slice& slice : slices_) {
-    writeSlice(slice, start_ns, json);
+  for (const Bar& bar : bars_) {
+    write(bar, start_ns, json);
     file << json.taken();
   }
   for (const kw::platform::TraceRecord& record : errors_) {

@@ -8,21 +8,36 @@
 #include <vector>
 
 #include "kw/platform.h"
-#include "traces/slices.h"
+#include "traces/request.h"
 
 namespace kw::trx::tools {
+
+class JsonWriter;
 
 /// Collects what goes into a timeline.
 class Timeline {
  public:
-  void add(const Slice& slice) { slices_.push_back(slice); }
+  /// A table or HAP; rows are left out. One that goes on behind a wait is drawn in each part of its
+  /// request, on the thread of that.
+  void add(const Request& request, const Span& span);
+  void add(const Request& request);
   void addError(const kw::platform::TraceRecord& record) { errors_.push_back(record); }
 
   /// Writes the file at `path`. Returns the exit status.
   int write(const std::string& path) const;
 
  private:
-  std::vector<Slice> slices_;
+  struct Bar {
+    std::string name;
+    const char* kind;
+    std::uint32_t process_id, thread_id, request;
+    std::uint64_t start_ns, end_ns;
+  };
+
+  void addBars(const Request& request, const Bar& whole);
+  static void write(const Bar& bar, std::uint64_t start_ns, JsonWriter& json);
+
+  std::vector<Bar> bars_;
   std::vector<kw::platform::TraceRecord> errors_;
 };
 

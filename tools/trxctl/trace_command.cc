@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <memory>
@@ -13,12 +14,11 @@
 #include "kw/platform.h"
 #include "tables/row_notes.h"
 #include "tables/surroundings.h"
-#include "traces/doubts.h"
 #include "traces/placing.h"
 #include "traces/seen_names.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
-#include "trxctl/ring_watch.h"
+#include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 #include "trxctl/timeline.h"
 #include "trxctl/trace_output.h"
@@ -30,18 +30,17 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr std::size_t kIdMost = 0xffffffff;
 constexpr char kDefaultRing[] = "/trace.ring";
 
 struct TraceOptions {
-  std::string file, request, perfetto;
+  std::string file, perfetto;
   Selection selection;
   bool follow = false;
   bool json = false;
   bool summary = false;
   bool rows = false;
   std::vector<std::string> tables;
-  SummaryOptions requests;
+  FilterOptions requests;
 };
 
 /// The tables whose rows are shown; none: rows are not.
@@ -68,95 +67,91 @@ std::optional<KnownTables> tablesFor(const TraceOptions& options) {
 }
 
 /// Shows the records of one ring.
-class TraceShow {
+class TraceShow : private RequestListener {
  public:
   explicit TraceShow(const TraceOptions& options)
       : options_(options),
         output_(options.json),
         seen_(options.selection),
-        tracker_([this](const Slice& slice) { end(slice); }),
         placer_(options.rows || !options.tables.empty(),
-                [this](const TraceRecord& record, const SliceTracker::Place& place,
-                       const std::string* called) { show(record, place, called); }) {
+                [this](const Event& event, const Place& place, const std::string* called) {
+                  show(event, place, called);
+                }) {
     if (std::optional<KnownTables> tables = tablesFor(options)) {
       rows_.emplace(std::move(*tables));
     }
   }
 
   int run() {
-    RingWatch ring(options_.file, options_.follow);
-    const RingWatch::End end = ring.run([this](const TraceRecord& record) { take(record); },
-                                        [this] {
-                                          placer_.flush();
-                                          output_.flush();
-                                        });
-    if (end != RingWatch::End::kRead) {
-      return end == RingWatch::End::kGivenUp ? kExitOk : failToOpenRing(options_.file);
+    RequestReader ring(*this);
+    if (options_.follow && !waitForRing(options_.file)) {
+      return kExitOk;
     }
-    tracker_.finish();
-    sayWhatIsMissing(ring.lost());
-    return options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
-  }
-
- private:
-  void take(const TraceRecord& record) {
-    if (const char* const doubt = doubtOf(record)) {
-      ++doubtful_;
-      return takeDoubtful(record, doubt);
+    if (const int opened = openRings({options_.file}, ring); opened != kExitOk) {
+      return opened;
     }
-    const SliceTracker::Place place = tracker_.take(record);
-    if (options_.perfetto.empty()) {
-      placer_.take(record, place);
-    } else if (record.level == trx::kLevelError) {
-      timeline_.addError(record);
-    }
-  }
-
-  /// A doubtful record is inside of nothing, and nothing begins or ends with it.
-  void takeDoubtful(const TraceRecord& record, const char* doubt) {
-    placer_.flush();
-    if (options_.perfetto.empty() && options_.selection.takes(record, {})) {
-      output_.show(record, {}, doubt, nullptr);
-    }
-  }
-
-  void end(const Slice& slice) {
-    seen_.add(slice);
-    if (!options_.perfetto.empty() && slice.kind != Slice::Kind::kRow) {
-      timeline_.add(slice);
-    }
-  }
-
-  void show(const TraceRecord& record, const SliceTracker::Place& place,
-            const std::string* called) {
-    seen_.add(place);
-    RowNote* const note = rows_ ? rows_->take(record, place, called) : nullptr;
-    if (options_.selection.takes(record, place)) {
-      output_.show(record, place, nullptr, note);
-      if (note != nullptr) {
-        rows_->told(*note, place);
-      }
-    }
-  }
-
-  void sayWhatIsMissing(std::uint64_t lost) const {
-    sayWhatIsLost(doubtful_, lost);
-    std::vector<std::string> missing = seen_.missing(tracker_.requests());
+    ring.watch([this](const PlacedRecord& record) { take(record); }, options_.perfetto.empty());
+    const int status = readRings(ring, {options_.file}, options_.follow, [this] {
+      placer_.flush();
+      output_.flush();
+    });
+    std::vector<std::string> missing = seen_.missing(ring.requests());
     for (const std::string& words : rows_ ? rows_->missing() : std::vector<std::string>()) {
       missing.push_back(words);
     }
     for (const std::string& words : missing) {
       std::cerr << "trxctl: " << words << '\n';
     }
+    const int written = options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
+    return std::max(status, written);
+  }
+
+ private:
+  /// A suspect record is inside of nothing, and nothing starts or ends with it.
+  void take(const PlacedRecord& placed) {
+    if (!options_.perfetto.empty()) {
+      if (placed.suspicion == nullptr && placed.record.level == trx::kLevelError) {
+        timeline_.addError(placed.record);
+      }
+    } else if (placed.suspicion == nullptr) {
+      placer_.take(placed.event, placed.place);
+    } else {
+      placer_.flush();
+      if (options_.selection.takes(placed.record, {})) {
+        output_.show(placed.record, {}, placed.suspicion, nullptr);
+      }
+    }
+  }
+
+  void spanEnded(const Request& request, const Span& span) override {
+    seen_.add(span);
+    if (!options_.perfetto.empty()) {
+      timeline_.add(request, span);
+    }
+  }
+
+  void requestEnded(const Request& request) override {
+    if (!options_.perfetto.empty()) {
+      timeline_.add(request);
+    }
+  }
+
+  void show(const Event& event, const Place& place, const std::string* called) {
+    seen_.add(place);
+    RowNote* const note = rows_ ? rows_->take(event, place, called) : nullptr;
+    if (options_.selection.takes(*event.record, place)) {
+      output_.show(*event.record, place, nullptr, note);
+      if (note != nullptr) {
+        rows_->told(*note, place);
+      }
+    }
   }
 
   const TraceOptions& options_;
-  std::uint64_t doubtful_ = 0;
   TraceOutput output_;
   SeenNames seen_;
   Timeline timeline_;
   std::optional<RowNotes> rows_;
-  SliceTracker tracker_;
   RecordPlacer placer_;
 };
 
@@ -168,38 +163,16 @@ int showTrace(TraceOptions& options) {
     }
     options.file = kw::platform::getSystemRoot() + kDefaultRing;
   }
-  if (const auto request = requestOf(options.request)) {
-    options.selection.request = request->first;
-    options.selection.request_number = request->second;
-  }
-  if (options.summary) {
-    options.requests.json = options.json;
-    options.requests.filter.request = options.selection.request;
-    options.requests.filter.request_number = options.selection.request_number;
-    return showSummary(options.file, options.requests);
-  }
-  return TraceShow(options).run();
+  const RequestFilter filter = filterOf(options.requests, {options.file});
+  options.selection.request = filter.request;
+  options.selection.request_number = filter.request_number;
+  return options.summary ? showSummary(options.file, filter, options.json)
+                         : TraceShow(options).run();
 }
 
-void addSummaryOptions(Command& command, TraceOptions& options) {
-  RequestFilter& filter = options.requests.filter;
+void addSummaryOptions(CommandOptions& command, TraceOptions& options) {
   command.flag(options.summary, {"--summary", "Print a line for each request instead of records"});
-  command.text(
-      options.requests.since,
-      {"--since", "Show requests that ran at or after this time", "TIME", {}, false, timeProblem});
-  command.text(options.requests.until, {"--until",
-                                        "Show requests that began at or before this time",
-                                        "TIME",
-                                        {},
-                                        false,
-                                        timeProblem});
-  command.number(filter.process, {"--process", "Show requests of this process", "ID"}, 1, kIdMost);
-  command.number(filter.thread, {"--thread", "Show requests of this thread", "ID"}, 1, kIdMost);
-  command.flag(filter.failed, {"--failed", "Show requests that failed or were refused"});
-  command.text(filter.text, {"--text",
-                             "Show requests of whose name, mode, units or outcome this "
-                             "is a part",
-                             "TEXT"});
+  addFilterOptions(command, options.requests);
   for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
     command.needs(option, "--summary");
   }
@@ -212,7 +185,7 @@ void addSummaryOptions(Command& command, TraceOptions& options) {
 void addTraceCommand(CommandLine& line) {
   auto options = std::make_shared<TraceOptions>();
   Selection& selection = options->selection;
-  Command command = line.add(
+  CommandOptions command = line.add(
       "trace", "Decodes the trace ring of a running or dead process",
       "Each line: date, local time with its zone, process/thread, request (- for none), level,\n"
       "trace id, what happened, and where. A request is shown by its id, which is the low half\n"
@@ -225,12 +198,13 @@ void addTraceCommand(CommandLine& line) {
                                  "Show records of this level and graver ones",
                                  "",
                                  {"error", "info", "debug", "debug2"}});
-  command.text(options->request, {"--request",
-                                  "Show the records of the requests with this id, or of one",
-                                  "ID[.NUMBER]",
-                                  {},
-                                  false,
-                                  requestIdProblem});
+  command.text(options->requests.request,
+               {"--request",
+                "Show the records of the requests with this id, or of one",
+                "ID[.NUMBER]",
+                {},
+                false,
+                requestIdProblem});
   command.text(selection.hap, {"--hap", "Show what happened inside HAPs of this name", "NAME"});
   command.text(selection.table,
                {"--table", "Show what happened inside runs of this table", "NAME"});

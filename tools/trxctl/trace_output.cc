@@ -59,7 +59,7 @@ TraceOutput::TraceOutput(bool json)
     : json_(json),
       error_(paintOf(Colour::kRed)),
       origin_(paintOf(Colour::kGrey)),
-      doubtful_(paintOf(Colour::kYellow)) {}
+      suspect_(paintOf(Colour::kYellow)) {}
 
 TraceOutput::Paint TraceOutput::paintOf(Colour colour) {
   const std::string text = "|";
@@ -68,12 +68,12 @@ TraceOutput::Paint TraceOutput::paintOf(Colour colour) {
   return {painted.substr(0, at), painted.substr(at + text.size())};
 }
 
-void TraceOutput::show(const TraceRecord& record, const SliceTracker::Place& place,
-                       const char* doubt, const RowNote* note) {
+void TraceOutput::show(const TraceRecord& record, const Place& place, const char* suspicion,
+                       const RowNote* note) {
   if (json_) {
-    addJson(record, place, doubt, note);
+    addJson(record, place, suspicion, note);
   } else {
-    addLine(record, place, doubt);
+    addLine(record, place, suspicion);
     if (note != nullptr && !note->is_told) {
       addNote(*note);
     }
@@ -106,8 +106,7 @@ void TraceOutput::addTime(std::uint64_t time_ns) {
   out_ += zone_;
 }
 
-void TraceOutput::addLine(const TraceRecord& record, const SliceTracker::Place& place,
-                          const char* doubt) {
+void TraceOutput::addLine(const TraceRecord& record, const Place& place, const char* suspicion) {
   addTime(record.time_ns);
   addNumber(record.process_id, 10, 1, out_);
   out_ += '/';
@@ -122,16 +121,14 @@ void TraceOutput::addLine(const TraceRecord& record, const SliceTracker::Place& 
   addNumber(record.id, 16, kIdDigits, out_);
   out_ += ' ';
   out_ += is_error ? error_.after : std::string();
-  if (doubt != nullptr) {
-    out_.append(doubtful_.before).append("doubtful, as ").append(doubt).append(": ");
-    out_ += doubtful_.after;
-    for (const std::string& character : charactersOf(describe(record))) {
-      out_ += characterAt(character, 0) == 0 ? "?" : character;
-    }
+  if (suspicion != nullptr) {
+    out_.append(suspect_.before).append("doubtful, as ").append(suspicion).append(": ");
+    out_ += suspect_.after;
+    appendDescription(record, out_);
   } else {
     appendDescription(record, out_);
   }
-  if (const Point* const point = findPoint(record.id)) {
+  if (const Point* const point = isOfEngine(record) ? findPoint(record.id) : nullptr) {
     out_.append(origin_.before).append("  (").append(point->origin).append(")");
     out_ += origin_.after;
   }
@@ -144,20 +141,21 @@ void TraceOutput::addNote(const RowNote& note) {
     addNumber(note.row->line(), 10, 1, out_);
     out_.append(" | ").append(origin_.after).append(note.row->text());
   } else if (!note.problem.empty()) {
-    out_.append("\n    ").append(doubtful_.before).append(note.problem).append(doubtful_.after);
+    out_.append("\n    ").append(suspect_.before).append(note.problem).append(suspect_.after);
   }
 }
 
-void TraceOutput::addJson(const TraceRecord& record, const SliceTracker::Place& place,
-                          const char* doubt, const RowNote* note) {
+void TraceOutput::addJson(const TraceRecord& record, const Place& place, const char* suspicion,
+                          const RowNote* note) {
   JsonWriter json(-1);
   json.beginObject().key("timeNs").number(record.time_ns);
   json.key("process").number(record.process_id).key("thread").number(record.thread_id);
   json.member("request", hexText(place.request)).key("requestNumber").number(place.number);
   json.member("level", levelName(record.level));
-  json.member("id", hexText(record.id)).member("origin", originOf(record.id));
-  if (doubt != nullptr) {
-    json.member("doubtful", doubt);
+  json.member("id", hexText(record.id))
+      .member("origin", isOfEngine(record) ? originOf(record.id) : "");
+  if (suspicion != nullptr) {
+    json.member("doubtful", suspicion);
   }
   json.member("words", describe(record));
   const std::vector<Value> values = valuesOf(record);

@@ -9,7 +9,7 @@
 
 #include "kw/platform.h"
 #include "tables/row_notes.h"
-#include "traces/slices.h"
+#include "traces/request_builder.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
@@ -18,10 +18,10 @@ class TraceOutput {
  public:
   explicit TraceOutput(bool json);
 
-  /// Shows a record; `doubt` tells what makes it doubtful, `note` what its row says; both may be
+  /// Shows a record; `suspicion` tells what makes it suspect, `note` what its row says; both may be
   /// null. As text a note is shown once, as JSON with each record.
-  void show(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
-            const char* doubt, const RowNote* note);
+  void show(const kw::platform::TraceRecord& record, const Place& place, const char* suspicion,
+            const RowNote* note);
 
   /// Writes to standard output what is not there yet.
   void flush();
@@ -33,15 +33,14 @@ class TraceOutput {
   };
 
   static Paint paintOf(Colour colour);
-  void addLine(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
-               const char* doubt);
+  void addLine(const kw::platform::TraceRecord& record, const Place& place, const char* suspicion);
   void addNote(const RowNote& note);
-  void addJson(const kw::platform::TraceRecord& record, const SliceTracker::Place& place,
-               const char* doubt, const RowNote* note);
+  void addJson(const kw::platform::TraceRecord& record, const Place& place, const char* suspicion,
+               const RowNote* note);
   void addTime(std::uint64_t time_ns);
 
   const bool json_;
-  const Paint error_, origin_, doubtful_;
+  const Paint error_, origin_, suspect_;
   std::string out_;
   std::time_t second_ = -1;  // the one that the next two show
   std::string clock_, zone_;

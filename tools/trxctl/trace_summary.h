@@ -10,20 +10,8 @@
 
 namespace kw::trx::tools {
 
-struct SummaryOptions {
-  RequestFilter filter;
-  std::string since, until;  ///< as given; empty: any
-  bool json = false;
-};
-
 /// Prints the requests of the ring `file` that are wanted. Returns the exit status.
-int showSummary(const std::string& file, const SummaryOptions& options);
-
-/// Says on standard error that the ring `file` could not be opened, by `errno`.
-int failToOpenRing(const std::string& file);
-
-/// Says on standard error how much of a ring is doubtful or missing, if anything.
-void sayWhatIsLost(std::uint64_t doubtful, std::uint64_t lost);
+int showSummary(const std::string& file, const RequestFilter& filter, bool json);
 
 }  // namespace kw::trx::tools
 

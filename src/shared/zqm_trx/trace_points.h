@@ -20,7 +20,7 @@ struct TracePoint {
   unsigned int level;
 };
 
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, values, sentence) \
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
   constexpr TracePoint constant{id, level};
 #include "zqm_trx/trace_catalogue.def"  // IWYU pragma: export
 

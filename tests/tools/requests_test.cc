@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: Apache-2.0
+// Requests whose records can be read in two ways, or are not all there.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+
+#include "../truth/steering.h"
+#include "kw/trx/hap_controller.h"
+#include "kw/trx/logger.h"
+#include "records_fixture.h"
+
+namespace kw::trx::testing {
+namespace {
+
+using kw::platform::TraceRecord;
+using tools::EventKind;
+using Lines = std::vector<std::string>;
+
+/// What HAPs of module TRU do, by their names; the others succeed.
+using Acts = std::map<std::string, std::function<int(trx::TRXInfo* info)>>;
+
+class Script : public truth::Steering {
+ public:
+  explicit Script(const Acts& acts) : acts_(acts) {}
+  int run(trx::TRXInfo* info, const char* name, const char*) override {
+    const auto act = acts_.find(name);
+    return act == acts_.end() ? 0 : act->second(info);
+  }
+
+ private:
+  const Acts& acts_;
+};
+
+class RequestsTest : public RecordsTest {
+ protected:
+  /// Requests a HAP, or the table "t", on a context, which is one of the script from then on.
+  std::string request(trx::TRXInfo& info, const std::string& name) {
+    delete info.getHAPAPIExpandData();
+    info.setHAPAPIExpandData(new Script(acts));
+    return name == "t" ? execTable(info, name) : execHAP(info, name);
+  }
+
+  static void call(trx::TRXInfo* info, const std::string& hap) {
+    std::vector<kw::sysobj::Component*> none;
+    trx::TRX::getInstance()->getHAPController()->execHAP(info, none, hap, "", nullptr, nullptr,
+                                                         false);
+  }
+
+  static void callAndCatch(trx::TRXInfo* info, const std::string& hap) {
+    outcomeOf([&] { call(info, hap); });
+  }
+
+  static int fail(trx::TRXInfo* info) {
+    info->error.setHAPError(0x20003, nullptr, 0);
+    return 1;
+  }
+
+  /// The records up to the last one of a kind.
+  static std::vector<TraceRecord> upTo(std::vector<TraceRecord> records, EventKind kind) {
+    while (!records.empty() && tools::eventOf(records.back()).kind != kind) {
+      records.pop_back();
+    }
+    return records;
+  }
+
+  Acts acts;
+};
+
+TEST_F(RequestsTest, WhatHasNoEndHasNotEndedWhateverFailedInsideOfIt) {
+  acts["TRU_A"] = [](trx::TRXInfo* info) {
+    callAndCatch(info, "TRU_B");
+    call(info, "TRU_C");
+    return 0;
+  };
+  acts["TRU_B"] = fail;
+  startTables({{"t", ",2,HAP,TRU_A\n,3,END\n"}}, MODULE_TRU);
+  const std::string open = ": its end is not in the ring; ";
+  const struct {
+    const char* request;
+    EventKind last;
+    std::string expected;
+  } cases[] = {
+      {"TRU_A", EventKind::kHAPStarted, "HAP TRU_C has not ended; "},
+      {"TRU_A", EventKind::kHAPFailed, "HAP TRU_A has not ended; "},
+      {"TRU_A", EventKind::kHAPEnded, "HAP TRU_A has not ended; "},
+      {"t", EventKind::kHAPStarted, "row t/2, HAP TRU_C has not ended; "},
+      {"t", EventKind::kHAPEnded, "row t/2 has not ended; "},
+  };
+  for (const auto& [name, last, expected] : cases) {
+    const std::vector<TraceRecord> records = recordsOf([&, name = name] {
+      trx::TRXInfo info;
+      EXPECT_EQ(request(info, name), "ok");
+    });
+    const ReadRequests read(upTo(records, last));
+    ASSERT_EQ(read.outcomes.size(), 1U);
+    EXPECT_EQ(read.outcomes[0].substr(0, read.outcomes[0].find("its last record")),
+              name + open + expected);
+    EXPECT_EQ(read.requests[0].ending, tools::Ending::kOpen);
+  }
+}
+
+TEST_F(RequestsTest, EachEndsAsItDid) {
+  startTables({{"t", ",2,HAP,TRU_A,,STACK\n,3,WAIT,,1\n,4,HAP,TRU_B\n,5,END\n"}}, MODULE_TRU);
+  const auto give = [](unsigned int code) {
+    return [code](trx::TRXInfo* info) {
+      info->error.setErrCode(code);
+      return 1;
+    };
+  };
+  const auto ask = [this](trx::TRXInfo*) {
+    trx::TRXInfo own;
+    request(own, "TRU_D");
+    return 0;
+  };
+  int calls = 0;
+  const struct {
+    const char* what;
+    Acts acts;
+    Lines requests;
+    Lines expected;
+  } cases[] = {
+      {"the first failing row stays over a wait",
+       {{"TRU_A", fail}, {"TRU_B", fail}},
+       {"t"},
+       {"t: failed: row t/2: HAP TRU_A: 0x20003, a HAP's own error, with its detail; ended by row "
+        "t/4"}},
+      {"a context that is not initialized behind an error end",
+       {{"TRU_B", [&calls](trx::TRXInfo* info) { return ++calls == 1 ? fail(info) : 0; }}},
+       {"t", "t again"},
+       {"t: failed: row t/4: HAP TRU_B: 0x20003, a HAP's own error, with its detail",
+        "t: failed: its context was not initialized behind an earlier error end (0x7000b)"}},
+      {"a code of a class that no record tells",
+       {{"TRU_C", give(0x10005)}},
+       {"TRU_C"},
+       {"TRU_C: failed: HAP TRU_C gave an error code of a class that is not traced"}},
+      {"a request of its own in a HAP of a table",
+       {{"TRU_A", ask}, {"TRU_D", fail}},
+       {"t"},
+       {"TRU_D: failed: HAP TRU_D: 0x20003, a HAP's own error, with its detail", "t: ok"}},
+      {"a HAP of its own name inside itself",
+       {{"TRU_E",
+         [&calls](trx::TRXInfo* info) {
+           ++calls == 1 ? callAndCatch(info, "TRU_E") : call(info, "TRU_C");
+           return 0;
+         }},
+        {"TRU_C", fail}},
+       {"TRU_E"},
+       {"TRU_E: ok"}},
+      {"names that are no ASCII",
+       {{truth::kLatinHAP, fail}},
+       {truth::kLatinHAP, "TRU_\tX"},
+       {"TRU_\\xe9tat: failed: HAP TRU_\\xe9tat: 0x20003, a HAP's own error, with its detail",
+        "TRU_\\tX: failed: HAP TRU_\\tX: module TRU does not export the HAP: 0x1000001, the HAP is "
+        "not defined"}},
+      {"a trace of the product with ids of the engine",
+       {{"TRU_A",
+         [](trx::TRXInfo* info) {
+           for (const unsigned long id : {0x1UL, 0x4003005UL, 0xb000000UL, 0x1003000UL}) {
+             info->getProductHAPAPITrace()->info(id, 1UL, 2UL, 3UL, 4UL);
+             info->getProductHAPAPITrace()->error(id, "TRU_A");
+           }
+           return 0;
+         }}},
+       {"TRU_A", "t"},
+       {"TRU_A: ok", "t: ok"}},
+  };
+  for (const auto& one : cases) {
+    acts = one.acts;
+    calls = 0;
+    const std::vector<TraceRecord> records = recordsOf([&] {
+      trx::TRXInfo info;
+      for (const std::string& name : one.requests) {
+        if (name != "t again") info.initialize();
+        request(info, name.substr(0, name.find(' ')));
+      }
+    });
+    for (const TraceRecord& record : records) {
+      EXPECT_EQ(tools::suspicionOf(record), nullptr) << one.what;
+    }
+    const ReadRequests read(records);
+    EXPECT_EQ(read.outcomes, one.expected) << one.what;
+    for (const tools::Request& request : read.requests) {
+      EXPECT_EQ(request.uncertain, "") << one.what;
+      EXPECT_FALSE(request.is_incomplete) << one.what;
+    }
+  }
+}
+
+TEST_F(RequestsTest, OfARequestWhoseStartIsLostTheTablesAreNotGuessed) {
+  startTables({{"t", ",2,TABLE,waits\n,3,END\n"}, {"waits", ",4,WAIT,,1\n,5,HAP,TRU_A\n,6,END\n"}},
+              MODULE_TRU);
+  const std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo info;
+    EXPECT_EQ(request(info, "t"), "ok");
+  });
+  const auto resumed = std::find_if(records.rbegin(), records.rend(), [](const auto& record) {
+    return tools::eventOf(record).kind == EventKind::kTableRequested;
+  });
+  const ReadRequests read({std::prev(resumed.base()), records.end()});
+  ASSERT_EQ(read.requests.size(), 1U);
+  EXPECT_TRUE(read.requests[0].start_lost);
+  EXPECT_EQ(read.requests[0].name, "t");
+  std::size_t rows = 0;
+  for (const std::string& span : read.spans) {
+    rows += span.rfind("row ", 0) == 0 ? 1 : 0;
+    EXPECT_NE(span.find(" incomplete"), std::string::npos) << span;
+    EXPECT_TRUE(span.rfind("row ?/", 0) == 0 || span.rfind("row ", 0) != 0) << span;
+  }
+  EXPECT_EQ(rows, 3U);
+  EXPECT_TRUE(read.statistics.all().empty());
+}
+
+}  // namespace
+}  // namespace kw::trx::testing

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+// How requests ended, in words.
+#include "common/text.h"
+#include "traces/codes.h"
+#include "traces/record_words.h"
+#include "traces/request_summaries.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// The code with what it means, as far as the event does not say that.
+std::string codeText(const Failure& failure, const CodeMeaning& meaning) {
+  if (!failure.has_code) {
+    return failure.cause == Cause::kError ? " gave an error code of a class that is not traced"
+                                          : "";
+  }
+  if (failure.hap.empty()) {
+    return " (" + hexText(failure.code) + ")";
+  }
+  if (failure.code == 0 && failure.cause == Cause::kError) {
+    return " gave no error code";
+  }
+  const std::string described = codeMeaningOf(failure, meaning);
+  return ": " + hexText(failure.code) + (described.empty() ? "" : ", " + described);
+}
+
+std::string notesText(const Request& request) {
+  return (request.uncertain.empty() ? "" : "; " + request.uncertain) +
+         (request.is_incomplete && !request.start_lost
+              ? "; records of its time are missing or damaged"
+              : "");
+}
+
+/// What is known of a request that has not ended, whether it goes round first.
+std::string openText(const RequestSummary& summary, const CodeMeaning& meaning) {
+  const Request& request = summary.request;
+  std::string text = request.start_lost ? "its begin and end are" : "its end is";
+  text += " not in the ring";
+  text += summary.where.empty() ? "" : "; " + summary.where + " has not ended";
+  text += summary.often.empty() ? "" : "; " + summary.often;
+  if (summary.repeated_row) {
+    text += "; " + rowText(*summary.repeated_row) + " has failed " +
+            std::to_string(summary.repeated_times) + " times: " + textOf(summary.repeated, meaning);
+  }
+  return text + "; its last record: " + describe(request.last) + notesText(request);
+}
+
+std::string waitText(const RequestSummary& summary) {
+  return "waits" + (summary.where.empty() ? std::string() : " in " + summary.where) +
+         (summary.often.empty() ? "" : "; " + summary.often) + notesText(summary.request);
+}
+
+}  // namespace
+
+std::string codeMeaningOf(const Failure& failure, const CodeMeaning& meaning) {
+  if (!failure.has_code || failure.code == 0) {
+    return {};
+  }
+  const bool of_record = !failure.hap.empty() && !failure.isThrown();
+  std::string described = of_record ? meaning(failure.hap, failure.code) : std::string();
+  if (!described.empty()) {
+    return described;
+  }
+  const CodeText* const known = findCode(failure.code);
+  return of_record          ? recordCodeMeaning(failure.code)
+         : known == nullptr ? std::string()
+                            : known->meaning;
+}
+
+std::string textOf(const Failure& failure, const CodeMeaning& meaning) {
+  const std::string hap = "HAP " + (failure.hap.empty() ? kUnknownTable : failure.hap);
+  std::string text;
+  switch (failure.cause) {
+    case Cause::kNone:
+      return {};
+    case Cause::kError:
+      text = hap;
+      break;
+    case Cause::kThrew:
+      text = hap + " threw an engine exception";
+      break;
+    case Cause::kThrewForeign:
+      text = hap + " threw an exception that is not the engine's";
+      break;
+    case Cause::kStaleContext:
+      text = "its context was not initialized behind an earlier error end";
+      break;
+    case Cause::kContextEmptied:
+      text = "a HAP emptied its context";
+      break;
+    default:
+      text = (failure.hap.empty() ? "" : hap + ": ") + failure.event;
+  }
+  return text + codeText(failure, meaning);
+}
+
+std::string reasonOf(const Failure& failure) {
+  switch (failure.cause) {
+    case Cause::kUndefined:
+    case Cause::kNestLimit:
+    case Cause::kLock:
+    case Cause::kUnlock:
+    case Cause::kTableMissing:
+    case Cause::kTableNestLimit:
+    case Cause::kRefused:
+      return failure.event;
+    case Cause::kThrew:
+      return findCode(failure.code) != nullptr
+                 ? std::string()
+                 : "the HAP threw an exception with code " + hexText(failure.code);
+    default:
+      return {};
+  }
+}
+
+std::string endedByText(const Request& request) {
+  if (!request.ended_by || (request.first_failing && *request.ended_by == *request.first_failing)) {
+    return {};
+  }
+  return rowText(*request.ended_by) + (request.ended_by_command == Command::kEnd
+                                           ? ", an END with a message"
+                                       : request.ended_by_command == Command::kCheck ? ", a CHECK"
+                                                                                     : "");
+}
+
+std::string outcomeText(const RequestSummary& summary, const CodeMeaning& meaning) {
+  const Request& request = summary.request;
+  if (request.ending == Ending::kOpen) {
+    return openText(summary, meaning);
+  }
+  if (request.ending == Ending::kWaits) {
+    return waitText(summary);
+  }
+  std::string text = nameOf(request.ending);
+  if (request.hasFailed()) {
+    text += request.first_failing ? ": " + rowText(*request.first_failing) : "";
+    const std::string what = textOf(request.failure, meaning);
+    text += what.empty() ? "" : ": " + what;
+  }
+  const std::string ended_by = endedByText(request);
+  text += ended_by.empty() ? "" : "; ended by " + ended_by;
+  text += request.start_lost ? "; its begin is not in the ring" : "";
+  return text + notesText(request);
+}
+
+}  // namespace kw::trx::tools
