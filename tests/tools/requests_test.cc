@@ -2,6 +2,8 @@
 // Requests whose records can be read in two ways, or are not all there.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <functional>
 #include <map>
 
@@ -9,6 +11,7 @@
 #include "kw/trx/hap_controller.h"
 #include "kw/trx/logger.h"
 #include "records_fixture.h"
+#include "traces/live_view.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -98,6 +101,35 @@ TEST_F(RequestsTest, WhatHasNoEndHasNotEndedWhateverFailedInsideOfIt) {
               name + open + expected);
     EXPECT_EQ(read.requests[0].ending, tools::Ending::kOpen);
   }
+}
+
+TEST_F(RequestsTest, WhatRunsIsSeenWhileItRuns) {
+  startTables({{"t", ",2,HAP,TRU_A\n,3,END\n"}}, MODULE_TRU);
+  const std::string ring = dir.path() + "/live.ring";
+  ASSERT_EQ(kw::platform::openTraceRing(ring, 1000), 0) << std::strerror(errno);
+  tools::LiveView view([](const std::string&, std::uint32_t) { return std::string(); });
+  tools::RequestReader reader(view);
+  ASSERT_EQ(reader.open(ring), 0);
+  std::vector<tools::LiveRequest> running;
+  acts["TRU_A"] = [&](trx::TRXInfo*) {
+    reader.read();
+    running = view.running(reader);
+    return 0;
+  };
+  for (int i = 0; i < 2; ++i) {
+    trx::TRXInfo info;
+    EXPECT_EQ(request(info, "t"), "ok");
+    ASSERT_EQ(running.size(), 1U);
+    EXPECT_EQ(running[0].request.name, "t");
+    EXPECT_TRUE(running[0].row == (tools::RowId{"t", 2}));
+    EXPECT_EQ(running[0].hap, "TRU_A");
+    EXPECT_EQ(running[0].usual_ns != 0, i == 1);
+  }
+  kw::platform::closeTraceRing();
+  reader.read();
+  reader.settle();
+  EXPECT_TRUE(view.running(reader).empty());
+  EXPECT_EQ(view.ended(), 2U);
 }
 
 TEST_F(RequestsTest, EachEndsAsItDid) {

@@ -358,9 +358,9 @@ TEST_F(CommandTest, EveryErrorOfTheCatalogueComesWithAdvice) {
 }
 
 TEST_F(CommandTest, EveryCommandHasHelpWithAnExampleAndItsExitStatus) {
-  for (const std::string command :
-       {"check", "graph", "modules", "config", "doctor", "hap", "table", "simulate", "test",
-        "explore", "coverage", "replay", "record", "trace", "stats", "report", "lock", "explain"}) {
+  for (const std::string command : {"check", "graph", "modules", "config", "doctor", "hap", "table",
+                                    "simulate", "test", "explore", "coverage", "replay", "record",
+                                    "trace", "stats", "report", "top", "lock", "explain"}) {
     const std::string help = run(command + " --help");
     EXPECT_NE(help.find("Usage: trxctl " + command), std::string::npos) << help;
     EXPECT_NE(help.find("\nExample: trxctl " + command + " "), std::string::npos) << help;

@@ -25,6 +25,7 @@ void addSimulateCommand(CommandLine& line);
 void addStatsCommand(CommandLine& line);
 void addTableCommand(CommandLine& line);
 void addTestCommand(CommandLine& line);
+void addTopCommand(CommandLine& line);
 void addTraceCommand(CommandLine& line);
 
 }  // namespace kw::trx::tools

@@ -7,8 +7,8 @@ int main(int argc, char** argv) {
   for (const auto add :
        {addCheckCommand, addGraphCommand, addModulesCommand, addConfigCommand, addDoctorCommand,
         addHAPCommand, addTableCommand, addSimulateCommand, addTestCommand, addExploreCommand,
-        addCoverageCommand, addReplayCommand, addRecordCommand, addTraceCommand, addStatsCommand,
-        addReportCommand, addLockCommand, addExplainCommand}) {
+        addTopCommand, addCoverageCommand, addReplayCommand, addRecordCommand, addTraceCommand,
+        addStatsCommand, addReportCommand, addLockCommand, addExplainCommand}) {
     add(line);
   }
   return line.run(argc, argv);
