@@ -8,8 +8,8 @@
 #include "kw/trx/testing/temp_dir.h"
 #include "random_tables.h"
 #include "records_fixture.h"
-#include "replay/recording.h"
 #include "replay/replay.h"
+#include "replay/request_recording.h"
 #include "simulation/case_run.h"
 #include "traces/record_words.h"
 
@@ -45,9 +45,9 @@ TracedRun runTable(const tools::Simulator& simulator,
 
 tools::RecordedRequest requestOf(const std::vector<TraceRecord>& records, std::uint32_t id,
                                  std::uint32_t number = 0) {
-  tools::Recording recording(id, number);
+  tools::RequestRecording recording(id, number);
   readRecords(records, recording);
-  return recording.taken();
+  return recording.result();
 }
 
 class RandomOutcomes {

@@ -10,7 +10,7 @@
 #include "common/characters.h"
 #include "kw/trx/errors.h"
 #include "replay/recorded_outcomes.h"
-#include "replay/recording.h"
+#include "replay/request_recording.h"
 #include "simulation/case_words.h"
 #include "simulation/row_outcomes.h"
 #include "zqm_trx/table_words.h"
@@ -103,7 +103,7 @@ Replay replay(const RecordedRequest& recorded, const Simulator& simulator) {
   Replay result;
   const RowFinder tables(simulator.tables());
   RecordedOutcomes outcomes(recorded, tables);
-  Recording recording(0);
+  RequestRecording recording(0);
   SimulationRequest simulated;
   simulated.table = recorded.request.name;
   simulated.most_rows += recorded.rows.size();

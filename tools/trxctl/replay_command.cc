@@ -12,8 +12,8 @@
 #include "common/text.h"
 #include "common/times.h"
 #include "configuration/configuration.h"
-#include "replay/recording.h"
 #include "replay/replay.h"
+#include "replay/request_recording.h"
 #include "simulation/case_run.h"
 #include "simulation/case_words.h"
 #include "simulation/case_writer.h"
@@ -182,7 +182,7 @@ void printJson(const RecordedRequest& request, const Replay& replay, const std::
 
 int replayRequest(const ReplayOptions& options) {
   const auto wanted = *requestOf(options.request);
-  Recording recording(wanted.first, wanted.second);
+  RequestRecording recording(wanted.first, wanted.second);
   RequestReader reader(recording);
   if (const int opened = openRings({options.ring}, reader); opened != kExitOk) {
     return opened;
@@ -190,7 +190,7 @@ int replayRequest(const ReplayOptions& options) {
   if (const int status = readRings(reader, {options.ring}, false); status != kExitOk) {
     return status;
   }
-  const RecordedRequest request = recording.taken();
+  const RecordedRequest request = recording.result();
   std::optional<std::vector<std::string>> modules;
   const KnownTables known = readTables(options.tables, configuredTables(modules));
   for (const std::string& file : options.tables) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records table requests of one id, to run them again. One thread.
-#ifndef KW_TRX_TOOLS_REPLAY_RECORDING_H_
-#define KW_TRX_TOOLS_REPLAY_RECORDING_H_
+#ifndef KW_TRX_TOOLS_REPLAY_REQUEST_RECORDING_H_
+#define KW_TRX_TOOLS_REPLAY_REQUEST_RECORDING_H_
 
 #include <cstdint>
 #include <map>
@@ -13,10 +13,11 @@
 
 namespace kw::trx::tools {
 
-class Recording : public RequestListener {
+class RequestRecording : public RequestListener {
  public:
   /// Records the requests of `id`, with `number` that one alone; 0 and 0: all.
-  explicit Recording(std::uint32_t id, std::uint32_t number = 0) : id_(id), number_(number) {}
+  explicit RequestRecording(std::uint32_t id, std::uint32_t number = 0)
+      : id_(id), number_(number) {}
 
   void rowStarted(const Request& request, const Span& row) override;
   void spanEnded(const Request& request, const Span& span) override;
@@ -24,7 +25,7 @@ class Recording : public RequestListener {
 
   /// The request, or the only table request of its id; to be called once, behind the end of all.
   /// Throws `NotReplayable`.
-  RecordedRequest taken();
+  RecordedRequest result();
 
   /// The rows of all requests, those of one in the order of their starts.
   std::vector<Span> rows() const;
@@ -46,4 +47,4 @@ class Recording : public RequestListener {
 
 }  // namespace kw::trx::tools
 
-#endif  // KW_TRX_TOOLS_REPLAY_RECORDING_H_
+#endif  // KW_TRX_TOOLS_REPLAY_REQUEST_RECORDING_H_

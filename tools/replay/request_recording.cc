@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "replay/recording.h"
+#include "replay/request_recording.h"
 
 #include <algorithm>
 #include <iterator>
@@ -152,12 +152,12 @@ void check(const RecordedRequest& recorded) {
 
 }  // namespace
 
-bool Recording::isWanted(const Request& request) const {
+bool RequestRecording::isWanted(const Request& request) const {
   return request.isTable() && (id_ == 0 || request.id == id_) &&
          (number_ == 0 || request.number == number_);
 }
 
-void Recording::rowStarted(const Request& request, const Span& row) {
+void RequestRecording::rowStarted(const Request& request, const Span& row) {
   if (!isWanted(request)) {
     return;
   }
@@ -172,7 +172,7 @@ void Recording::rowStarted(const Request& request, const Span& row) {
   }
 }
 
-void Recording::spanEnded(const Request& request, const Span& span) {
+void RequestRecording::spanEnded(const Request& request, const Span& span) {
   if (!span.isRow() || !isWanted(request)) {
     return;
   }
@@ -188,13 +188,13 @@ void Recording::spanEnded(const Request& request, const Span& span) {
   }
 }
 
-void Recording::requestEnded(const Request& request) {
+void RequestRecording::requestEnded(const Request& request) {
   if ((id_ == 0 || request.id == id_) && request.ending != Ending::kRefused) {
     ended_.push_back(request);
   }
 }
 
-RecordedRequest Recording::taken() {
+RecordedRequest RequestRecording::result() {
   RecordedRequest recorded;
   recorded.request = find();
   const Request& request = recorded.request;
@@ -237,7 +237,7 @@ RecordedRequest Recording::taken() {
   return recorded;
 }
 
-std::vector<Span> Recording::rows() const {
+std::vector<Span> RequestRecording::rows() const {
   std::vector<Span> all;
   for (const auto& [serial, rows] : rows_) {
     all.insert(all.end(), rows.rows.begin(), rows.rows.end());
@@ -246,7 +246,7 @@ std::vector<Span> Recording::rows() const {
 }
 
 /// The request that is wanted, or the only one of its id.
-const Request& Recording::find() const {
+const Request& RequestRecording::find() const {
   std::vector<const Request*> found;
   std::uint32_t last = 0;
   for (const Request& request : ended_) {
