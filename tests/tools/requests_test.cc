@@ -2,6 +2,7 @@
 // Requests whose records can be read in two ways, or are not all there.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -130,6 +131,38 @@ TEST_F(RequestsTest, WhatRunsIsSeenWhileItRuns) {
   reader.settle();
   EXPECT_TRUE(view.running(reader).empty());
   EXPECT_EQ(view.ended(), 2U);
+}
+
+/// A ring made by hand may start any number of HAPs, in any number of threads.
+TEST_F(RequestsTest, WhatRunsAtOnceIsBounded) {
+  struct Counter : tools::RequestListener {
+    void spanEnded(const tools::Request&, const tools::Span& span) override {
+      deepest = std::max(deepest, span.depth);
+    }
+    void requestEnded(const tools::Request& request) override {
+      ++requests;
+      EXPECT_EQ(request.ending, tools::Ending::kOpen);
+    }
+    std::size_t deepest = 0, requests = 0;
+  } counter;
+  tools::RequestBuilder builder(counter);
+  std::uint32_t time = 0;
+  const auto start = [&](std::uint32_t thread) {
+    const TraceRecord record = recordAt(++time, thread, trx::kHAPExecNested, "TST_Ok");
+    builder.take(tools::eventOf(record));
+  };
+  for (int i = 0; i < 20000; ++i) {
+    start(1);
+  }
+  EXPECT_EQ(builder.running().at(0)->spans().size(), 20000U % 4096);
+  for (std::uint32_t thread = 2; thread < 40000; ++thread) {
+    start(thread);
+  }
+  EXPECT_LE(builder.running().size(), 16384U);
+  builder.finish();
+  EXPECT_EQ(counter.deepest, 4095U);
+  EXPECT_EQ(counter.requests, 39999U);
+  EXPECT_EQ(builder.threads(), 39999U);
 }
 
 TEST_F(RequestsTest, EachEndsAsItDid) {

@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <map>
 #include <random>
 #include <sstream>
@@ -277,44 +275,6 @@ TEST(TablesTest, EachCycleOfRowsThatMayRunForEverIsToldWithItsRows) {
     }
     EXPECT_EQ(said, says) << rows;
   }
-}
-
-/// Processor time that a check of `files` in `dir` takes, the least of three runs.
-double secondsOf(const TempDir& dir, const std::vector<std::string>& files) {
-  std::clock_t least = std::numeric_limits<std::clock_t>::max();
-  for (int i = 0; i < 3; ++i) {
-    const std::clock_t begin = std::clock();
-    checked(dir, files);
-    least = std::min(least, std::clock() - begin);
-  }
-  return static_cast<double>(least) / CLOCKS_PER_SEC;
-}
-
-TEST(TablesTest, TheTimeOfACheckGrowsAsItsFilesDo) {
-  const TempDir dir;
-  const auto rows = [&dir](int count) {
-    std::string text = "FORMAT,0\nVERSION,1\n,0,START\n";
-    for (int row = 1; row <= count; ++row) {
-      text += "l" + std::to_string(row) + "," + std::to_string(row) + ",HAP,P_U" +
-              (row % 500 == 0 ? "." : "") + ",,l" + std::to_string(row % 7 * row % count + 1) +
-              "\n";
-    }
-    const std::string name = "rows" + std::to_string(count) + ".csv";
-    dir.write(name, text + "l1,fffffff,END\n");
-    return std::vector<std::string>{name};
-  };
-  const auto chain = [&dir](int count) {
-    std::vector<std::string> files;
-    for (int i = 0; i < count; ++i) {
-      files.push_back("t" + std::to_string(i) + ".csv");
-      const std::string next = std::to_string((i + 1) % count);
-      dir.write(files.back(), "FORMAT,0\nVERSION,1\n,1,START\n,2,TABLE,t" + next + "\n,3,END\n");
-    }
-    return files;
-  };
-  // Four times the work takes 4 times as long, or 16 times where each step goes over all.
-  EXPECT_LT(secondsOf(dir, rows(20000)), 9 * secondsOf(dir, rows(5000)));
-  EXPECT_LT(secondsOf(dir, chain(800)), 9 * secondsOf(dir, chain(200)));
 }
 
 }  // namespace

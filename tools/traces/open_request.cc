@@ -9,6 +9,8 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kMaxUnits = 8;
+/// Deeper than any host nests tables and HAPs; a ring made by hand may start any number of them.
+constexpr std::size_t kMaxDepth = 4096;
 
 }  // namespace
 
@@ -129,6 +131,10 @@ void OpenRequest::addNested(std::uint64_t duration_ns) {
 }
 
 void OpenRequest::push(Span::Kind kind, const std::string& name, std::uint64_t now_ns) {
+  if (open_.size() == kMaxDepth) {
+    markIncomplete();
+    closeAll(now_ns, false);
+  }
   ++version_;
   OpenSpan span;
   span.kind = kind;

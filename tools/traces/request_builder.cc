@@ -18,6 +18,8 @@ std::uint64_t nextSerial() {
 
 /// Requests in HAPs of requests, as deep as no host nests them.
 constexpr std::size_t kMaxNested = 64;
+/// More threads than any host has at once; those of a ring made by hand may be any.
+constexpr std::size_t kMaxThreads = 16384;
 
 /// True for events that only a request which runs can make.
 bool isOfRunning(EventKind kind) {
@@ -74,7 +76,11 @@ RequestBuilder::RequestBuilder(RequestListener& listener, std::size_t ring,
 Place RequestBuilder::take(const Event& event, bool with_place) {
   const kw::platform::TraceRecord& record = *event.record;
   noteGap(record);
-  Thread& thread = threads_[{record.process_id, record.thread_id}];
+  const ThreadId id{record.process_id, record.thread_id};
+  if (threads_.size() == kMaxThreads && threads_.count(id) == 0) {
+    forgetThreads();
+  }
+  Thread& thread = threads_[id];
   noteStep(thread, record);
   const std::uint64_t now_ns = thread.last_ns = std::max(thread.last_ns, record.time_ns);
   switch (event.kind) {
@@ -109,6 +115,16 @@ Place RequestBuilder::take(const Event& event, bool with_place) {
 void RequestBuilder::noteGap(const kw::platform::TraceRecord& record) {
   ring_.gaps += sequence_ && record.sequence > *sequence_ + 1 ? 1 : 0;
   sequence_ = record.sequence;
+}
+
+/// Requests of threads that still write are told in two parts then, both as incomplete.
+void RequestBuilder::forgetThreads() {
+  ++ring_.gaps;
+  for (auto& [id, thread] : threads_) {
+    closeAll(thread, false);
+  }
+  forgotten_threads_ += threads_.size();
+  threads_.clear();
 }
 
 void RequestBuilder::noteStep(Thread& thread, const kw::platform::TraceRecord& record) {

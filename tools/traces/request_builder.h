@@ -56,7 +56,7 @@ class RequestBuilder {
   const std::map<std::uint32_t, std::uint32_t>& requests() const { return requests_; }
   /// Requests that were handed on without an end.
   std::uint64_t openRequests() const { return open_requests_; }
-  std::size_t threads() const { return threads_.size(); }
+  std::size_t threads() const { return forgotten_threads_ + threads_.size(); }
   const ClockSteps& clockSteps() const { return clock_steps_; }
 
   /// The requests that run, those that wait at their requester aside.
@@ -72,6 +72,7 @@ class RequestBuilder {
     std::shared_ptr<const std::vector<Span>> shown;
   };
 
+  void forgetThreads();
   void noteGap(const kw::platform::TraceRecord& record);
   void noteStep(Thread& thread, const kw::platform::TraceRecord& record);
   void start(Thread& thread, const Event& event, std::uint64_t now_ns);
@@ -96,6 +97,7 @@ class RequestBuilder {
   std::map<std::uint32_t, std::uint32_t> requests_;
   ClockSteps clock_steps_;
   std::uint64_t open_requests_ = 0;
+  std::size_t forgotten_threads_ = 0;
   std::optional<std::uint64_t> sequence_;  // of the last record
 };
 

@@ -6,7 +6,7 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kMaxItems = 200000;  // of one request
+constexpr std::size_t kMaxItems = 20000;  // of one request
 
 bool hasText(const Request& request, const std::string& outcome, const std::string& text) {
   const auto has = [&text](const std::string& shown) {
