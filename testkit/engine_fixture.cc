@@ -84,6 +84,12 @@ void EngineFixture::start() const {
   engine->setHAPAPI(new QuietAPI);
 }
 
+void EngineFixture::reset() const {
+  configure({}, {});
+  engine->load(false);
+  engine->setHAPAPI(nullptr);
+}
+
 std::string EngineFixture::execHAP(trx::TRXInfo& info, const std::string& name,
                                    const std::string& mode, const unsigned int* para,
                                    unsigned int* out) {

@@ -31,6 +31,7 @@ class ControllerTest : public EngineFixture {
 };
 
 TEST_F(ControllerTest, LoadSkipsOrStopsAtUnusableFiles) {
+  reset();
   const std::string missing = dir.path() + "/libzq_hap_missing.so";
   const std::string no_key = dir.path() + "/libzq_hap_.so";
   struct Case {

@@ -47,6 +47,7 @@ class FacadeTest : public EngineFixture {
 };
 
 TEST_F(FacadeTest, LoadAndSetHAPAPITraceTheirSteps) {
+  reset();
   configure({MODULE_TST}, {});
   TraceCapture capture(kw::platform::kTraceError | kw::platform::kTraceInfo |
                        kw::platform::kTraceDebug);
@@ -81,7 +82,7 @@ TEST_F(FacadeTest, APIObjectNeedsNoTypeInformation) {
 }
 
 TEST_F(FacadeTest, RefusesHAPRequestsInTheOrderOfItsConditions) {
-  configure({}, {});
+  reset();
   TRXInfo info;
   const std::string entry = "I 4003000 \"TST_Ok\"\nD 4003003 (id 0 0 0)\n";
   TraceCapture capture(kw::platform::kTraceError | kw::platform::kTraceInfo |

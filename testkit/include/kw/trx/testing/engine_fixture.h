@@ -55,6 +55,10 @@ class EngineFixture : public ::testing::Test {
   /// Loads the configured modules and tables and installs a `QuietAPI`. Throws as `TRX::load` does.
   void start() const;
 
+  /// Puts the engine back to how it is before its first load: without modules, tables and API
+  /// object. What is configured changes.
+  void reset() const;
+
   /// Outcome of a HAP request on `info` and `units`, as `outcomeOf` tells it.
   std::string execHAP(trx::TRXInfo& info, const std::string& name, const std::string& mode = "",
                       const unsigned int* para = nullptr, unsigned int* out = nullptr);
