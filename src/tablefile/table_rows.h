@@ -32,7 +32,8 @@ class TableRows {
     if (row < rows_) {
       const int index = static_cast<int>(row);
       columns_ = static_cast<unsigned int>(csv_->columnCount(index));
-      cells_ = &(*csv_)[index];
+      // A row without cells is not asked for.
+      cells_ = columns_ == 0 ? nullptr : &(*csv_)[index];
     }
   }
 

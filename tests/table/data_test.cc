@@ -44,6 +44,11 @@ int CommaSeparatedValues::columnCount(int row) const {
                   next<int(const CommaSeparatedValues*, int)>(
                       "_ZNK2kw4util6config20CommaSeparatedValues11columnCountEi")(this, row));
 }
+const std::vector<std::string>& CommaSeparatedValues::operator[](int row) const {
+  EXPECT_NE(columnCount(row), 0) << "row " << row << " has no cells";
+  return next<const std::vector<std::string>&(const CommaSeparatedValues*, int)>(
+      "_ZNK2kw4util6config20CommaSeparatedValuesixB5cxx11Ei")(this, row);
+}
 
 }  // namespace kw::util::config
 
