@@ -9,7 +9,7 @@
 namespace kw::trx::tools {
 
 void OpenRequest::takeRequestEnd(const Event& event, std::uint64_t now_ns) {
-  const auto failureOf = [&event](Cause cause) {
+  const auto failure_of = [&event](Cause cause) {
     Failure failure;
     failure.cause = cause;
     failure.event = describe(*event.record);
@@ -31,24 +31,24 @@ void OpenRequest::takeRequestEnd(const Event& event, std::uint64_t now_ns) {
     case EventKind::kDeniedNoAPI:
       return deny(trx::kCodeNoAPI, event);
     case EventKind::kTableMissing: {
-      Failure failure = failureOf(Cause::kTableMissing);
+      Failure failure = failure_of(Cause::kTableMissing);
       failure.code = trx::kRecordTableNotLoaded;
       failure.has_code = true;
       return endWithError(failure, now_ns);
     }
     case EventKind::kTableNestLimit:
-      stop_ = failureOf(Cause::kTableNestLimit);
+      stop_ = failure_of(Cause::kTableNestLimit);
       noteEndedBy();
       return finishWithError(trx::kCodeTableFailed, now_ns);
     case EventKind::kTableStopped:
-      stop_ = failureOf(Cause::kStopped);
+      stop_ = failure_of(Cause::kStopped);
       return finishWithError(trx::kCodeTableStopped, now_ns);
     case EventKind::kCallerEnds:
-      stop_ = stop_ ? stop_ : failureOf(Cause::kStaleContext);
+      stop_ = stop_ ? stop_ : failure_of(Cause::kStaleContext);
       return endCaller(event.text(), now_ns);
     case EventKind::kTableErrorEnd:
       if (!stop_) {
-        stop_ = failureOf(open_.empty() ? Cause::kStaleContext : Cause::kContextEmptied);
+        stop_ = failure_of(open_.empty() ? Cause::kStaleContext : Cause::kContextEmptied);
       }
       return finishWithError(trx::kCodeTableFailed, now_ns);
     case EventKind::kRequestThrew:
