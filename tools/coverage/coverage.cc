@@ -75,7 +75,7 @@ CoverageSum sumOf(const FileCoverage& file) {
     sum.rows_run += row.runs == 0 ? 0 : 1;
     for (std::size_t branch = 0; row.branches && branch < row.branches->size(); ++branch) {
       ++sum.branches;
-      sum.branches_taken += (*row.branches)[branch] == 0 ? 0 : 1;
+      sum.branches_taken += row.runs == 0 || (*row.branches)[branch] == 0 ? 0 : 1;
     }
   }
   return sum;

@@ -25,9 +25,13 @@ std::string platformProblem() {
   for (const std::string& file : trx::TRXConfig::getInstance().getHAPModuleFiles()) {
     const std::string platform = inspectModule(file).other_platform;
     if (!platform.empty()) {
-      return "the module " + file + " needs the platform library " + platform +
-             ", and this tool runs modules on its own stand-in for one alone; run the request in "
-             "a host, which trxctl record records";
+      return std::string("the module ")
+          .append(file)
+          .append(" needs the platform library ")
+          .append(platform)
+          .append(
+              ", and this tool runs modules on its own stand-in for one alone; run the request in "
+              "a host, which trxctl record records");
     }
   }
   return {};
@@ -40,7 +44,7 @@ std::string startEngine(bool with_debug_modules) {
   if (!problem.empty()) {
     return problem + "; name the system root with --root, and see trxctl config";
   }
-  const std::string platform_problem = platformProblem();
+  std::string platform_problem = platformProblem();
   if (!platform_problem.empty()) {
     return platform_problem;
   }
