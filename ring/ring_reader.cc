@@ -126,16 +126,24 @@ class RingReader::File {
   RingWriters writers() const { return lanes_.writers(); }
 
  private:
+  using Threads = std::unordered_map<std::uint32_t, ThreadRecords>;
   /// Order of the next record of a thread, and the thread; of records with the same time the one
   /// of the lower thread comes first.
-  using Turn = std::pair<std::uint64_t, std::uint32_t>;
+  struct Turn {
+    std::uint64_t order_ns;
+    Threads::value_type* thread;
 
-  bool isReady() const { return !turns_.empty() && turns_.top().first <= until_ns_; }
+    bool operator>(const Turn& other) const {
+      return std::tie(order_ns, thread->first) > std::tie(other.order_ns, other.thread->first);
+    }
+  };
+
+  bool isReady() const { return !turns_.empty() && turns_.top().order_ns <= until_ns_; }
   bool fetch();
-  void takeTurn(std::uint32_t thread_id);
+  void takeTurn(Threads::value_type& thread);
 
   TraceLanes lanes_;
-  std::unordered_map<std::uint32_t, ThreadRecords> threads_;  // those that have a record
+  Threads threads_;  // those that have a record
   std::priority_queue<Turn, std::vector<Turn>, std::greater<>> turns_;
   std::uint64_t until_ns_ = 0;  // younger records wait for the next look
   std::uint64_t handed_out_ = 0;
@@ -143,13 +151,12 @@ class RingReader::File {
 
 bool RingReader::File::next(TraceRecord& record) {
   if ((!isReady() && !fetch()) || lanes_.error() != 0) return false;
-  const std::uint32_t thread_id = turns_.top().second;
+  Threads::value_type& thread = *turns_.top().thread;
   turns_.pop();
-  const ThreadRecords& thread = threads_.at(thread_id);
-  copyRecord(thread.body(), record);
-  record.doubtful = thread.isDoubtful();
+  copyRecord(thread.second.body(), record);
+  record.doubtful = thread.second.isDoubtful();
   record.sequence = handed_out_++ + lost();
-  takeTurn(thread_id);
+  takeTurn(thread);
   return true;
 }
 
@@ -161,26 +168,25 @@ bool RingReader::File::fetch() {
     until_ns_ = nowNs();
     std::vector<LaneRun> runs;
     lanes_.look(runs);
-    std::vector<std::uint32_t> waiting;  // threads without a turn
+    std::vector<Threads::value_type*> waiting;  // threads without a turn
     for (const LaneRun& run : runs) {
       const auto [thread, is_new] = threads_.try_emplace(run.thread_id);
       thread->second.add(run);
-      if (is_new) waiting.push_back(run.thread_id);
+      if (is_new) waiting.push_back(&*thread);
     }
     for (auto& thread : threads_) thread.second.sortRuns();
-    for (const std::uint32_t thread_id : waiting) takeTurn(thread_id);
+    for (Threads::value_type* const thread : waiting) takeTurn(*thread);
     if (turns_.empty()) return false;
   }
   if (!isReady()) until_ns_ = std::numeric_limits<std::uint64_t>::max();
   return true;
 }
 
-void RingReader::File::takeTurn(std::uint32_t thread_id) {
-  ThreadRecords& thread = threads_.at(thread_id);
-  if (thread.step(lanes_)) {
-    turns_.emplace(thread.orderNs(), thread_id);
+void RingReader::File::takeTurn(Threads::value_type& thread) {
+  if (thread.second.step(lanes_)) {
+    turns_.push({thread.second.orderNs(), &thread});
   } else {
-    threads_.erase(thread_id);
+    threads_.erase(thread.first);
   }
 }
 

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::size_t kDateLength = 10;
 constexpr std::size_t kFractionDigits = 9;
+constexpr std::size_t kMicroDigits = 6;
+constexpr std::size_t kMilliDigits = 3;
 
 std::uint64_t secondsIn(char unit) {
   switch (unit) {
@@ -89,23 +91,31 @@ std::string formatted(const char* form, std::int64_t seconds) {
   return {text, std::strftime(text, sizeof(text), form, &parts)};
 }
 
+std::string padded(std::uint64_t number, std::size_t digits) {
+  const std::string text = std::to_string(number);
+  return std::string(digits - text.size(), '0') + text;
+}
+
 }  // namespace
 
 std::string localTimeText(std::int64_t seconds) { return formatted("%F %T%z", seconds); }
 
 std::string localMicrosText(std::uint64_t time_ns) {
+  thread_local std::int64_t last_seconds = -1;
+  thread_local std::string date, zone;  // the same for all times of a second
   const auto seconds = static_cast<std::int64_t>(time_ns / kNanosPerSecond);
-  char fraction[16];
-  std::snprintf(fraction, sizeof(fraction), ".%06u",
-                static_cast<unsigned int>(time_ns % kNanosPerSecond / kNanosPerMicro));
-  return formatted("%F %T", seconds) + fraction + formatted("%z", seconds);
+  if (seconds != last_seconds) {
+    date = formatted("%F %T.", seconds);
+    zone = formatted("%z", seconds);
+    last_seconds = seconds;
+  }
+  return date + padded(time_ns % kNanosPerSecond / kNanosPerMicro, kMicroDigits) + zone;
 }
 
 std::string millisText(std::uint64_t duration_ns) {
   const std::uint64_t micros =
       duration_ns / kNanosPerMicro + (duration_ns % kNanosPerMicro >= kNanosPerMicro / 2 ? 1 : 0);
-  const std::string rest = std::to_string(micros % 1000);
-  return std::to_string(micros / 1000) + "." + std::string(3 - rest.size(), '0') + rest;
+  return std::to_string(micros / 1000) + "." + padded(micros % 1000, kMilliDigits);
 }
 
 std::optional<std::uint64_t> timeOf(const std::string& text, std::uint64_t end_ns) {

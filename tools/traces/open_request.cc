@@ -136,12 +136,12 @@ void OpenRequest::push(Span::Kind kind, const std::string& name, std::uint64_t n
     closeAll(now_ns, false);
   }
   ++version_;
-  OpenSpan span;
+  OpenSpan& span = open_.emplace_back();
   span.kind = kind;
   span.name = name;
   span.start_ns = now_ns;
-  if (!open_.empty()) {
-    const OpenSpan& around = open_.back();
+  if (open_.size() > 1) {
+    const OpenSpan& around = open_[open_.size() - 2];
     span.row = around.row;
     span.depth = around.depth + (around.isHAP() ? 1 : 0);
     span.tables = around.tables + (around.kind == Span::Kind::kTable ? 1 : 0);
@@ -149,7 +149,6 @@ void OpenRequest::push(Span::Kind kind, const std::string& name, std::uint64_t n
   if (kind == Span::Kind::kTable) {
     span.row = {name, 0};
   }
-  open_.push_back(std::move(span));
 }
 
 void OpenRequest::startRow(const Event& event, std::uint64_t now_ns) {

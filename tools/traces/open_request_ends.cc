@@ -151,8 +151,7 @@ void OpenRequest::closeTop(std::uint64_t now_ns, bool has_ended) {
     }
   }
   ++version_;
-  OpenSpan span = std::move(open_.back());
-  open_.pop_back();
+  OpenSpan& span = open_.back();
   std::uint64_t nested_behind_ns = 0;
   span.has_ended = has_ended || span.end_ns != 0 || span.maybe_end_ns != 0;
   if (span.end_ns == 0 && span.maybe_end_ns != 0) {
@@ -170,13 +169,14 @@ void OpenRequest::closeTop(std::uint64_t now_ns, bool has_ended) {
     span.effect = Effect::kIgnored;  // errors are disabled
   }
   span.is_incomplete = isIncomplete();
-  if (!open_.empty()) {
-    addTo(open_.back(), span, nested_behind_ns);
+  if (open_.size() > 1) {
+    addTo(open_[open_.size() - 2], span, nested_behind_ns);
   } else if (span.isHAP() && request_.kind == Request::Kind::kHAP && span.failed()) {
     request_.failure = span.failure;
     request_.exception = span.exception;
   }
   ring_.listener.spanEnded(request_, span);
+  open_.pop_back();
 }
 
 /// What a span adds to the one around it.

@@ -76,11 +76,7 @@ RequestBuilder::RequestBuilder(RequestListener& listener, std::size_t ring,
 Place RequestBuilder::take(const Event& event, bool with_place) {
   const kw::platform::TraceRecord& record = *event.record;
   noteGap(record);
-  const ThreadId id{record.process_id, record.thread_id};
-  if (threads_.size() == kMaxThreads && threads_.count(id) == 0) {
-    forgetThreads();
-  }
-  Thread& thread = threads_[id];
+  Thread& thread = threadOf({record.process_id, record.thread_id});
   noteStep(thread, record);
   const std::uint64_t now_ns = thread.last_ns = std::max(thread.last_ns, record.time_ns);
   switch (event.kind) {
@@ -115,6 +111,17 @@ Place RequestBuilder::take(const Event& event, bool with_place) {
 void RequestBuilder::noteGap(const kw::platform::TraceRecord& record) {
   ring_.gaps += sequence_ && record.sequence > *sequence_ + 1 ? 1 : 0;
   sequence_ = record.sequence;
+}
+
+/// Most records are of the thread that wrote the one before.
+RequestBuilder::Thread& RequestBuilder::threadOf(const ThreadId& id) {
+  if (last_thread_ == nullptr || last_thread_->first != id) {
+    if (threads_.size() == kMaxThreads && threads_.count(id) == 0) {
+      forgetThreads();
+    }
+    last_thread_ = &*threads_.try_emplace(id).first;
+  }
+  return last_thread_->second;
 }
 
 /// Requests of threads that still write are told in two parts then, both as incomplete.

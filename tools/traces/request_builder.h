@@ -72,6 +72,7 @@ class RequestBuilder {
     std::shared_ptr<const std::vector<Span>> shown;
   };
 
+  Thread& threadOf(const ThreadId& id);
   void forgetThreads();
   void noteGap(const kw::platform::TraceRecord& record);
   void noteStep(Thread& thread, const kw::platform::TraceRecord& record);
@@ -93,6 +94,7 @@ class RequestBuilder {
   RingState ring_;
   const std::size_t ring_number_;
   std::map<ThreadId, Thread> threads_;
+  std::pair<const ThreadId, Thread>* last_thread_ = nullptr;  // in threads_
   WaitingRequests waiting_;
   std::map<std::uint32_t, std::uint32_t> requests_;
   ClockSteps clock_steps_;

@@ -20,21 +20,20 @@ Work workOf(const Span& span) {
 }  // namespace
 
 void Durations::add(std::uint64_t duration_ns) {
+  min_ns_ = all_ns_.empty() ? duration_ns : std::min(min_ns_, duration_ns);
+  max_ns_ = std::max(max_ns_, duration_ns);
   all_ns_.push_back(duration_ns);
-  is_sorted_ = false;
   sum_ns_ += duration_ns;
 }
 
 std::uint64_t Durations::quantile(unsigned int percent) const {
-  if (all_ns_.empty()) {
-    return 0;
-  }
-  if (!is_sorted_) {
-    std::sort(all_ns_.begin(), all_ns_.end());
-    is_sorted_ = true;
+  if (percent == 0 || percent == kPercent || all_ns_.empty()) {
+    return percent == 0 ? min_ns_ : max_ns_;
   }
   const std::uint64_t rank = (percent * std::uint64_t{all_ns_.size()} + kPercent - 1) / kPercent;
-  return all_ns_[static_cast<std::size_t>(rank == 0 ? 0 : rank - 1)];
+  const auto found = all_ns_.begin() + static_cast<std::ptrdiff_t>(rank - 1);
+  std::nth_element(all_ns_.begin(), found, all_ns_.end());
+  return *found;
 }
 
 Span spanOf(const Work& work) {

@@ -26,9 +26,8 @@ class Durations {
   std::uint64_t quantile(unsigned int percent) const;
 
  private:
-  mutable std::vector<std::uint64_t> all_ns_;
-  mutable bool is_sorted_ = true;
-  std::uint64_t sum_ns_ = 0;
+  mutable std::vector<std::uint64_t> all_ns_;  // in any order
+  std::uint64_t min_ns_ = 0, max_ns_ = 0, sum_ns_ = 0;
 };
 
 /// A HAP, or a row of a table with what it does: a changed row is another one.
@@ -39,7 +38,10 @@ struct Work {
 
   bool isHAP() const { return command == Command::kNone; }
   bool operator<(const Work& other) const {
-    return std::tie(row, command, name) < std::tie(other.row, other.command, other.name);
+    const int by_table = row.table.compare(other.row.table);
+    return by_table != 0 ? by_table < 0
+                         : std::tie(row.number, command, name) <
+                               std::tie(other.row.number, other.command, other.name);
   }
 };
 

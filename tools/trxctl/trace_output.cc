@@ -21,7 +21,6 @@ namespace {
 using kw::platform::TraceRecord;
 
 constexpr std::size_t kBlockBytes = 65536;
-constexpr std::size_t kMicroDigits = 6;
 constexpr std::size_t kIdDigits = 8;
 constexpr std::size_t kRequestWidth = 13;
 constexpr std::size_t kLevelWidth = 6;
@@ -90,24 +89,8 @@ void TraceOutput::flush() {
   out_.clear();
 }
 
-/// The date is the same for all records of a second.
-void TraceOutput::addTime(std::uint64_t time_ns) {
-  const auto second = static_cast<std::time_t>(time_ns / kNanosPerSecond);
-  if (second != second_ || clock_.empty()) {
-    std::tm parts{};
-    localtime_r(&second, &parts);
-    char text[32];
-    clock_.assign(text, std::strftime(text, sizeof(text), "%F %T.", &parts));
-    zone_.assign(text, std::strftime(text, sizeof(text), "%z ", &parts));
-    second_ = second;
-  }
-  out_ += clock_;
-  addNumber(time_ns % kNanosPerSecond / kNanosPerMicro, 10, kMicroDigits, out_);
-  out_ += zone_;
-}
-
 void TraceOutput::addLine(const TraceRecord& record, const Place& place, const char* suspicion) {
-  addTime(record.time_ns);
+  out_.append(localMicrosText(record.time_ns)).append(" ");
   addNumber(record.process_id, 10, 1, out_);
   out_ += '/';
   addNumber(record.thread_id, 10, 1, out_);

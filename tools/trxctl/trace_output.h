@@ -4,7 +4,6 @@
 #define KW_TRX_TOOLS_TRXCTL_TRACE_OUTPUT_H_
 
 #include <cstdint>
-#include <ctime>
 #include <string>
 
 #include "kw/platform.h"
@@ -37,13 +36,10 @@ class TraceOutput {
   void addNote(const RowNote& note);
   void addJson(const kw::platform::TraceRecord& record, const Place& place, const char* suspicion,
                const RowNote* note);
-  void addTime(std::uint64_t time_ns);
 
   const bool json_;
   const Paint error_, origin_, suspect_;
   std::string out_;
-  std::time_t second_ = -1;  // the one that the next two show
-  std::string clock_, zone_;
 };
 
 }  // namespace kw::trx::tools
