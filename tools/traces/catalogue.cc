@@ -2,8 +2,8 @@
 #include "traces/catalogue.h"
 
 #include <algorithm>
-#include <iterator>
 
+#include "traces/event.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -14,21 +14,22 @@ using trx::kLevelDebug2;
 using trx::kLevelError;
 using trx::kLevelInfo;
 
-constexpr Point kPoints[] = {
-#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
-  {id, level, #class_name "::" #operation, values, sentence},
-#include "zqm_trx/trace_catalogue.def"
-};
-
 }  // namespace
 
-std::vector<Point> allPoints() { return {std::begin(kPoints), std::end(kPoints)}; }
+const std::vector<Point>& allPoints() {
+  static const std::vector<Point> points = {
+#define ZQM_TRACE_POINT(class_name, operation, constant, id, level, kind, values, sentence) \
+  {id, level, EventKind::k##kind, #class_name "::" #operation, values, sentence},
+#include "zqm_trx/trace_catalogue.def"
+  };
+  return points;
+}
 
 const Point* findPoint(unsigned int id) {
-  const auto* found =
-      std::lower_bound(std::begin(kPoints), std::end(kPoints), id,
+  const auto found =
+      std::lower_bound(allPoints().begin(), allPoints().end(), id,
                        [](const Point& point, unsigned int wanted) { return point.id < wanted; });
-  return found != std::end(kPoints) && found->id == id ? found : nullptr;
+  return found != allPoints().end() && found->id == id ? &*found : nullptr;
 }
 
 std::string levelName(unsigned int level) {
@@ -44,11 +45,6 @@ std::string levelName(unsigned int level) {
     default:
       return std::to_string(level);
   }
-}
-
-std::string originOf(unsigned int id) {
-  const Point* point = findPoint(id);
-  return point == nullptr ? std::string() : point->origin;
 }
 
 }  // namespace kw::trx::tools

@@ -8,26 +8,26 @@
 
 namespace kw::trx::tools {
 
+enum class EventKind;
+
 /// One trace point of the catalogue.
 struct Point {
   unsigned int id;
   unsigned int level;
+  EventKind kind;
   const char* origin;    ///< such as "TRX::execHAP"
   const char* values;    ///< names and forms of the values
   const char* sentence;  ///< with the names of values in braces
 };
 
 /// All trace points in the order of their ids.
-std::vector<Point> allPoints();
+const std::vector<Point>& allPoints();
 
 /// The trace point with this id; null when the catalogue has none.
 const Point* findPoint(unsigned int id);
 
 /// "error", "info", "debug" or "debug2"; the number of any other level.
 std::string levelName(unsigned int level);
-
-/// Where the engine wrote a record with this id, such as "TRX::execHAP"; empty when unknown.
-std::string originOf(unsigned int id);
 
 }  // namespace kw::trx::tools
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What records tell of failures in a request.
 #include <algorithm>
+#include <iterator>
 
 #include "kw/trx/errors.h"
 #include "traces/codes.h"
@@ -14,13 +15,28 @@ namespace {
 constexpr std::size_t kMaxDetailWords = 64;
 constexpr std::uint32_t kWordBytes = 4;
 
-/// The exception that the caller of a HAP gets.
-std::uint32_t exceptionOf(Cause cause, const Event& event) {
+/// Code of the error record of a HAP that the engine itself fails so; 0: it does not.
+std::uint32_t recordCodeOf(Cause cause) {
   switch (cause) {
+    case Cause::kUndefined:
+      return trx::kRecordUndefinedHAP;
+    case Cause::kNestLimit:
+      return trx::kCodeHAPFailed;
     case Cause::kLock:
       return trx::kCodeLock;
     case Cause::kUnlock:
       return trx::kCodeUnlock;
+    default:
+      return 0;
+  }
+}
+
+/// The exception that the caller of a HAP gets.
+std::uint32_t exceptionOf(Cause cause, const Event& event) {
+  switch (cause) {
+    case Cause::kLock:
+    case Cause::kUnlock:
+      return recordCodeOf(cause);
     case Cause::kThrew:
       return event.code;
     case Cause::kThrewForeign:
@@ -39,26 +55,27 @@ void setCode(Failure& failure, std::uint32_t code) {
 
 /// That a HAP has failed, and how. What follows inside of a HAP that was left tells of its caller.
 bool OpenRequest::takeFailure(const Event& event, std::uint64_t now_ns) {
+  Cause cause = Cause::kNone;
   switch (event.kind) {
     case EventKind::kHAPFailed:
-      leaveHAP(Cause::kError, event, now_ns);
-      return true;
+      cause = Cause::kError;
+      break;
     case EventKind::kHAPUndefined:
-      leaveHAP(Cause::kUndefined, event, now_ns);
-      return true;
+      cause = Cause::kUndefined;
+      break;
     case EventKind::kHAPNestLimit:
-      leaveHAP(Cause::kNestLimit, event, now_ns);
-      return true;
+      cause = Cause::kNestLimit;
+      break;
     case EventKind::kLockFailed:
     case EventKind::kUnlockFailed:
-      leaveHAP(lockCauseOf(event, now_ns), event, now_ns);
-      return true;
+      cause = lockCauseOf(event, now_ns);
+      break;
     case EventKind::kHAPThrew:
-      leaveHAP(Cause::kThrew, event, now_ns);
-      return true;
+      cause = Cause::kThrew;
+      break;
     case EventKind::kHAPThrewForeign:
-      leaveHAP(Cause::kThrewForeign, event, now_ns);
-      return true;
+      cause = Cause::kThrewForeign;
+      break;
     case EventKind::kFailedName:
     case EventKind::kFailedCode:
     case EventKind::kFailedDetail:
@@ -69,6 +86,8 @@ bool OpenRequest::takeFailure(const Event& event, std::uint64_t now_ns) {
     default:
       return false;
   }
+  leaveHAP(cause, event, now_ns);
+  return true;
 }
 
 /// A HAP that throws the code of a lock failure leaves the same record. It has not waited for the
@@ -198,28 +217,12 @@ Failure OpenRequest::failureOf(const OpenSpan& hap, Cause cause, const Event& ev
   Failure failure;
   failure.cause = cause;
   failure.hap = hap.name;
-  switch (cause) {
-    case Cause::kError:
-      return failure;
-    case Cause::kUndefined:
-      setCode(failure, trx::kRecordUndefinedHAP);
-      break;
-    case Cause::kNestLimit:
-      setCode(failure, trx::kCodeHAPFailed);
-      break;
-    case Cause::kLock:
-      setCode(failure, trx::kCodeLock);
-      break;
-    case Cause::kUnlock:
-      setCode(failure, trx::kCodeUnlock);
-      break;
-    case Cause::kThrew:
-      setCode(failure, event.code);
-      return failure;
-    default:
-      return failure;
+  if (cause == Cause::kThrew) {
+    setCode(failure, event.code);
+  } else if (const std::uint32_t code = recordCodeOf(cause); code != 0) {
+    setCode(failure, code);
+    failure.event = describe(*event.record);
   }
-  failure.event = describe(*event.record);
   return failure;
 }
 
@@ -243,25 +246,14 @@ void OpenRequest::settleMaybeEnds() {
 
 /// What comes of the failure of a row.
 bool OpenRequest::takeEffect(const Event& event, std::uint64_t now_ns) {
-  switch (event.kind) {
-    case EventKind::kRowIgnores:
-      setEffect(Effect::kIgnored, event, now_ns);
-      return true;
-    case EventKind::kRowKeeps:
-      setEffect(Effect::kKept, event, now_ns);
-      return true;
-    case EventKind::kRowJumps:
-      setEffect(Effect::kJumps, event, now_ns);
-      return true;
-    case EventKind::kRowStops:
-      setEffect(Effect::kStops, event, now_ns);
-      return true;
-    case EventKind::kRowThrew:
-      setEffect(Effect::kInterrupts, event, now_ns);
-      return true;
-    default:
-      return false;
+  constexpr Effect effects[] = {Effect::kIgnored, Effect::kKept, Effect::kJumps, Effect::kStops,
+                                Effect::kInterrupts};
+  const int place = static_cast<int>(event.kind) - static_cast<int>(EventKind::kRowIgnores);
+  if (place < 0 || place >= static_cast<int>(std::size(effects))) {
+    return false;
   }
+  setEffect(effects[place], event, now_ns);
+  return true;
 }
 
 void OpenRequest::setEffect(Effect effect, const Event& event, std::uint64_t now_ns) {

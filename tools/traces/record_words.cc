@@ -16,23 +16,28 @@ namespace {
 
 constexpr int kHexBase = 16;
 
-/// A part of a sentence: text, and behind it the value with this number.
-struct Piece {
-  static constexpr std::size_t kNoValue = static_cast<std::size_t>(-1);
-
-  std::string text;
-  std::size_t value = kNoValue;
+/// The values that an event has a member for.
+struct Slot {
+  const char* name;
+  std::uint32_t Event::*member;
 };
+constexpr Slot kSlots[] = {{"request", &Event::request},
+                           {"number", &Event::number},
+                           {"code", &Event::code},
+                           {"size", &Event::size},
+                           {"time", &Event::time_ms}};
 
-/// A line of the catalogue, cut up once for all records.
-struct Line {
-  unsigned int id;
+std::vector<ValueForm> formsOf(const char* values) {
   std::vector<ValueForm> forms;
-  std::vector<Piece> sentence;
-};
+  std::istringstream items(values);
+  for (std::string item; items >> item;) {
+    forms.push_back({item.substr(0, item.find(':')), item.back()});
+  }
+  return forms;
+}
 
-std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<ValueForm>& forms) {
-  std::vector<Piece> pieces;
+std::vector<Line::Piece> piecesOf(const std::string& sentence, const std::vector<ValueForm>& forms) {
+  std::vector<Line::Piece> pieces;
   std::size_t begin = 0;
   for (std::size_t open = sentence.find('{'); open != std::string::npos;
        open = sentence.find('{', begin)) {
@@ -42,48 +47,59 @@ std::vector<Piece> piecesOf(const std::string& sentence, const std::vector<Value
                                    [&name](const ValueForm& known) { return known.name == name; });
     pieces.push_back(
         {sentence.substr(begin, open - begin),
-         form == forms.end() ? Piece::kNoValue : static_cast<std::size_t>(form - forms.begin())});
+         form == forms.end() ? Line::Piece::kNoValue : static_cast<std::size_t>(form - forms.begin())});
     begin = close + 1;
   }
   pieces.push_back({sentence.substr(begin)});
   return pieces;
 }
 
-std::vector<Line> allLines() {
-  std::vector<Line> lines;
-  for (const Point& point : allPoints()) {
-    std::vector<ValueForm> forms = formsOf(point.values);
-    std::vector<Piece> pieces = piecesOf(point.sentence, forms);
-    lines.push_back({point.id, std::move(forms), std::move(pieces)});
+Line lineOf(const Point& point) {
+  Line line{&point, formsOf(point.values), {}, {}, false, 0};
+  line.sentence = piecesOf(point.sentence, line.forms);
+  line.is_text = !line.forms.empty() && line.forms[0].isText();
+  line.bytes = line.is_text ? 0 : line.forms.size() * sizeof(std::uint32_t);
+  for (std::size_t number = 0; number < line.forms.size(); ++number) {
+    for (const Slot& slot : kSlots) {
+      if (line.forms[number].name == slot.name) {
+        line.event_words.push_back({number, slot.member});
+      }
+    }
   }
-  return lines;
+  return line;
 }
 
-const Line* findLine(unsigned int id) {
-  static const std::vector<Line> lines = allLines();
-  const auto found =
-      std::lower_bound(lines.begin(), lines.end(), id,
-                       [](const Line& line, unsigned int wanted) { return line.id < wanted; });
-  return found != lines.end() && found->id == id ? &*found : nullptr;
-}
+/// The lines by a hash of their ids: each record asks for its own.
+class Lines {
+ public:
+  Lines() : places_(kPlaces, nullptr) {
+    std::transform(allPoints().begin(), allPoints().end(), std::back_inserter(all_), lineOf);
+    for (const Line& line : all_) {
+      std::size_t place = placeOf(line.point->id);
+      while (places_[place] != nullptr) {
+        place = (place + 1) % kPlaces;
+      }
+      places_[place] = &line;
+    }
+  }
 
-/// Null for a record that the engine did not write.
-const Line* findLine(const kw::platform::TraceRecord& record) {
-  return isOfEngine(record) ? findLine(record.id) : nullptr;
-}
+  const Line* find(std::uint32_t id) const {
+    std::size_t place = placeOf(id);
+    while (places_[place] != nullptr && places_[place]->point->id != id) {
+      place = (place + 1) % kPlaces;
+    }
+    return places_[place];
+  }
 
-/// The word with this number; the data must be long enough.
-std::uint32_t wordAt(const kw::platform::TraceRecord& record, std::size_t number) {
-  std::uint32_t word = 0;
-  std::memcpy(&word, record.data.data() + number * sizeof(word), sizeof(word));
-  return word;
-}
+ private:
+  static constexpr std::size_t kPlaces = 1024;  // a few times as many as there are ids
 
-/// True when the data is long enough for all words that the line names.
-bool fits(const Line& line, const kw::platform::TraceRecord& record) {
-  return (!line.forms.empty() && line.forms[0].isText()) ||
-         record.data.size() >= line.forms.size() * sizeof(std::uint32_t);
-}
+  /// Class, operation and event of an id.
+  static std::size_t placeOf(std::uint32_t id) { return (id ^ (id >> 9) ^ (id >> 19)) % kPlaces; }
+
+  std::vector<Line> all_;
+  std::vector<const Line*> places_;
+};
 
 template <typename Number>
 void appendNumber(Number number, int base, std::string& text) {
@@ -137,19 +153,21 @@ void appendRaw(const kw::platform::TraceRecord& record, std::string& text) {
 
 }  // namespace
 
-std::vector<ValueForm> formsOf(const char* values) {
-  std::vector<ValueForm> forms;
-  std::istringstream items(values);
-  for (std::string item; items >> item;) {
-    forms.push_back({item.substr(0, item.find(':')), item.back()});
-  }
-  return forms;
+const Line* findLine(const kw::platform::TraceRecord& record) {
+  static const Lines lines;
+  return isOfEngine(record) ? lines.find(record.id) : nullptr;
+}
+
+std::uint32_t wordAt(const kw::platform::TraceRecord& record, std::size_t number) {
+  std::uint32_t word = 0;
+  std::memcpy(&word, record.data.data() + number * sizeof(word), sizeof(word));
+  return word;
 }
 
 std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
   const Line* const line = findLine(record);
   std::vector<Value> values;
-  if (line == nullptr || !fits(*line, record)) {
+  if (line == nullptr || !line->fits(record)) {
     return values;
   }
   for (std::size_t i = 0; i < line->forms.size(); ++i) {
@@ -162,12 +180,9 @@ std::vector<Value> valuesOf(const kw::platform::TraceRecord& record) {
 
 std::uint32_t wordOf(const kw::platform::TraceRecord& record, const char* name,
                      std::uint32_t otherwise) {
-  const Line* const line = findLine(record);
-  if (line != nullptr && fits(*line, record)) {
-    for (std::size_t i = 0; i < line->forms.size(); ++i) {
-      if (line->forms[i].name == name) {
-        return line->forms[i].isText() ? 0 : wordAt(record, i);
-      }
+  for (const Value& value : valuesOf(record)) {
+    if (value.name == name) {
+      return value.word;
     }
   }
   return otherwise;
@@ -181,12 +196,12 @@ std::string textOf(const kw::platform::TraceRecord& record) {
 
 void appendDescription(const kw::platform::TraceRecord& record, std::string& text) {
   const Line* const line = findLine(record);
-  if (line == nullptr || !fits(*line, record)) {
+  if (line == nullptr || !line->fits(record)) {
     return appendRaw(record, text);
   }
-  for (const Piece& piece : line->sentence) {
+  for (const Line::Piece& piece : line->sentence) {
     text += piece.text;
-    if (piece.value != Piece::kNoValue) {
+    if (piece.value != Line::Piece::kNoValue) {
       appendValue(*line, piece.value, record, text);
     }
   }

@@ -12,6 +12,9 @@
 
 namespace kw::trx::tools {
 
+struct Event;
+struct Point;
+
 /// The name of a value of a record, and how the catalogue shows it.
 struct ValueForm {
   std::string name;
@@ -20,8 +23,37 @@ struct ValueForm {
   bool isText() const { return form == 's'; }
 };
 
-/// The forms that a line of the catalogue lists.
-std::vector<ValueForm> formsOf(const char* values);
+/// A line of the catalogue, cut up once for all records.
+struct Line {
+  /// A part of the sentence: text, and behind it the value with this number.
+  struct Piece {
+    static constexpr std::size_t kNoValue = static_cast<std::size_t>(-1);
+
+    std::string text;
+    std::size_t value = kNoValue;
+  };
+  /// A value that an event has a member for.
+  struct Word {
+    std::size_t number;
+    std::uint32_t Event::*member;
+  };
+
+  const Point* point;
+  std::vector<ValueForm> forms;
+  std::vector<Piece> sentence;
+  std::vector<Word> event_words;
+  bool is_text = false;
+  std::size_t bytes = 0;  ///< that the named words take
+
+  /// True when the data is long enough for all words that the line names.
+  bool fits(const kw::platform::TraceRecord& record) const { return record.data.size() >= bytes; }
+};
+
+/// The line of `record`; null for one that the engine did not write.
+const Line* findLine(const kw::platform::TraceRecord& record);
+
+/// The word with this number; the data must be long enough.
+std::uint32_t wordAt(const kw::platform::TraceRecord& record, std::size_t number);
 
 /// One value of a record: a word, or the text of the record.
 struct Value {

@@ -6,48 +6,24 @@
 namespace kw::trx::tools {
 
 const char* wordOf(Command command) {
-  switch (command) {
-    case Command::kStart:
-      return trx::kCommandStart;
-    case Command::kHAP:
-      return trx::kCommandHAP;
-    case Command::kCheck:
-      return trx::kCommandCheck;
-    case Command::kWait:
-      return trx::kCommandWait;
-    case Command::kTable:
-      return trx::kCommandTable;
-    case Command::kEnd:
-      return trx::kCommandEnd;
-    default:
-      return "";
-  }
+  constexpr const char* words[] = {"",
+                                   trx::kCommandStart,
+                                   trx::kCommandHAP,
+                                   trx::kCommandCheck,
+                                   trx::kCommandWait,
+                                   trx::kCommandTable,
+                                   trx::kCommandEnd};
+  return words[static_cast<std::size_t>(command)];
 }
 
 const char* nameOf(Request::Kind kind) {
-  switch (kind) {
-    case Request::Kind::kHAP:
-      return "hap";
-    case Request::Kind::kTable:
-      return "table";
-    default:
-      return "unknown";
-  }
+  constexpr const char* names[] = {"hap", "table", "unknown"};
+  return names[static_cast<std::size_t>(kind)];
 }
 
 const char* nameOf(Ending ending) {
-  switch (ending) {
-    case Ending::kSucceeded:
-      return "ok";
-    case Ending::kFailed:
-      return "failed";
-    case Ending::kRefused:
-      return "refused";
-    case Ending::kWaits:
-      return "waits";
-    default:
-      return "open";
-  }
+  constexpr const char* names[] = {"open", "waits", "ok", "failed", "refused"};
+  return names[static_cast<std::size_t>(ending)];
 }
 
 void RequestListener::recordTaken(const Request&, const kw::platform::TraceRecord&) {}

@@ -111,8 +111,8 @@ void TraceOutput::addLine(const TraceRecord& record, const Place& place, const c
   } else {
     appendDescription(record, out_);
   }
-  if (const Point* const point = isOfEngine(record) ? findPoint(record.id) : nullptr) {
-    out_.append(origin_.before).append("  (").append(point->origin).append(")");
+  if (const Line* const line = findLine(record)) {
+    out_.append(origin_.before).append("  (").append(line->point->origin).append(")");
     out_ += origin_.after;
   }
 }
@@ -135,8 +135,9 @@ void TraceOutput::addJson(const TraceRecord& record, const Place& place, const c
   json.key("process").number(record.process_id).key("thread").number(record.thread_id);
   json.member("request", hexText(place.request)).key("requestNumber").number(place.number);
   json.member("level", levelName(record.level));
+  const Line* const line = findLine(record);
   json.member("id", hexText(record.id))
-      .member("origin", isOfEngine(record) ? originOf(record.id) : "");
+      .member("origin", line == nullptr ? "" : line->point->origin);
   if (suspicion != nullptr) {
     json.member("doubtful", suspicion);
   }
