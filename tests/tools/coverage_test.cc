@@ -2,7 +2,6 @@
 // What ran is counted alike from cases and from files, row by row and arrow by arrow.
 #include <gtest/gtest.h>
 
-#include "coverage/graph_counts.h"
 #include "coverage/ring_runs.h"
 #include "coverage/row_counter.h"
 #include "kw/trx/testing/temp_dir.h"

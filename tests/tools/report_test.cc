@@ -8,8 +8,6 @@
 #include "records_fixture.h"
 #include "report/gathering.h"
 #include "report/page.h"
-#include "report/report_json.h"
-#include "report/shrinking.h"
 #include "report/time_buckets.h"
 
 namespace kw::trx::testing {

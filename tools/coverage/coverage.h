@@ -10,6 +10,7 @@
 #include <string>
 
 #include "tables/flow.h"
+#include "tables/graph.h"
 
 namespace kw::trx::tools {
 
@@ -50,6 +51,9 @@ Coverage readCoverage(const std::string& file);
 
 /// True when the file begins as one of that form.
 bool isCoverageFile(const std::string& file);
+
+/// The counts, for a picture, of those tables whose file `coverage` knows.
+GraphCounts graphCountsOf(const TableFlows& tables, const Coverage& coverage);
 
 }  // namespace kw::trx::tools
 

@@ -6,7 +6,6 @@
 
 #include "common/characters.h"
 #include "common/times.h"
-#include "coverage/graph_counts.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -9,14 +9,79 @@
 
 #include "common/characters.h"
 #include "kw/trx/errors.h"
-#include "replay/recorded_outcomes.h"
 #include "replay/request_recording.h"
 #include "simulation/case_words.h"
 #include "simulation/row_outcomes.h"
+#include "tables/row_finder.h"
+#include "traces/request_summaries.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {
 namespace {
+
+/// Gives the calls of one run their outcomes: those of the same row and HAP in their order; for a
+/// row that did not call the HAP, those of rows that do not call it any more. Beyond them the last
+/// one counts again. Where none is recorded a call succeeds.
+class RecordedOutcomes {
+ public:
+  /// `tables` are those of the run.
+  RecordedOutcomes(const RecordedRequest& request, const RowFinder& tables);
+
+  HAPOutcome choose(const HAPCall& call);
+
+  /// What the run took for granted, a line each row.
+  const std::vector<std::string>& assumed() const { return assumed_; }
+
+ private:
+  struct Calls {
+    std::vector<HAPOutcome> outcomes;
+    std::size_t taken = 0;
+  };
+  using Place = std::pair<RowId, std::string>;  // row and HAP
+
+  void assume(const HAPCall& call, const std::string& words);
+
+  std::map<Place, Calls> by_row_;
+  std::map<std::string, Calls> by_hap_;  // of rows that do not call it any more
+  std::vector<std::string> assumed_;
+};
+
+RecordedOutcomes::RecordedOutcomes(const RecordedRequest& request, const RowFinder& tables) {
+  for (const RecordedRow& row : request.rows) {
+    if (row.callsHAP()) {
+      const std::string& hap = row.ran.name;
+      (tables.find(row.ran).is_same ? by_row_[{row.ran.row, hap}] : by_hap_[hap])
+          .outcomes.push_back(row.outcome);
+    }
+  }
+}
+
+HAPOutcome RecordedOutcomes::choose(const HAPCall& call) {
+  const auto row = by_row_.find({{call.table, call.number}, call.hap});
+  const auto hap = by_hap_.find(call.hap);
+  if (row == by_row_.end() && hap == by_hap_.end()) {
+    assume(call, "is not recorded here: it succeeds");
+    return {};
+  }
+  Calls& calls = row != by_row_.end() ? row->second : hap->second;
+  if (calls.taken == calls.outcomes.size()) {
+    assume(call, "is called more often than recorded: it does again what it did last, " +
+                     textOf(calls.outcomes.back()));
+    return calls.outcomes.back();
+  }
+  if (row == by_row_.end()) {
+    assume(call, "does what it did in the row that called it");
+  }
+  return calls.outcomes[calls.taken++];
+}
+
+void RecordedOutcomes::assume(const HAPCall& call, const std::string& words) {
+  const std::string line =
+      rowText(RowId{call.table, call.number}) + ": HAP " + call.hap + " " + words;
+  if (std::find(assumed_.begin(), assumed_.end(), line) == assumed_.end()) {
+    assumed_.push_back(line);
+  }
+}
 
 /// True when a row is in the tables what it was when it ran.
 bool isAsRecorded(const RecordedRow& row, const RowFinder::Found& found) {

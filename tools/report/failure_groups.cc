@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "common/text.h"
-#include "report/bounds.h"
 #include "traces/codes.h"
 
 namespace kw::trx::tools {

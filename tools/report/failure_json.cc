@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "report/failure_json.h"
-
+// The failures of a report as JSON.
 #include <algorithm>
 
 #include "common/text.h"
 #include "report/failure_groups.h"
-#include "report/request_facts.h"
+#include "report/timed_json.h"
 #include "tables/row_finder.h"
 #include "traces/advice.h"
 #include "traces/catalogue.h"
@@ -25,6 +24,31 @@ std::vector<std::string> detailOf(const Failure& failure) {
     words.push_back(hexText(word));
   }
   return words;
+}
+
+constexpr std::size_t kChangesMost = 5;
+
+/// How tables have changed since the request ran, in words as `changeText` has them, each once and
+/// the first few alone. None for a request of whose records some are missing or damaged: a damaged
+/// record looks like another row.
+std::vector<std::string> changesSince(const KeptRequest& request, const RowFinder& finder) {
+  std::vector<std::string> changes;
+  if (request.request().is_incomplete) {
+    return changes;
+  }
+  for (const Span& span : request.spans) {
+    if (span.is_incomplete) {
+      return {};
+    }
+    if (!span.isRow() || changes.size() == kChangesMost) {
+      continue;
+    }
+    const std::string change = changeText(finder.find(span), span);
+    if (!change.empty() && std::find(changes.begin(), changes.end(), change) == changes.end()) {
+      changes.push_back(change);
+    }
+  }
+  return changes;
 }
 
 class FailureWriter {

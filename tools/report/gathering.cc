@@ -4,9 +4,6 @@
 #include <algorithm>
 #include <tuple>
 
-#include "coverage/graph_counts.h"
-#include "report/bounds.h"
-
 namespace kw::trx::tools {
 namespace {
 
@@ -48,11 +45,11 @@ void ReportGatherer::Figures::spanEnded(const Request& request, const Span& span
 }
 
 ReportGatherer::ReportGatherer(const TableFlows& tables, const RequestFilter& filter)
-    : tables_(tables),
+    : RequestSummaries([this](const RequestSummary& summary) { takeSummary(summary); }),
+      tables_(tables),
       filter_(filter),
       figures_(tables),
-      filtered_(filter, figures_),
-      summaries_([this](const RequestSummary& summary) { takeSummary(summary); }) {}
+      filtered_(filter, figures_) {}
 
 void ReportGatherer::recordTaken(const Request& request, const TraceRecord& record) {
   start_ns_ = start_ns_ == 0 ? record.time_ns : std::min(start_ns_, record.time_ns);
@@ -68,7 +65,7 @@ void ReportGatherer::requestJoined(const Request& request, std::uint64_t fresh) 
 
 void ReportGatherer::spanEnded(const Request& request, const Span& span) {
   filtered_.spanEnded(request, span);
-  summaries_.spanEnded(request, span);
+  RequestSummaries::spanEnded(request, span);
   Running& running = running_[request.serial];
   if (running.spans.size() == kSlicesOfRequest) {
     running.spans.erase(running.spans.begin(), running.spans.begin() + kSlicesOfRequest / 2);
@@ -79,7 +76,7 @@ void ReportGatherer::spanEnded(const Request& request, const Span& span) {
 
 void ReportGatherer::requestEnded(const Request& request) {
   filtered_.requestEnded(request);
-  summaries_.requestEnded(request);
+  RequestSummaries::requestEnded(request);
 }
 
 void ReportGatherer::takeSummary(const RequestSummary& summary) {
@@ -105,7 +102,7 @@ void ReportGatherer::takeSummary(const RequestSummary& summary) {
 }
 
 void ReportGatherer::count(const Request& request) {
-  counts_.add(request.ending);
+  ++counts_[request.ending];
   const bool succeeded = request.ending == Ending::kSucceeded;
   ThreadLane& first = laneOf(request, request.thread_id);
   ++first.requests;
@@ -127,26 +124,6 @@ void ReportGatherer::count(const Request& request) {
   same.failed += request.hasFailed() ? 1 : 0;
   same.others += request.hasFailed() || succeeded ? 0 : 1;
   same.durations.add(request.durationNs());
-}
-
-void RequestCounts::add(Ending ending) {
-  ++all;
-  switch (ending) {
-    case Ending::kSucceeded:
-      ++ok;
-      break;
-    case Ending::kFailed:
-      ++failed;
-      break;
-    case Ending::kRefused:
-      ++refused;
-      break;
-    case Ending::kWaits:
-      ++waits;
-      break;
-    default:
-      ++open;
-  }
 }
 
 ThreadLane& ReportGatherer::laneOf(const Request& request, std::uint32_t thread_id) {

@@ -22,7 +22,7 @@
 namespace kw::trx::tools {
 
 /// Keeps a bounded part of what rings tell.
-class ReportGatherer : public RequestListener {
+class ReportGatherer : public RequestSummaries {
  public:
   /// `tables`: those that the records may tell of. They and `filter` must outlive it.
   ReportGatherer(const TableFlows& tables, const RequestFilter& filter);
@@ -67,14 +67,13 @@ class ReportGatherer : public RequestListener {
   std::uint64_t start_ns_ = 0;
   std::map<std::uint64_t, Running> running_;  // by serial
   std::map<ThreadId, ThreadLane> lanes_;
-  RequestCounts counts_;
+  std::map<Ending, std::uint64_t> counts_;
   std::map<std::pair<Request::Kind, std::string>, NamedRequests> names_;
   std::uint64_t other_names_ = 0;
   FailureGroups failures_;
   RequestKeeper keeper_;
   Figures figures_;
   FilteredRequests filtered_;
-  RequestSummaries summaries_;
 };
 
 }  // namespace kw::trx::tools

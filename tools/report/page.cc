@@ -3,8 +3,6 @@
 
 #include <iterator>
 
-#include "report/shrinking.h"
-
 namespace kw::trx::tools {
 namespace {
 

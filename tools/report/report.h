@@ -24,6 +24,14 @@
 
 namespace kw::trx::tools {
 
+// How much a report keeps; shrinking halves from here.
+constexpr std::size_t kGroupsMost = 100;       ///< failures that are not equal
+constexpr std::size_t kRecentMost = 10;        ///< requests named of a failure
+constexpr std::size_t kNamesMost = 300;        ///< of requests
+constexpr std::size_t kFirstRecords = 12;      ///< of a request that is told
+constexpr std::size_t kLastRecords = 48;       ///< of the same
+constexpr std::size_t kSlicesOfRequest = 400;  ///< tables, rows and HAPs of one
+
 /// A request with what ran in it.
 struct KeptRequest {
   RequestSummary summary;
@@ -97,13 +105,6 @@ struct ThreadLane {
   TimeBuckets<ThreadLoad> load;
 };
 
-/// How many requests ended how.
-struct RequestCounts {
-  std::uint64_t all = 0, ok = 0, failed = 0, refused = 0, waits = 0, open = 0;
-
-  void add(Ending ending);
-};
-
 /// How much of what is not bounded as it is gathered is told.
 struct ReportBounds {
   std::size_t rows = 3000, tables = 1000, haps = 300;
@@ -117,7 +118,7 @@ struct Report {
   Losses losses;
   std::uint64_t left_out_runs = 0;  ///< of rows and HAPs, as records of their time are missing
   std::uint64_t begin_ns = 0, end_ns = 0;  ///< of the records taken; 0: there are none
-  RequestCounts requests;
+  std::map<Ending, std::uint64_t> requests;
   std::vector<FailureGroup> failures;  ///< the most frequent ones first
   std::uint64_t other_failures = 0;    ///< of no group, as there are too many kinds
   std::vector<KeptRequestPtr> kept;    ///< in the order of their begins

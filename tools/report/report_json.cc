@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "report/report_json.h"
-
+// A report as JSON.
 #include <algorithm>
+#include <map>
 #include <optional>
 
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
-#include "report/failure_json.h"
-#include "report/request_facts.h"
-#include "report/table_json.h"
+#include "report/page.h"
 #include "report/timed_json.h"
 #include "traces/record_words.h"
 
@@ -17,6 +15,35 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr const char* kKinds[] = {"table", "row", "hap"};
+
+/// A row of a request with the time that its runs took together.
+struct LongestRow {
+  RowId row;
+  Command command = Command::kNone;
+  std::string name;
+  std::uint64_t runs = 0;
+  std::uint64_t time_ns = 0;  ///< without that of tables which it called
+};
+
+/// The row that took most time, of the spans that are kept; none when no row is.
+std::optional<LongestRow> longestRowOf(const KeptRequest& request) {
+  std::map<RowId, LongestRow> rows;
+  std::optional<LongestRow> longest;
+  for (const Span& span : request.spans) {
+    if (!span.isRow()) {
+      continue;
+    }
+    LongestRow& row = rows[span.row];
+    const std::uint64_t all_ns = span.durationNs();
+    row.time_ns += all_ns - std::min(all_ns, span.nested_ns);
+    ++row.runs;
+    row = {span.row, span.command, span.name, row.runs, row.time_ns};
+    if (!longest || row.time_ns > longest->time_ns) {
+      longest = row;
+    }
+  }
+  return longest;
+}
 
 /// Writes a report. Times are written as they count from its first record.
 class Writer {
@@ -55,11 +82,17 @@ class Writer {
   }
 
   void writeCounts() {
-    const RequestCounts& counts = report_.requests;
-    json_.key("requests").beginObject().key("all").number(counts.all);
-    json_.key("ok").number(counts.ok).key("failed").number(counts.failed);
-    json_.key("refused").number(counts.refused).key("waits").number(counts.waits);
-    json_.key("open").number(counts.open).endObject();
+    std::uint64_t all = 0;
+    for (const auto& [ending, count] : report_.requests) {
+      all += count;
+    }
+    json_.key("requests").beginObject().key("all").number(all);
+    for (const Ending ending :
+         {Ending::kSucceeded, Ending::kFailed, Ending::kRefused, Ending::kWaits, Ending::kOpen}) {
+      const auto count = report_.requests.find(ending);
+      json_.key(nameOf(ending)).number(count == report_.requests.end() ? 0 : count->second);
+    }
+    json_.endObject();
   }
 
   void writeKept() {
@@ -178,11 +211,8 @@ class Writer {
       json_.beginObject().member("kind", nameOf(name.kind)).member("name", name.name);
       json_.key("count").number(name.durations.count()).key("failed").number(name.failed);
       json_.key("others").number(name.others);
-      json_.key("leastNs").number(name.durations.quantile(0));
-      json_.key("medianNs").number(name.durations.quantile(50));
-      json_.key("p99Ns").number(name.durations.quantile(99));
-      json_.key("mostNs").number(name.durations.quantile(100));
-      json_.key("sumNs").number(name.durations.sum()).endObject();
+      writeDurations(name.durations, json_);
+      json_.endObject();
     }
     json_.endArray().key("otherNames").number(report_.other_names);
   }
@@ -190,15 +220,7 @@ class Writer {
   /// Those with the longest time together first.
   void writeHAPs() {
     const std::size_t most = report_.bounds.haps;
-    std::vector<const std::pair<const Work, WorkFigures>*> haps;
-    for (const auto& one : report_.statistics.all()) {
-      if (one.first.isHAP()) {
-        haps.push_back(&one);
-      }
-    }
-    std::stable_sort(haps.begin(), haps.end(), [](const auto* a, const auto* b) {
-      return a->second.own.sum() > b->second.own.sum();
-    });
+    const auto haps = report_.statistics.byOwnTime(true);
     json_.key("haps").beginArray();
     for (std::size_t i = 0; i < std::min(haps.size(), most); ++i) {
       json_.beginObject().member("name", haps[i]->first.name);

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "report/shrinking.h"
-
+// Keeps the page of a report below its greatest size.
 #include <algorithm>
 #include <memory>
 #include <set>
 #include <utility>
 #include <vector>
 
-#include "report/bounds.h"
-#include "report/report_json.h"
+#include "report/page.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "report/table_json.h"
-
+// The tables of a report, with what ran of them, and figures of runs as JSON.
 #include <algorithm>
 #include <set>
 
 #include "common/paths.h"
 #include "common/text.h"
+#include "report/timed_json.h"
 #include "tables/row_finder.h"
 #include "zqm_trx/table_words.h"
 
@@ -185,14 +185,19 @@ class TableWriter {
 
 }  // namespace
 
+void writeDurations(const Durations& durations, JsonWriter& json) {
+  json.key("leastNs").number(durations.quantile(0));
+  json.key("medianNs").number(durations.quantile(kMedian));
+  json.key("p99Ns").number(durations.quantile(kNearlyAll));
+  json.key("mostNs").number(durations.quantile(kAll));
+  json.key("sumNs").number(durations.sum());
+}
+
 void writeFigures(const WorkFigures& figures, JsonWriter& json) {
   json.key("calls").number(figures.calls).key("failures").number(figures.failures);
   json.key("unfinished").number(figures.unfinished);
-  json.key("leastNs").number(figures.total.quantile(0));
-  json.key("medianNs").number(figures.total.quantile(kMedian));
-  json.key("p99Ns").number(figures.total.quantile(kNearlyAll));
-  json.key("mostNs").number(figures.total.quantile(kAll));
-  json.key("sumNs").number(figures.total.sum()).key("ownNs").number(figures.own.sum());
+  writeDurations(figures.total, json);
+  json.key("ownNs").number(figures.own.sum());
   json.key("waitNs").number(figures.wait_ns).key("lockNs").number(figures.lock_ns);
   json.key("lockWaitNs").number(figures.lock_wait_ns);
 }

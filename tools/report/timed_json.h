@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the parts of a report have in common as JSON. One thread.
+// The parts of a report as JSON, and what they have in common. One thread.
 #ifndef KW_TRX_TOOLS_REPORT_TIMED_JSON_H_
 #define KW_TRX_TOOLS_REPORT_TIMED_JSON_H_
 
-#include <cstddef>
 #include <cstdint>
 
 #include "common/json.h"
-#include "traces/request_summaries.h"
+#include "report/report.h"
 
 namespace kw::trx::tools {
 
@@ -32,6 +31,19 @@ class TimedJson {
   JsonWriter& json_;
   std::uint64_t begin_ns_;
 };
+
+/// Writes the members `failures` and `otherFailures` into the open object.
+void writeFailures(const Report& report, const TimedJson& json);
+
+/// Writes the members `leastNs` to `sumNs` into the open object.
+void writeDurations(const Durations& durations, JsonWriter& json);
+
+/// Writes the members `calls` to `lockWaitNs` into the open object.
+void writeFigures(const WorkFigures& figures, JsonWriter& json);
+
+/// Writes the member `tables`: each table that ran or that one of these calls, a table that is not
+/// known as far as its rows ran; and `tablesNotRun`, the names of the others.
+void writeTables(const Report& report, JsonWriter& json);
 
 }  // namespace kw::trx::tools
 

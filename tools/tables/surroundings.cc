@@ -39,9 +39,8 @@ std::map<std::string, std::string> meantTables(const KnownTables& tables) {
   return meant;
 }
 
-}  // namespace
-
-std::vector<std::string> tableFilesOf(const std::string& path) {
+/// The table files that `path` names.
+std::vector<std::string> filesAt(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code error;
   if (!fs::exists(path, error)) {
@@ -63,6 +62,17 @@ std::vector<std::string> tableFilesOf(const std::string& path) {
     throw std::runtime_error(path + ": " + error.message());
   }
   std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace
+
+std::vector<std::string> tableFilesOf(const std::vector<std::string>& paths) {
+  std::vector<std::string> files;
+  for (const std::string& path : paths) {
+    const std::vector<std::string> found = filesAt(path);
+    files.insert(files.end(), found.begin(), found.end());
+  }
   return files;
 }
 

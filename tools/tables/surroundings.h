@@ -23,9 +23,10 @@ struct KnownTables {
   std::vector<std::string> names() const;
 };
 
-/// The table files that `path` names: itself, or those of a folder by their extension, in the order
-/// of their names. Throws `std::runtime_error` in words when there is no such file or folder.
-std::vector<std::string> tableFilesOf(const std::string& path);
+/// The table files that each of `paths` names: itself, or those of a folder by their extension, in
+/// the order of their names. Throws `std::runtime_error` in words when there is no such file or
+/// folder.
+std::vector<std::string> tableFilesOf(const std::vector<std::string>& paths);
 
 /// The tables of `files` and of those that the configuration names. Of two files with one name that
 /// the engine loads, the later one wins, and one of `files` counts more than a configured one.

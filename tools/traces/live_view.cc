@@ -36,14 +36,8 @@ LiveRequest liveOf(const OpenRequest& open) {
 }  // namespace
 
 LiveView::LiveView(CodeMeaning meaning)
-    : meaning_(std::move(meaning)),
-      summaries_([this](const RequestSummary& summary) { take(summary); }) {}
-
-void LiveView::spanEnded(const Request& request, const Span& span) {
-  summaries_.spanEnded(request, span);
-}
-
-void LiveView::requestEnded(const Request& request) { summaries_.requestEnded(request); }
+    : RequestSummaries([this](const RequestSummary& summary) { take(summary); }),
+      meaning_(std::move(meaning)) {}
 
 /// Without an end a request was cut off when its ring was made anew.
 void LiveView::take(const RequestSummary& summary) {

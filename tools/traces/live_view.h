@@ -35,12 +35,12 @@ struct LiveFailure {
 };
 
 /// Listens to a `RequestReader`.
-class LiveView : public RequestListener {
+class LiveView : public RequestSummaries {
  public:
   explicit LiveView(CodeMeaning meaning);
-
-  void spanEnded(const Request& request, const Span& span) override;
-  void requestEnded(const Request& request) override;
+  LiveView(const LiveView&) = delete;
+  LiveView& operator=(const LiveView&) = delete;
+  ~LiveView() override = default;
 
   /// What runs by the builders of `reader`, which this listens to; the longest one first.
   std::vector<LiveRequest> running(const RequestReader& reader) const;
@@ -62,7 +62,6 @@ class LiveView : public RequestListener {
   std::uint64_t usualNs(const Request& request) const;
 
   const CodeMeaning meaning_;
-  RequestSummaries summaries_;
   std::map<Name, std::deque<std::uint64_t>> durations_ns_;  // the last ones
   std::deque<std::pair<std::uint64_t, bool>> recent_;       // ends, and whether it failed
   std::deque<LiveFailure> failures_;

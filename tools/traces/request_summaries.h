@@ -13,6 +13,8 @@
 
 namespace kw::trx::tools {
 
+class JsonWriter;
+
 /// A request; what it runs in when its end is not known; and, of such a one, what it does again and
 /// again.
 struct RequestSummary {
@@ -70,6 +72,9 @@ std::string reasonOf(const Failure& failure);
 
 /// What the code of a failure means, with `meaning` for those of HAPs; empty when it has none.
 std::string codeMeaningOf(const Failure& failure, const CodeMeaning& meaning);
+
+/// Writes the members `process` to `moreUnits` into the open object.
+void writeRequest(const Request& request, JsonWriter& json);
 
 /// "row TABLE/NUMBER".
 std::string rowText(const RowId& row);

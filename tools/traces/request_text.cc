@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How requests ended, in words.
+#include "common/json.h"
 #include "common/text.h"
 #include "traces/codes.h"
 #include "traces/record_words.h"
@@ -51,6 +52,14 @@ std::string waitText(const RequestSummary& summary) {
 }
 
 }  // namespace
+
+void writeRequest(const Request& request, JsonWriter& json) {
+  json.key("process").number(request.process_id).key("thread").number(request.thread_id);
+  json.member("request", hexText(request.id)).key("requestNumber").number(request.number);
+  json.member("kind", nameOf(request.kind)).member("name", request.name);
+  json.member("mode", request.mode).texts("units", request.units);
+  json.key("moreUnits").boolean(request.more_units);
+}
 
 std::string codeMeaningOf(const Failure& failure, const CodeMeaning& meaning) {
   if (!failure.has_code || failure.code == 0) {

@@ -21,6 +21,9 @@ int RingSource::open(const std::string& file) {
 }
 
 bool RingSource::next(kw::platform::TraceRecord& record) {
+  if (rings_.size() == 1) {
+    return rings_[0]->reader.next(record);
+  }
   Ring* first = nullptr;
   for (std::size_t at = 0; at < rings_.size(); ++at) {
     Ring& ring = *rings_[at];

@@ -54,6 +54,19 @@ std::string textOf(const Work& work) {
          (work.name.empty() ? "" : ' ' + work.name) + ')';
 }
 
+std::vector<const Statistics::Entry*> Statistics::byOwnTime(bool haps) const {
+  std::vector<const Entry*> entries;
+  for (const Entry& entry : all_) {
+    if (entry.first.isHAP() == haps) {
+      entries.push_back(&entry);
+    }
+  }
+  std::stable_sort(entries.begin(), entries.end(), [](const Entry* a, const Entry* b) {
+    return a->second.own.sum() > b->second.own.sum();
+  });
+  return entries;
+}
+
 void Statistics::spanEnded(const Request&, const Span& span) {
   if (span.kind == Span::Kind::kTable) {
     return;

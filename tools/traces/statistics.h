@@ -68,7 +68,12 @@ class Statistics : public RequestListener {
  public:
   void spanEnded(const Request& request, const Span& span) override;
 
+  using Entry = std::pair<const Work, WorkFigures>;
+
   const std::map<Work, WorkFigures>& all() const { return all_; }
+
+  /// Those of HAPs, or those of rows; what took most time of its own first.
+  std::vector<const Entry*> byOwnTime(bool haps) const;
 
   /// Runs of rows and HAPs that were left out, as records of their time are missing.
   std::uint64_t leftOut() const { return left_out_; }

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -120,8 +119,8 @@ int cover(CoverageOptions options) {
       addRing(file, tables, options.requests, coverage);
     }
   }
-  if (!options.output.empty() && !(std::ofstream(options.output) << lcovOf(coverage)).flush()) {
-    return fail(options.output + ": " + std::strerror(errno));
+  if (!options.output.empty() && writeFile(options.output, lcovOf(coverage)) != kExitOk) {
+    return kExitFailed;
   }
   return printSummary(coverage) >= options.least ? kExitOk : kExitFindings;
 }

@@ -7,19 +7,16 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 
 #include "configuration/configuration.h"
-#include "coverage/graph_counts.h"
 #include "coverage/ring_runs.h"
 #include "kw/trx/file_path.h"
 #include "tables/graph.h"
 #include "tables/named_files.h"
-#include "traces/seen_names.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
 #include "trxctl/ring_reading.h"
@@ -84,17 +81,6 @@ int draw(const std::string& graph, const GraphOptions& options) {
   int status = 0;
   const bool ended = error == 0 && waitpid(child, &status, 0) == child;
   return ended && status == 0 ? kExitOk : fail("dot failed to draw " + options.output);
-}
-
-int writeText(const std::string& graph, const std::string& output) {
-  if (output.empty()) {
-    std::cout << graph;
-    return kExitOk;
-  }
-  std::ofstream file(output);
-  file << graph;
-  file.close();
-  return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
 }
 
 /// The format of a picture when the name of the file ends so, in any letter case; else "dot".
@@ -186,7 +172,14 @@ int graphTables(GraphOptions options) {
     }
   }
   const std::string graph = graphOf(picture.tables, picture.names, picture.counts, picture.view);
-  return options.format == "dot" ? writeText(graph, options.output) : draw(graph, options);
+  if (options.format != "dot") {
+    return draw(graph, options);
+  }
+  if (!options.output.empty()) {
+    return writeFile(options.output, graph);
+  }
+  std::cout << graph;
+  return kExitOk;
 }
 
 }  // namespace
@@ -224,10 +217,7 @@ void addGraphCommand(CommandLine& line) {
                                            false,
                                            requestProblem});
   command.needs("--request", "--trace");
-  addFilterOptions(command, options->requests);
-  for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
-    command.needs(option, "--trace");
-  }
+  addFilterOptions(command, options->requests, "--trace");
   command.excludes("--trace", {"--coverage"});
   command.run([options] { return graphTables(*options); });
 }

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -217,8 +214,8 @@ int replayRequest(const ReplayOptions& options) {
   } else {
     print(request, result);
   }
-  if (!options.output.empty() && !(std::ofstream(options.output) << text).flush()) {
-    return fail(options.output + ": " + std::strerror(errno));
+  if (!options.output.empty() && writeFile(options.output, text) != kExitOk) {
+    return kExitFailed;
   }
   return result.isSame() ? kExitOk : kExitFindings;
 }

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <ctime>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -15,7 +12,6 @@
 #include "kw/ring_reader.h"
 #include "report/gathering.h"
 #include "report/page.h"
-#include "report/shrinking.h"
 #include "tables/code_meanings.h"
 #include "tables/surroundings.h"
 #include "trxctl/commands.h"
@@ -35,11 +31,6 @@ struct ReportOptions {
 /// The tables of `paths` and of the configuration, if that can be read: a report is most wanted
 /// when something is wrong.
 TableFlows tablesOf(const std::vector<std::string>& paths) {
-  std::vector<std::string> files;
-  for (const std::string& path : paths) {
-    const std::vector<std::string> found = tableFilesOf(path);
-    files.insert(files.end(), found.begin(), found.end());
-  }
   std::vector<std::string> configured;
   try {
     std::optional<std::vector<std::string>> modules;
@@ -47,17 +38,7 @@ TableFlows tablesOf(const std::vector<std::string>& paths) {
   } catch (const std::runtime_error&) {
     // The page tells what is wrong with the configuration.
   }
-  return readTables(files, configured).flows;
-}
-
-int writeFile(const std::string& content, const std::string& output) {
-  if (kw::platform::RingReader ring; ring.open(output) == 0) {
-    return fail(output + " is a trace ring; name another file with -o");
-  }
-  std::ofstream file(output, std::ios::binary);
-  file << content;
-  file.close();
-  return file.fail() ? fail(output + ": " + std::strerror(errno)) : kExitOk;
+  return readTables(tableFilesOf(paths), configured).flows;
 }
 
 int report(const ReportOptions& options) {
@@ -90,7 +71,10 @@ int report(const ReportOptions& options) {
     std::cout << json << '\n';
     return status;
   }
-  return std::max(status, writeFile(options.json ? json + '\n' : pageOf(json), options.output));
+  if (kw::platform::RingReader ring; ring.open(options.output) == 0) {
+    return fail(options.output + " is a trace ring; name another file with -o");
+  }
+  return std::max(status, writeFile(options.output, options.json ? json + '\n' : pageOf(json)));
 }
 
 }  // namespace

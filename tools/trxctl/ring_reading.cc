@@ -57,7 +57,7 @@ void sayLosses(const RequestReader& reader) {
 
 }  // namespace
 
-void addFilterOptions(CommandOptions& command, FilterOptions& options) {
+void addFilterOptions(CommandOptions& command, FilterOptions& options, const char* needed) {
   RequestFilter& filter = options.filter;
   command.text(
       options.since,
@@ -74,6 +74,9 @@ void addFilterOptions(CommandOptions& command, FilterOptions& options) {
   command.text(
       filter.text,
       {"--text", "Only requests of whose name, mode, units or outcome this is a part", "TEXT"});
+  for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
+    needed == nullptr ? void() : command.needs(option, needed);
+  }
 }
 
 void addRequestOption(CommandOptions& command, FilterOptions& options) {
@@ -105,17 +108,13 @@ RequestFilter filterOf(const FilterOptions& options, const std::vector<std::stri
 int openRings(const std::vector<std::string>& files, RequestReader& reader) {
   for (const std::string& file : files) {
     if (reader.open(file) != 0) {
-      return failToOpenRing(file);
+      return fail(file + ": " +
+                  (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
+                                     "openTraceRing"
+                                   : std::strerror(errno)));
     }
   }
   return kExitOk;
-}
-
-int failToOpenRing(const std::string& file) {
-  return fail(file + ": " +
-              (errno == EINVAL ? "is no trace ring; name the file that the host gave to "
-                                 "openTraceRing"
-                               : std::strerror(errno)));
 }
 
 void sayLeftOut(std::uint64_t runs) {

@@ -20,8 +20,9 @@ struct FilterOptions {
   RequestFilter filter;  ///< the other ones
 };
 
-/// Adds them to a command, all but --request.
-void addFilterOptions(CommandOptions& command, FilterOptions& options);
+/// Adds them to a command, all but --request. `needed`: an option that they need; null: none.
+void addFilterOptions(CommandOptions& command, FilterOptions& options,
+                      const char* needed = nullptr);
 
 /// Adds --request.
 void addRequestOption(CommandOptions& command, FilterOptions& options);
@@ -32,10 +33,7 @@ RequestFilter filterOf(const FilterOptions& options, const std::vector<std::stri
 /// Opens rings in `reader`. Returns the exit status: on failure after saying why.
 int openRings(const std::vector<std::string>& files, RequestReader& reader);
 
-/// Says on standard error why the ring `file` could not be opened, by `errno`. Returns the status.
-int failToOpenRing(const std::string& file);
-
-/// The same of `runs` of HAPs and rows that no figure counts.
+/// Says on standard error that no figure counts so many `runs` of HAPs and rows.
 void sayLeftOut(std::uint64_t runs);
 
 /// Reads `reader`, opened, to its end, and says on standard error what is missing, suspect or odd

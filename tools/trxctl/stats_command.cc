@@ -27,8 +27,6 @@ struct StatsOptions {
   FilterOptions requests;
 };
 
-using Entry = std::pair<const Work, WorkFigures>;
-
 /// Hands the requests that started before a time to one listener, the others to another one.
 class SplitRequests : public RequestListener {
  public:
@@ -76,7 +74,7 @@ void printColumns(const std::vector<std::string>& columns, const std::string& na
   std::cout << "  " << name << '\n';
 }
 
-void printFigures(const Entry& entry) {
+void printFigures(const Statistics::Entry& entry) {
   const WorkFigures& figures = entry.second;
   const Durations& total = figures.total;
   std::string name = textOf(entry.first);
@@ -96,26 +94,12 @@ void printFigures(const Entry& entry) {
   printColumns(columns, name);
 }
 
-/// The entries of HAPs, or those of rows, what took most time of its own first.
-std::vector<const Entry*> sorted(const Statistics& statistics, bool haps) {
-  std::vector<const Entry*> entries;
-  for (const Entry& entry : statistics.all()) {
-    if (entry.first.isHAP() == haps) {
-      entries.push_back(&entry);
-    }
-  }
-  std::stable_sort(entries.begin(), entries.end(), [](const Entry* a, const Entry* b) {
-    return a->second.own.sum() > b->second.own.sum();
-  });
-  return entries;
-}
-
 void printStatistics(const Statistics& statistics) {
   printColumns({"calls", "failed", "least", "median", "99 %", "greatest", "own median", "own sum",
                 "waits sum", "lock sum", "lock wait"},
                "(times in ms)");
   for (const bool haps : {true, false}) {
-    for (const Entry* entry : sorted(statistics, haps)) {
+    for (const Statistics::Entry* entry : statistics.byOwnTime(haps)) {
       printFigures(*entry);
     }
   }
@@ -206,7 +190,7 @@ void writeWork(JsonWriter& json, const Work& work) {
 void writeStatistics(JsonWriter& json, const Statistics& statistics) {
   for (const bool haps : {true, false}) {
     json.key(haps ? "haps" : "rows").beginArray();
-    for (const Entry* entry : sorted(statistics, haps)) {
+    for (const Statistics::Entry* entry : statistics.byOwnTime(haps)) {
       const WorkFigures& figures = entry->second;
       json.beginObject();
       writeWork(json, entry->first);

@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -64,8 +61,8 @@ int test(const TestOptions& options) {
     }
   }
   std::cout << run - failed << " of " << run << " cases passed\n";
-  if (!options.junit.empty() && !(std::ofstream(options.junit) << junitOf(tested)).flush()) {
-    return fail(options.junit + ": " + std::strerror(errno));
+  if (!options.junit.empty() && writeFile(options.junit, junitOf(tested)) != kExitOk) {
+    return kExitFailed;
   }
   return unreadable ? kExitFailed : failed != 0 ? kExitFindings : kExitOk;
 }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 
 #include "trxctl/command_line.h"
@@ -34,6 +35,13 @@ int flushed(int status) {
   }
   return fail(std::string("standard output: ") +
               (errno != 0 ? std::strerror(errno) : "not written"));
+}
+
+int writeFile(const std::string& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  return file.fail() ? fail(path + ": " + std::strerror(errno)) : kExitOk;
 }
 
 bool waitWithReader(int time_ms) {

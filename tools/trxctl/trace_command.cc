@@ -15,14 +15,12 @@
 #include "tables/row_notes.h"
 #include "tables/surroundings.h"
 #include "traces/placing.h"
-#include "traces/seen_names.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 #include "trxctl/timeline.h"
 #include "trxctl/trace_output.h"
-#include "trxctl/trace_summary.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -48,14 +46,10 @@ std::optional<KnownTables> tablesFor(const TraceOptions& options) {
   if (!options.rows && options.tables.empty()) {
     return std::nullopt;
   }
-  std::vector<std::string> files;
-  for (const std::string& path : options.tables) {
-    const std::vector<std::string> found = tableFilesOf(path);
-    files.insert(files.end(), found.begin(), found.end());
-  }
   std::optional<std::vector<std::string>> modules;
   KnownTables tables =
-      readTables(files, options.rows ? configuredTables(modules) : std::vector<std::string>());
+      readTables(tableFilesOf(options.tables),
+                 options.rows ? configuredTables(modules) : std::vector<std::string>());
   if (tables.flows.empty()) {
     throw std::runtime_error(
         options.tables.empty()
@@ -172,10 +166,7 @@ int showTrace(TraceOptions& options) {
 
 void addSummaryOptions(CommandOptions& command, TraceOptions& options) {
   command.flag(options.summary, {"--summary", "Print a line for each request instead of records"});
-  addFilterOptions(command, options.requests);
-  for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
-    command.needs(option, "--summary");
-  }
+  addFilterOptions(command, options.requests, "--summary");
   command.excludes("--summary",
                    {"--level", "--hap", "--table", "--follow", "--perfetto", "--rows", "--tables"});
 }

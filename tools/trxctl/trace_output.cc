@@ -13,6 +13,7 @@
 #include "traces/catalogue.h"
 #include "traces/record_words.h"
 #include "traces/selection.h"
+#include "trxctl/text_output.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -54,19 +55,6 @@ void writeNote(JsonWriter& json, const RowNote& note) {
 
 }  // namespace
 
-TraceOutput::TraceOutput(bool json)
-    : json_(json),
-      error_(paintOf(Colour::kRed)),
-      origin_(paintOf(Colour::kGrey)),
-      suspect_(paintOf(Colour::kYellow)) {}
-
-TraceOutput::Paint TraceOutput::paintOf(Colour colour) {
-  const std::string text = "|";
-  const std::string painted = paint(colour, text);
-  const std::size_t at = painted.find(text);
-  return {painted.substr(0, at), painted.substr(at + text.size())};
-}
-
 void TraceOutput::show(const TraceRecord& record, const Place& place, const char* suspicion,
                        const RowNote* note) {
   if (json_) {
@@ -97,34 +85,28 @@ void TraceOutput::addLine(const TraceRecord& record, const Place& place, const c
   out_ += ' ';
   addWord(place.request == 0 ? "-" : requestText(place.request, place.number), kRequestWidth, out_);
   out_ += ' ';
-  const bool is_error = record.level == trx::kLevelError;
-  out_ += is_error ? error_.before : std::string();
-  addWord(levelName(record.level), kLevelWidth, out_);
-  out_ += ' ';
-  addNumber(record.id, 16, kIdDigits, out_);
-  out_ += ' ';
-  out_ += is_error ? error_.after : std::string();
+  std::string head;
+  addWord(levelName(record.level), kLevelWidth, head);
+  head += ' ';
+  addNumber(record.id, 16, kIdDigits, head);
+  head += ' ';
+  out_ += record.level == trx::kLevelError ? paint(Colour::kRed, head) : head;
   if (suspicion != nullptr) {
-    out_.append(suspect_.before).append("doubtful, as ").append(suspicion).append(": ");
-    out_ += suspect_.after;
-    appendDescription(record, out_);
-  } else {
-    appendDescription(record, out_);
+    out_ += paint(Colour::kYellow, std::string("doubtful, as ") + suspicion + ": ");
   }
+  appendDescription(record, out_);
   if (const Line* const line = findLine(record)) {
-    out_.append(origin_.before).append("  (").append(line->point->origin).append(")");
-    out_ += origin_.after;
+    out_ += paint(Colour::kGrey, std::string("  (") + line->point->origin + ")");
   }
 }
 
 void TraceOutput::addNote(const RowNote& note) {
   if (note.row != nullptr) {
-    out_.append("\n    ").append(origin_.before).append(visible(fileNameOf(note.table->file)));
-    out_ += ':';
-    addNumber(note.row->line(), 10, 1, out_);
-    out_.append(" | ").append(origin_.after).append(note.row->text());
+    const std::string place =
+        visible(fileNameOf(note.table->file)) + ':' + std::to_string(note.row->line()) + " | ";
+    out_.append("\n    ").append(paint(Colour::kGrey, place)).append(note.row->text());
   } else if (!note.problem.empty()) {
-    out_.append("\n    ").append(suspect_.before).append(note.problem).append(suspect_.after);
+    out_.append("\n    ").append(paint(Colour::kYellow, note.problem));
   }
 }
 

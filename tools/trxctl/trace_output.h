@@ -9,13 +9,13 @@
 #include "kw/platform.h"
 #include "tables/row_notes.h"
 #include "traces/request_builder.h"
-#include "trxctl/text_output.h"
+#include "traces/request_filter.h"
 
 namespace kw::trx::tools {
 
 class TraceOutput {
  public:
-  explicit TraceOutput(bool json);
+  explicit TraceOutput(bool json) : json_(json) {}
 
   /// Shows a record; `suspicion` tells what makes it suspect, `note` what its row says; both may be
   /// null. As text a note is shown once, as JSON with each record.
@@ -26,21 +26,17 @@ class TraceOutput {
   void flush();
 
  private:
-  /// What stands before and behind a coloured text.
-  struct Paint {
-    std::string before, after;
-  };
-
-  static Paint paintOf(Colour colour);
   void addLine(const kw::platform::TraceRecord& record, const Place& place, const char* suspicion);
   void addNote(const RowNote& note);
   void addJson(const kw::platform::TraceRecord& record, const Place& place, const char* suspicion,
                const RowNote* note);
 
   const bool json_;
-  const Paint error_, origin_, suspect_;
   std::string out_;
 };
+
+/// Prints the requests of the ring `file` that are wanted. Returns the exit status.
+int showSummary(const std::string& file, const RequestFilter& filter, bool json);
 
 }  // namespace kw::trx::tools
 

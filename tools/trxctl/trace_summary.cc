@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "trxctl/trace_summary.h"
-
+// Requests as lines.
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -18,22 +17,23 @@
 #include "trxctl/command_line.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
+#include "trxctl/trace_output.h"
 
 namespace kw::trx::tools {
 namespace {
 
-using kw::platform::TraceRecord;
-
 constexpr int kDurationWidth = 10;
 
-class SummaryShow {
+class SummaryShow : private RequestSummaries {
  public:
   SummaryShow(const RequestFilter& filter, bool json)
-      : json_(json), filter_(filter), meaning_(configuredMeanings()) {}
+      : RequestSummaries([this](const RequestSummary& summary) { show(summary); }),
+        json_(json),
+        filter_(filter),
+        meaning_(configuredMeanings()) {}
 
   int run(const std::string& file) {
-    RequestSummaries summaries([this](const RequestSummary& summary) { show(summary); });
-    RequestReader ring(summaries);
+    RequestReader ring(*this);
     if (const int opened = openRings({file}, ring); opened != kExitOk) {
       return opened;
     }
@@ -78,11 +78,7 @@ class SummaryShow {
     JsonWriter json(-1);
     json.beginObject().key("startNs").number(request.start_ns);
     json.key("durationNs").number(request.durationNs());
-    json.key("process").number(request.process_id).key("thread").number(request.thread_id);
-    json.member("request", hexText(request.id)).key("requestNumber").number(request.number);
-    json.member("kind", nameOf(request.kind)).member("name", request.name);
-    json.member("mode", request.mode).texts("units", request.units);
-    json.key("moreUnits").boolean(request.more_units);
+    writeRequest(request, json);
     json.key("parts").number(request.parts.size());
     json.member("outcome", nameOf(request.ending)).member("words", outcome);
     json.key("beginLost").boolean(request.start_lost);
