@@ -78,23 +78,22 @@ class ReportTest : public ::testing::Test {
 };
 
 TEST(TimeBucketsTest, FoldWithoutLosingACount) {
-  tools::TimeBuckets<tools::Count> buckets(kStartNs, 8);
+  tools::TimeBuckets<std::uint64_t> buckets(kStartNs, 8);
   const std::uint64_t far_ns[] = {0, 1, 1 << 17, 1 << 20, std::uint64_t{1} << 40, 5, ~kStartNs};
   std::uint64_t added = 0;
   for (const std::uint64_t far : far_ns) {
-    ++buckets.at(kStartNs + far).count;
+    ++buckets.at(kStartNs + far);
     ++added;
     std::uint64_t counted = 0;
-    for (const tools::Count& cell : buckets.cells()) {
-      counted += cell.count;
+    for (const std::uint64_t cell : buckets.cells()) {
+      counted += cell;
     }
     EXPECT_EQ(counted, added);
     ASSERT_LE(buckets.cells().size(), 8U);
-    EXPECT_GT(buckets.cells()[static_cast<std::size_t>(far / buckets.widthNs())].count, 0U) << far;
+    EXPECT_GT(buckets.cells()[static_cast<std::size_t>(far / buckets.widthNs())], 0U) << far;
   }
-  ++buckets.at(kStartNs - 1).count;
-  EXPECT_EQ(buckets.cells()[0].count, added)
-      << "all but the last one, and the one before the begin";
+  ++buckets.at(kStartNs - 1);
+  EXPECT_EQ(buckets.cells()[0], added) << "all but the last one, and the one before the begin";
 }
 
 TEST_F(ReportTest, EqualFailuresAreOneWithTheStoryOfTheLast) {

@@ -51,7 +51,7 @@ void FailureGroups::take(const KeptRequestPtr& request, KeptRecords&& records,
   FailureGroup& group = found->second;
   ++group.count;
   group.last_ns = ended.end_ns;
-  ++group.times.at(ended.end_ns).count;
+  ++group.times.at(ended.end_ns);
   group.recent.push_back(ended);
   if (group.recent.size() > kRecentMost) {
     group.recent.pop_front();

@@ -90,8 +90,8 @@ class FailureWriter {
     json_.member("endedBy", endedByText(request));
     json_.key("bucketNs").number(group.times.widthNs()).key("times").beginArray();
     for (std::size_t i = 0; i < group.times.cells().size(); ++i) {
-      if (group.times.cells()[i].count != 0) {
-        json_.beginArray().number(i).number(group.times.cells()[i].count).endArray();
+      if (const std::uint64_t count = group.times.cells()[i]; count != 0) {
+        json_.beginArray().number(i).number(count).endArray();
       }
     }
     json_.endArray().key("recent").beginArray();
@@ -106,34 +106,29 @@ class FailureWriter {
   /// What is known of the last failure of a group.
   void writeStory(const FailureGroup& group) {
     const Failure& failure = group.last->request().failure;
-    std::vector<const TraceRecord*> records;
-    for (const TraceRecord& record : group.records.first) {
-      records.push_back(&record);
-    }
-    const std::size_t left_out_at = records.size();
-    for (const TraceRecord& record : group.records.last) {
-      records.push_back(&record);
-    }
+    const KeptRecords& records = group.records;
     const auto kept = std::find(report_.kept.begin(), report_.kept.end(), group.last);
+    const auto write = [this](const TraceRecord& record) {
+      json_.beginObject();
+      timed_.time("timeNs", record.time_ns).member("level", levelName(record.level));
+      json_.member("id", hexText(record.id)).member("words", describe(record)).endObject();
+    };
     json_.key("last").number(static_cast<std::uint64_t>(kept - report_.kept.begin()));
     json_.texts("fileChanged", changesSince(*group.last, finder_));
     json_.texts("detail", detailOf(failure));
     writeAdvice(failure, records);
     json_.key("records").beginArray();
-    for (const TraceRecord* const record : records) {
-      json_.beginObject();
-      timed_.time("timeNs", record->time_ns).member("level", levelName(record->level));
-      json_.member("id", hexText(record->id)).member("words", describe(*record)).endObject();
-    }
-    json_.endArray().key("recordsLeftOut").number(group.records.left_out);
-    json_.key("leftOutAt").number(left_out_at);
+    std::for_each(records.first.begin(), records.first.end(), write);
+    std::for_each(records.last.begin(), records.last.end(), write);
+    json_.endArray().key("recordsLeftOut").number(records.left_out);
+    json_.key("leftOutAt").number(records.first.size());
   }
 
   /// What to do: by the code, or by the record that tells of a refusal.
-  void writeAdvice(const Failure& failure, const std::vector<const TraceRecord*>& records) {
+  void writeAdvice(const Failure& failure, const KeptRecords& records) {
     const CodeText* const code = findCode(failure.code);
-    const Point* const point =
-        failure.hap.empty() && !records.empty() ? findPoint(records.back()->id) : nullptr;
+    const TraceRecord& last = records.last.empty() ? records.first.back() : records.last.back();
+    const Point* const point = failure.hap.empty() ? findPoint(last.id) : nullptr;
     const Advice* const advice = point == nullptr ? nullptr : findAdvice(*point);
     json_.member("causes", code != nullptr     ? code->causes
                            : advice != nullptr ? advice->causes

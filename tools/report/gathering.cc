@@ -104,10 +104,7 @@ void ReportGatherer::takeSummary(const RequestSummary& summary) {
 void ReportGatherer::count(const Request& request) {
   ++counts_[request.ending];
   const bool succeeded = request.ending == Ending::kSucceeded;
-  ThreadLane& first = laneOf(request, request.thread_id);
-  ++first.requests;
-  first.failed += request.hasFailed() ? 1 : 0;
-  ThreadLoad& load = first.load.at(request.start_ns);
+  ThreadLoad& load = laneOf(request, request.thread_id).load.at(request.start_ns);
   ++load.requests;
   load.failed += request.hasFailed() ? 1 : 0;
   for (const Request::Part& part : request.parts) {

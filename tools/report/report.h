@@ -49,15 +49,6 @@ struct KeptRecords {
   std::uint64_t left_out = 0;  ///< between them
 };
 
-/// A count that buckets of time add up.
-struct Count {
-  std::uint64_t count = 0;
-  Count& operator+=(const Count& other) {
-    count += other.count;
-    return *this;
-  }
-};
-
 /// Requests that failed in the same way.
 struct FailureGroup {
   FailureGroup(std::uint64_t begin_ns, std::size_t buckets) : times(begin_ns, buckets) {}
@@ -68,7 +59,7 @@ struct FailureGroup {
   /// none.
   std::uint64_t well_before_ns = 0;
   std::uint64_t well_after_ns = 0;  ///< of the last one that went well after all these; 0: none did
-  TimeBuckets<Count> times;
+  TimeBuckets<std::uint64_t> times;
   std::deque<Request> recent;  ///< the last ones, in order
   KeptRequestPtr last;
   KeptRecords records;  ///< of the last one
@@ -101,7 +92,6 @@ struct ThreadLane {
 
   std::size_t ring = 0;
   std::uint32_t process_id = 0, thread_id = 0;  ///< 0: all threads that have no lane of their own
-  std::uint64_t requests = 0, failed = 0;
   TimeBuckets<ThreadLoad> load;
 };
 

@@ -187,13 +187,17 @@ class Writer {
   void writeThreads() {
     json_.key("threads").beginArray();
     for (const ThreadLane& lane : report_.lanes) {
+      const std::vector<ThreadLoad>& cells = lane.load.cells();
+      ThreadLoad all;
+      for (const ThreadLoad& cell : cells) {
+        all += cell;
+      }
       json_.beginObject().key("ring").number(lane.ring);
       json_.key("process").number(lane.process_id);
-      json_.key("thread").number(lane.thread_id).key("requests").number(lane.requests);
-      json_.key("failed").number(lane.failed).key("bucketNs").number(lane.load.widthNs());
+      json_.key("thread").number(lane.thread_id).key("requests").number(all.requests);
+      json_.key("failed").number(all.failed).key("bucketNs").number(lane.load.widthNs());
       // Each: its place, requests that began in it, those of them that failed, time with a request.
       json_.key("load").beginArray();
-      const std::vector<ThreadLoad>& cells = lane.load.cells();
       for (std::size_t i = 0; i < cells.size(); ++i) {
         if (cells[i].requests != 0 || cells[i].busy_ns != 0) {
           json_.beginArray().number(i).number(cells[i].requests).number(cells[i].failed);

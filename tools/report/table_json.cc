@@ -71,24 +71,17 @@ class TableWriter {
   }
 
  private:
-  std::uint64_t failuresOf(const std::string& table) const {
-    const auto seen = by_table_.find(table);
-    std::uint64_t failures = 0;
-    if (seen != by_table_.end()) {
-      for (const Figures::value_type* const one : seen->second) {
-        failures += one->second.failures;
-      }
-    }
-    return failures;
-  }
-
   /// Those that ran and those that they call; those that failed most first.
   std::vector<std::string> drawn() const {
     std::vector<std::string> names;
     std::set<std::string> all;
-    for (const auto& one : by_table_) {
-      names.push_back(one.first);
-      all.insert(one.first);
+    std::map<std::string, std::uint64_t> failures;
+    for (const auto& [table, rows] : by_table_) {
+      names.push_back(table);
+      all.insert(table);
+      for (const Figures::value_type* const row : rows) {
+        failures[table] += row->second.failures;
+      }
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
       const auto flow = report_.tables.find(names[i]);
@@ -103,8 +96,8 @@ class TableWriter {
       }
     }
     std::stable_sort(names.begin(), names.end(),
-                     [this](const std::string& a, const std::string& b) {
-                       return failuresOf(a) > failuresOf(b);
+                     [&failures](const std::string& a, const std::string& b) {
+                       return failures[a] > failures[b];
                      });
     return names;
   }
