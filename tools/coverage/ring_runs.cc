@@ -30,11 +30,10 @@ void RingRuns::rowStarted(const Request& request, const Span& row) {
     ++went_on_[before->second];
   }
   if (is_way_) {
-    Turns& turns = turns_of_[row.row];
+    std::vector<std::uint64_t>& turns = turns_of_[row.row];
     ++turns_;
-    turns.has_more = turns.first.size() == kTurnsShown;
-    if (!turns.has_more) {
-      turns.first.push_back(turns_);
+    if (turns.size() <= kTurnsShown) {
+      turns.push_back(turns_);
     }
   }
 }
@@ -92,10 +91,10 @@ void RingRuns::countOnward(GraphCounts& counts) const {
 std::string RingRuns::noteOf(const Work& work, const WorkFigures& figures) const {
   std::string note = is_way_ ? "" : countText(figures.calls, "run");
   if (const auto turns = turns_of_.find(work.row); turns != turns_of_.end()) {
-    for (const std::uint64_t turn : turns->second.first) {
-      note += (note.empty() ? "#" : " #") + std::to_string(turn);
+    for (std::size_t i = 0; i < std::min(turns->second.size(), kTurnsShown); ++i) {
+      note += (note.empty() ? "#" : " #") + std::to_string(turns->second[i]);
     }
-    note += turns->second.has_more ? " ..." : "";
+    note += turns->second.size() > kTurnsShown ? " ..." : "";
   }
   if (figures.failures != 0) {
     note += figures.failures == figures.calls ? ", failed"

@@ -43,12 +43,6 @@ class RingRuns : public RequestListener {
   std::uint64_t leftOut() const { return counter_.leftOut(); }
 
  private:
-  /// When a row ran, as a count of the rows of the request.
-  struct Turns {
-    std::vector<std::uint64_t> first;
-    bool has_more = false;
-  };
-
   void countOnward(GraphCounts& counts) const;
   std::string noteOf(const Work& work, const WorkFigures& figures) const;
 
@@ -59,7 +53,8 @@ class RingRuns : public RequestListener {
   std::map<std::uint64_t, RowId> ended_last_;  // row, by serial of its request
   std::map<RowId, std::uint64_t> went_on_;
   std::uint64_t turns_ = 0;
-  std::map<RowId, Turns> turns_of_;
+  /// When rows ran first, as counts of the rows of the request; one more than are shown.
+  std::map<RowId, std::vector<std::uint64_t>> turns_of_;
   std::set<std::size_t> rings_;
 };
 
