@@ -112,11 +112,8 @@ std::string problemOf(const Request& request) {
     default:
       break;
   }
-  switch (request.failure.cause) {
-    case Cause::kForeign:
-      return "an exception that is not the engine's ended it outside of its HAPs";
-    default:
-      break;
+  if (request.failure.cause == Cause::kForeign) {
+    return "an exception that is not the engine's ended it outside of its HAPs";
   }
   switch (request.ended_as) {
     case Cause::kStopped:
