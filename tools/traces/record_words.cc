@@ -36,7 +36,8 @@ std::vector<ValueForm> formsOf(const char* values) {
   return forms;
 }
 
-std::vector<Line::Piece> piecesOf(const std::string& sentence, const std::vector<ValueForm>& forms) {
+std::vector<Line::Piece> piecesOf(const std::string& sentence,
+                                  const std::vector<ValueForm>& forms) {
   std::vector<Line::Piece> pieces;
   std::size_t begin = 0;
   for (std::size_t open = sentence.find('{'); open != std::string::npos;
@@ -45,9 +46,9 @@ std::vector<Line::Piece> piecesOf(const std::string& sentence, const std::vector
     const std::string name = sentence.substr(open + 1, close - open - 1);
     const auto form = std::find_if(forms.begin(), forms.end(),
                                    [&name](const ValueForm& known) { return known.name == name; });
-    pieces.push_back(
-        {sentence.substr(begin, open - begin),
-         form == forms.end() ? Line::Piece::kNoValue : static_cast<std::size_t>(form - forms.begin())});
+    pieces.push_back({sentence.substr(begin, open - begin),
+                      form == forms.end() ? Line::Piece::kNoValue
+                                          : static_cast<std::size_t>(form - forms.begin())});
     begin = close + 1;
   }
   pieces.push_back({sentence.substr(begin)});
@@ -123,7 +124,7 @@ void appendWord(std::uint32_t word, char form, std::string& text) {
 /// Texts without anything to escape, which are nearly all, are copied.
 void appendText(const kw::platform::TraceRecord& record, std::string& text) {
   const auto* const bytes = reinterpret_cast<const char*>(record.data.data());
-  const auto* const end = std::find(bytes, bytes + record.data.size(), '\0');
+  const char* const end = bytes + (record.data.empty() ? 0 : strnlen(bytes, record.data.size()));
   if (std::all_of(bytes, end, [](char c) { return c >= ' ' && c <= '~'; })) {
     text.append(bytes, end);
   } else {

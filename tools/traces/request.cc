@@ -26,14 +26,4 @@ const char* nameOf(Ending ending) {
   return names[static_cast<std::size_t>(ending)];
 }
 
-void RequestListener::recordTaken(const Request&, const kw::platform::TraceRecord&) {}
-
-void RequestListener::requestJoined(const Request&, std::uint64_t) {}
-
-void RequestListener::rowStarted(const Request&, const Span&) {}
-
-void RequestListener::spanEnded(const Request&, const Span&) {}
-
-void RequestListener::requestEnded(const Request&) {}
-
 }  // namespace kw::trx::tools

@@ -79,19 +79,20 @@ class RequestListener {
   virtual ~RequestListener() = default;
 
   /// A record of a request, before what ends with it.
-  virtual void recordTaken(const Request& request, const kw::platform::TraceRecord& record);
+  virtual void recordTaken(const Request& /*request*/,
+                           const kw::platform::TraceRecord& /*record*/) {}
 
   /// What seemed to be a request of its own, with the serial `fresh`, is a further part of another.
-  virtual void requestJoined(const Request& request, std::uint64_t fresh);
+  virtual void requestJoined(const Request& /*request*/, std::uint64_t /*fresh*/) {}
 
   /// A row starts, and what it calls is known.
-  virtual void rowStarted(const Request& request, const Span& row);
+  virtual void rowStarted(const Request& /*request*/, const Span& /*row*/) {}
 
   /// A span has ended, inner ones before outer ones; or `finish` was called before its end.
-  virtual void spanEnded(const Request& request, const Span& span);
+  virtual void spanEnded(const Request& /*request*/, const Span& /*span*/) {}
 
   /// A request has ended, after its spans.
-  virtual void requestEnded(const Request& request);
+  virtual void requestEnded(const Request& /*request*/) {}
 };
 
 }  // namespace kw::trx::tools

@@ -88,7 +88,7 @@ Place RequestBuilder::take(const Event& event, bool with_place) {
     case EventKind::kRefusedRunning:
     case EventKind::kRefusedStopped:
       refuse(event, now_ns);
-      return {event.request, 0, 0, true, nullptr};
+      return {event.request, 0, true, nullptr};
     case EventKind::kHostWentOn:
       closeAll(thread, true);
       break;
@@ -102,7 +102,7 @@ Place RequestBuilder::take(const Event& event, bool with_place) {
       break;
   }
   if (thread.running.empty() || !thread.running.back()->isContinuedBy(event)) {
-    return {event.request, 0, 0, true, nullptr};
+    return {event.request, 0, true, nullptr};
   }
   return takeInRequest(thread, event, now_ns, with_place);
 }
@@ -227,7 +227,7 @@ Place RequestBuilder::placeOf(Thread& thread, EventKind kind) {
   }
   const Request& request = open.request();
   const bool is_final = request.number != 0 || tellsOwnId(kind) || isNameless(request);
-  return {request.id, request.number, request.serial, is_final, thread.shown};
+  return {request.id, request.number, is_final, thread.shown};
 }
 
 /// The first records of a HAP request do not tell its id, nor does any where they are of the level

@@ -19,7 +19,6 @@ namespace kw::trx::tools {
 struct Place {
   std::uint32_t request = 0;  ///< id; 0: none
   std::uint32_t number = 0;   ///< as in `Request`; 0: not known yet
-  std::uint64_t serial = 0;   ///< as in `Request`; 0: none
   bool is_final = true;       ///< false: the next record of the thread tells more of the request
   /// What was open, outermost first; null for nothing.
   std::shared_ptr<const std::vector<Span>> spans;

@@ -62,12 +62,11 @@ void FilteredRequests::requestEnded(const Request& request) {
 }
 
 void FilteredRequests::keep(const Request& request, bool starts, const Span& span) {
-  Kept& kept = kept_[request.serial];
-  if (kept.items.size() == kMaxItems) {
-    kept.items.erase(kept.items.begin(), kept.items.begin() + kMaxItems / 2);
-    kept.left_out += kMaxItems / 2;
+  std::vector<Item>& items = kept_[request.serial];
+  if (items.size() == kMaxItems) {
+    items.erase(items.begin(), items.begin() + kMaxItems / 2);
   }
-  kept.items.push_back({starts, span});
+  items.push_back({starts, span});
 }
 
 void FilteredRequests::handOn(const RequestSummary& summary) {
@@ -75,9 +74,7 @@ void FilteredRequests::handOn(const RequestSummary& summary) {
   const auto no_meaning = [](const std::string&, std::uint32_t) { return std::string(); };
   if (filter_.takes(request, filter_.text.empty() ? "" : outcomeText(summary, no_meaning))) {
     ++taken_;
-    const Kept& kept = kept_[request.serial];
-    left_out_ += kept.left_out;
-    for (const Item& item : kept.items) {
+    for (const Item& item : kept_[request.serial]) {
       item.starts ? next_.rowStarted(request, item.span) : next_.spanEnded(request, item.span);
     }
     next_.requestEnded(request);

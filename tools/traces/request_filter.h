@@ -40,8 +40,6 @@ class FilteredRequests : public RequestListener {
   void spanEnded(const Request& request, const Span& span) override;
   void requestEnded(const Request& request) override;
 
-  /// What was left out of requests that are wanted.
-  std::uint64_t leftOut() const { return left_out_; }
   /// How many requests were wanted.
   std::uint64_t taken() const { return taken_; }
 
@@ -50,11 +48,6 @@ class FilteredRequests : public RequestListener {
     bool starts;
     Span span;
   };
-  struct Kept {
-    std::vector<Item> items;
-    std::uint64_t left_out = 0;
-  };
-
   void keep(const Request& request, bool starts, const Span& span);
   void handOn(const RequestSummary& summary);
 
@@ -62,8 +55,8 @@ class FilteredRequests : public RequestListener {
   const bool takes_all_;
   RequestListener& next_;
   RequestSummaries summaries_;
-  std::map<std::uint64_t, Kept> kept_;  // by serial
-  std::uint64_t left_out_ = 0, taken_ = 0;
+  std::map<std::uint64_t, std::vector<Item>> kept_;  // by serial
+  std::uint64_t taken_ = 0;
 };
 
 }  // namespace kw::trx::tools
