@@ -2,6 +2,7 @@
 // The exclusion semaphore as found and mended, on real semaphores with keys of their own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -9,7 +10,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <thread>
@@ -17,6 +20,7 @@
 #include "kw/dev/parts/lib_semaphore.h"
 #include "lock/lock_repair.h"
 #include "lock/lock_state.h"
+#include "lock/other_namespaces.h"
 #include "lock/waiting_processes.h"
 
 namespace kw::trx::tools {
@@ -37,6 +41,10 @@ class LockRoomTest : public ::testing::Test {
       end(child);
     }
     semctl(semget(key_, 0, 0), 0, IPC_RMID);
+  }
+
+  static auto count(const std::vector<pid_t>& all, pid_t wanted) {
+    return std::count(all.begin(), all.end(), wanted);
   }
 
   std::string condition() const { return nameOf(lookAtLock(key_).condition); }
@@ -182,6 +190,59 @@ TEST_F(LockRoomTest, AnotherUserIsToldThatItMayNot) {
     ASSERT_EQ(waitpid(other, &status, 0), other);
     EXPECT_EQ(status, 0) << mode;
   }
+}
+
+TEST_F(LockRoomTest, AHostOfAnotherNamespaceIsSeen) {
+  const pid_t beside = start([] {});
+  EXPECT_EQ(count(otherNamespaces().hosts, beside), 0);
+  const pid_t host = start([] { static_cast<void>(unshare(CLONE_NEWIPC)); });
+  std::error_code error;
+  if (std::filesystem::read_symlink("/proc/" + std::to_string(host) + "/ns/ipc", error) ==
+      std::filesystem::read_symlink("/proc/self/ns/ipc", error)) {
+    GTEST_SKIP() << "this user cannot make an IPC namespace";
+  }
+  const OtherNamespaces others = otherNamespaces();
+  EXPECT_EQ(count(others.hosts, host), 1);
+  EXPECT_EQ(count(others.hosts, beside), 0);
+  const std::string first = std::to_string(others.hosts.at(0));
+  EXPECT_EQ(wordsOf(others).find("process"), 0U) << wordsOf(others);
+  EXPECT_NE(wordsOf(others).find(' ' + first + " ("), std::string::npos) << wordsOf(others);
+  EXPECT_EQ(adviceOf(others).find("nsenter --ipc --target " + first + ' '), 0U);
+  EXPECT_EQ(wordsOf({{}, 0, true}), "");
+  EXPECT_NE(wordsOf({{}, 7, true}).find("is not known: this user may not look into 7 processes"),
+            std::string::npos);
+  EXPECT_NE(wordsOf({{}, 0, false}).find("is not known: processes outside"), std::string::npos);
+}
+
+TEST_F(LockRoomTest, TheLimitThatIsReachedIsNamed) {
+  if (unshare(CLONE_NEWIPC) != 0) {
+    GTEST_SKIP() << "this user cannot make an IPC namespace";
+  }
+  const struct {
+    const char *limits, *words, *raised;
+  } cases[] = {
+      {"250 32000 32 1", "1 semaphore sets exist, and the fourth number of ", "250 32000 32 2"},
+      {"250 4 32 9", "3 semaphores exist, 2 more are needed, and the second ", "250 8 32 9"},
+      {"1 5 32 2", "a set needs 2 semaphores, and the first ", "2 5 32 2"},
+      {"2 5 32 2", "", ""},
+  };
+  const auto limit = [](const char* limits) {
+    std::ofstream("/proc/sys/kernel/sem") << limits << std::flush;
+  };
+  const int other = semget(IPC_PRIVATE, 3, 0600);
+  ASSERT_GE(other, 0);
+  for (const auto& [limits, words, raised] : cases) {
+    limit(limits);
+    const SemaphoreShortage shortage = lookAtLock(key_).shortage;
+    EXPECT_EQ(shortage.words.find(words), 0U) << limits << ": " << shortage.words;
+    EXPECT_EQ(shortage.words.empty(), *words == '\0') << shortage.words;
+    EXPECT_NE(shortage.advice.find(raised), std::string::npos) << shortage.advice;
+    const LockAction action = createLock(key_);
+    EXPECT_EQ(action.done, *words == '\0') << action.words;
+    EXPECT_NE(action.words.find(words), std::string::npos) << action.words;
+  }
+  semctl(other, 0, IPC_RMID);
+  limit("250 32000 32 128");
 }
 
 }  // namespace

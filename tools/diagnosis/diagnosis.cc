@@ -18,6 +18,7 @@
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
 #include "lock/lock_state.h"
+#include "lock/other_namespaces.h"
 #include "tables/check.h"
 #include "zqm_trx/config_keys.h"
 #include "zqm_trx/module_key.h"
@@ -165,9 +166,16 @@ class Examiner {
     }
     try {
       const LockState state = lookAtLock(trx::kExclusionSemaphoreKey);
+      const OtherNamespaces others = otherNamespaces();
+      const std::string elsewhere = wordsOf(others);
       const bool wrong = isWrong(state.condition);
-      add(wrong ? Verdict::kError : Verdict::kGood, "lock", meaningOf(state.condition),
-          wrong ? adviceOf(state.condition) : "");
+      const bool none_found = others.hosts.empty();
+      add(wrong ? Verdict::kError : Verdict::kGood, "lock",
+          meaningOf(state) + (elsewhere.empty() || !none_found ? "" : "; " + elsewhere),
+          wrong ? adviceOf(state) : "");
+      if (!none_found) {
+        add(Verdict::kWarning, "lock", elsewhere, adviceOf(others));
+      }
     } catch (const std::system_error& problem) {
       add(Verdict::kError, "lock", problem.what(), "see trxctl lock");
     }

@@ -81,8 +81,13 @@ LockAction createLock(int key) {
                       ? "created it, free for one holder"
                       : "finished it: it is free for one holder"};
   }
-  return errno == EEXIST ? LockAction{true, "it exists already, and was left as it is"}
-                         : couldNot("create it");
+  if (errno == EEXIST) {
+    return {true, "it exists already, and was left as it is"};
+  }
+  LockAction action = couldNot("create it");
+  const SemaphoreShortage& shortage = before.shortage;
+  action.words += shortage.words.empty() ? "" : ": " + shortage.words + "; " + shortage.advice;
+  return action;
 }
 
 LockAction removeLock(int key, bool force) {

@@ -17,8 +17,6 @@ namespace {
 constexpr int kUsersPermissions = 0660;  ///< those that a user of the semaphore asks for
 constexpr int kLooksMost = 10;
 
-/// The stand-in of the platform makes sets of two; the second one is 1 once the first one was free.
-constexpr int kOwnSemaphores = 2;
 constexpr int kFinishedNumber = 1;
 
 /// The last argument of semctl(2), which the caller has to define.
@@ -104,7 +102,7 @@ bool readState(LockState& state) {
   state.value = semctl(state.id, kLockSemNumber, GETVAL);
   state.waiting = semctl(state.id, kLockSemNumber, GETNCNT);
   state.process = semctl(state.id, kLockSemNumber, GETPID);
-  state.is_own_kind = about.sem_nsems == kOwnSemaphores;
+  state.is_own_kind = about.sem_nsems == kLockSemaphores;
   state.finished = state.is_own_kind && semctl(state.id, kFinishedNumber, GETVAL) == 1;
   if (state.value < 0 || state.waiting < 0 || state.process < 0) {
     failAt("cannot look at the semaphore");
@@ -150,7 +148,11 @@ LockState lookOnce(int key) {
   LockState state;
   state.id = semget(key, 0, 0);
   if (state.id < 0) {
-    return errno == ENOENT ? state : (failAt("cannot look for the semaphore"), state);
+    if (errno != ENOENT) {
+      failAt("cannot look for the semaphore");
+    }
+    state.shortage = semaphoreShortage();
+    return state;
   }
   state.readable = readWhole(state);
   if (!state.readable) {
@@ -182,7 +184,16 @@ bool isWrong(LockCondition condition) {
 }
 
 const char* nameOf(LockCondition condition) { return textOf(condition).name; }
-const char* meaningOf(LockCondition condition) { return textOf(condition).meaning; }
-const char* adviceOf(LockCondition condition) { return textOf(condition).advice; }
+
+std::string meaningOf(const LockState& state) {
+  const std::string& shortage = state.shortage.words;
+  return textOf(state.condition).meaning +
+         (shortage.empty() ? "" : "; the kernel has no semaphores left to make it: " + shortage);
+}
+
+std::string adviceOf(const LockState& state) {
+  const std::string& first = state.shortage.advice;
+  return (first.empty() ? "" : first + "; then ") + textOf(state.condition).advice;
+}
 
 }  // namespace kw::trx::tools

@@ -9,11 +9,14 @@
 #include <string>
 
 #include "lock/process_facts.h"
+#include "lock/semaphore_shortage.h"
 
 namespace kw::trx::tools {
 
 /// The one semaphore of the set that the engine uses.
 constexpr int kLockSemNumber = 0;
+/// The stand-in of the platform makes sets of two; the second one is 1 once the first one was free.
+constexpr int kLockSemaphores = 2;
 
 enum class LockCondition {
   kFree,
@@ -39,7 +42,8 @@ struct LockState {
   bool finished = false;     ///< and one that was set free for its first holder
   int waiting = 0;           ///< how many wait for it
   pid_t process = 0;  ///< the last one that changed the value; 0: in another PID namespace, or none
-  ProcessFacts facts;  ///< of it
+  ProcessFacts facts;          ///< of it
+  SemaphoreShortage shortage;  ///< of one that is missing: why it cannot be made
 };
 
 /// Looks at the semaphore with this key; changes nothing. Throws `std::system_error` when the
@@ -53,10 +57,10 @@ bool isWrong(LockCondition condition);
 const char* nameOf(LockCondition condition);
 
 /// What it means, in words.
-const char* meaningOf(LockCondition condition);
+std::string meaningOf(const LockState& state);
 
 /// What to do; empty when nothing is wrong.
-const char* adviceOf(LockCondition condition);
+std::string adviceOf(const LockState& state);
 
 }  // namespace kw::trx::tools
 

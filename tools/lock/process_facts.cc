@@ -5,11 +5,15 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <system_error>
 #include <vector>
 
 namespace kw::trx::tools {
@@ -81,6 +85,22 @@ ProcessFacts factsOf(pid_t id) {
         *boot + static_cast<std::int64_t>(ticks / static_cast<std::uint64_t>(ticks_per_second));
   }
   return facts;
+}
+
+std::vector<pid_t> allProcesses() {
+  std::vector<pid_t> all;
+  std::error_code error;
+  for (std::filesystem::directory_iterator process("/proc", error), end; !error && process != end;
+       process.increment(error)) {
+    const std::string name = process->path().filename().string();
+    pid_t number = 0;
+    const auto read = std::from_chars(name.data(), name.data() + name.size(), number);
+    if (read.ec == std::errc() && read.ptr == name.data() + name.size()) {
+      all.push_back(number);
+    }
+  }
+  std::sort(all.begin(), all.end());
+  return all;
 }
 
 }  // namespace kw::trx::tools

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kw::trx::tools {
 
@@ -19,6 +20,9 @@ struct ProcessFacts {
 
 /// What is known of the process `id`, as far as this user may see it.
 ProcessFacts factsOf(pid_t id);
+
+/// All processes that the tool sees, by their numbers.
+std::vector<pid_t> allProcesses();
 
 }  // namespace kw::trx::tools
 

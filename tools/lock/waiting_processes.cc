@@ -6,13 +6,14 @@
 #include <sys/syscall.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <system_error>
+
+#include "lock/process_facts.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -59,19 +60,13 @@ std::vector<pid_t> processesWaitingFor(int id) {
   std::vector<pid_t> found;
   std::error_code error;
   const fs::path own_namespace = fs::read_symlink("/proc/self/ns/ipc", error);
-  for (fs::directory_iterator process("/proc", error), end; !error && process != end;
-       process.increment(error)) {
-    const std::string name = process->path().filename().string();
-    pid_t number = 0;
-    const auto read = std::from_chars(name.data(), name.data() + name.size(), number);
-    std::error_code unseen;
-    if (read.ec == std::errc() && read.ptr == name.data() + name.size() &&
-        fs::read_symlink(process->path() / "ns/ipc", unseen) == own_namespace && !unseen &&
-        processWaits(process->path(), id)) {
-      found.push_back(number);
+  for (const pid_t process : allProcesses()) {
+    const fs::path folder = "/proc/" + std::to_string(process);
+    if (fs::read_symlink(folder / "ns/ipc", error) == own_namespace && !error &&
+        processWaits(folder, id)) {
+      found.push_back(process);
     }
   }
-  std::sort(found.begin(), found.end());
   return found;
 }
 

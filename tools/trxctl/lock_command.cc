@@ -17,6 +17,7 @@
 #include "kw/trx/trx_lock.h"
 #include "lock/lock_repair.h"
 #include "lock/lock_state.h"
+#include "lock/other_namespaces.h"
 #include "lock/waiting_processes.h"
 #include "trxctl/commands.h"
 #include "trxctl/text_output.h"
@@ -85,7 +86,7 @@ void printWaiters(const LockState& state) {
 
 std::string meaningText(const LockState& state) {
   const bool wrong = isWrong(state.condition);
-  return paint(wrong ? Colour::kRed : Colour::kGreen, meaningOf(state.condition));
+  return paint(wrong ? Colour::kRed : Colour::kGreen, meaningOf(state));
 }
 
 void print(const LockState& state) {
@@ -112,7 +113,12 @@ void print(const LockState& state) {
     }
   }
   if (isWrong(state.condition)) {
-    std::cout << "  do:      " << adviceOf(state.condition) << '\n';
+    std::cout << "  do:      " << adviceOf(state) << '\n';
+  }
+  const OtherNamespaces others = otherNamespaces();
+  if (const std::string words = wordsOf(others); !words.empty()) {
+    const std::string advice = adviceOf(others);
+    std::cout << "  others:  " << words << (advice.empty() ? "" : "; " + advice) << '\n';
   }
 }
 
@@ -139,8 +145,8 @@ void writeProcess(pid_t process, const ProcessFacts& facts, JsonWriter& json) {
 void writeJson(const LockState& state, bool in_one_line) {
   JsonWriter json(in_one_line ? -1 : 2);
   json.beginObject().member("key", hexText(kKey)).member("condition", nameOf(state.condition));
-  json.key("wrong").boolean(isWrong(state.condition)).member("words", meaningOf(state.condition));
-  json.member("advice", adviceOf(state.condition));
+  json.key("wrong").boolean(isWrong(state.condition)).member("words", meaningOf(state));
+  json.member("advice", adviceOf(state));
   if (state.id >= 0) {
     json.key("id").number(static_cast<std::uint64_t>(state.id));
     json.key("uid").number(state.uid).key("gid").number(state.gid);
@@ -157,6 +163,9 @@ void writeJson(const LockState& state, bool in_one_line) {
       writeProcess(waiter, factsOf(waiter), json);
     }
     json.endArray();
+  }
+  if (!in_one_line) {
+    json.member("others", wordsOf(otherNamespaces()));
   }
   std::cout << json.endObject().taken() << std::endl;
 }
