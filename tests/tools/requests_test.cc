@@ -104,6 +104,23 @@ TEST_F(RequestsTest, WhatHasNoEndHasNotEndedWhateverFailedInsideOfIt) {
   }
 }
 
+TEST_F(RequestsTest, ATableThatGoesRoundIsSeenWhileItWaitsAtItsRequester) {
+  int failures = 0;
+  acts["TRU_A"] = [&failures](trx::TRXInfo* info) { return ++failures < 4 ? fail(info) : 0; };
+  startTables({{"t", "again,2,WAIT,,1\n,3,HAP,TRU_A,,again\n,4,END\n"}}, MODULE_TRU);
+  const std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo info;
+    EXPECT_EQ(request(info, "t"), "ok");
+  });
+  const ReadRequests read(upTo(records, EventKind::kRowWait));
+  ASSERT_EQ(read.outcomes.size(), 1U);
+  EXPECT_EQ(
+      read.outcomes[0].find("t: waits in row t/2; its end is not in the ring; row t/2 has run "
+                            "4 times; row t/3 has failed 3 times: HAP TRU_A: 0x20003"),
+      0U)
+      << read.outcomes[0];
+}
+
 TEST_F(RequestsTest, WhatRunsIsSeenWhileItRuns) {
   startTables({{"t", ",2,HAP,TRU_A\n,3,END\n"}}, MODULE_TRU);
   const std::string ring = dir.path() + "/live.ring";

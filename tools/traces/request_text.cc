@@ -32,23 +32,29 @@ std::string notesText(const Request& request) {
               : "");
 }
 
+/// The row that ran most often, and the one that failed most often, behind what else is told.
+std::string roundsText(const RequestSummary& summary, const CodeMeaning& meaning) {
+  std::string text = summary.often.empty() ? "" : "; " + summary.often;
+  if (summary.repeated_row) {
+    text += "; " + rowText(*summary.repeated_row) + " has failed " +
+            std::to_string(summary.repeated_times) + " times: " + textOf(summary.repeated, meaning);
+  }
+  return text;
+}
+
 /// What is known of a request that has not ended, whether it goes round first.
 std::string openText(const RequestSummary& summary, const CodeMeaning& meaning) {
   const Request& request = summary.request;
   std::string text = request.start_lost ? "its begin and end are" : "its end is";
   text += " not in the ring";
   text += summary.where.empty() ? "" : "; " + summary.where + " has not ended";
-  text += summary.often.empty() ? "" : "; " + summary.often;
-  if (summary.repeated_row) {
-    text += "; " + rowText(*summary.repeated_row) + " has failed " +
-            std::to_string(summary.repeated_times) + " times: " + textOf(summary.repeated, meaning);
-  }
-  return text + "; its last record: " + describe(request.last) + notesText(request);
+  return text + roundsText(summary, meaning) + "; its last record: " + describe(request.last) +
+         notesText(request);
 }
 
-std::string waitText(const RequestSummary& summary) {
+std::string waitText(const RequestSummary& summary, const CodeMeaning& meaning) {
   return "waits" + (summary.where.empty() ? std::string() : " in " + summary.where) +
-         (summary.often.empty() ? "" : "; " + summary.often) + notesText(summary.request);
+         "; its end is not in the ring" + roundsText(summary, meaning) + notesText(summary.request);
 }
 
 }  // namespace
@@ -138,7 +144,7 @@ std::string outcomeText(const RequestSummary& summary, const CodeMeaning& meanin
     return openText(summary, meaning);
   }
   if (request.ending == Ending::kWaits) {
-    return waitText(summary);
+    return waitText(summary, meaning);
   }
   std::string text = nameOf(request.ending);
   if (request.hasFailed()) {
