@@ -160,7 +160,7 @@ def check_content(browser, report):
     expect("steps of the stories", [[row[1:] for row in rows_of(browser, f"#failure-{at + 1} [aria-label='What ran in it']")]
                                     for at in range(len(report["failures"]))], wanted.steps())
     detail = browser.run("[...document.querySelectorAll('#failure-1 dt')].find(e => e.textContent === 'detail').nextSibling.textContent")
-    expect("detail", detail, "0xce4 (3300), 0x1267 (4711)")
+    expect("detail", detail, "0xce4 (3300) 0x1267 (4711)")
     expect("rows of the table", rows_of(browser, "#tables .flow"), wanted.table_rows(report["tables"][0]))
     expect("rows of another file", rows_of(browser, "#tables .foreign"), wanted.foreign_rows(report["tables"][0]))
     expect("jumps", browser.run("[document.querySelectorAll('#tables .flow path.head').length,"

@@ -30,7 +30,7 @@ TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
        "HAP TST_FailDetail failed with 0x7000a: a HAP failed\n"
        "  last error record, of HAP TST_FailDetail:\n"
        "    error code: 0x20005, a HAP's own error, with its detail\n"
-       "    detail: 0x1 0xff\n"
+       "    detail: 0x1 0xff (255)\n"
        "= 1\n"},
       {"TST_FailAPI --para 0x40001 --para 6",
        "HAP TST_FailAPI failed with 0x7000a: a HAP failed\n"

@@ -342,7 +342,10 @@ TEST_F(TraceToolTest, StatisticsAddUpRingsAndTellWhatIsWorseThanBefore) {
   EXPECT_EQ(haps, expected);
   const std::pair<std::string, std::vector<std::string>> cases[] = {
       {ring + " --against " + old,
-       {"fails more: HAP TST_Fail: 0 of 21 (0.0 %) -> 21 of 21 (100.0 %)\n", "= 1\n"}},
+       {"fails more: HAP TST_Fail: 0 of 21 (0.0 %) -> 21 of 21 (100.0 %); last: HAP TST_Fail gave "
+        "no error "
+        "code\n",
+        "= 1\n"}},
       {old + " --against " + ring,
        {"fails less: HAP TST_Fail: 21 of 21 (100.0 %) -> 0 of 21 (0.0 %)\n"}},
       {ring + " --split 1h",

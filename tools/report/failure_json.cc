@@ -115,7 +115,7 @@ class FailureWriter {
     };
     json_.key("last").number(static_cast<std::uint64_t>(kept - report_.kept.begin()));
     json_.texts("fileChanged", changesSince(*group.last, finder_));
-    json_.texts("detail", detailOf(failure));
+    json_.texts("detail", detailOf(failure)).member("detailText", detailText(failure));
     writeAdvice(failure, records);
     json_.key("records").beginArray();
     std::for_each(records.first.begin(), records.first.end(), write);

@@ -1,42 +1,51 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "running/failure.h"
 
+#include <cstring>
+
 #include "kw/sysobj/component.h"
 #include "kw/sysobj/tree_path.h"
 #include "kw/trx/errors.h"
-#include "traces/codes.h"
 
 namespace kw::trx::tools {
 namespace {
 
-std::vector<unsigned int> detailOf(trx::TRXError& error) {
-  const unsigned int size = error.getHAPErrorDetailSize();
-  const std::size_t count = (size + sizeof(unsigned int) - 1) / sizeof(unsigned int);
-  std::vector<unsigned int> words(count + 1);
-  if (size != 0) {
-    error.getHAPErrorDetail(words.data(), size);
+constexpr std::size_t kWordBytes = sizeof(std::uint32_t);
+
+/// Detail or data of the HAP API, the last word filled up with zeros.
+void takeDetail(trx::TRXError& error, Failure& failure) {
+  const bool of_hap = (failure.code & trx::kRecordClassHAP) != 0;
+  failure.of_api = !of_hap && (failure.code & trx::kRecordClassAPI) != 0;
+  if (of_hap) {
+    failure.detail_bytes = error.getHAPErrorDetailSize();
+  } else if (failure.of_api && error.getAPIError() != nullptr && error.getAPIErrorSize() > 0) {
+    failure.detail_bytes = static_cast<std::uint32_t>(error.getAPIErrorSize());
   }
-  words.resize(count);
-  return words;
+  if (failure.detail_bytes == 0) {
+    return;
+  }
+  failure.detail.resize((failure.detail_bytes + kWordBytes - 1) / kWordBytes);
+  if (of_hap) {
+    error.getHAPErrorDetail(failure.detail.data(), failure.detail_bytes);
+  } else {
+    std::memcpy(failure.detail.data(), error.getAPIError(), failure.detail_bytes);
+  }
 }
 
-std::optional<ErrorRecord> errorRecordOf(trx::TRXError& error) {
+std::optional<ErrorRecord> errorRecordOf(trx::TRXError& error, const CodeMeaning& meaning) {
   ErrorRecord record;
-  record.code = error.getErrCode();
-  if (record.code != trx::kRecordTableNotLoaded) {
-    record.hap = error.getErrHAPName();
+  Failure& failure = record.failure;
+  failure.cause = Cause::kError;
+  failure.code = error.getErrCode();
+  failure.has_code = failure.code != 0;
+  if (failure.code != trx::kRecordTableNotLoaded) {
+    failure.hap = error.getErrHAPName();
   }
-  if (record.hap.empty() && record.code == 0) {
+  if (failure.hap.empty() && !failure.has_code) {
     return std::nullopt;
   }
-  record.meaning = record.code == 0 ? std::string() : recordCodeMeaning(record.code);
-  if ((record.code & trx::kRecordClassHAP) != 0) {
-    record.detail = detailOf(error);
-  }
-  if ((record.code & trx::kRecordClassAPI) != 0 && error.getAPIErrorSize() > 0) {
-    const auto* bytes = static_cast<const unsigned char*>(error.getAPIError());
-    record.api_data.assign(bytes, bytes + error.getAPIErrorSize());
-  }
+  record.meaning = codeMeaningOf(failure, meaning);
+  takeDetail(error, failure);
   std::vector<kw::sysobj::Component*> units;
   error.getErrUnitList(units);
   for (const kw::sysobj::Component* unit : units) {
@@ -50,8 +59,8 @@ std::optional<ErrorRecord> errorRecordOf(trx::TRXError& error) {
 
 }  // namespace
 
-ReportedFailure failureOf(trx::TRXInfo& info) {
-  return {info.error.errTableName, info.error.errCmdNumber, errorRecordOf(info.error),
+ReportedFailure failureOf(trx::TRXInfo& info, const CodeMeaning& meaning) {
+  return {info.error.errTableName, info.error.errCmdNumber, errorRecordOf(info.error, meaning),
           info.getTblRtnMsg()};
 }
 

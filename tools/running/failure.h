@@ -8,18 +8,16 @@
 #include <vector>
 
 #include "kw/trx/trx_info.h"
+#include "traces/request_summaries.h"
 
 namespace kw::trx::tools {
 
 /// The last error record. It holds what was written into it last: by the failure itself, or by an
 /// earlier one that a table went on from.
 struct ErrorRecord {
-  std::string hap;  ///< empty: of no HAP
-  unsigned int code = 0;
-  std::string meaning;                  ///< of the code; empty for 0
-  std::vector<unsigned int> detail;     ///< of a HAP's own error
-  std::vector<unsigned char> api_data;  ///< of an error of the HAP API
-  std::vector<std::string> units;       ///< units concerned: type, number and path
+  Failure failure;                 ///< HAP, code and detail, as records tell of them
+  std::string meaning;             ///< of the code; empty for 0
+  std::vector<std::string> units;  ///< units concerned: type, number and path
 };
 
 struct ReportedFailure {
@@ -29,7 +27,8 @@ struct ReportedFailure {
   std::string message;  ///< of the table; empty: none
 };
 
-ReportedFailure failureOf(trx::TRXInfo& info);
+/// What the context tells, that of a HAP's code by `meaning`.
+ReportedFailure failureOf(trx::TRXInfo& info, const CodeMeaning& meaning);
 
 }  // namespace kw::trx::tools
 

@@ -153,7 +153,7 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
   // A run that was to be stopped in a row that waits is refused when it is to go on.
   result.is_stopped = result.code == trx::kCodeTableStopped || result.code == trx::kCodeStopped;
   result.reason = rows.reason();
-  result.record = failureOf(info);
+  result.record = failureOf(info, {});
   running = nullptr;
   return result;
 }

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "configuration/configuration.h"
@@ -18,9 +19,8 @@ std::optional<HAPDescriptions> configuredDescriptions() {
   return modules ? std::optional(hapsOf(*modules).descriptions) : std::nullopt;
 }
 
-CodeMeaning configuredMeanings() {
-  return [descriptions = configuredDescriptions().value_or(HAPDescriptions())](
-             const std::string& hap, std::uint32_t code) {
+CodeMeaning meaningsIn(HAPDescriptions descriptions) {
+  return [descriptions = std::move(descriptions)](const std::string& hap, std::uint32_t code) {
     const auto description = descriptions.find(hap);
     if (description == descriptions.end()) {
       return std::string();
@@ -28,6 +28,10 @@ CodeMeaning configuredMeanings() {
     const auto error = description->second.errors.find(code);
     return error == description->second.errors.end() ? std::string() : error->second;
   };
+}
+
+CodeMeaning configuredMeanings() {
+  return meaningsIn(configuredDescriptions().value_or(HAPDescriptions()));
 }
 
 }  // namespace kw::trx::tools

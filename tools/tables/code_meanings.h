@@ -14,8 +14,11 @@ namespace kw::trx::tools {
 /// loads.
 std::optional<HAPDescriptions> configuredDescriptions();
 
-/// Reads the descriptions in the modules of the configuration. Without one, as where a ring of
-/// another machine is read, nothing has a meaning.
+/// What those HAPs say of their codes; nothing where there are none, as where a ring of another
+/// machine is read.
+CodeMeaning meaningsIn(HAPDescriptions descriptions);
+
+/// Reads the descriptions in the modules of the configuration.
 CodeMeaning configuredMeanings();
 
 }  // namespace kw::trx::tools

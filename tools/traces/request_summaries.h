@@ -54,7 +54,8 @@ class RequestSummaries : public RequestListener {
   std::map<std::uint64_t, Running> running_;  // by serial
 };
 
-/// What a HAP itself says of its error code; empty when it says nothing.
+/// What a HAP itself says of its error code; empty when it says nothing. Without a function in it,
+/// no HAP says anything.
 using CodeMeaning = std::function<std::string(const std::string& hap, std::uint32_t code)>;
 
 /// The outcome in words, that of an error code of a HAP by `meaning`.
@@ -63,12 +64,22 @@ std::string outcomeText(const RequestSummary& summary, const CodeMeaning& meanin
 /// What failed: the HAP with its code and what that means, or what the trace says.
 std::string textOf(const Failure& failure, const CodeMeaning& meaning);
 
+/// That, with the detail of the error: the one sentence by which commands tell of a failure.
+std::string textWithDetail(const Failure& failure, const CodeMeaning& meaning);
+
 /// The row that ended the table when it is not the one that failed first; else empty.
 std::string endedByText(const Request& request);
 
 /// Why a HAP or a table did not run, or threw, in the words of the trace; empty for an error that a
 /// HAP has recorded.
 std::string reasonOf(const Failure& failure);
+
+/// A code and what it means, such as "0x20003, the voltage is out of its limits".
+std::string codeText(std::uint32_t code, const std::string& meaning);
+
+/// The words of its detail, or of the data of the HAP API and these as text, such as
+/// "detail: 0x2 0xc80 (3200)"; empty when it has none.
+std::string detailText(const Failure& failure);
 
 /// What the code of a failure means, with `meaning` for those of HAPs; empty when it has none.
 std::string codeMeaningOf(const Failure& failure, const CodeMeaning& meaning);

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // How requests ended, in words.
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
 #include "common/json.h"
 #include "common/text.h"
 #include "traces/codes.h"
@@ -9,8 +13,10 @@
 namespace kw::trx::tools {
 namespace {
 
-/// The code with what it means, as far as the event does not say that.
-std::string codeText(const Failure& failure, const CodeMeaning& meaning) {
+constexpr std::uint32_t kFirstOtherInHex = 10;  ///< numbers below look the same in hexadecimal
+
+/// The code with what it means, as far as the event does not say that, behind what failed.
+std::string textBehind(const Failure& failure, const CodeMeaning& meaning) {
   if (!failure.has_code) {
     return failure.cause == Cause::kError ? " gave an error code of a class that is not traced"
                                           : "";
@@ -21,8 +27,18 @@ std::string codeText(const Failure& failure, const CodeMeaning& meaning) {
   if (failure.code == 0 && failure.cause == Cause::kError) {
     return " gave no error code";
   }
-  const std::string described = codeMeaningOf(failure, meaning);
-  return ": " + hexText(failure.code) + (described.empty() ? "" : ", " + described);
+  return ": " + codeText(failure.code, codeMeaningOf(failure, meaning));
+}
+
+/// The bytes of `words` as text, others than those of ASCII as dots.
+std::string printableText(const std::vector<std::uint32_t>& words, std::size_t bytes) {
+  std::string text(words.size() * sizeof(std::uint32_t), '\0');
+  std::memcpy(text.data(), words.data(), text.size());
+  text.resize(std::min(text.size(), bytes));
+  text.erase(text.find_last_not_of('\0') + 1);
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '.');
+  return text;
 }
 
 std::string notesText(const Request& request) {
@@ -67,12 +83,35 @@ void writeRequest(const Request& request, JsonWriter& json) {
   json.key("moreUnits").boolean(request.more_units);
 }
 
+std::string codeText(std::uint32_t code, const std::string& meaning) {
+  return hexText(code) + (meaning.empty() ? "" : ", " + meaning);
+}
+
+std::string detailText(const Failure& failure) {
+  // The size of API data is the API's own, which may be negative.
+  if (static_cast<std::int32_t>(failure.detail_bytes) <= 0) {
+    return {};
+  }
+  std::string text = failure.of_api ? "API data:" : "detail:";
+  for (const std::uint32_t word : failure.detail) {
+    text += ' ' + hexText(word);
+    text += word < kFirstOtherInHex || failure.of_api ? "" : " (" + std::to_string(word) + ")";
+  }
+  const std::size_t known = failure.detail.size() * sizeof(std::uint32_t);
+  if (known < failure.detail_bytes) {
+    text += " and " + std::to_string(failure.detail_bytes - known) + " bytes that no record tells";
+  }
+  return text + (failure.of_api
+                     ? ", as text: " + printableText(failure.detail, failure.detail_bytes)
+                     : "");
+}
+
 std::string codeMeaningOf(const Failure& failure, const CodeMeaning& meaning) {
   if (!failure.has_code || failure.code == 0) {
     return {};
   }
   const bool of_record = !failure.hap.empty() && !failure.isThrown();
-  std::string described = of_record ? meaning(failure.hap, failure.code) : std::string();
+  std::string described = of_record && meaning ? meaning(failure.hap, failure.code) : std::string();
   if (!described.empty()) {
     return described;
   }
@@ -106,7 +145,12 @@ std::string textOf(const Failure& failure, const CodeMeaning& meaning) {
     default:
       text = (failure.hap.empty() ? "" : hap + ": ") + failure.event;
   }
-  return text + codeText(failure, meaning);
+  return text + textBehind(failure, meaning);
+}
+
+std::string textWithDetail(const Failure& failure, const CodeMeaning& meaning) {
+  const std::string detail = detailText(failure);
+  return textOf(failure, meaning) + (detail.empty() ? "" : "; " + detail);
 }
 
 std::string reasonOf(const Failure& failure) {
@@ -149,7 +193,7 @@ std::string outcomeText(const RequestSummary& summary, const CodeMeaning& meanin
   std::string text = nameOf(request.ending);
   if (request.hasFailed()) {
     text += request.first_failing ? ": " + rowText(*request.first_failing) : "";
-    const std::string what = textOf(request.failure, meaning);
+    const std::string what = textWithDetail(request.failure, meaning);
     text += what.empty() ? "" : ": " + what;
   }
   const std::string ended_by = endedByText(request);

@@ -79,7 +79,10 @@ void Statistics::spanEnded(const Request&, const Span& span) {
   // What an exception interrupted was counted before.
   figures.calls += span.goes_on ? 0 : 1;
   figures.unfinished -= span.goes_on && figures.unfinished != 0 ? 1 : 0;
-  figures.failures += span.failed() ? 1 : 0;
+  if (span.failed()) {
+    ++figures.failures;
+    figures.last_failure = span.failure;
+  }
   figures.wait_ns += span.wait_ns;
   figures.lock_ns += span.lock_ns;
   figures.lock_wait_ns += span.lock_wait_ns;

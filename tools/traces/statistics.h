@@ -54,6 +54,7 @@ std::string textOf(const Work& work);
 struct WorkFigures {
   std::uint64_t calls = 0;
   std::uint64_t failures = 0;    ///< also those that a table ignored or kept
+  Failure last_failure;          ///< the last of them
   std::uint64_t unfinished = 0;  ///< of `calls`: their end is not in the trace
   Durations total;               ///< from begin to end of those that ended
   /// Without what others did or held: HAPs that a HAP called, the table that a row called, the wait

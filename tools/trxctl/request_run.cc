@@ -13,11 +13,13 @@
 #include "common/paths.h"
 #include "kw/platform.h"
 #include "kw/trx/trx.h"
+#include "kw/trx/trx_config.h"
 #include "running/child_process.h"
 #include "running/engine_start.h"
 #include "running/failure.h"
 #include "running/name_hints.h"
 #include "running/units.h"
+#include "tables/code_meanings.h"
 #include "trxctl/run_json.h"
 #include "trxctl/run_output.h"
 #include "trxctl/text_output.h"
@@ -159,7 +161,9 @@ RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, RequestC
   RunReport report{options.request(), runRequest(call), {}, ""};
   rows.finish();
   if (!report.outcome.failure.empty()) {
-    report.failure = failureOf(info);
+    // The configuration is loaded, and loading it again would write records into the ring.
+    report.failure = failureOf(
+        info, meaningsIn(hapsOf(trx::TRXConfig::getInstance().getHAPModuleFiles()).descriptions));
     report.reason =
         rows.reason().empty() ? "" : rows.reason() + nameHint(info, rows.missingTable());
   }

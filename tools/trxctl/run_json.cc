@@ -23,10 +23,14 @@ void writeNumbers(const char* name, const std::vector<Number>& numbers, JsonWrit
 }
 
 void write(const ErrorRecord& record, JsonWriter& json) {
-  json.key("errorRecord").beginObject().member("hap", record.hap);
-  json.member("code", hexText(record.code)).member("meaning", record.meaning);
-  writeNumbers("detail", record.detail, json);
-  writeNumbers("apiData", record.api_data, json);
+  const Failure& failure = record.failure;
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(failure.detail.data());
+  const std::size_t api_bytes = failure.of_api ? failure.detail_bytes : 0;
+  json.key("errorRecord").beginObject().member("hap", failure.hap);
+  json.member("code", hexText(failure.code)).member("meaning", record.meaning);
+  writeNumbers("detail", failure.of_api ? std::vector<std::uint32_t>() : failure.detail, json);
+  writeNumbers("apiData", std::vector<unsigned char>(bytes, bytes + api_bytes), json);
+  json.member("detailText", detailText(failure));
   json.texts("units", record.units);
   json.endObject();
 }

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trxctl/run_output.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <iomanip>
 #include <iostream>
 
@@ -15,45 +13,18 @@ namespace {
 
 constexpr int kNameWidth = 12;
 
-std::string wordsText(const std::vector<unsigned int>& words) {
-  std::string text;
-  for (const unsigned int word : words) {
-    text += " " + hexText(word);
-  }
-  return text;
-}
-
-/// `bytes` as words of the machine, the last one filled up with zeros.
-std::string wordsText(const std::vector<unsigned char>& bytes) {
-  std::vector<unsigned int> words((bytes.size() + sizeof(unsigned int) - 1) / sizeof(unsigned int));
-  std::memcpy(words.data(), bytes.data(), bytes.size());
-  return wordsText(words);
-}
-
-std::string printableText(const std::vector<unsigned char>& bytes) {
-  std::string text(bytes.begin(), bytes.end());
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '.');
-  return text;
-}
-
 std::string nameOf(const RequestName& request) {
   return (request.kind == RequestKind::kHAP ? "HAP " : "table ") + request.name;
 }
 
 void print(const ErrorRecord& record) {
-  std::cout << "  last error record" << (record.hap.empty() ? "" : ", of HAP " + record.hap)
-            << ":\n";
-  std::cout << "    error code: "
-            << (record.code == 0 ? "none was given" : hexText(record.code) + ", " + record.meaning)
-            << '\n';
-  if (!record.detail.empty()) {
-    std::cout << "    detail:" << wordsText(record.detail) << '\n';
-  }
-  if (!record.api_data.empty()) {
-    std::cout << "    API data:" << wordsText(record.api_data)
-              << ", as text: " << printableText(record.api_data) << '\n';
-  }
+  const Failure& failure = record.failure;
+  const std::string detail = detailText(failure);
+  std::cout << "  last error record" << (failure.hap.empty() ? "" : ", of HAP " + failure.hap)
+            << ":\n    error code: "
+            << (failure.has_code ? codeText(failure.code, record.meaning) : "none was given")
+            << '\n'
+            << (detail.empty() ? "" : "    " + detail + '\n');
   for (const std::string& unit : record.units) {
     std::cout << "    unit concerned: " << unit << '\n';
   }

@@ -8,6 +8,7 @@
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
+#include "tables/code_meanings.h"
 #include "traces/changes.h"
 #include "traces/statistics.h"
 #include "trxctl/commands.h"
@@ -117,12 +118,15 @@ std::string failureText(const WorkFigures& figures) {
   return std::to_string(figures.failures) + " of " + std::to_string(figures.calls) + share;
 }
 
-void printChange(const Change& change) {
+void printChange(const Change& change, const CodeMeaning& meaning) {
   std::string text = std::string(nameOf(change.kind)) + ": " + textOf(change.work) + ": ";
   switch (change.kind) {
     case Change::Kind::kFailsMore:
     case Change::Kind::kFailsLess:
       text += failureText(*change.before) + " -> " + failureText(*change.now);
+      text += change.now->failures == 0
+                  ? ""
+                  : "; last: " + textWithDetail(change.now->last_failure, meaning);
       break;
     case Change::Kind::kNew:
     case Change::Kind::kGone:
@@ -151,12 +155,12 @@ std::string countText(std::size_t haps, std::size_t rows, const std::string& oth
 }
 
 void printChanges(const Statistics& before, const Statistics& now,
-                  const std::vector<Change>& changes) {
+                  const std::vector<Change>& changes, const CodeMeaning& meaning) {
   if (changes.empty()) {
     std::cout << "nothing became slower, and nothing fails more\n";
   }
   for (const Change& change : changes) {
-    printChange(change);
+    printChange(change, meaning);
   }
   const Unchanged same = unchangedBetween(before, now, changes);
   const std::string other = changes.empty() ? "" : "other ";
@@ -187,7 +191,7 @@ void writeWork(JsonWriter& json, const Work& work) {
   json.member("name", work.name);
 }
 
-void writeStatistics(JsonWriter& json, const Statistics& statistics) {
+void writeStatistics(JsonWriter& json, const Statistics& statistics, const CodeMeaning& meaning) {
   for (const bool haps : {true, false}) {
     json.key(haps ? "haps" : "rows").beginArray();
     for (const Statistics::Entry* entry : statistics.byOwnTime(haps)) {
@@ -195,6 +199,7 @@ void writeStatistics(JsonWriter& json, const Statistics& statistics) {
       json.beginObject();
       writeWork(json, entry->first);
       json.key("calls").number(figures.calls).key("failures").number(figures.failures);
+      json.member("lastFailure", textWithDetail(figures.last_failure, meaning));
       json.key("unfinished").number(figures.unfinished);
       writeDurations(json, "total", figures.total);
       writeDurations(json, "own", figures.own);
@@ -205,14 +210,14 @@ void writeStatistics(JsonWriter& json, const Statistics& statistics) {
   }
 }
 
-void printJson(const Statistics& before, const Statistics& now,
-               const std::vector<Change>* changes) {
+void printJson(const Statistics& before, const Statistics& now, const std::vector<Change>* changes,
+               const CodeMeaning& meaning) {
   JsonWriter json(2);
   json.beginObject();
-  writeStatistics(json, now);
+  writeStatistics(json, now, meaning);
   if (changes != nullptr) {
     json.key("before").beginObject();
-    writeStatistics(json, before);
+    writeStatistics(json, before, meaning);
     json.endObject().key("changes").beginArray();
     for (const Change& change : *changes) {
       json.beginObject().member("kind", nameOf(change.kind));
@@ -238,11 +243,11 @@ int showStatistics(const StatsOptions& options) {
   const std::vector<Change> changes =
       compares ? changesBetween(before, now) : std::vector<Change>();
   if (options.json) {
-    printJson(before, now, compares ? &changes : nullptr);
+    printJson(before, now, compares ? &changes : nullptr, configuredMeanings());
   } else if (!compares) {
     printStatistics(now);
   } else {
-    printChanges(before, now, changes);
+    printChanges(before, now, changes, configuredMeanings());
   }
   return std::any_of(changes.begin(), changes.end(),
                      [](const Change& change) { return isWorse(change.kind); })

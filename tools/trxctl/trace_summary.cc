@@ -73,7 +73,7 @@ class SummaryShow : private RequestSummaries {
               << (request.hasFailed() ? paint(Colour::kRed, outcome) : outcome) << '\n';
   }
 
-  static void printJson(const Request& request, const std::string& outcome) {
+  void printJson(const Request& request, const std::string& outcome) const {
     const Failure& failure = request.failure;
     JsonWriter json(-1);
     json.beginObject().key("startNs").number(request.start_ns);
@@ -89,6 +89,8 @@ class SummaryShow : private RequestSummaries {
     json.member("failedRow", request.first_failing ? hexDigits(request.first_failing->number) : "");
     json.member("failedHap", failure.hap);
     json.member("code", failure.has_code ? hexText(failure.code) : "");
+    json.member("meaning", codeMeaningOf(failure, meaning_));
+    json.member("detailText", detailText(failure));
     std::cout << json.endObject().taken() << '\n';
   }
 

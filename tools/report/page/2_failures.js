@@ -102,7 +102,6 @@ function factList(facts) {
 
 function story(group) {
   const request = report.kept[group.last];
-  const detail = group.detail.map((word) => `${word} (${Number(word)})`).join(', ');
   const facts = [
     ['what failed', make('strong', {class: 'bad'}, group.words)],
     ['the table since', group.fileChanged.map((words) => make('p', {class: 'note'}, words + ' – other than what ran here'))],
@@ -112,7 +111,7 @@ function story(group) {
     ['row', placeOf(group)], ['HAP', group.hap],
     ['code', group.code === '' ? '' : group.code + (group.meaning === '' ? '' : ', ' + group.meaning)
       + (group.thrown ? ', thrown as an exception' : '')],
-    ['detail', detail], ['ended by', group.endedBy],
+    ['detail', group.detailText.replace(/^detail: /, '')], ['ended by', group.endedBy],
     ['usual causes', group.causes], ['what to do', group.advice],
     ['the last one', `${exactly(request.beginNs)}, took ${duration(request.endNs - request.beginNs)}, `
       + `process/thread ${whereOf(request)}, request ${idOf(request)}`],
