@@ -6,21 +6,40 @@
 #include <iterator>
 #include <system_error>
 
+#include "common/text.h"
+
 namespace kw::trx::tools {
 namespace {
 
 constexpr char kBlanks[] = " \t\f";
+
+/// The character that `text` has at `at` behind a backslash, and moves `at` to its last byte. Of
+/// characters written as \u0061 those of ASCII, of which the keys of the engine are.
+char escapedAt(const std::string& text, std::size_t& at) {
+  constexpr std::size_t digits = 4;
+  const std::string controls = "t\tn\nr\rf\f";
+  if (const std::string unit = text.substr(at + 1, digits);
+      text[at] == 'u' && unit.size() == digits && unit.find('x') == std::string::npos) {
+    const auto number = hexNumber(unit);
+    const bool is_known = number && *number < 0x80;
+    at += is_known ? digits : 0;
+    return is_known ? static_cast<char>(*number) : 'u';
+  }
+  const std::size_t control = controls.find(text[at]);
+  return control == std::string::npos || control % 2 == 1 ? text[at] : controls[control + 1];
+}
 
 /// The key that a line begins with.
 std::string keyOf(const std::string& line) {
   std::string key;
   for (std::size_t i = 0; i < line.size(); ++i) {
     if (line[i] == '\\' && i + 1 < line.size()) {
-      ++i;
+      key += escapedAt(line, ++i);
     } else if (std::string("=: \t\f").find(line[i]) != std::string::npos) {
       break;
+    } else {
+      key += line[i];
     }
-    key += line[i];
   }
   return key;
 }
@@ -35,8 +54,9 @@ bool isContinued(const std::string& line) {
 void findKeys(PropertiesFile& file) {
   std::ifstream in(file.path, std::ios::binary);
   const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string whole;  // a line with those that continue it
   bool continued = false;
-  unsigned int line_number = 0;
+  unsigned int line_number = 0, first = 0;
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
     std::string line = text.substr(begin, end - begin);
@@ -46,12 +66,17 @@ void findKeys(PropertiesFile& file) {
       line.erase(0, 3);
     }
     line.erase(0, std::min(line.find_first_not_of(kBlanks), line.size()));
-    const bool comment = !line.empty() && (line[0] == '#' || line[0] == '!');
-    const std::string key = keyOf(line);
-    if (!continued && !comment && file.values.exist(key)) {
-      file.keys.emplace_back(key, line_number);
+    if (!continued && !line.empty() && (line[0] == '#' || line[0] == '!')) {
+      continue;
     }
-    continued = isContinued(line) && (continued || !comment);
+    whole = continued ? whole : "";
+    first = continued ? first : line_number;
+    continued = isContinued(line);
+    whole += continued ? line.substr(0, line.size() - 1) : line;
+    const std::string key = keyOf(whole);
+    if ((!continued || begin >= text.size()) && !whole.empty() && file.values.exist(key)) {
+      file.keys.emplace_back(key, first);
+    }
   }
 }
 
