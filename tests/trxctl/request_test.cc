@@ -32,12 +32,6 @@ TEST_F(CommandTest, HAPRunsOneHAPAndSaysWhatCameOfIt) {
        "    error code: 0x20005, a HAP's own error, with its detail\n"
        "    detail: 0x1 0xff (255)\n"
        "= 1\n"},
-      {"TST_FailAPI --para 0x40001 --para 6",
-       "HAP TST_FailAPI failed with 0x7000a: a HAP failed\n"
-       "  last error record, of HAP TST_FailAPI:\n"
-       "    error code: 0x40001, an error of the HAP API, with its data\n"
-       "    API data: 0x3020100 0x504, as text: ......\n"
-       "= 1\n"},
       {"TST_Throw --para 1",
        "HAP TST_Throw failed with an exception that is not the engine's: test\n= 1\n"},
       {"TST_Throw --para 0 --para 0x70003",
