@@ -15,6 +15,7 @@ from decimal import ROUND_HALF_UP, Decimal
 from browser import Browser
 
 FEW, MANY = 3000, 100000
+MIN_CONTRAST, MAX_BYTES = 4.5, 5_000_000
 TABLE = """FORMAT,0
 VERSION,2
 ,1,START,,,,,,
@@ -223,7 +224,7 @@ CONTRAST = """(() => {
     found.set(e.tagName + '.' + e.className, Math.min(ratio, found.get(e.tagName + '.' + e.className) || 99));
   }
   return [...found].filter(([, ratio]) => ratio < LEAST);
-})()""".replace("LEAST", str(LEAST_CONTRAST))
+})()""".replace("LEAST", str(MIN_CONTRAST))
 
 
 def check_looks(browser, page):
@@ -252,7 +253,7 @@ def main():
             _, drawn = browser.open(path("page.html"))
             browser.wait("document.body.dataset.whole === 'yes'")
             print(f"{requests} requests: written in {seconds:.2f} s, {size} bytes, drawn after {drawn} ms")
-            expect("the page is small", size < MOST_BYTES, True)
+            expect("the page is small", size < MAX_BYTES, True)
             check_content(browser, report)
             check_keys(browser, report)
         check_looks(browser, path("page.html"))
