@@ -276,21 +276,58 @@ TEST_F(RequestsTest, OfARequestWhoseStartIsLostTheTablesAreNotGuessed) {
     trx::TRXInfo info;
     EXPECT_EQ(request(info, "t"), "ok");
   });
-  const auto resumed = std::find_if(records.rbegin(), records.rend(), [](const auto& record) {
-    return tools::eventOf(record).kind == EventKind::kTableRequested;
-  });
-  const ReadRequests read({std::prev(resumed.base()), records.end()});
-  ASSERT_EQ(read.requests.size(), 1U);
-  EXPECT_TRUE(read.requests[0].start_lost);
-  EXPECT_EQ(read.requests[0].name, "t");
-  std::size_t rows = 0;
-  for (const std::string& span : read.spans) {
-    rows += span.rfind("row ", 0) == 0 ? 1 : 0;
-    EXPECT_NE(span.find(" incomplete"), std::string::npos) << span;
-    EXPECT_TRUE(span.rfind("row ?/", 0) == 0 || span.rfind("row ", 0) != 0) << span;
+  const struct {
+    EventKind first;
+    std::size_t parts, rows;
+    const char* uncertain;
+  } cases[] = {
+      {EventKind::kTableRequested, 1, 3, ""},
+      {EventKind::kRowWait, 2, 4,
+       "whether it or another request of its id went on in table t is not in the records"},
+  };
+  for (const auto& one : cases) {
+    const auto first = std::find_if(records.rbegin(), records.rend(), [&](const auto& record) {
+      return tools::eventOf(record).kind == one.first;
+    });
+    const ReadRequests read({std::prev(first.base()), records.end()});
+    ASSERT_EQ(read.requests.size(), 1U);
+    EXPECT_TRUE(read.requests[0].start_lost);
+    EXPECT_EQ(read.requests[0].name, "t");
+    EXPECT_EQ(read.requests[0].number, 1U);
+    EXPECT_EQ(read.requests[0].parts.size(), one.parts);
+    EXPECT_EQ(read.requests[0].uncertain, one.uncertain);
+    std::size_t rows = 0;
+    for (const std::string& span : read.spans) {
+      rows += span.rfind("row ", 0) == 0 ? 1 : 0;
+      EXPECT_NE(span.find(" incomplete"), std::string::npos) << span;
+      EXPECT_TRUE(span.rfind("row ?/", 0) == 0 || span.rfind("row ", 0) != 0) << span;
+    }
+    EXPECT_EQ(rows, one.rows);
+    EXPECT_TRUE(read.statistics.all().empty());
   }
-  EXPECT_EQ(rows, 3U);
-  EXPECT_TRUE(read.statistics.all().empty());
+}
+
+TEST_F(RequestsTest, WhatGoesOnIsRatherARequestWhoseTableIsKnown) {
+  startTables({{"t", ",4,WAIT,,1\n,5,END\n"}, {"lost", ",7,WAIT,,1\n,8,END\n"}}, MODULE_TRU);
+  std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo lost, known;
+    for (const auto& [info, name] : {std::pair(&lost, "lost"), {&known, "t"}, {&known, "t"}}) {
+      info->setTableName(name);
+      outcomeOf([&, info = info] { engine->execTable(info); });
+    }
+  });
+  records.erase(records.begin(),
+                std::find_if(records.begin(), records.end(), [](const TraceRecord& record) {
+                  return tools::eventOf(record).kind == EventKind::kRowWait;
+                }));
+  const ReadRequests read(records);
+  ASSERT_EQ(read.requests.size(), 2U);
+  EXPECT_EQ(read.requests[0].name, "t");
+  EXPECT_EQ(read.requests[0].parts.size(), 2U);
+  EXPECT_EQ(read.requests[1].ending, tools::Ending::kWaits);
+  for (const tools::Request& request : read.requests) {
+    EXPECT_NE(request.uncertain, "");
+  }
 }
 
 }  // namespace

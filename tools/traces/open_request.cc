@@ -293,6 +293,8 @@ void OpenRequest::takeLock(const Event& event, std::uint64_t now_ns) {
 void OpenRequest::resume(const Request& fresh, std::uint64_t now_ns) {
   ++version_;
   is_waiting_ = false;
+  request_.kind = fresh.kind;
+  request_.name = fresh.name;
   request_.parts.push_back(fresh.parts.front());
   request_.end_ns = request_.parts.back().end_ns = std::max(request_.end_ns, now_ns);
 }

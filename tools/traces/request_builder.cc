@@ -280,6 +280,9 @@ void RequestBuilder::join(Thread& thread, const Event& event, std::uint64_t now_
     return number(thread.running.back()->request());
   }
   waiting->resume(fresh, now_ns);
+  if (waiting->request().number == 0) {
+    number(waiting->request());  // its name was lost until now
+  }
   ring_.listener.requestJoined(waiting->request(), fresh.serial);
   thread.running.back() = std::move(waiting);
 }

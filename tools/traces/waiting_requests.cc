@@ -33,26 +33,43 @@ std::unique_ptr<OpenRequest> WaitingRequests::remove(std::uint32_t process_id, s
   std::vector<std::size_t> choices;
   for (std::size_t i = 0; i < waiting_.size(); ++i) {
     const Request& request = waiting_[i]->request();
-    if (request.process_id == process_id && request.id == id && request.name == name) {
+    if (request.process_id == process_id && request.id == id &&
+        (request.name == name || request.name.empty())) {
       choices.push_back(i);
     }
   }
   if (choices.empty()) {
     return nullptr;
   }
-  for (std::size_t i = 0; choices.size() > 1 && i < choices.size(); ++i) {
-    waiting_[choices[i]]->request().uncertain = "several requests of its id wait in table " + name +
-                                                "; which of them went on is not in the "
-                                                "records";
-  }
-  const auto first =
-      std::min_element(choices.begin(), choices.end(), [this](std::size_t a, std::size_t b) {
-        return waiting_[a]->request().end_ns < waiting_[b]->request().end_ns;
-      });
+  const auto rank = [this](std::size_t i) {
+    const Request& request = waiting_[i]->request();
+    return std::make_pair(request.name.empty(), request.end_ns);
+  };
+  const auto first = std::min_element(choices.begin(), choices.end(),
+                                      [&](auto a, auto b) { return rank(a) < rank(b); });
+  markUncertain(choices, name);
   std::unique_ptr<OpenRequest> request = std::move(waiting_[*first]);
   waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(*first));
   --count->second;
   return request;
+}
+
+/// Marks requests of which one goes on with the table `name`, when it is not known which.
+void WaitingRequests::markUncertain(const std::vector<std::size_t>& choices,
+                                    const std::string& name) {
+  const bool all_named = std::none_of(choices.begin(), choices.end(), [this](std::size_t i) {
+    return waiting_[i]->request().name.empty();
+  });
+  if (choices.size() == 1 && all_named) {
+    return;
+  }
+  for (const std::size_t i : choices) {
+    waiting_[i]->request().uncertain =
+        all_named ? "several requests of its id wait in table " + name +
+                        "; which of them went on is not in the records"
+                  : "whether it or another request of its id went on in table " + name +
+                        " is not in the records";
+  }
 }
 
 void WaitingRequests::addLeft(const OpenRequest& request) {

@@ -23,7 +23,8 @@ class WaitingRequests {
 
   /// Removes the request of the process and the id that goes on with the table `name`, and returns
   /// it: that which has waited longest. Null: there is none. Of several it cannot be known which
-  /// one it is, so all are marked.
+  /// one it is, so all are marked. One without a name, as its start is lost, may be it as well; it
+  /// is returned when no other is left.
   std::unique_ptr<OpenRequest> remove(std::uint32_t process_id, std::uint32_t id,
                                       const std::string& name);
 
@@ -41,6 +42,8 @@ class WaitingRequests {
 
  private:
   using Key = std::pair<std::uint32_t, std::uint32_t>;  // process, and id of requests
+
+  void markUncertain(const std::vector<std::size_t>& choices, const std::string& name);
 
   std::deque<std::unique_ptr<OpenRequest>> waiting_;  // in the order in which they began to wait
   std::map<Key, std::size_t> count_;                  // of waiting_
