@@ -269,6 +269,35 @@ TEST_F(RequestsTest, EachEndsAsItDid) {
   }
 }
 
+TEST_F(RequestsTest, WhatFailedInAHAPOfItsOwnNameIsNotKnown) {
+  int depth = 0;
+  acts["TRU_C"] = [](trx::TRXInfo* info) {
+    call(info, "TRU_A");
+    return 0;
+  };
+  acts["TRU_A"] = [&depth](trx::TRXInfo* info) {
+    const int level = ++depth;
+    if (level < 3) {
+      callAndCatch(info, "TRU_A");
+    }
+    return level == 2 ? 0 : fail(info);
+  };
+  startTables({{"t", ",2,HAP,TRU_C,,NOP\n,3,END\n"}}, MODULE_TRU);
+  for (const auto& [name, is_known] : {std::pair("TRU_C", false), {"t", true}}) {
+    depth = 0;
+    const ReadRequests read(recordsOf([&, name = name] {
+      trx::TRXInfo info;
+      request(info, name);
+    }));
+    ASSERT_EQ(read.requests.size(), 1U);
+    EXPECT_EQ(read.requests[0].uncertain,
+              is_known
+                  ? ""
+                  : "HAP TRU_A called itself, and one of both failed; which HAPs have ended is "
+                    "not in the records");
+  }
+}
+
 TEST_F(RequestsTest, OfARequestWhoseStartIsLostTheTablesAreNotGuessed) {
   startTables({{"t", ",2,TABLE,waits\n,3,END\n"}, {"waits", ",4,WAIT,,1\n,5,HAP,TRU_A\n,6,END\n"}},
               MODULE_TRU);

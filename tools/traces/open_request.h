@@ -120,6 +120,7 @@ class OpenRequest {
   Cause lockCauseOf(const Event& event, std::uint64_t now_ns);
   OpenSpan* lastFailed();
   void settleMaybeEnds();
+  OpenSpan* maybeEnded();
   void moveFailure(const std::string& name);
   static void passFailure(const OpenSpan& from, OpenSpan& to);
   static void endAtMaybe(OpenSpan& hap);

@@ -137,6 +137,11 @@ void OpenRequest::close(bool is_behind) {
   const Ending ending = isWaiting()                    ? Ending::kWaits
                         : is_behind && may_have_ended_ ? Ending::kSucceeded
                                                        : Ending::kOpen;
+  if (const OpenSpan* const ended = maybeEnded(); ended != nullptr && ending == Ending::kOpen) {
+    request_.uncertain = "HAP " + ended->name +
+                         " called itself, and one of both failed; which HAPs have ended is not in "
+                         "the records";
+  }
   closeAll(now_ns, ending == Ending::kSucceeded);
   end(ending, 0);
 }

@@ -226,19 +226,26 @@ Failure OpenRequest::failureOf(const OpenSpan& hap, Cause cause, const Event& ev
   return failure;
 }
 
-/// The outermost HAP that runs must have failed, but no record was found to be its own. Then a HAP
-/// inside of it did end where that seemed possible, and what was taken for its failure is that of
-/// the one around it, and so on.
-void OpenRequest::settleMaybeEnds() {
+/// The HAP that failed, or did end before where that seemed possible; then its failure is that of
+/// the HAP around it, and so on. Null: there is none, or the outermost HAP has ended.
+OpenRequest::OpenSpan* OpenRequest::maybeEnded() {
   const auto outer =
       std::find_if(open_.begin(), open_.end(), [](const OpenSpan& span) { return span.isHAP(); });
   const auto ended = std::find_if(open_.begin(), open_.end(), [](const OpenSpan& span) {
     return span.maybe_end_ns != 0 && span.failed();
   });
-  if (ended == open_.end() || outer == open_.end() || outer->end_ns != 0) {
+  return ended == open_.end() || outer == open_.end() || outer->end_ns != 0 ? nullptr : &*ended;
+}
+
+/// The outermost HAP that runs must have failed, but no record was found to be its own.
+void OpenRequest::settleMaybeEnds() {
+  OpenSpan* const ended = maybeEnded();
+  if (ended == nullptr) {
     return;
   }
-  for (auto hap = outer; hap != ended; ++hap) {
+  const auto outer =
+      std::find_if(open_.begin(), open_.end(), [](const OpenSpan& span) { return span.isHAP(); });
+  for (OpenSpan* hap = &*outer; hap != ended; ++hap) {
     passFailure(*std::next(hap), *hap);
   }
   endAtMaybe(*ended);
