@@ -55,7 +55,7 @@ GraphCounts RingRuns::counts() const {
   GraphCounts counts = graphCountsOf(tables_, counter_.coverage());
   countOnward(counts);
   const RowFinder finder(tables_);
-  std::map<const FlowRow*, std::uint64_t> most_calls;
+  std::map<const FlowRow*, WorkFigures> figures_of;
   for (const auto& [work, figures] : statistics_.all()) {
     const RowFinder::Found found = finder.find(spanOf(work));
     if (!found.is_same) {
@@ -63,12 +63,10 @@ GraphCounts RingRuns::counts() const {
     }
     RowCounts& row = counts.at(
         found.table->name)[static_cast<std::size_t>(found.row - found.table->rows.data())];
-    // A row whose HAP is not told, as it was cut off, is another entry.
-    const auto [most, is_first] = most_calls.emplace(found.row, figures.calls);
-    if (row.runs != 0 && (is_first || figures.calls > most->second)) {
-      most->second = figures.calls;
-      row.note = noteOf(work, figures);
-    }
+    // Runs whose HAP is not told, as they were cut off, are another entry.
+    WorkFigures& of_row = figures_of[found.row];
+    of_row.add(figures);
+    row.note = row.runs == 0 ? "" : noteOf(work, of_row);
     const bool fails_below = work.command == Command::kTable && tables_.count(work.name) != 0;
     row.failed = row.failed || (figures.failures != 0 && !fails_below);
   }

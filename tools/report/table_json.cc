@@ -33,7 +33,7 @@ class TableWriter {
       by_table_[work.row.table].push_back(&one);
       const RowFinder::Found found = finder.find(spanOf(work));
       if (found.is_same) {
-        figures_.emplace(found.row, &one.second);
+        figures_[found.row].push_back(&one.second);
       } else if (found.table != nullptr) {
         foreign_[work.row.table].push_back(&one);
       }
@@ -138,7 +138,11 @@ class TableWriter {
     json_.key("errors").number(counts.errors);
     const auto figures = figures_.find(&row);
     if (figures != figures_.end()) {
-      writeFigures(*figures->second, json_);
+      WorkFigures all;
+      for (const WorkFigures* const some : figures->second) {
+        all.add(*some);
+      }
+      writeFigures(all, json_);
     }
     json_.endObject();
   }
@@ -172,7 +176,8 @@ class TableWriter {
   JsonWriter& json_;
   std::map<std::string, Entries> by_table_;
   std::map<std::string, Entries> foreign_;  // rows that do not stand so in the file
-  std::map<const FlowRow*, const WorkFigures*> figures_;
+  /// Runs of a row whose HAP is not told, as they were cut off, are figures of their own.
+  std::map<const FlowRow*, std::vector<const WorkFigures*>> figures_;
   std::size_t room_;
 };
 

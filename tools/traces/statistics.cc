@@ -26,6 +26,12 @@ void Durations::add(std::uint64_t duration_ns) {
   sum_ns_ += duration_ns;
 }
 
+void Durations::add(const Durations& others) {
+  all_ns_.insert(all_ns_.end(), others.all_ns_.begin(), others.all_ns_.end());
+  is_sorted_ = false;
+  sum_ns_ += others.sum_ns_;
+}
+
 std::uint64_t Durations::quantile(unsigned int percent) const {
   if (percent == 0 || percent == kPercent || all_ns_.empty()) {
     return percent == 0 ? min_ns_ : max_ns_;
@@ -34,6 +40,17 @@ std::uint64_t Durations::quantile(unsigned int percent) const {
   const auto found = all_ns_.begin() + static_cast<std::ptrdiff_t>(rank - 1);
   std::nth_element(all_ns_.begin(), found, all_ns_.end());
   return *found;
+}
+
+void WorkFigures::add(const WorkFigures& others) {
+  calls += others.calls;
+  failures += others.failures;
+  unfinished += others.unfinished;
+  total.add(others.total);
+  own.add(others.own);
+  wait_ns += others.wait_ns;
+  lock_ns += others.lock_ns;
+  lock_wait_ns += others.lock_wait_ns;
 }
 
 Span spanOf(const Work& work) {

@@ -17,6 +17,7 @@ namespace kw::trx::tools {
 class Durations {
  public:
   void add(std::uint64_t duration_ns);
+  void add(const Durations& others);
 
   std::size_t count() const { return all_ns_.size(); }
   std::uint64_t sum() const { return sum_ns_; }
@@ -52,6 +53,8 @@ Span spanOf(const Work& work);
 std::string textOf(const Work& work);
 
 struct WorkFigures {
+  void add(const WorkFigures& others);
+
   std::uint64_t calls = 0;
   std::uint64_t failures = 0;    ///< also those that a table ignored or kept
   Failure last_failure;          ///< the last of them
