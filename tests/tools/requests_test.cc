@@ -45,10 +45,10 @@ class RequestsTest : public RecordsTest {
     return name == "t" ? execTable(info, name) : execHAP(info, name);
   }
 
-  static void call(trx::TRXInfo* info, const std::string& hap) {
+  static void call(trx::TRXInfo* info, const std::string& hap, bool err_disable = false) {
     std::vector<kw::sysobj::Component*> none;
     trx::TRX::getInstance()->getHAPController()->execHAP(info, none, hap, "", nullptr, nullptr,
-                                                         false);
+                                                         err_disable);
   }
 
   static void callAndCatch(trx::TRXInfo* info, const std::string& hap) {
@@ -212,6 +212,17 @@ TEST_F(RequestsTest, EachEndsAsItDid) {
        {"t", "t again"},
        {"t: failed: row t/4: HAP TRU_B: 0x20003, a HAP's own error, with its detail",
         "t: failed: its context was not initialized behind an earlier error end (0x7000b)"}},
+      {"a HAP whose failure came back to one of its own name, which throws another",
+       {{"TRU_C",
+         [&calls](trx::TRXInfo* info) {
+           if (++calls == 2) {
+             return 1;
+           }
+           call(info, "TRU_C", true);
+           throw trx::TRXException(0x7000a);
+         }}},
+       {"TRU_C"},
+       {"TRU_C: failed: HAP TRU_C threw an engine exception: 0x7000a, a HAP failed"}},
       {"a code of a class that no record tells",
        {{"TRU_C", give(0x10005)}},
        {"TRU_C"},

@@ -235,9 +235,8 @@ void OpenRequest::closeHAP(const std::string& name, std::uint64_t now_ns) {
   const auto caller = is_sure ? open_.rend() : std::next(found);
   if (caller != open_.rend() && is_it(*caller)) {
     caller->maybe_end_ns = now_ns;
-  } else {
-    found->has_returned = true;
   }
+  found->has_returned = true;  // or that caller, which then has caught its failure
   found->end_ns = found->end_ns == 0 ? std::max<std::uint64_t>(now_ns, 1) : found->end_ns;
   for (auto i = found - open_.rbegin() + 1; i > 0; --i) {
     closeTop(now_ns, true);
