@@ -68,6 +68,14 @@ class RequestsTest : public RecordsTest {
     return records;
   }
 
+  /// The records from the first one of a kind on, as if the older ones were overwritten.
+  static std::vector<TraceRecord> from(EventKind kind, std::vector<TraceRecord> records) {
+    while (!records.empty() && tools::eventOf(records.front()).kind != kind) {
+      records.erase(records.begin());
+    }
+    return records;
+  }
+
   Acts acts;
 };
 
@@ -347,20 +355,54 @@ TEST_F(RequestsTest, OfARequestWhoseStartIsLostTheTablesAreNotGuessed) {
   }
 }
 
+/// Each thread has rows of its own in the ring, so that newer records of one are overwritten before
+/// older ones of another.
+TEST_F(RequestsTest, WhatWaitedMayHaveGoneOnInAnotherThread) {
+  startTables({{"t", ",4,WAIT,,1\n,5,END\n"}}, MODULE_TRU);
+  std::vector<TraceRecord> records = recordsOf([&] {
+    trx::TRXInfo info;
+    EXPECT_EQ(request(info, "t"), "ok");
+  });
+  const auto wait = std::find_if(records.begin(), records.end(), [](const TraceRecord& record) {
+    return tools::eventOf(record).kind == EventKind::kRowWait;
+  });
+  const auto last = std::find_if(wait, records.end(), [](const TraceRecord& record) {
+    return tools::eventOf(record).kind == EventKind::kRowEnd;
+  });
+  records.erase(std::next(wait), last);
+  std::for_each(std::next(wait), records.end(), [](TraceRecord& record) { record.thread_id = 1; });
+  const ReadRequests read(records);
+  ASSERT_EQ(read.requests.size(), 2U);
+  for (const tools::Request& request : read.requests) {
+    EXPECT_EQ(request.uncertain,
+              "whether the request of its id that waited and the one whose start is lost are the "
+              "same is not in the records");
+  }
+}
+
+TEST_F(RequestsTest, TheRestOfATableIsNoneOfTheHAPThatAskedForIt) {
+  acts["TRU_A"] = [this](trx::TRXInfo*) {
+    trx::TRXInfo own;
+    request(own, "t");
+    return 0;
+  };
+  startTables({{"t", ",2,HAP,TRU_B\n,3,END\n"}}, MODULE_TRU);
+  trx::TRXInfo info;
+  const ReadRequests read(from(EventKind::kRowHAP, recordsOf([&] { request(info, "TRU_A"); })));
+  EXPECT_EQ(read.outcomes, (Lines{": ok; its begin is not in the ring",
+                                  "TRU_A: ok; its begin is not in the ring"}));
+}
+
 TEST_F(RequestsTest, WhatGoesOnIsRatherARequestWhoseTableIsKnown) {
   startTables({{"t", ",4,WAIT,,1\n,5,END\n"}, {"lost", ",7,WAIT,,1\n,8,END\n"}}, MODULE_TRU);
-  std::vector<TraceRecord> records = recordsOf([&] {
-    trx::TRXInfo lost, known;
-    for (const auto& [info, name] : {std::pair(&lost, "lost"), {&known, "t"}, {&known, "t"}}) {
-      info->setTableName(name);
-      outcomeOf([&, info = info] { engine->execTable(info); });
-    }
-  });
-  records.erase(records.begin(),
-                std::find_if(records.begin(), records.end(), [](const TraceRecord& record) {
-                  return tools::eventOf(record).kind == EventKind::kRowWait;
-                }));
-  const ReadRequests read(records);
+  const ReadRequests read(from(
+      EventKind::kRowWait, recordsOf([&] {
+        trx::TRXInfo lost, known;
+        for (const auto& [info, name] : {std::pair(&lost, "lost"), {&known, "t"}, {&known, "t"}}) {
+          info->setTableName(name);
+          outcomeOf([&, info = info] { engine->execTable(info); });
+        }
+      })));
   ASSERT_EQ(read.requests.size(), 2U);
   EXPECT_EQ(read.requests[0].name, "t");
   EXPECT_EQ(read.requests[0].parts.size(), 2U);

@@ -58,6 +58,11 @@ bool tellsContext(EventKind kind) {
 /// True for what is left of a request whose first records are missing.
 bool isNameless(const Request& request) { return request.start_lost && request.name.empty(); }
 
+bool waitsWithIdOf(const OpenRequest& open, const Request& other) {
+  return open.isWaiting() && open.request().process_id == other.process_id &&
+         open.request().id == other.id;
+}
+
 }  // namespace
 
 const Span* Place::innermost(Span::Kind kind) const {
@@ -245,6 +250,10 @@ void RequestBuilder::findDone(Thread& thread, const Event& event, std::uint64_t 
   };
   auto found = std::find_if(running.rbegin(), running.rend(), is_it);
   if (found == running.rend()) {
+    if (!running.empty() && isNameless(running.back()->request()) &&
+        placeOf(thread, event.kind).innermost(Span::Kind::kTable) != nullptr) {
+      closeTop(thread, true);  // a table that a HAP of the request has asked for
+    }
     if (running.empty() || !isNameless(running.back()->request())) {
       startLost(thread, event, now_ns);
     }
@@ -290,8 +299,7 @@ void RequestBuilder::join(Thread& thread, const Event& event, std::uint64_t now_
 /// A thread whose request waits may write no more: it may go on in another one.
 void RequestBuilder::moveWaiting(const Request& fresh) {
   for (auto& [id, thread] : threads_) {
-    if (id.first == fresh.process_id && !thread.running.empty() &&
-        thread.running.back()->isWaiting() && thread.running.back()->request().id == fresh.id) {
+    if (!thread.running.empty() && waitsWithIdOf(*thread.running.back(), fresh)) {
       closeTop(thread, true);
     }
   }
@@ -335,9 +343,30 @@ void RequestBuilder::handOn(OpenRequest& open, bool is_behind) {
   if (open.state() != OpenRequest::State::kOver) {
     open.close(is_behind);
   }
+  if (isNameless(request) && request.id != 0) {
+    noteRest(request);
+  }
   waiting_.addLeft(open);
   open_requests_ += request.ending == Ending::kOpen ? 1 : 0;
   ring_.listener.requestEnded(request);
+}
+
+/// A request whose start is lost may be the rest of one that waited, in whatever thread.
+void RequestBuilder::noteRest(Request& rest) {
+  std::vector<Request*> waiting = waiting_.of(rest.process_id, rest.id);
+  for (auto& [id, thread] : threads_) {
+    if (!thread.running.empty() && waitsWithIdOf(*thread.running.back(), rest)) {
+      waiting.push_back(&thread.running.back()->request());
+    }
+  }
+  for (Request* const one : waiting) {
+    if (one->end_ns <= rest.start_ns) {
+      one->uncertain = rest.uncertain =
+          "whether the request of its id that waited and the one whose start is lost are the same "
+          "is "
+          "not in the records";
+    }
+  }
 }
 
 void RequestBuilder::closeAll(Thread& thread, bool is_behind) {

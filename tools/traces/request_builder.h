@@ -88,6 +88,7 @@ class RequestBuilder {
   void refuse(const Event& event, std::uint64_t now_ns);
   void closeTop(Thread& thread, bool is_behind);
   void handOn(OpenRequest& open, bool is_behind);
+  void noteRest(Request& rest);
   void closeAll(Thread& thread, bool is_behind);
 
   RingState ring_;

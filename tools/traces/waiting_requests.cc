@@ -54,6 +54,17 @@ std::unique_ptr<OpenRequest> WaitingRequests::remove(std::uint32_t process_id, s
   return request;
 }
 
+std::vector<Request*> WaitingRequests::of(std::uint32_t process_id, std::uint32_t id) {
+  std::vector<Request*> found;
+  for (const auto& open : waiting_) {
+    Request& request = open->request();
+    if (request.process_id == process_id && request.id == id) {
+      found.push_back(&request);
+    }
+  }
+  return found;
+}
+
 /// Marks requests of which one goes on with the table `name`, when it is not known which.
 void WaitingRequests::markUncertain(const std::vector<std::size_t>& choices,
                                     const std::string& name) {

@@ -28,6 +28,9 @@ class WaitingRequests {
   std::unique_ptr<OpenRequest> remove(std::uint32_t process_id, std::uint32_t id,
                                       const std::string& name);
 
+  /// Those of the process and the id.
+  std::vector<Request*> of(std::uint32_t process_id, std::uint32_t id);
+
   /// Remembers the tables that an exception left in the context of `request`.
   void addLeft(const OpenRequest& request);
 
