@@ -28,13 +28,13 @@ install_missing() {
 
 packages_build=(g++ cmake ninja-build make libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz
   dpkg-dev file)
-packages_test=(libgtest-dev)
+packages_test=(libgtest-dev python3)
 packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)
 packages_armhf=(g++-arm-linux-gnueabihf qemu-user)
 packages_abi=(abigail-tools)
-packages_all=(clang-format clang-tidy googletest pkg-config git debootstrap chromium python3)
+packages_all=(clang-format clang-tidy googletest pkg-config git debootstrap chromium)
 
 # The name of this machine's Debian release.
 debian_release() { sed -n 's/^VERSION_CODENAME=//p' /etc/os-release; }

@@ -22,6 +22,7 @@ COMMANDS = {
     "replay": ["replay", "--json", "RING", "FILES", "--request", "REQUEST"],
 }
 HEAD_LINES = 2  # of table files, above START
+MORE_TURNS = 5  # what stands for all numbers of turns that a box does not show
 SECONDS = 120
 # Records with which rows start; those with which requests start, and those of refusals.
 ROWS = ("0x10000000", "0xf000000", "0xd000000", "0xe000000", "0xe000001", "0x11000000",
@@ -31,6 +32,7 @@ Counts = collections.namedtuple("Counts", "calls failures")
 
 
 LOSS = r"(\d+) records (?:are (?:doubtful|suspect)|were overwritten)"
+NOTHING = "no record tells of"  # what commands say that have nothing to print
 
 
 class Broken(Exception):
@@ -48,6 +50,7 @@ class Said:
         self.mode = plain(printed["mode"])
         self.units = [plain(unit) for unit in printed["units"]]
         self.more_units, self.outcome = printed["moreUnits"], printed["outcome"]
+        self.uncertain = printed.get("uncertain", "")
         self.words = printed.get("words", "")
         self.begin_lost = printed.get("beginLost", False)
         self.damaged = printed.get("damaged", False)
@@ -71,8 +74,9 @@ class Trxctl:
         self.out = folder + "/out"
         self.losses = {}  # numbers that a command says of its rings on standard error
 
-    def run(self, what, ring=None, request=None):
-        """Standard output of a command, bytes that are no UTF-8 escaped by themselves."""
+    def run(self, what, ring=None, request=None, nothing=None):
+        """Standard output of a command, bytes that are no UTF-8 escaped by themselves. `nothing`
+        instead when it has nothing to print."""
         values = {"RING": [ring], "RINGS": self.rings, "FILES": self.files, "OUT": [self.out],
                   "TABLES": [self.folder + "/tables"], "ROOT": [self.folder + "/root"],
                   "TRACES": [word for one in self.rings for word in ("--trace", one)],
@@ -86,9 +90,11 @@ class Trxctl:
         except subprocess.TimeoutExpired:
             raise Broken("takes more than %d s" % SECONDS) from None
         error = done.stderr.decode("utf-8", "surrogateescape")
-        if done.returncode not in (0, 1):
+        if done.returncode not in (0, 1) and (nothing is None or NOTHING not in error):
             raise Broken("status %d: %s" % (done.returncode, error.strip()[-200:]))
         self.losses.setdefault(what, []).extend(int(number) for number in re.findall(LOSS, error))
+        if done.returncode not in (0, 1):
+            return nothing
         return done.stdout.decode("utf-8", "surrogateescape")
 
     def output(self):
@@ -124,7 +130,7 @@ class Trxctl:
 
     def stats(self):
         """Counts by HAP, and by row."""
-        printed = json.loads(self.run("stats"))
+        printed = json.loads(self.run("stats", nothing='{"haps": [], "rows": []}'))
         self.waits = {row_key(one, one["table"], one["row"]): one["waitNs"]
                       for one in printed["rows"]}
         return ({plain(one["name"]): counts(one) for one in printed["haps"]},
@@ -151,12 +157,13 @@ class Trxctl:
 
     def graph(self):
         """Runs and failures by table and place of the row, from the texts of the boxes."""
-        return self.boxes(self.run("graph"), r"(\d+) runs?(?:, (?:(\d+) )?(failed))?")
+        return self.boxes(self.run("graph", nothing=""), r"(\d+) runs?(?:, (?:(\d+) )?(failed))?")
 
     def way(self, said):
-        """How often rows ran in one request, by table and place of the row."""
+        """How often rows ran in one request, by table and place of the row, up to MORE_TURNS."""
         text = self.run("way", request="0x%x.%d" % (said.id, said.number))
-        return {key: box.count("#") for key, box in self.labels(text) if "#" in box}
+        return {key: MORE_TURNS if " ..." in box else box.count("#")
+                for key, box in self.labels(text) if "#" in box}
 
     @staticmethod
     def labels(text):
@@ -201,7 +208,7 @@ def row_key(printed, table, number):
 class Report:
     def __init__(self, printed):
         self.lost, self.doubtful = printed["lost"], printed["doubtful"]
-        self.left_out = printed["leftOut"]
+        self.left_out, self.left_out_runs = printed["leftOut"], printed["leftOutRuns"]
         self.counts = printed["requests"]
         self.haps = {plain(one["name"]): counts(one) for one in printed["haps"]}
         self.threads = {(one["ring"], one["process"], one["thread"]): (one["requests"],
