@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "common/processes.h"
+#include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "simulation/case_run.h"
 #include "tables/check.h"
@@ -207,6 +208,26 @@ TEST(SimulationTest, RowsAreWarnedOfExactlyWhenAConstantOutcomeRunsThemForEver) 
   }
   EXPECT_GT(met[true], 30);
   EXPECT_GT(met[false], 30);
+}
+
+constexpr char kFails[] = "FORMAT,0\nVERSION,1\n,1,START\n,2,HAP,TST_Fail,,,1 12345\n,3,END\n";
+
+/// An engine in a process in which tables were simulated before.
+class AfterSimulationTest : public EngineFixture {
+ protected:
+  static void SetUpTestSuite() {
+    const TempDir dir;
+    tools::SimulationRequest request;
+    request.table = "main";
+    EXPECT_EQ(tools::Simulator({dir.write("main.csv", kFails)}).run(request).code, 0U);
+  }
+};
+
+TEST_F(AfterSimulationTest, ModulesHaveTheirHAPsBack) {
+  configure({MODULE_TST}, {dir.write("main.csv", kFails)});
+  start();
+  trx::TRXInfo info;
+  EXPECT_EQ(execTable(info, "main"), "TRX 7000b");
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ namespace kw::trx::tools {
 using ChooseOutcome = HAPOutcome (*)(const trx::TRXInfo& info, const std::string& name);
 
 /// Lets `choose` decide, from now on in the whole process, for every HAP whose name has a module
-/// key. Only while no request is in progress; simulated requests run on one thread at a time.
+/// key; null: modules have their HAPs back. Only while no request is in progress; simulated
+/// requests run on one thread at a time.
 void simulateHAPs(ChooseOutcome choose);
 
 }  // namespace kw::trx::tools

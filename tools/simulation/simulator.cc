@@ -84,6 +84,21 @@ HAPOutcome chooseFor(const trx::TRXInfo& info, const std::string& name) {
   return call.outcome;
 }
 
+/// The HAPs of the process are simulated as long as it lives.
+class Simulation {
+ public:
+  explicit Simulation(Run& run) {
+    running = &run;
+    simulateHAPs(chooseFor);
+  }
+  Simulation(const Simulation&) = delete;
+  Simulation& operator=(const Simulation&) = delete;
+  ~Simulation() {
+    simulateHAPs(nullptr);
+    running = nullptr;
+  }
+};
+
 /// Runs the table of `info` to its end, adding waits up.
 void runToEnd(trx::TRXInfo& info, SimulatedRun& result) {
   trx::TRX* engine = trx::TRX::getInstance();
@@ -116,7 +131,6 @@ Simulator::Simulator(const std::vector<std::string>& files, unsigned int nest_li
     throw std::runtime_error(problem);
   }
   tables_ = readTables(files, {}).flows;
-  simulateHAPs(chooseFor);
 }
 
 // Asking for the engine would write a record, which its listener may not.
@@ -126,7 +140,7 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
   SimulatedRun result;
   trx::TRX* engine = trx::TRX::getInstance();
   Run run{request, tables_, result, engine};
-  running = &run;
+  const Simulation simulation(run);
   Units units(request.units);
   trx::TRXInfo info;
   info.setTableName(request.table);
@@ -154,7 +168,6 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
   result.is_stopped = result.code == trx::kCodeTableStopped || result.code == trx::kCodeStopped;
   result.reason = rows.reason();
   result.record = failureOf(info, {});
-  running = nullptr;
   return result;
 }
 
