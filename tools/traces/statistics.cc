@@ -27,8 +27,12 @@ void Durations::add(std::uint64_t duration_ns) {
 }
 
 void Durations::add(const Durations& others) {
+  if (others.all_ns_.empty()) {
+    return;
+  }
+  min_ns_ = all_ns_.empty() ? others.min_ns_ : std::min(min_ns_, others.min_ns_);
+  max_ns_ = std::max(max_ns_, others.max_ns_);
   all_ns_.insert(all_ns_.end(), others.all_ns_.begin(), others.all_ns_.end());
-  is_sorted_ = false;
   sum_ns_ += others.sum_ns_;
 }
 
