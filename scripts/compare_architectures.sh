@@ -36,8 +36,8 @@ for build in "$native" "$device"; do
   decode() {
     "$@" trace "$ring"
     "$@" trace --json "$ring"
-    "$@" trace --perfetto "$work/timeline" "$ring"
-    cat "$work/timeline"
+    "$@" trace --perfetto "$work/timeline.json" "$ring"
+    cat "$work/timeline.json"
   }
   decode "$native/tools/trxctl/trxctl" >"$work/native"
   decode "${emulate[@]}" "$device/tools/trxctl/trxctl" >"$work/device"

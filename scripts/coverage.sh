@@ -28,7 +28,7 @@ measured() {
   shift
   llvm-cov "$command" -instr-profile="$profile" build/coverage/src/libzqm_trx.so \
     -object build/coverage/platform/standin/libkw_platform.so -object build/coverage/tools/trxctl/trxctl \
-    -object build/coverage/tests/tools/tools_test -object build/coverage/tests/tools/simulations_test "$@"
+    -object build/coverage/tests/tools/tools_test "$@"
 }
 
 for part in src platform/standin ring tools/*/; do

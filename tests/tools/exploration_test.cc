@@ -47,20 +47,20 @@ void noteFailures(AllRuns& all, const tools::Simulator& simulator, const std::st
   std::vector<std::size_t> calls;  // the steps that call a HAP
   for (std::size_t step = 0; step < run.rows.size(); ++step) {
     for (const tools::FlowRow& row : simulator.tables().at(run.rows[step].table).rows) {
-      if (row.number_value == run.rows[step].number) {
-        last_check = row.command == "CHECK" ? step : last_check;
-        if (row.command == "HAP") calls.push_back(step);
+      if (row.id.number == run.rows[step].number) {
+        last_check = row.command == tools::Command::kCheck ? step : last_check;
+        if (row.command == tools::Command::kHAP) calls.push_back(step);
       }
     }
   }
   for (std::size_t i = 0; i < run.calls.size(); ++i) {
     const tools::HAPCall& call = run.calls[i];
     if (call.outcome.kind == tools::HAPOutcome::Kind::kSuccess) continue;
-    const std::string& error = simulator.tables().at(call.table).rows[call.place].error;
+    const std::string& error = simulator.tables().at(call.row.table).rows[call.place].error;
     const bool unseen = error == "NOP" || (error == "STACK" && calls[i] > last_check);
     std::size_t& best = all.shown
                             .insert({{unseen ? Claim::Kind::kSwallowed : Claim::Kind::kRecovered,
-                                      tools::rowText(call.table, call.number, entry)},
+                                      call.row.text(entry)},
                                      run.rows.size()})
                             .first->second;
     best = std::min(best, run.rows.size());
@@ -69,8 +69,8 @@ void noteFailures(AllRuns& all, const tools::Simulator& simulator, const std::st
 
 void note(AllRuns& all, const tools::Simulator& simulator, const std::string& entry,
           const tools::SimulatedRun& run) {
-  for (const tools::RanRow& row : run.rows) {
-    all.rows.insert(tools::rowText(row.table, row.number, entry));
+  for (const tools::RowId& row : run.rows) {
+    all.rows.insert(row.text(entry));
   }
   if (run.is_stopped) {
     all.all_end = false;

@@ -159,7 +159,7 @@ TEST(ReplayTest, WhatIsMissingOrDamagedIsTold) {
                                           dir.write("b.csv", kCalled)};
   const tools::Simulator simulator(files);
   const TracedRun ran = runTable(simulator, [](const tools::HAPCall& call) {
-    return HAPOutcome{HAPOutcome::Kind::kFailure, call.table == "a" ? 0x20005U : 0x20006U, {1}};
+    return HAPOutcome{HAPOutcome::Kind::kFailure, call.row.table == "a" ? 0x20005U : 0x20006U, {1}};
   });
   const auto upTo = [&](unsigned int id) {
     return std::find_if(ran.records.begin(), ran.records.end(),
@@ -257,7 +257,7 @@ TEST(ReplayTest, RequestsOfOneIdMayWaitAtOnce) {
     for (const bool is_other : {false, true}) {
       const TracedRun ran = runTable(simulator, [&](const tools::HAPCall& call) {
         return HAPOutcome{
-            HAPOutcome::Kind::kFailure, call.number + (is_other ? 0x20000U : 0x20010U), {}};
+            HAPOutcome::Kind::kFailure, call.row.number + (is_other ? 0x20000U : 0x20010U), {}};
       });
       std::vector<TraceRecord> records = ran.records;
       for (TraceRecord& record : records) {

@@ -252,8 +252,8 @@ TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
   finish();
   tools::FlowRow row{};
   row.number = "1f";
-  row.number_value = 0x1f;
-  row.command = "END";
+  row.id.number = 0x1f;
+  row.command = tools::Command::kEnd;
   report.tables["desk"] = {"desk", "/board/desk.csv", {row}};
   const json told = json::parse(tools::jsonOf(report));
   std::map<std::string, json> changes;

@@ -192,7 +192,7 @@ TEST(SimulationTest, RowsAreWarnedOfExactlyWhenAConstantOutcomeRunsThemForEver) 
       request.most_rows = 100;
       request.choose = [failing](const tools::HAPCall& call) {
         tools::HAPOutcome outcome;
-        const bool fails = (failing >> (call.number - 1) & 1) != 0;
+        const bool fails = (failing >> (call.row.number - 1) & 1) != 0;
         outcome.kind = fails ? tools::HAPOutcome::Kind::kFailure : outcome.kind;
         return outcome;
       };

@@ -15,7 +15,7 @@
 #include "kw/trx/table_controller.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "tables/check.h"
-#include "tables/mend.h"
+#include "tables/fix.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -98,21 +98,21 @@ std::string wide(const std::string& text, std::size_t size, bool is_little) {
   return bytes;
 }
 
-TEST(TablesTest, EachDialectIsNamedAndMendedWhereThatChangesNoCell) {
+TEST(TablesTest, EachDialectIsNamedAndFixedWhereThatChangesNoCell) {
   const std::string rows =
       "FORMAT;0\r\n\"VERSION\";1\r\na \"b\";\"c;\"\"d\r\n\";e,f\r\n;1;START\n;2;END";
-  const std::string mended =
+  const std::string fixed =
       "FORMAT,0\r\nVERSION,1\r\n\"a \"\"b\"\"\",\"c;\"\"d\r\n\",\"e,f\"\r\n,1,START\n,2,END";
   const std::string plain = "FORMAT,0\n,1,START\n";
   const struct {
     std::string bytes;
     const char* words;  ///< the error up to "instead"
-    std::string text;   ///< what it is mended to; empty: it is not
+    std::string text;   ///< what it is fixed to; empty: it is not
   } cases[] = {
-      {rows, "its cells are parted by ';' ", mended},
+      {rows, "its cells are parted by ';' ", fixed},
       {"sep=\t\nFORMAT\t1", "its cells are parted by tabs ", "sep=,\nFORMAT,1"},
-      {wide(rows, 2, true), "its text is UTF-16 (little endian) ", mended},
-      {"\xfe\xff" + wide(rows, 2, false), "its text is UTF-16 (big endian) ", mended},
+      {wide(rows, 2, true), "its text is UTF-16 (little endian) ", fixed},
+      {"\xfe\xff" + wide(rows, 2, false), "its text is UTF-16 (big endian) ", fixed},
       {std::string("\xff\xfe\0\0", 4) + wide(plain, 4, true), "its text is UTF-32 (little endian) ",
        plain},
       {wide(plain, 4, false), "its text is UTF-32 (big endian) ", plain},
@@ -131,13 +131,14 @@ TEST(TablesTest, EachDialectIsNamedAndMendedWhereThatChangesNoCell) {
     const std::string file = dir.write("odd.csv", bytes);
     EXPECT_EQ(tools::checkFile(file, {}).findings.at(0).words.rfind(words, 0), 0U)
         << tools::checkFile(file, {}).findings[0].words;
-    const tools::MendedFile done = tools::mendFile(file, false);
-    EXPECT_EQ(done.problem, "");
+    const tools::FixedFile done = tools::fixFile(file, false);
     EXPECT_EQ(done.steps.empty(), text.empty()) << words;
     EXPECT_EQ(readFile(file), bytes);
     EXPECT_EQ(readFile(done.file), text.empty() ? bytes : text) << words;
-    EXPECT_EQ(tools::mendFile(file, false).problem.empty(), text.empty()) << "replaces nothing";
-    EXPECT_EQ(tools::mendFile(file, true).problem, "");
+    if (!text.empty()) {
+      EXPECT_THROW(tools::fixFile(file, false), std::runtime_error) << "replaces nothing";
+    }
+    tools::fixFile(file, true);
     EXPECT_EQ(readFile(file), text.empty() ? bytes : text) << words;
     fs::remove_all(dir.path() + "/fixed");
   }

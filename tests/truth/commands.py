@@ -71,12 +71,13 @@ class Trxctl:
         self.program, self.folder, self.rings = program, folder, rings
         self.files = [os.path.join(os.fsencode(folder), b"tables", name) for name in
                       sorted(os.listdir(os.fsencode(folder + "/tables")))]
-        self.out = folder + "/out"
+        self.out = None
         self.losses = {}  # numbers that a command says of its rings on standard error
 
     def run(self, what, ring=None, request=None, nothing=None):
         """Standard output of a command, bytes that are no UTF-8 escaped by themselves. `nothing`
         instead when it has nothing to print."""
+        self.out = self.folder + ("/out.json" if what == "timeline" else "/out.info")
         values = {"RING": [ring], "RINGS": self.rings, "FILES": self.files, "OUT": [self.out],
                   "TABLES": [self.folder + "/tables"], "ROOT": [self.folder + "/root"],
                   "TRACES": [word for one in self.rings for word in ("--trace", one)],

@@ -107,7 +107,7 @@ TEST(CheckTest, FixWritesWhatTheEngineLoadsAndNeverInPlaceUnasked) {
             "a.csv: written to fixed/a.csv: ';' between cells made commas\n= 0\n");
   EXPECT_EQ(readFile(dir.path() + "/a.csv"), rows);
   EXPECT_EQ(runTool("check --fix a.csv", dir.path()),
-            "! trxctl: a.csv: not mended: fixed/a.csv is there already; move it away, or add "
+            "! trxctl: a.csv: not fixed: fixed/a.csv is there already; move it away, or add "
             "--in-place\n= 2\n");
   EXPECT_EQ(runTool("check --fix --in-place a.csv", dir.path()),
             "a.csv: rewritten: ';' between cells made commas\n= 0\n");

@@ -161,7 +161,7 @@ TEST_F(ReplayCommandTest, WhatCannotBeReplayedIsSaid) {
       {",2,END\n", "gone.csv", "gone.csv: the engine does not load it; see trxctl check"},
       {",2,END\n", "",
        "table main of the request is neither among the files nor in a configuration"},
-      {",2,END\n", "--root . -o no/such/file", "no/such/file: No such file or directory"},
+      {",2,END\n", "--root . -o no/such/file.csv", "no/such/file.csv: No such file or directory"},
   };
   for (const auto& [rows, options, says] : cases) {
     runMain(rows);

@@ -57,6 +57,14 @@ std::optional<std::uint32_t> hexNumber(const std::string& text) {
   return whole ? std::optional<std::uint32_t>(number) : std::nullopt;
 }
 
+std::optional<std::uint32_t> decimalNumber(const std::string& text) {
+  const char* const end = text.data() + text.size();
+  std::uint32_t number = 0;
+  const auto read = std::from_chars(text.data(), end, number);
+  const bool whole = read.ec == std::errc() && read.ptr == end;
+  return whole ? std::optional<std::uint32_t>(number) : std::nullopt;
+}
+
 std::string nearestOf(const std::string& word, const std::vector<std::string>& known) {
   std::string nearest;
   std::size_t least = word.size() / 3 + 1;
@@ -95,10 +103,15 @@ std::vector<std::string> partsOf(const std::string& text, char separator) {
   return parts;
 }
 
-std::string listed(const std::vector<std::string>& names) {
+std::string listed(std::vector<std::string> names, std::size_t max, const std::string& last) {
+  if (names.size() > max) {
+    const std::size_t left = names.size() - max;
+    names.resize(max);
+    names.push_back(std::to_string(left) + " more");
+  }
   std::string text;
   for (std::size_t i = 0; i < names.size(); ++i) {
-    text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    text += (i == 0 ? "" : i + 1 == names.size() ? last : ", ") + names[i];
   }
   return text;
 }

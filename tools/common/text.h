@@ -3,7 +3,9 @@
 #ifndef KW_TRX_TOOLS_COMMON_TEXT_H_
 #define KW_TRX_TOOLS_COMMON_TEXT_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +22,10 @@ std::string hexDigits(unsigned long number);
 /// anything else.
 std::optional<std::uint32_t> hexNumber(const std::string& text);
 
+/// The number below 2^32 that all of `text` writes in decimal digits; none when it is anything
+/// else.
+std::optional<std::uint32_t> decimalNumber(const std::string& text);
+
 /// The one of `known` that `word` was probably meant to be; empty when none is near.
 std::string nearestOf(const std::string& word, const std::vector<std::string>& known);
 
@@ -33,8 +39,12 @@ bool isNearly(const std::string& text, const std::string& word);
 /// The parts of `text` between separators, empty ones too.
 std::vector<std::string> partsOf(const std::string& text, char separator);
 
-/// "a, b and c".
-std::string listed(const std::vector<std::string>& names);
+constexpr std::size_t kAllNames = std::numeric_limits<std::size_t>::max();
+
+/// "a, b and c", or with another word for "and"; of more names than `max`, the first ones and the
+/// number of the others: "a, b and 7 more".
+std::string listed(std::vector<std::string> names, std::size_t max = kAllNames,
+                   const std::string& last = " and ");
 
 }  // namespace kw::trx::tools
 

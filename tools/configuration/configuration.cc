@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 
+#include "common/paths.h"
 #include "kw/platform.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/trx_config.h"
@@ -31,17 +32,20 @@ std::string loadConfiguration() {
   return {};
 }
 
-std::vector<std::string> configuredTables(std::optional<std::vector<std::string>>& modules) {
+Configured configured() {
   const std::string problem = loadConfiguration();
+  if (!problem.empty()) {
+    if (!kw::platform::getSystemRoot().empty()) {
+      throw std::runtime_error(problem + "; see trxctl config");
+    }
+    return {};
+  }
   const trx::TRXConfig& config = trx::TRXConfig::getInstance();
-  if (problem.empty()) {
-    modules = config.getHAPModuleFiles();
-    return config.getTableFiles();
+  Configured found{true, {}, config.getHAPModuleFiles()};
+  for (const std::string& file : config.getTableFiles()) {
+    found.tables.push_back(absolutePath("/" + file));  // the engine counts from there
   }
-  if (!kw::platform::getSystemRoot().empty()) {
-    throw std::runtime_error(problem + "; see trxctl config");
-  }
-  return {};
+  return found;
 }
 
 }  // namespace kw::trx::tools

@@ -3,7 +3,6 @@
 #ifndef KW_TRX_TOOLS_CONFIGURATION_CONFIGURATION_H_
 #define KW_TRX_TOOLS_CONFIGURATION_CONFIGURATION_H_
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,10 +12,16 @@ namespace kw::trx::tools {
 /// did not.
 std::string loadConfiguration();
 
-/// The table files that a command looks at besides its own: those of the configuration, when there
-/// is one. Throws `std::runtime_error` when a system root was given, but has none that loads.
-/// `modules` gets the module files.
-std::vector<std::string> configuredTables(std::optional<std::vector<std::string>>& modules);
+/// What a configuration names.
+struct Configured {
+  bool is_there = false;             ///< false: none is found, and the rest is empty
+  std::vector<std::string> tables;   ///< whole paths of table files, in its order
+  std::vector<std::string> modules;  ///< module files, as the engine takes them
+};
+
+/// Loads the configuration, when there is one. Throws `std::runtime_error` when a system root was
+/// given, but has none that loads.
+Configured configured();
 
 }  // namespace kw::trx::tools
 

@@ -42,10 +42,6 @@ std::uint64_t numberIn(const std::vector<std::string>& fields, std::size_t field
              : 0;
 }
 
-bool goesOnAfterFailure(const FlowRow& row) {
-  return row.command == trx::kCommandHAP && row.jump < 0 && !row.error.empty();
-}
-
 std::vector<RowCounts> countsOf(const TableFlow& flow, const FileCoverage& file) {
   std::vector<RowCounts> counts(flow.rows.size());
   for (std::size_t at = 0; at < counts.size(); ++at) {
@@ -57,8 +53,8 @@ std::vector<RowCounts> countsOf(const TableFlow& flow, const FileCoverage& file)
     counts[at].runs = counts[at].onward = line->second.runs;
     if (line->second.branches) {
       const auto& [well, badly] = *line->second.branches;
-      counts[at].onward = well + (goesOnAfterFailure(row) ? badly : 0);
-      counts[at].errors = goesOnAfterFailure(row) ? 0 : badly;
+      counts[at].onward = well + (row.goesOnAfterFailure() ? badly : 0);
+      counts[at].errors = row.goesOnAfterFailure() ? 0 : badly;
     }
   }
   return counts;
@@ -74,7 +70,7 @@ void countReturns(const TableFlow& flow, std::vector<RowCounts>& counts) {
     }
   }
   for (std::size_t at = 0; at + 1 < counts.size(); ++at) {
-    if (flow.rows[at].command == trx::kCommandTable) {
+    if (flow.rows[at].command == Command::kTable) {
       counts[at].onward =
           counts[at + 1].runs > jumps[at + 1] ? counts[at + 1].runs - jumps[at + 1] : 0;
     }

@@ -78,7 +78,7 @@ void RingRuns::countOnward(GraphCounts& counts) const {
   for (auto& [table, rows] : counts) {
     const TableFlow& flow = tables_.at(table);
     for (std::size_t at = 0; at < rows.size(); ++at) {
-      const auto went_on = went_on_.find({visible(table), flow.rows[at].number_value});
+      const auto went_on = went_on_.find({visible(table), flow.rows[at].id.number});
       if (!flow.rows[at].canFail()) {
         rows[at].onward = rows[at].runs == 0 || went_on == went_on_.end() ? 0 : went_on->second;
       }

@@ -36,7 +36,7 @@ std::string callersText(const TableFlows& tables, const std::string& key) {
   std::vector<std::string> callers;
   for (const auto& [name, flow] : tables) {
     if (std::any_of(flow.rows.begin(), flow.rows.end(), [&key](const FlowRow& row) {
-          return row.command == trx::kCommandHAP && trx::keyOfHAP(row.name) == key;
+          return row.command == Command::kHAP && trx::keyOfHAP(row.name) == key;
         })) {
       callers.push_back(visible(name));
     }
@@ -44,13 +44,9 @@ std::string callersText(const TableFlows& tables, const std::string& key) {
   if (callers.empty() || key.empty()) {
     return {};
   }
-  const std::size_t others = callers.size() - std::min(callers.size(), kCallersMost);
-  callers.resize(callers.size() - others);
-  if (others != 0) {
-    callers.push_back(std::to_string(others) + " more");
-  }
   return "; its HAPs are called by " +
-         std::string(callers.size() == 1 ? "the table " : "the tables ") + tools::listed(callers);
+         std::string(callers.size() == 1 ? "the table " : "the tables ") +
+         tools::listed(callers, kCallersMost);
 }
 
 class Examiner {

@@ -32,8 +32,8 @@ bool isOfRow(Claim::Kind kind) {
 std::string hintOfNumber(const std::string& number, const TableFlows& tables) {
   for (const auto& [name, flow] : tables) {
     for (const FlowRow& row : flow.rows) {
-      if (row.number_value == hexNumber(number)) {
-        return "; did you mean " + rowText(name, row.number_value, "") + "?";
+      if (row.id.number == hexNumber(number)) {
+        return "; did you mean " + row.id.text() + "?";
       }
     }
   }
@@ -50,7 +50,7 @@ std::string rowSubject(const std::string& text, const TableFlows& tables,
         throw std::invalid_argument(inQuotes(text) + " is no row: write NUMBER or TABLE/NUMBER");
       }
       const bool names_table = hexNumber(text) == std::nullopt;
-      return rowText(row->table, *row->number, names_table ? "" : row->table);
+      return RowId{row->table, *row->number}.text(names_table ? "" : row->table);
     } catch (const std::invalid_argument& none) {
       problem = none.what();
     }
@@ -66,7 +66,7 @@ std::set<std::string> subjectsOf(Claim::Kind kind, const TableFlows& tables) {
   if (kind == Claim::Kind::kCalls || kind == Claim::Kind::kWait) {
     return {kLeast, kMost};
   }
-  const char* const command = kind == Claim::Kind::kMessage ? trx::kCommandEnd : trx::kCommandTable;
+  const Command command = kind == Claim::Kind::kMessage ? Command::kEnd : Command::kTable;
   std::set<std::string> subjects;
   for (const auto& [name, flow] : tables) {
     for (const FlowRow& row : flow.rows) {

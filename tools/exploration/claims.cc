@@ -137,7 +137,7 @@ class Explorer {
 
   void noteReached() {
     for (const ProgramTable& table : graph_.program().tables) {
-      result_.reached.emplace_back(table.rows.size());
+      result_.reached.emplace_back(table.flow->rows.size());
     }
     for (const Activation& at : graph_.activations()) {
       for (std::size_t state = 0; state < at.reached.size(); ++state) {
@@ -257,7 +257,7 @@ std::vector<Claim> unreachedRows(const Program& program,
                                  const std::vector<Exploration>& explorations) {
   std::vector<Claim> claims;
   for (std::size_t table = 0; table < program.tables.size(); ++table) {
-    std::vector<bool> reached(program.tables[table].rows.size());
+    std::vector<bool> reached(program.tables[table].flow->rows.size());
     for (const Exploration& exploration : explorations) {
       for (std::size_t row = 0; row < reached.size(); ++row) {
         reached[row] = reached[row] || exploration.reached[table][row];

@@ -15,12 +15,12 @@ enum class Measure { kRows, kHAPCalls, kWaitMs };
 /// table that calls another one twice.
 constexpr std::uint64_t kMostAmount = std::uint64_t{1} << 43;
 
-constexpr std::uint64_t lengthOf(const ProgramRow& row, Measure measure) {
+inline std::uint64_t lengthOf(const FlowRow& row, Measure measure) {
   switch (measure) {
     case Measure::kRows:
       return 1;
     case Measure::kHAPCalls:
-      return row.kind == ProgramRow::Kind::kHAP && row.can_succeed ? 1 : 0;
+      return row.command == Command::kHAP && row.can_succeed ? 1 : 0;
     case Measure::kWaitMs:
       break;
   }

@@ -4,64 +4,22 @@
 #include <algorithm>
 #include <set>
 
-#include "zqm_trx/module_key.h"
-#include "zqm_trx/table_words.h"
+#include "common/closure.h"
 
 namespace kw::trx::tools {
 namespace {
 
-ProgramRow hapRow(const FlowRow& row) {
-  ProgramRow out;
-  out.kind = ProgramRow::Kind::kHAP;
-  out.can_succeed = !trx::keyOfHAP(row.name).empty();
-  out.on_failure = row.jump >= 0                   ? ProgramRow::OnFailure::kJump
-                   : row.error == trx::kErrorNop   ? ProgramRow::OnFailure::kGoOn
-                   : row.error == trx::kErrorStack ? ProgramRow::OnFailure::kMark
-                                                   : ProgramRow::OnFailure::kStop;
-  return out;
+/// The tables that a run of `from` can get to: itself only when it calls itself.
+std::set<int> below(const std::vector<std::set<int>>& calls, std::size_t from) {
+  return closureOf(std::vector<int>(calls[from].begin(), calls[from].end()),
+                   [&calls](int table) { return calls[static_cast<std::size_t>(table)]; });
 }
-
-ProgramRow programRow(const Program& program, const FlowRow& row) {
-  ProgramRow out;
-  if (row.command == trx::kCommandHAP) {
-    out = hapRow(row);
-  } else if (row.command == trx::kCommandCheck) {
-    out.kind = ProgramRow::Kind::kCheck;
-  } else if (row.command == trx::kCommandWait) {
-    out.wait_ms = row.wait_ms;
-  } else if (row.command == trx::kCommandTable && !row.name.empty()) {
-    out.kind = ProgramRow::Kind::kCall;
-    out.callee = program.find(row.name);
-  } else if (row.command == trx::kCommandTable || row.command == trx::kCommandEnd) {
-    const bool fails = row.command == trx::kCommandEnd && !row.name.empty();
-    out.kind = fails ? ProgramRow::Kind::kFail : ProgramRow::Kind::kEnd;
-  }
-  out.jump = row.jump;
-  return out;
-}
-
-/// The tables that a run of `from` can get to.
-std::vector<bool> below(const Program& program, const std::vector<std::set<int>>& calls,
-                        std::size_t from) {
-  std::vector<bool> seen(program.tables.size());
-  std::vector<int> open(calls[from].begin(), calls[from].end());
-  while (!open.empty()) {
-    const auto at = static_cast<std::size_t>(open.back());
-    open.pop_back();
-    if (!seen[at]) {
-      seen[at] = true;
-      open.insert(open.end(), calls[at].begin(), calls[at].end());
-    }
-  }
-  return seen;
-}
-
 std::vector<std::set<int>> callsOf(const Program& program) {
   std::vector<std::set<int>> calls(program.tables.size());
   for (std::size_t table = 0; table < calls.size(); ++table) {
-    for (const ProgramRow& row : program.tables[table].rows) {
-      if (row.callee != kAbsent) {
-        calls[table].insert(row.callee);
+    for (const int callee : program.tables[table].callees) {
+      if (callee != kAbsent) {
+        calls[table].insert(callee);
       }
     }
   }
@@ -95,13 +53,15 @@ void findRecursion(Program& program) {
     return;  // no circle
   }
   for (std::size_t table = 0; table < callers.size(); ++table) {
-    program.tables[table].is_recursive = callers[table] != 0 && below(program, calls, table)[table];
+    program.tables[table].is_recursive =
+        callers[table] != 0 && below(calls, table).count(static_cast<int>(table)) != 0;
   }
   for (std::size_t table = 0; table < callers.size(); ++table) {
-    const std::vector<bool> reached = below(program, calls, table);
-    for (std::size_t other = 0; other < callers.size(); ++other) {
-      if (program.tables[other].is_recursive && (reached[other] || other == table)) {
-        program.tables[table].recursive_below.push_back(static_cast<int>(other));
+    std::set<int> reached = below(calls, table);
+    reached.insert(static_cast<int>(table));
+    for (const int other : reached) {
+      if (program.tables[static_cast<std::size_t>(other)].is_recursive) {
+        program.tables[table].recursive_below.push_back(other);
       }
     }
   }
@@ -126,7 +86,7 @@ Program programOf(const TableFlows& flows) {
   }
   for (ProgramTable& table : program.tables) {
     for (const FlowRow& row : table.flow->rows) {
-      table.rows.push_back(programRow(program, row));
+      table.callees.push_back(row.callsTable() ? program.find(row.name) : kAbsent);
     }
   }
   findRecursion(program);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tables as what a run can do in each of their rows.
+// Tables with their calls resolved.
 #ifndef KW_TRX_TOOLS_EXPLORATION_PROGRAM_H_
 #define KW_TRX_TOOLS_EXPLORATION_PROGRAM_H_
 
@@ -12,37 +12,24 @@ namespace kw::trx::tools {
 
 constexpr int kAbsent = -1;
 
-/// One row. What goes on at the next row does so at the place behind this one.
-struct ProgramRow {
-  enum class Kind {
-    kGoOn,   ///< START, WAIT
-    kHAP,    ///< succeeds, or does what `on_failure` says
-    kCheck,  ///< goes on, or jumps or fails when the mark is set
-    kCall,   ///< runs the table `callee`; kAbsent: none such is loaded, and the request fails
-    kEnd,    ///< ends its table well
-    kFail,   ///< ends the request with error
-  };
-  enum class OnFailure { kGoOn, kMark, kJump, kStop };
-
-  Kind kind = Kind::kGoOn;
-  OnFailure on_failure = OnFailure::kGoOn;  ///< of a HAP
-  int jump = kAbsent;    ///< place that a HAP or CHECK row jumps to; kAbsent: it fails
-  int callee = kAbsent;  ///< table that a row calls
-  unsigned int wait_ms = 0;
-  bool can_succeed = true;  ///< false: no module can have its HAP
-};
-
 struct ProgramTable {
   const TableFlow* flow = nullptr;
-  std::vector<ProgramRow> rows;
+  std::vector<int> callees;   ///< by row the table that it calls; kAbsent: none that is loaded
   bool is_recursive = false;  ///< it can call itself, directly or through others
   std::vector<int>
       recursive_below;  ///< recursive tables that a run of it can get to, itself included
 };
 
-/// Tables with their calls resolved.
+/// The tables in the order of their names.
 struct Program {
   std::vector<ProgramTable> tables;
+
+  const FlowRow& rowOf(int table, std::size_t row) const {
+    return tables[static_cast<std::size_t>(table)].flow->rows[row];
+  }
+  int calleeOf(int table, std::size_t row) const {
+    return tables[static_cast<std::size_t>(table)].callees[row];
+  }
 
   /// The table of that name; kAbsent: there is none.
   int find(const std::string& name) const;

@@ -54,8 +54,7 @@ class RowClaims {
       }
     }
     for (const auto& [place, events] : events_) {
-      const ProgramRow& row =
-          graph_.program().tables[static_cast<std::size_t>(place.first)].rows[place.second];
+      const FlowRow& row = graph_.program().rowOf(place.first, place.second);
       claimFailures(place, row, events);
       claimEnding(place, row, events.ending);
     }
@@ -67,25 +66,23 @@ class RowClaims {
 
   void takeStep(int activation, std::size_t state, const Step& step) {
     const Activation& at = graph_.at(activation);
-    const ProgramRow& row = graph_.rowOf(at, state);
+    const FlowRow& row = graph_.rowOf(at, state);
     RowEvidence& events = events_[{at.table, Activation::rowOf(state)}];
     if (step.choice == Step::Choice::kFailure) {
       events.quiet.take(
           {shortest_.throughStep(activation, state, step, true), activation, state, &step});
       events.well.take(
           {shortest_.throughStep(activation, state, step, false), activation, state, &step});
-    } else if (step.to == kToFailure && step.callee == kAbsent &&
-               row.kind != ProgramRow::Kind::kCheck) {
+    } else if (step.to == kToFailure && step.callee == kAbsent && row.command != Command::kCheck) {
       events.ending.take({shortest_.upTo(activation, state), activation, state, &step});
     }
   }
 
-  void claimFailures(const Place& place, const ProgramRow& row, const RowEvidence& events) {
-    using OnFailure = ProgramRow::OnFailure;
+  void claimFailures(const Place& place, const FlowRow& row, const RowEvidence& events) {
     const std::string name = nameOf(place);
-    const bool is_kept = row.on_failure == OnFailure::kMark;
+    const bool is_kept = row.on_failure == Effect::kKept;
     const Best& unseen = is_kept ? events.quiet : events.well;
-    const bool is_ignored = row.on_failure == OnFailure::kGoOn;
+    const bool is_ignored = row.on_failure == Effect::kIgnored;
     if ((is_kept || is_ignored) && unseen.length < kNoLength) {
       add(Claim::Kind::kSwallowed, name,
           "row " + name +
@@ -102,28 +99,26 @@ class RowClaims {
     }
   }
 
-  void claimEnding(const Place& place, const ProgramRow& row, const Best& best) {
+  void claimEnding(const Place& place, const FlowRow& row, const Best& best) {
     if (best.length >= kNoLength) {
       return;
     }
     const std::string name = nameOf(place);
-    const std::string& text = graph_.program()
-                                  .tables[static_cast<std::size_t>(place.first)]
-                                  .flow->rows[place.second]
-                                  .name;
     const auto path = [&] {
       RunPath up_to = shortest_.pathUpTo(best.activation, best.state);
       shortest_.writer().writeRow(up_to, best.activation, best.state, Step::Choice::kNone);
       return up_to;
     };
-    if (row.kind == ProgramRow::Kind::kFail) {
-      add(Claim::Kind::kMessage, text, "the run ends with error " + text + " at row " + name, path);
-    } else if (row.callee == kAbsent) {
-      add(Claim::Kind::kMissing, text,
-          "row " + name + " calls table " + text + " which is not there", path);
+    if (row.endsWithMessage()) {
+      add(Claim::Kind::kMessage, row.name,
+          "the run ends with error " + row.name + " at row " + name, path);
+    } else if (graph_.program().calleeOf(place.first, place.second) == kAbsent) {
+      add(Claim::Kind::kMissing, row.name,
+          "row " + name + " calls table " + row.name + " which is not there", path);
     } else {
-      add(Claim::Kind::kNestLimit, text,
-          "row " + name + " calls table " + text + " once more than the nest limit allows", path);
+      add(Claim::Kind::kNestLimit, row.name,
+          "row " + name + " calls table " + row.name + " once more than the nest limit allows",
+          path);
     }
   }
 
@@ -175,9 +170,8 @@ std::string rowsOfCycle(const RunGraph& graph, int table, const Cycle& cycle) {
 }  // namespace
 
 std::string rowNameOf(const Program& program, int table, std::size_t row, int entry) {
-  const TableFlow& flow = *program.tables[static_cast<std::size_t>(table)].flow;
-  const TableFlow& first = *program.tables[static_cast<std::size_t>(entry)].flow;
-  return rowText(flow.name, flow.rows[row].number_value, first.name);
+  return program.rowOf(table, row)
+      .id.text(program.tables[static_cast<std::size_t>(entry)].flow->name);
 }
 
 std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest,

@@ -63,7 +63,7 @@ int RunGraph::activationFor(int table, bool mark, const Activation* caller) {
     Activation activation{table, mark, depth, {}, {}, {}};
     activation.is_left_out = !activations_.empty() && states_ >= most_states_;
     is_complete_ = is_complete_ && !activation.is_left_out;
-    activation.steps.resize(activation.is_left_out ? 0 : called.rows.size() * 2);
+    activation.steps.resize(activation.is_left_out ? 0 : called.flow->rows.size() * 2);
     activation.reached.resize(activation.steps.size());
     activations_.push_back(std::move(activation));
     finished_.push_back(activations_.back().is_left_out);
@@ -72,67 +72,52 @@ int RunGraph::activationFor(int table, bool mark, const Activation* caller) {
 }
 
 bool RunGraph::expand(Open& open, std::size_t state, std::vector<Open>& stack) {
-  const ProgramRow& row = rowOf(at(open.activation), state);
+  const FlowRow& row = rowOf(at(open.activation), state);
   const bool mark = Activation::markOf(state);
   const int next = static_cast<int>(state) + 2;
-  switch (row.kind) {
-    case ProgramRow::Kind::kGoOn:
-      addStep(open, state, {next, kAbsent, mark});
-      break;
-    case ProgramRow::Kind::kHAP:
-      expandHAP(open, state, row);
-      break;
-    case ProgramRow::Kind::kCheck:
-      addStep(open, state,
-              {!mark                 ? next
-               : row.jump == kAbsent ? kToFailure
-                                     : Activation::state(static_cast<std::size_t>(row.jump), mark),
-               kAbsent, mark});
-      break;
-    case ProgramRow::Kind::kCall:
-      return expandCall(open, state, row, stack);
-    case ProgramRow::Kind::kEnd:
-      addStep(open, state, {kToReturn, kAbsent, mark});
-      break;
-    case ProgramRow::Kind::kFail:
-      addStep(open, state, {kToFailure, kAbsent, mark});
-      break;
+  if (row.endsTable()) {
+    addStep(open, state, {row.endsWithMessage() ? kToFailure : kToReturn, kAbsent, mark});
+  } else if (row.callsTable()) {
+    return expandCall(open, state, stack);
+  } else if (row.command == Command::kHAP) {
+    expandHAP(open, state, row);
+  } else {
+    const bool fails = row.command == Command::kCheck && mark;
+    addStep(open, state,
+            {!fails                ? next
+             : row.jump == kAbsent ? kToFailure
+                                   : Activation::state(static_cast<std::size_t>(row.jump), mark),
+             kAbsent, mark});
   }
   return true;
 }
 
-void RunGraph::expandHAP(Open& open, std::size_t state, const ProgramRow& row) {
+void RunGraph::expandHAP(Open& open, std::size_t state, const FlowRow& row) {
   const bool mark = Activation::markOf(state);
   const int next = static_cast<int>(state) + 2;
   if (row.can_succeed) {
     addStep(open, state, {next, kAbsent, mark, Step::Choice::kSuccess});
   }
   Step failure{next, kAbsent, mark, Step::Choice::kFailure};
-  switch (row.on_failure) {
-    case ProgramRow::OnFailure::kGoOn:
-      break;
-    case ProgramRow::OnFailure::kMark:
-      failure.mark = true;
-      failure.to = Activation::state(Activation::rowOf(state) + 1, true);
-      break;
-    case ProgramRow::OnFailure::kJump:
-      failure.to = Activation::state(static_cast<std::size_t>(row.jump), mark);
-      break;
-    case ProgramRow::OnFailure::kStop:
-      failure.to = kToFailure;
-      break;
+  if (row.on_failure == Effect::kKept) {
+    failure.mark = true;
+    failure.to = Activation::state(Activation::rowOf(state) + 1, true);
+  } else if (row.on_failure == Effect::kJumps) {
+    failure.to = Activation::state(static_cast<std::size_t>(row.jump), mark);
+  } else if (row.on_failure == Effect::kStops) {
+    failure.to = kToFailure;
   }
   addStep(open, state, failure);
 }
 
-bool RunGraph::expandCall(Open& open, std::size_t state, const ProgramRow& row,
-                          std::vector<Open>& stack) {
+bool RunGraph::expandCall(Open& open, std::size_t state, std::vector<Open>& stack) {
   const bool mark = Activation::markOf(state);
-  if (row.callee == kAbsent || isRefused(at(open.activation), row.callee)) {
+  const int called = program_.calleeOf(at(open.activation).table, Activation::rowOf(state));
+  if (called == kAbsent || isRefused(at(open.activation), called)) {
     addStep(open, state, {kToFailure, kAbsent, mark});
     return true;
   }
-  const int callee = activationFor(row.callee, mark, &at(open.activation));
+  const int callee = activationFor(called, mark, &at(open.activation));
   if (!finished_[static_cast<std::size_t>(callee)]) {
     stack.push_back({callee, {static_cast<int>(at(callee).first())}});
     return false;

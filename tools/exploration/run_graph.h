@@ -65,9 +65,8 @@ class RunGraph {
   std::size_t states() const { return states_; }
   bool isComplete() const { return is_complete_; }
 
-  const ProgramRow& rowOf(const Activation& activation, std::size_t state) const {
-    return program_.tables[static_cast<std::size_t>(activation.table)]
-        .rows[Activation::rowOf(state)];
+  const FlowRow& rowOf(const Activation& activation, std::size_t state) const {
+    return program_.rowOf(activation.table, Activation::rowOf(state));
   }
 
   /// The first activation: that of the request.
@@ -86,8 +85,8 @@ class RunGraph {
   /// False when a callee must be looked at first, which is then open.
   bool expand(Open& open, std::size_t state, std::vector<Open>& stack);
   void addStep(Open& open, std::size_t from, Step step);
-  void expandHAP(Open& open, std::size_t state, const ProgramRow& row);
-  bool expandCall(Open& open, std::size_t state, const ProgramRow& row, std::vector<Open>& stack);
+  void expandHAP(Open& open, std::size_t state, const FlowRow& row);
+  bool expandCall(Open& open, std::size_t state, std::vector<Open>& stack);
 
   const Program& program_;
   const unsigned int nest_limit_;

@@ -87,7 +87,7 @@ void ShortestRuns::measureBackwards(int activation, Goal goal) {
   const bool quiet = goal == Goal::kQuietReturn;
   for (std::size_t state = 0; state < at.steps.size(); ++state) {
     if (quiet &&
-        (!Activation::markOf(state) || graph_.rowOf(at, state).kind == ProgramRow::Kind::kCheck)) {
+        (!Activation::markOf(state) || graph_.rowOf(at, state).command == Command::kCheck)) {
       continue;
     }
     for (std::size_t nth = 0; nth < at.steps[state].size(); ++nth) {

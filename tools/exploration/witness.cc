@@ -53,18 +53,15 @@ class WitnessWriter {
   const TableFlow& flowOf(int table) const {
     return *program_.tables[static_cast<std::size_t>(table)].flow;
   }
-  const ProgramRow& rowOf(const PathRow& at) const {
-    return program_.tables[static_cast<std::size_t>(at.table)].rows[at.row];
-  }
+  const FlowRow& rowOf(const PathRow& at) const { return program_.rowOf(at.table, at.row); }
 
   void take(const PathRow& at, bool repeats) {
     const std::string name = rowNameOf(program_, at.table, at.row, entry_);
-    const ProgramRow& row = rowOf(at);
+    const FlowRow& row = rowOf(at);
     case_.rows->push_back(name);
     wait_ms_ += row.wait_ms;
     const bool fails = at.choice == Step::Choice::kFailure;
-    if (fails && row.on_failure != ProgramRow::OnFailure::kGoOn &&
-        case_.first_failing == kFirstNone) {
+    if (fails && row.on_failure != Effect::kIgnored && case_.first_failing == kFirstNone) {
       case_.first_failing = name;
     }
     if (at.choice != Step::Choice::kNone && row.can_succeed) {
@@ -74,19 +71,19 @@ class WitnessWriter {
   }
 
   void addRules(const Place& place, const RowOutcomes& outcomes) {
-    const TableFlow& flow = flowOf(place.first);
-    const CallPattern where{"", flow.name, flow.rows[place.second].number_value};
+    const RowId& row = program_.rowOf(place.first, place.second).id;
+    const CallPattern where{"", row.table, row.number};
     const std::vector<OutcomeRule> rules = rulesOf(where, outcomes);
     case_.outcomes.insert(case_.outcomes.end(), rules.begin(), rules.end());
   }
 
   ExpectedEnd endOf(const PathRow& last) const {
-    const ProgramRow& row = rowOf(last);
+    const FlowRow& row = rowOf(last);
     ExpectedEnd end;
-    end.kind =
-        row.kind == ProgramRow::Kind::kEnd ? ExpectedEnd::Kind::kOk : ExpectedEnd::Kind::kError;
-    if (row.kind == ProgramRow::Kind::kFail) {
-      end.message = flowOf(last.table).rows[last.row].name;
+    const bool is_ok = row.endsTable() && !row.endsWithMessage();
+    end.kind = is_ok ? ExpectedEnd::Kind::kOk : ExpectedEnd::Kind::kError;
+    if (row.endsWithMessage()) {
+      end.message = row.name;
     }
     return end;
   }

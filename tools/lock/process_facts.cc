@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +14,8 @@
 #include <sstream>
 #include <system_error>
 #include <vector>
+
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -92,11 +93,8 @@ std::vector<pid_t> allProcesses() {
   std::error_code error;
   for (std::filesystem::directory_iterator process("/proc", error), end; !error && process != end;
        process.increment(error)) {
-    const std::string name = process->path().filename().string();
-    pid_t number = 0;
-    const auto read = std::from_chars(name.data(), name.data() + name.size(), number);
-    if (read.ec == std::errc() && read.ptr == name.data() + name.size()) {
-      all.push_back(number);
+    if (const auto number = decimalNumber(process->path().filename().string())) {
+      all.push_back(static_cast<pid_t>(*number));
     }
   }
   std::sort(all.begin(), all.end());

@@ -216,8 +216,8 @@ ElfFile readElf(const std::string& path) {
   return file;
 }
 
-Program readProgram(const std::string& path) {
-  Program program;
+ProgramFile readProgram(const std::string& path) {
+  ProgramFile program;
   const ElfHandle handle(path);
   GElf_Ehdr header;
   Elf* elf = handle.get();

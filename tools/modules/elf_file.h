@@ -25,12 +25,12 @@ struct ElfFile {
 
 ElfFile readElf(const std::string& path);
 
-struct Program : ElfFile {
+struct ProgramFile : ElfFile {
   bool has_interpreter = false;  ///< false: it is linked statically
 };
 
 /// The same of a program.
-Program readProgram(const std::string& path);
+ProgramFile readProgram(const std::string& path);
 
 /// Name of an architecture as people call it.
 std::string architectureOf(const ElfFile& file);

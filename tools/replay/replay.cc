@@ -57,7 +57,7 @@ RecordedOutcomes::RecordedOutcomes(const RecordedRequest& request, const RowFind
 }
 
 HAPOutcome RecordedOutcomes::choose(const HAPCall& call) {
-  const auto row = by_row_.find({{call.table, call.number}, call.hap});
+  const auto row = by_row_.find({call.row, call.hap});
   const auto hap = by_hap_.find(call.hap);
   if (row == by_row_.end() && hap == by_hap_.end()) {
     assume(call, "is not recorded here: it succeeds");
@@ -76,8 +76,7 @@ HAPOutcome RecordedOutcomes::choose(const HAPCall& call) {
 }
 
 void RecordedOutcomes::assume(const HAPCall& call, const std::string& words) {
-  const std::string line =
-      rowText(RowId{call.table, call.number}) + ": HAP " + call.hap + " " + words;
+  const std::string line = rowText(call.row) + ": HAP " + call.hap + " " + words;
   if (std::find(assumed_.begin(), assumed_.end(), line) == assumed_.end()) {
     assumed_.push_back(line);
   }
@@ -103,14 +102,6 @@ bool hasEffect(const RecordedRow& row) {
   return row.ran.effect != Effect::kNone && row.ran.effect != Effect::kInterrupts;
 }
 
-/// What `row` makes of a failure.
-Effect effectOf(const FlowRow& row) {
-  return row.keepsFailure()                                               ? Effect::kKept
-         : row.command == trx::kCommandHAP && row.error == trx::kErrorNop ? Effect::kIgnored
-         : row.endsOnError()                                              ? Effect::kStops
-                                                                          : Effect::kJumps;
-}
-
 /// The ERROR of a row that does this.
 const char* errorText(Effect effect) {
   switch (effect) {
@@ -131,9 +122,9 @@ void addErrorChanges(const RecordedRequest& request, const RowFinder& tables,
   std::set<RowId> seen;
   for (const RecordedRow& row : request.rows) {
     const RowFinder::Found found = tables.find(row.ran);
-    if (found.is_same && hasEffect(row) && row.ran.effect != effectOf(*found.row) &&
+    if (found.is_same && hasEffect(row) && row.ran.effect != found.row->on_failure &&
         seen.insert(row.ran.row).second) {
-      changed.push_back(row.name() + " has now " + errorText(effectOf(*found.row)) +
+      changed.push_back(row.name() + " has now " + errorText(found.row->on_failure) +
                         " in ERROR; it ran with " + errorText(row.ran.effect) +
                         (row.ran.effect == Effect::kIgnored ? ", or its host ignores errors" : ""));
     }
@@ -189,9 +180,8 @@ Replay replay(const RecordedRequest& recorded, const Simulator& simulator) {
   result.same_end = isEndOf(recorded.end, result.run);
   const ReportedFailure& failure = result.run.record;
   const RecordedRow* const failing = recorded.firstFailing();
-  result.same_failing = failing == nullptr ? failure.table.empty()
-                                           : failing->ran.row.table == failure.table &&
-                                                 failing->ran.row.number == failure.number;
+  result.same_failing =
+      failing == nullptr ? !failure.first_failing : failing->ran.row == failure.first_failing;
   result.changed = changesOf(recorded, tables);
   result.assumed = outcomes.assumed();
   return result;
@@ -204,14 +194,12 @@ TableCase caseOf(const RecordedRequest& recorded, const std::string& name) {
   one.table = table;
   one.end = recorded.end;
   const RecordedRow* const failing = recorded.firstFailing();
-  one.first_failing = failing == nullptr
-                          ? kFirstNone
-                          : rowText(failing->ran.row.table, failing->ran.row.number, table);
+  one.first_failing = failing == nullptr ? kFirstNone : failing->ran.row.text(table);
   one.rows.emplace();
   std::uint64_t wait_ms = 0;
   std::map<RowId, RowOutcomes> outcomes;
   for (const RecordedRow& row : recorded.rows) {
-    const std::string text = rowText(row.ran.row.table, row.ran.row.number, table);
+    const std::string text = row.ran.row.text(table);
     one.rows->push_back(text);
     wait_ms += row.ran.wait_ms.value_or(0);
     if (!row.callsHAP()) {
@@ -230,19 +218,10 @@ TableCase caseOf(const RecordedRequest& recorded, const std::string& name) {
 }
 
 std::vector<std::string> filesFor(const std::string& entry, const TableFlows& tables) {
-  std::vector<std::string> names = {entry};
-  std::vector<std::string> files;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    const auto table = tables.find(names[i]);
-    if (table == tables.end()) {
-      continue;
-    }
-    files.push_back(table->second.file);
-    for (const FlowRow& row : table->second.rows) {
-      if (row.command == trx::kCommandTable &&
-          std::find(names.begin(), names.end(), row.name) == names.end()) {
-        names.push_back(row.name);
-      }
+  std::vector<std::string> files = {tables.at(entry).file};
+  for (const std::string& name : withCalled({entry}, tables)) {
+    if (const auto table = tables.find(name); name != entry && table != tables.end()) {
+      files.push_back(table->second.file);
     }
   }
   return files;

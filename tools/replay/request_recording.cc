@@ -264,15 +264,11 @@ const Request& RequestRecording::find() const {
   }
   if (found.size() > 1) {
     std::vector<std::string> names;
+    names.reserve(found.size());
     for (const Request* const request : found) {
-      if (names.size() < kMaxNamed) {
-        names.push_back(nameOf(*request));
-      }
+      names.push_back(nameOf(*request));
     }
-    refuse("say which request it is: " +
-           (names.size() == found.size()
-                ? listed(names)
-                : listed(names) + " or " + std::to_string(found.size() - names.size()) + " more"));
+    refuse("say which request it is: " + listed(names, kMaxNamed));
   }
   return *found.front();
 }

@@ -89,7 +89,7 @@ class TableWriter {
         continue;
       }
       for (const FlowRow& row : flow->second.rows) {
-        if (row.command == trx::kCommandTable && report_.tables.count(row.name) != 0 &&
+        if (row.command == Command::kTable && report_.tables.count(row.name) != 0 &&
             all.insert(row.name).second) {
           names.push_back(row.name);
         }
@@ -128,7 +128,9 @@ class TableWriter {
   void writeRow(const TableFlow& flow, std::size_t at, const RowCounts& counts) {
     const FlowRow& row = flow.rows[at];
     json_.beginObject().key("at").number(at);
-    json_.member("label", row.label).member("number", row.number).member("command", row.command);
+    json_.member("label", row.label)
+        .member("number", row.number)
+        .member("command", wordOf(row.command));
     json_.member("name", row.name).member("mode", row.mode).member("error", row.error);
     json_.member("para", row.para);
     if (row.jump >= 0) {

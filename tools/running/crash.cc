@@ -39,10 +39,8 @@ class RunningHAP : public RequestListener {
 
 /// The configured module that has the key of `hap`: the last one counts.
 std::string moduleOf(const std::string& hap) {
-  std::optional<std::vector<std::string>> modules;
-  configuredTables(modules);
   std::string found;
-  for (const std::string& file : modules.value_or(std::vector<std::string>())) {
+  for (const std::string& file : configured().modules) {
     trx::FilePath name(file);
     name.erasePath();
     found = trx::moduleKey(name.value) == trx::keyOfHAP(hap) ? file : found;

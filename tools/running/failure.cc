@@ -60,8 +60,9 @@ std::optional<ErrorRecord> errorRecordOf(trx::TRXError& error, const CodeMeaning
 }  // namespace
 
 ReportedFailure failureOf(trx::TRXInfo& info, const CodeMeaning& meaning) {
-  return {info.error.errTableName, info.error.errCmdNumber, errorRecordOf(info.error, meaning),
-          info.getTblRtnMsg()};
+  const std::string& table = info.error.errTableName;
+  return {table.empty() ? std::nullopt : std::optional(RowId{table, info.error.errCmdNumber}),
+          errorRecordOf(info.error, meaning), info.getTblRtnMsg()};
 }
 
 }  // namespace kw::trx::tools

@@ -21,8 +21,7 @@ struct ErrorRecord {
 };
 
 struct ReportedFailure {
-  std::string table;        ///< of the first failing row; empty: none failed
-  unsigned int number = 0;  ///< its NUMBER
+  std::optional<RowId> first_failing;
   std::optional<ErrorRecord> record;
   std::string message;  ///< of the table; empty: none
 };

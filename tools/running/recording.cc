@@ -68,7 +68,7 @@ std::string programOf(const std::string& name) {
 }
 
 std::string preloadProblem(const std::string& program) {
-  const Program file = readProgram(program);
+  const ProgramFile file = readProgram(program);
   if (!file.problem.empty()) {
     return {};
   }

@@ -2,7 +2,6 @@
 #include "running/units.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <stdexcept>
 
@@ -22,9 +21,9 @@ struct UnitWords {
 
 /// All numbers are 0 or above.
 bool readNumber(const std::string& text, int& number) {
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  return read.ec == std::errc() && read.ptr == end && number >= 0;
+  const std::optional<std::uint32_t> read = decimalNumber(text);
+  number = static_cast<int>(read.value_or(0));
+  return read && number >= 0;
 }
 
 std::optional<UnitWords> wordsOf(const std::string& text) {

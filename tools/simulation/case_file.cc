@@ -2,7 +2,6 @@
 #include "simulation/case_file.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
@@ -41,14 +40,11 @@ struct Refusal {
 };
 
 unsigned int numberFrom(const Cells& cells, unsigned int column) {
-  unsigned int number = 0;
-  const std::string& text = cells[column];
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  if (read.ec != std::errc() || read.ptr != end) {
-    throw Refusal{column, "'" + text + "' is no decimal number"};
+  const std::optional<std::uint32_t> number = decimalNumber(cells[column]);
+  if (!number) {
+    throw Refusal{column, "'" + cells[column] + "' is no decimal number"};
   }
-  return number;
+  return *number;
 }
 
 /// Reads the rows of one file one after the other.
@@ -235,7 +231,7 @@ void CaseReader::warnOfCode(const CallPattern& where, const HAPOutcome& outcome,
   std::string hap = where.hap;
   if (where.number) {
     for (const FlowRow& row : tables().at(where.table).rows) {
-      hap = row.number_value == *where.number ? row.name : hap;
+      hap = row.id.number == *where.number ? row.name : hap;
     }
   }
   const auto found = descriptions_.find(hap);
@@ -321,17 +317,13 @@ std::string CaseReader::rowOf(const Cells& cells, unsigned int column) const {
     if (!pattern.number) {
       throw Refusal{column, "'" + cells[column] + "' is not the NUMBER of a row"};
     }
-    return rowText(pattern.table, *pattern.number, table);
+    return RowId{pattern.table, *pattern.number}.text(table);
   } catch (const std::invalid_argument& problem) {
     throw Refusal{column, problem.what()};
   }
 }
 
 }  // namespace
-
-std::string rowText(const std::string& table, unsigned int number, const std::string& case_table) {
-  return (table == case_table ? "" : table + kRowSeparator) + hexDigits(number);
-}
 
 bool isCaseFile(const std::string& file) {
   const RecordCollector quiet;

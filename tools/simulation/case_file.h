@@ -67,9 +67,6 @@ bool isCaseFile(const std::string& file);
 /// description, does not record.
 CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptions = {});
 
-/// `row` of a table the way it stands in a case of `case_table`.
-std::string rowText(const std::string& table, unsigned int number, const std::string& case_table);
-
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_SIMULATION_CASE_FILE_H_

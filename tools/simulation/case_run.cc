@@ -15,11 +15,11 @@ using Lines = std::vector<std::string>;
 void compareRows(const TableCase& expected, const SimulatedRun& run, Lines& differences) {
   Lines rows;
   const bool never_ends = expected.end && expected.end->kind == ExpectedEnd::Kind::kNever;
-  for (const RanRow& row : run.rows) {
+  for (const RowId& row : run.rows) {
     if (never_ends && rows.size() == expected.rows->size()) {
       break;
     }
-    rows.push_back(rowText(row.table, row.number, expected.table));
+    rows.push_back(row.text(expected.table));
   }
   const Lines& wanted = *expected.rows;
   const std::size_t both = std::min(rows.size(), wanted.size());
@@ -124,9 +124,8 @@ std::vector<std::string> differencesOf(const TableCase& expected, const Simulato
     differences.push_back(std::string(kCaseEnd) + " is " + endText(run) +
                           (expected.end ? ", expected " + endText(*expected.end) : ""));
   }
-  const std::string failing = run.record.table.empty()
-                                  ? kFirstNone
-                                  : rowText(run.record.table, run.record.number, expected.table);
+  const std::optional<RowId>& row = run.record.first_failing;
+  const std::string failing = row ? row->text(expected.table) : kFirstNone;
   if (expected.first_failing && *expected.first_failing != failing) {
     differences.push_back(std::string(kCaseFirst) + " failing row is " + failing + ", expected " +
                           *expected.first_failing);

@@ -32,7 +32,7 @@ std::string row(const std::string& first, const std::vector<std::string>& cells)
 }
 
 std::string patternText(const CallPattern& pattern, const std::string& table) {
-  return pattern.number ? rowText(pattern.table, *pattern.number, table) : pattern.hap;
+  return pattern.number ? RowId{pattern.table, *pattern.number}.text(table) : pattern.hap;
 }
 
 std::string outcomeRows(const TableCase& one) {

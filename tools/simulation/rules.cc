@@ -14,7 +14,7 @@ std::vector<std::string> calledHAPs(const TableFlows& tables) {
   std::set<std::string> haps;
   for (const auto& [name, table] : tables) {
     for (const FlowRow& row : table.rows) {
-      if (row.command == trx::kCommandHAP) {
+      if (row.command == Command::kHAP) {
         haps.insert(row.name);
       }
     }
@@ -25,7 +25,7 @@ std::vector<std::string> calledHAPs(const TableFlows& tables) {
 /// Null: the table has no such row.
 const FlowRow* findRow(const TableFlow& table, unsigned int number) {
   for (const FlowRow& row : table.rows) {
-    if (row.number_value == number) {
+    if (row.id.number == number) {
       return &row;
     }
   }
@@ -52,8 +52,8 @@ CallPattern rowPattern(const std::string& table, unsigned int number, const Tabl
 }  // namespace
 
 bool CallPattern::matches(const HAPCall& call) const {
-  return (hap.empty() || hap == call.hap) && (table.empty() || table == call.table) &&
-         (!number || *number == call.number);
+  return (hap.empty() || hap == call.hap) && (table.empty() || table == call.row.table) &&
+         (!number || *number == call.row.number);
 }
 
 std::optional<CallPattern> rowPatternFrom(const std::string& text, const std::string& table,
@@ -69,7 +69,7 @@ std::optional<CallPattern> rowPatternFrom(const std::string& text, const std::st
   if (const auto found = tables.find(name); found != tables.end()) {
     for (const FlowRow& row : found->second.rows) {
       if (row.number == written) {
-        return CallPattern{"", name, row.number_value};
+        return CallPattern{"", name, row.id.number};
       }
     }
   }
@@ -96,9 +96,9 @@ CallPattern callPatternFrom(const std::string& text, const std::string& table,
   CallPattern pattern = patternFrom(text, table, tables);
   if (pattern.number) {
     const FlowRow& row = *findRow(tables.at(pattern.table), *pattern.number);
-    if (row.command != trx::kCommandHAP) {
+    if (row.command != Command::kHAP) {
       refuse("row " + hexDigits(*pattern.number) + " of table " + pattern.table + " is a row of " +
-             row.command + ", which calls no HAP");
+             wordOf(row.command) + ", which calls no HAP");
     }
   }
   return pattern;
@@ -133,7 +133,7 @@ HAPOutcome OutcomePlan::choose(const HAPCall& call) {
     const std::size_t found = take(places, call);
     last = found == rules_.size() || (last != rules_.size() && found < last) ? last : found;
   };
-  if (const auto rows = by_number_.find(call.number); rows != by_number_.end()) {
+  if (const auto rows = by_number_.find(call.row.number); rows != by_number_.end()) {
     consider(rows->second);
   }
   if (const auto haps = by_hap_.find(call.hap); haps != by_hap_.end()) {

@@ -22,9 +22,6 @@ struct CallPattern {
   bool matches(const HAPCall& call) const;
 };
 
-/// Between the table and the NUMBER of a row.
-constexpr char kRowSeparator = '/';
-
 /// The row written as the NUMBER of one of `table`, or as TABLE/NUMBER, in hexadecimal as the
 /// engine reads it or as its cell has it; none when `text` writes neither. Throws
 /// `std::invalid_argument` in words when `tables` have no such row.

@@ -76,7 +76,7 @@ HAPOutcome chooseFor(const trx::TRXInfo& info, const std::string& name) {
   const trx::TblCtlInfo& at = *info.getCurTblCtlInfo();
   const auto place = static_cast<std::size_t>(at.index);
   const FlowRow& row = running->tables.at(at.tableName).rows.at(place);
-  HAPCall call{at.tableName, place, row.number_value, name, row.mode, row.para, {}};
+  HAPCall call{row.id, place, name, row.mode, row.para, {}};
   if (running->request.choose) {
     call.outcome = running->request.choose(call);
   }

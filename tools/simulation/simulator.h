@@ -19,18 +19,12 @@ namespace kw::trx::tools {
 
 /// A HAP that a row calls.
 struct HAPCall {
-  std::string table;    ///< of the row
-  std::size_t place;    ///< of the row in its table, from 0
-  unsigned int number;  ///< NUMBER of the row
+  RowId row;
+  std::size_t place;  ///< of the row in its table, from 0
   std::string hap;
   std::string mode;
   std::string para;    ///< as the row writes it
   HAPOutcome outcome;  ///< what it does
-};
-
-struct RanRow {
-  std::string table;
-  unsigned int number;  ///< NUMBER of the row
 };
 
 struct SimulationRequest {
@@ -44,7 +38,7 @@ struct SimulationRequest {
 };
 
 struct SimulatedRun {
-  std::vector<RanRow> rows;    ///< in their order
+  std::vector<RowId> rows;     ///< in their order
   std::vector<HAPCall> calls;  ///< in their order
   std::uint64_t wait_ms = 0;   ///< what all waits come to; none was slept
   unsigned int code =

@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "common/closure.h"
+
 namespace kw::trx::tools {
 namespace {
 
@@ -39,10 +41,10 @@ class EndFinder {
     seen[at] = true;
     const FlowRow& row = flow.rows[at];
     if (row.endsTable()) {
-      if (with_messages_ || row.command != trx::kCommandEnd || row.name.empty()) {
+      if (with_messages_ || !row.endsWithMessage()) {
         noteEnd(flow.name);
       }
-    } else if (row.command == trx::kCommandTable && endless_.count(row.name) != 0) {
+    } else if (row.command == Command::kTable && endless_.count(row.name) != 0) {
       waiting_[row.name].emplace_back(&flow, at);
     } else {
       goOn(flow, at);
@@ -74,17 +76,11 @@ using Names = std::map<std::string, std::vector<std::string>>;
 
 /// Adds to `names` all that `next` leads to from them.
 void spread(const Names& next, std::set<std::string>& names) {
-  std::vector<std::string> open(names.begin(), names.end());
-  while (!open.empty()) {
-    const auto found = next.find(open.back());
-    open.pop_back();
-    for (const std::string& name :
-         found == next.end() ? std::vector<std::string>() : found->second) {
-      if (names.insert(name).second) {
-        open.push_back(name);
-      }
-    }
-  }
+  names = closureOf(std::vector<std::string>(names.begin(), names.end()),
+                    [&next](const std::string& name) {
+                      const auto found = next.find(name);
+                      return found == next.end() ? std::vector<std::string>() : found->second;
+                    });
 }
 
 /// Finds the tables that leave or find a failure kept for CHECK: those with a HAP row of mode STACK
@@ -94,9 +90,9 @@ void findKeeping(const TableFlows& flows, Calls& calls) {
   Names called;
   for (const auto& [name, flow] : flows) {
     for (const FlowRow& row : flow.rows) {
-      if (row.keepsFailure()) {
+      if (row.on_failure == Effect::kKept) {
         calls.kept_after.insert(name);
-      } else if (row.command == trx::kCommandTable) {
+      } else if (row.command == Command::kTable) {
         callers[row.name].push_back(name);
         called[name].push_back(row.name);
       }

@@ -4,19 +4,18 @@
 #include <optional>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 #include "configuration/configuration.h"
 
 namespace kw::trx::tools {
+
 std::optional<HAPDescriptions> configuredDescriptions() {
-  std::optional<std::vector<std::string>> modules;
   try {
-    configuredTables(modules);
+    const Configured found = configured();
+    return found.is_there ? std::optional(hapsOf(found.modules).descriptions) : std::nullopt;
   } catch (const std::runtime_error&) {
     return std::nullopt;  // it is for the other commands to tell
   }
-  return modules ? std::optional(hapsOf(*modules).descriptions) : std::nullopt;
 }
 
 CodeMeaning meaningsIn(HAPDescriptions descriptions) {

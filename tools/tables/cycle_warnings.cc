@@ -16,13 +16,8 @@ constexpr std::size_t kListMax = 12;
 std::string numberOf(const FlowRow& row) { return row.number.empty() ? "0" : row.number; }
 
 /// "row 5", "rows 2 to 5 and 9".
-std::string rowsText(std::vector<std::string> rows, bool is_one) {
-  if (rows.size() > kListMax) {
-    const std::size_t left = rows.size() - kListMax;
-    rows.resize(kListMax);
-    rows.push_back(std::to_string(left) + " further places");
-  }
-  return (is_one ? "row " : "rows ") + listed(rows);
+std::string rowsText(const std::vector<std::string>& rows, bool is_one) {
+  return (is_one ? "row " : "rows ") + listed(rows, kListMax);
 }
 
 std::string wordsFor(const Cycle& cycle, const TableFlow& flow) {
@@ -39,7 +34,7 @@ std::string wordsFor(const Cycle& cycle, const TableFlow& flow) {
       }
       stretches.push_back(end);
     }
-    if (flow.rows[last].command == trx::kCommandCheck) {
+    if (flow.rows[last].command == Command::kCheck) {
       is_checked = true;
     } else {
       failing.push_back(end);

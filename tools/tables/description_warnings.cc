@@ -31,7 +31,7 @@ class DescriptionWarner {
   std::vector<Finding> run(const TableFlow& flow) {
     for (const FlowRow& row : flow.rows) {
       const auto found = descriptions_.find(row.name);
-      if (row.command == trx::kCommandHAP && found != descriptions_.end()) {
+      if (row.command == Command::kHAP && found != descriptions_.end()) {
         warnOfMode(row, found->second);
         warnOfPara(row, found->second);
       }

@@ -4,42 +4,49 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "common/characters.h"
+#include "common/closure.h"
 #include "common/paths.h"
 #include "kw/trx/table.h"
 #include "kw/trx/table_format.h"
 #include "tables/finding.h"
 #include "traces/record_collector.h"
+#include "zqm_trx/module_key.h"
 
 namespace kw::trx::tools {
 namespace {
 
 /// The milliseconds of a WAIT row, whose MODE has digits alone.
-unsigned int waitOf(const FlowRow& row) {
-  if (row.command != trx::kCommandWait) {
-    return 0;
-  }
-  const auto time_ms = std::strtoull(row.mode.c_str(), nullptr, trx::kDecimalBase);
+unsigned int waitOf(const std::string& mode) {
+  const auto time_ms = std::strtoull(mode.c_str(), nullptr, trx::kDecimalBase);
   return static_cast<unsigned int>(std::min<unsigned long long>(time_ms, trx::kWaitMaxMs));
+}
+
+Effect effectOf(Command command, const std::string& error) {
+  if (command != Command::kHAP && command != Command::kCheck) {
+    return Effect::kNone;
+  }
+  const bool has_mode = command == Command::kHAP;
+  return error.empty()                           ? Effect::kStops
+         : has_mode && error == trx::kErrorNop   ? Effect::kIgnored
+         : has_mode && error == trx::kErrorStack ? Effect::kKept
+                                                 : Effect::kJumps;
 }
 
 }  // namespace
 
-bool FlowRow::endsOnError() const { return canFail() && error.empty(); }
-
-bool FlowRow::endsTable() const {
-  return command == trx::kCommandEnd || (command == trx::kCommandTable && name.empty());
-}
-
-bool FlowRow::keepsFailure() const {
-  return command == trx::kCommandHAP && error == trx::kErrorStack;
-}
-
 std::vector<std::pair<const char*, std::string>> FlowRow::cells() const {
-  return {{trx::kColumnLabel, label}, {trx::kColumnNumber, number}, {trx::kColumnCommand, command},
-          {trx::kColumnName, name},   {trx::kColumnMode, mode},     {trx::kColumnError, error},
-          {trx::kColumnPara, para},   {trx::kColumnRsv1, ""},       {trx::kColumnRsv2, ""}};
+  return {{trx::kColumnLabel, label},
+          {trx::kColumnNumber, number},
+          {trx::kColumnCommand, wordOf(command)},
+          {trx::kColumnName, name},
+          {trx::kColumnMode, mode},
+          {trx::kColumnError, error},
+          {trx::kColumnPara, para},
+          {trx::kColumnRsv1, ""},
+          {trx::kColumnRsv2, ""}};
 }
 
 std::string FlowRow::text() const {
@@ -61,20 +68,30 @@ std::vector<std::size_t> TableFlow::followers(std::size_t at, bool with_errors) 
   return next;
 }
 
-std::vector<bool> TableFlow::reached(bool with_errors) const {
-  std::vector<bool> seen(rows.size());
-  std::vector<std::size_t> open = {0};
-  while (!open.empty()) {
-    const std::size_t at = open.back();
-    open.pop_back();
-    if (!seen[at]) {
-      seen[at] = true;
-      for (const std::size_t next : followers(at, with_errors)) {
-        open.push_back(next);
-      }
+std::vector<std::string> TableFlow::called() const {
+  std::vector<std::string> names;
+  for (const FlowRow& row : rows) {
+    if (row.callsTable()) {
+      names.push_back(row.name);
     }
   }
-  return seen;
+  return names;
+}
+
+std::vector<bool> TableFlow::reached(bool with_errors) const {
+  std::vector<bool> reached(rows.size());
+  for (const std::size_t at : closureOf<std::size_t>(
+           {0}, [&](std::size_t from) { return followers(from, with_errors); })) {
+    reached[at] = true;
+  }
+  return reached;
+}
+
+std::set<std::string> withCalled(const std::vector<std::string>& names, const TableFlows& tables) {
+  return closureOf(names, [&](const std::string& name) {
+    const auto table = tables.find(name);
+    return table == tables.end() ? std::vector<std::string>() : table->second.called();
+  });
 }
 
 bool readFlow(const std::string& file, TableFlow& flow) {
@@ -101,24 +118,27 @@ bool readFlow(const std::string& file, TableFlow& flow) {
   std::map<std::string, int> places;
   for (unsigned int row = start; row <= end; ++row) {
     const auto cell = [&](const char* column) { return format->getMember(row, column); };
-    std::array<unsigned int, trx::kPlaceRsv1> lines_of_row{};
-    for (unsigned int column = 0; column < lines_of_row.size(); ++column) {
-      lines_of_row[column] = lines.lineOf(row, column);
-    }
-    flow.rows.push_back({lines_of_row, cell(trx::kColumnLabel), cell(trx::kColumnNumber),
-                         cell(trx::kColumnCommand), cell(trx::kColumnName), cell(trx::kColumnMode),
-                         cell(trx::kColumnError), cell(trx::kColumnPara)});
     const auto place = static_cast<int>(row - start);
-    flow.rows.back().number_value = table->getEntry(place)->getNumber();
-    flow.rows.back().wait_ms = waitOf(flow.rows.back());
-    places[flow.rows.back().label] = place;
+    FlowRow read;
+    read.id = {flow.name, table->getEntry(place)->getNumber()};
+    read.command = commandFrom(cell(trx::kColumnCommand));
+    read.name = cell(trx::kColumnName);
+    read.label = cell(trx::kColumnLabel);
+    read.number = cell(trx::kColumnNumber);
+    read.mode = cell(trx::kColumnMode);
+    read.error = cell(trx::kColumnError);
+    read.para = cell(trx::kColumnPara);
+    read.on_failure = effectOf(read.command, read.error);
+    read.can_succeed = read.command != Command::kHAP || !trx::keyOfHAP(read.name).empty();
+    read.wait_ms = read.command == Command::kWait ? waitOf(read.mode) : 0;
+    for (unsigned int column = 0; column < read.lines.size(); ++column) {
+      read.lines[column] = lines.lineOf(row, column);
+    }
+    places[read.label] = place;
+    flow.rows.push_back(std::move(read));
   }
   for (FlowRow& row : flow.rows) {
-    const bool mode = row.command == trx::kCommandHAP &&
-                      (row.error == trx::kErrorNop || row.error == trx::kErrorStack);
-    if (!row.error.empty() && !mode) {
-      row.jump = places.at(row.error);
-    }
+    row.jump = row.on_failure == Effect::kJumps ? places.at(row.error) : -1;
   }
   return true;
 }

@@ -36,8 +36,8 @@ class CycleFinder {
         before_(flow.rows.size(), kNowhere) {
     for (std::size_t at = 0; at < flow.rows.size(); ++at) {
       const FlowRow& row = flow.rows[at];
-      const bool is_stop = row.endsTable() || (is_kept_ && row.command == trx::kCommandCheck) ||
-                           (row.command == trx::kCommandTable && calls.no_way_on.count(row.name));
+      const bool is_stop = row.endsTable() || (is_kept_ && row.command == Command::kCheck) ||
+                           (row.command == Command::kTable && calls.no_way_on.count(row.name));
       stops_[at + 1] = stops_[at] + (is_stop ? 1 : 0);
     }
   }
@@ -60,8 +60,8 @@ class CycleFinder {
     std::vector<std::size_t> places;
     for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
       const FlowRow& row = flow_.rows[at];
-      const bool keeps = row.keepsFailure() || (row.command == trx::kCommandTable &&
-                                                calls.kept_after.count(row.name) != 0);
+      const bool keeps = row.on_failure == Effect::kKept ||
+                         (row.command == Command::kTable && calls.kept_after.count(row.name) != 0);
       if (reached_[at] && keeps && goesOn(at)) {
         places.push_back(at + 1);
       }
@@ -103,7 +103,7 @@ class CycleFinder {
   std::size_t jumpOf(std::size_t at) const {
     const FlowRow& row = flow_.rows[at];
     const bool jumps =
-        reached_[at] && row.jump >= 0 && (is_kept_ || row.command != trx::kCommandCheck);
+        reached_[at] && row.jump >= 0 && (is_kept_ || row.command != Command::kCheck);
     return jumps ? static_cast<std::size_t>(row.jump) : kNowhere;
   }
 

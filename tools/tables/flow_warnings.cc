@@ -29,7 +29,7 @@ class FlowWarner {
       if (!reached_[at]) {
         add(row, trx::kPlaceCommand, "no path reaches this row");
       }
-      if (row.command == trx::kCommandEnd && !row.name.empty() && without_errors[at]) {
+      if (row.endsWithMessage() && without_errors[at]) {
         add(row, trx::kPlaceName,
             "a run without any failure gets here, and the message '" + row.name +
                 "' makes it an error end");
@@ -52,14 +52,14 @@ class FlowWarner {
   }
 
   void warnOfName(const FlowRow& row) {
-    if (row.command == trx::kCommandTable && row.name.empty()) {
+    if (row.isNamelessCall()) {
       add(row, trx::kPlaceName, "a TABLE row without a name ends its table");
-    } else if (row.command == trx::kCommandTable && around_.tables.flows.count(row.name) == 0) {
+    } else if (row.callsTable() && around_.tables.flows.count(row.name) == 0) {
       warnOfTable(row);
     }
-    if (row.command == trx::kCommandHAP && row.name.empty()) {
+    if (row.command == Command::kHAP && row.name.empty()) {
       add(row, trx::kPlaceName, "a HAP row without a name fails: no HAP has it");
-    } else if (row.command == trx::kCommandHAP && around_.haps.known &&
+    } else if (row.command == Command::kHAP && around_.haps.known &&
                around_.haps.known->count(row.name) == 0) {
       warnOfHAP(row);
     }
@@ -102,7 +102,7 @@ class FlowWarner {
   }
 
   void warnOfWait(const FlowRow& row) {
-    if (row.command == trx::kCommandWait &&
+    if (row.command == Command::kWait &&
         cellNumber(row.mode, trx::kDecimalBase).value > trx::kWaitMaxMs) {
       add(row, trx::kPlaceMode, "the wait is cut to one hour, 3600000 ms");
     }
@@ -116,7 +116,7 @@ class FlowWarner {
     }
     for (std::size_t at = 0; at < flow_.rows.size(); ++at) {
       const FlowRow& row = flow_.rows[at];
-      if (reached_[at] && row.command == trx::kCommandTable && endless.count(row.name) != 0) {
+      if (reached_[at] && row.command == Command::kTable && endless.count(row.name) != 0) {
         add(row, trx::kPlaceName,
             "every run gets to a call like this one and cannot end: the tables call themselves "
             "without a way out");

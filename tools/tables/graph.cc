@@ -110,7 +110,7 @@ class GraphWriter {
     out_ << "  }\n";
     for (std::size_t at = 0; at < flow.rows.size(); ++at) {
       const FlowRow& row = flow.rows[at];
-      if (row.command == trx::kCommandTable && !row.name.empty()) {
+      if (row.callsTable()) {
         const RowCounts* const counts = countsOf(name, at);
         calls_ << "  " << node(name, at) << " -> " << node(row.name, 0) << " ["
                << style_.arrow(kCall, counts, &RowCounts::runs)
@@ -129,8 +129,8 @@ class GraphWriter {
   void writeRow(const TableFlow& flow, std::size_t at, bool reached) {
     const FlowRow& row = flow.rows[at];
     const RowCounts* const counts = countsOf(flow.name, at);
-    const bool end = row.command == trx::kCommandEnd;
-    std::string label = row.number + "  " + row.command;
+    const bool end = row.command == Command::kEnd;
+    std::string label = row.number + "  " + wordOf(row.command);
     for (const std::string& part : {row.name, row.mode, row.para}) {
       label += part.empty() ? "" : " " + part;
     }
@@ -158,7 +158,7 @@ class GraphWriter {
       out_ << "    " << node(flow.name, at) << " -> "
            << node(flow.name, static_cast<std::size_t>(row.jump)) << " [" << on_error
            << " label=" << style_.text("error", counts, &RowCounts::errors) << "]\n";
-    } else if (row.endsOnError()) {
+    } else if (row.on_failure == Effect::kStops) {
       const std::string failed = node(flow.name, std::to_string(at) + " error");
       out_ << "    " << failed << " [label=\"\" shape=point "
            << (on_error == kUnreached ? kUnreached : "color=red") << "]\n    "
@@ -169,7 +169,7 @@ class GraphWriter {
 
   void writeEdge(const std::string& from, const std::string& to, const std::string& style,
                  const FlowRow& row, const RowCounts* counts) {
-    const bool mode = row.command == trx::kCommandHAP && row.jump < 0 && !row.error.empty();
+    const bool mode = row.goesOnAfterFailure();
     out_ << "    " << from << " -> " << to << (style.empty() ? "" : " [" + style + "]")
          << (mode || counts != nullptr
                  ? " [label=" + style_.text(mode ? row.error : "", counts, &RowCounts::onward) + "]"
@@ -185,25 +185,6 @@ class GraphWriter {
 };
 
 }  // namespace
-
-std::set<std::string> drawnTables(const KnownTables& tables,
-                                  const std::vector<std::string>& names) {
-  std::set<std::string> drawn;
-  std::vector<std::string> open = names;
-  while (!open.empty()) {
-    const std::string name = std::move(open.back());
-    open.pop_back();
-    const auto found = tables.flows.find(name);
-    if (drawn.insert(name).second && found != tables.flows.end()) {
-      for (const FlowRow& row : found->second.rows) {
-        if (row.command == trx::kCommandTable && !row.name.empty()) {
-          open.push_back(row.name);
-        }
-      }
-    }
-  }
-  return drawn;
-}
 
 std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names,
                     const GraphCounts& counts, GraphView view) {

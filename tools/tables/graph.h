@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -31,10 +30,8 @@ enum class GraphView {
   kWay,   ///< one run: its way is bold, the rows that failed red, all else pale
 };
 
-/// The tables called `names` and those that they call, also those that are not there.
-std::set<std::string> drawnTables(const KnownTables& tables, const std::vector<std::string>& names);
-
-/// The same tables as `dot` takes them.
+/// The tables called `names` and those that they call, also those that are not there, as `dot`
+/// takes them.
 std::string graphOf(const KnownTables& tables, const std::vector<std::string>& names,
                     const GraphCounts& counts = {}, GraphView view = GraphView::kRuns);
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <set>
 #include <stdexcept>
 #include <system_error>
@@ -25,32 +24,19 @@ namespace fs = std::filesystem;
 /// The configured tables by name, read when they are first asked for.
 class ConfiguredFiles {
  public:
-  const std::vector<std::string>& all() {
-    if (!is_read_) {
-      is_read_ = true;
-      std::optional<std::vector<std::string>> modules;
-      for (const std::string& file : configuredTables(modules)) {
-        files_.push_back(absolutePath("/" + file));
-        by_name_[tableNameOf(file)] = files_.back();  // of one name, the later one
-      }
-      is_there_ = modules.has_value();
-    }
-    return files_;
-  }
-
   /// The file of the table `name`; empty when there is no such table.
   std::string fileOf(const std::string& name) {
-    all();
+    read();
     const auto found = by_name_.find(name);
     return found == by_name_.end() ? std::string() : found->second;
   }
 
   /// Why `word` stands for no table.
   std::string problemOf(const std::string& word) {
-    all();
+    read();
     const std::string missing = "there is no file '" + word + "'";
     const std::string near_file = nearFileHint(word);
-    if (!is_there_) {
+    if (!configured_.is_there) {
       return missing + (near_file.empty() ? "; for the name of a table, give the system root of "
                                             "the host with --root"
                                           : near_file);
@@ -64,10 +50,19 @@ class ConfiguredFiles {
   }
 
  private:
-  std::vector<std::string> files_;
+  void read() {
+    if (!is_read_) {
+      is_read_ = true;
+      configured_ = configured();
+      for (const std::string& file : configured_.tables) {
+        by_name_[tableNameOf(file)] = file;  // of one name, the later one
+      }
+    }
+  }
+
+  Configured configured_;
   std::map<std::string, std::string> by_name_;
   bool is_read_ = false;
-  bool is_there_ = false;  ///< the configuration
 };
 
 /// The file that `word` stands for; empty when it stands for none.
@@ -109,8 +104,6 @@ std::vector<std::string> namedFilesOrWords(const std::vector<std::string>& words
   return files;
 }
 
-std::vector<std::string> configuredTableFiles() { return ConfiguredFiles().all(); }
-
 void addCalledTables(std::vector<std::string>& files) {
   ConfiguredFiles configured;
   std::set<std::string> known;
@@ -122,12 +115,10 @@ void addCalledTables(std::vector<std::string>& files) {
     if (!readFlow(files[i], flow)) {
       continue;  // it is for the command to tell
     }
-    for (const FlowRow& row : flow.rows) {
-      const bool calls = row.command == trx::kCommandTable && !row.name.empty();
-      if (calls && known.insert(row.name).second) {
-        if (std::string file = configured.fileOf(row.name); !file.empty()) {
-          files.push_back(std::move(file));
-        }
+    for (const std::string& name : flow.called()) {
+      const std::string file = known.insert(name).second ? configured.fileOf(name) : "";
+      if (!file.empty()) {
+        files.push_back(file);
       }
     }
   }

@@ -10,20 +10,16 @@
 namespace kw::trx::tools {
 
 /// The files that `words` stand for: each is a file that is there, else the name of a configured
-/// table. Throws `std::runtime_error` in words for one that is neither, and as `configuredTables`.
+/// table. Throws `std::runtime_error` in words for one that is neither, and as `configured`.
 std::vector<std::string> namedFiles(const std::vector<std::string>& words);
 
 /// The same for a command that tells itself what is wrong with a file that is missing: a word that
 /// is neither, but has an extension as files do, stays as it is.
 std::vector<std::string> namedFilesOrWords(const std::vector<std::string>& words);
 
-/// The files of all configured tables, in the order of the configuration; empty also when there is
-/// no configuration. Throws as `configuredTables`.
-std::vector<std::string> configuredTableFiles();
-
 /// Adds the configured files of the tables that those of `files` call, directly or through others,
 /// and that are not among them. What the configuration does not have either stays missing. Throws
-/// as `configuredTables`.
+/// as `configured`.
 void addCalledTables(std::vector<std::string>& files);
 
 /// "; name it pump" for pump.csv when there is a table pump, else as `didYouMean`.

@@ -19,7 +19,7 @@ bool isName(const std::string& name, const std::string& told) {
 }
 
 bool isSame(const FlowRow& row, const Span& ran) {
-  return row.command == wordOf(ran.command) && (!ran.was_called || isName(row.name, ran.name)) &&
+  return row.command == ran.command && (!ran.was_called || isName(row.name, ran.name)) &&
          (!ran.wait_ms || *ran.wait_ms == row.wait_ms) &&
          (!ran.has_message || *ran.has_message == !row.name.empty());
 }
@@ -31,7 +31,7 @@ RowFinder::RowFinder(const TableFlows& tables) {
     Table& table = tables_[visible(name)];
     table.flow = &flow;
     for (const FlowRow& row : flow.rows) {
-      table.rows[row.number_value] = &row;
+      table.rows[row.id.number] = &row;
     }
   }
 }

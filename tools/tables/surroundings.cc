@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -28,8 +27,7 @@ std::map<std::string, std::string> meantTables(const KnownTables& tables) {
   const std::vector<std::string> names = tables.names();
   for (const auto& [name, flow] : tables.flows) {
     for (const FlowRow& row : flow.rows) {
-      const bool is_missing = row.command == trx::kCommandTable && !row.name.empty() &&
-                              tables.flows.count(row.name) == 0 &&
+      const bool is_missing = row.callsTable() && tables.flows.count(row.name) == 0 &&
                               tables.refused.count(row.name) == 0;
       if (is_missing && meant.size() < kMeantMax && meant.count(row.name) == 0) {
         meant[row.name] = didYouMean(row.name, names);
@@ -39,8 +37,7 @@ std::map<std::string, std::string> meantTables(const KnownTables& tables) {
   return meant;
 }
 
-/// The table files that `path` names.
-std::vector<std::string> filesAt(const std::string& path) {
+std::vector<std::string> filesIn(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code error;
   if (!fs::exists(path, error)) {
@@ -70,7 +67,7 @@ std::vector<std::string> filesAt(const std::string& path) {
 std::vector<std::string> tableFilesOf(const std::vector<std::string>& paths) {
   std::vector<std::string> files;
   for (const std::string& path : paths) {
-    const std::vector<std::string> found = filesAt(path);
+    const std::vector<std::string> found = filesIn(path);
     files.insert(files.end(), found.begin(), found.end());
   }
   return files;
@@ -88,7 +85,7 @@ KnownTables readTables(const std::vector<std::string>& files,
     }
   };
   for (const std::string& file : configured) {
-    read("/" + file);
+    read(file);
   }
   for (const std::string& file : files) {
     read(file);
@@ -106,13 +103,12 @@ std::vector<std::string> KnownTables::names() const {
 
 Surroundings surroundingsOf(const std::vector<std::string>& files) {
   Surroundings around;
-  std::optional<std::vector<std::string>> modules;
-  const std::vector<std::string> configured = configuredTables(modules);
-  around.tables = readTables(files, configured);
+  const Configured found = configured();
+  around.tables = readTables(files, found.tables);
   around.meant_tables = meantTables(around.tables);
   around.calls = callsOf(around.tables.flows);
-  if (modules) {
-    around.haps = hapsOf(*modules);
+  if (found.is_there) {
+    around.haps = hapsOf(found.modules);
   }
   return around;
 }

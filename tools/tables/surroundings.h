@@ -23,9 +23,8 @@ struct KnownTables {
   std::vector<std::string> names() const;
 };
 
-/// The table files that each of `paths` names: itself, or those of a folder by their extension, in
-/// the order of their names. Throws `std::runtime_error` in words when there is no such file or
-/// folder.
+/// The table files that `paths` name: themselves, or those of a folder by their extension, in the
+/// order of their names. Throws `std::runtime_error` in words when there is no such file or folder.
 std::vector<std::string> tableFilesOf(const std::vector<std::string>& paths);
 
 /// The tables of `files` and of those that the configuration names. Of two files with one name that
@@ -43,7 +42,7 @@ struct Surroundings {
 };
 
 /// What is known around the tables `files`: with a configuration, the tables and modules that it
-/// names as well. Throws as `configuredTables` does.
+/// names as well. Throws as `configured` does.
 Surroundings surroundingsOf(const std::vector<std::string>& files);
 
 }  // namespace kw::trx::tools

@@ -1,20 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "traces/request.h"
 
-#include "zqm_trx/table_words.h"
-
 namespace kw::trx::tools {
-
-const char* wordOf(Command command) {
-  constexpr const char* words[] = {"",
-                                   trx::kCommandStart,
-                                   trx::kCommandHAP,
-                                   trx::kCommandCheck,
-                                   trx::kCommandWait,
-                                   trx::kCommandTable,
-                                   trx::kCommandEnd};
-  return words[static_cast<std::size_t>(command)];
-}
 
 const char* nameOf(Request::Kind kind) {
   constexpr const char* names[] = {"hap", "table", "unknown"};

@@ -2,7 +2,6 @@
 #include "traces/selection.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 
 #include "common/text.h"
@@ -54,15 +53,11 @@ std::string requestText(std::uint32_t request, std::uint32_t number) {
 std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::string& text) {
   const std::size_t dot = std::min(text.find('.'), text.size());
   const std::optional<std::uint32_t> id = hexNumber(text.substr(0, dot));
-  std::uint32_t number = 0;
-  if (dot != text.size()) {
-    const char* const end = text.data() + text.size();
-    const auto read = std::from_chars(text.data() + dot + 1, end, number);
-    if (read.ec != std::errc() || read.ptr != end || number == 0) {
-      return std::nullopt;
-    }
+  if (!id || dot == text.size()) {
+    return id ? std::make_optional(std::make_pair(*id, 0U)) : std::nullopt;
   }
-  return id ? std::make_optional(std::make_pair(*id, number)) : std::nullopt;
+  const std::uint32_t number = decimalNumber(text.substr(dot + 1)).value_or(0);
+  return number != 0 ? std::make_optional(std::make_pair(*id, number)) : std::nullopt;
 }
 
 std::string requestIdProblem(const std::string& text) {

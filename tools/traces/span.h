@@ -8,29 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "traces/row_id.h"
+
 namespace kw::trx::tools {
-
-/// The name of a table whose start is lost.
-constexpr char kUnknownTable[] = "?";
-
-/// A row of a table.
-struct RowId {
-  std::string table;         ///< `kUnknownTable`: it is not known
-  std::uint32_t number = 0;  ///< NUMBER
-
-  bool operator==(const RowId& other) const {
-    return number == other.number && table == other.table;
-  }
-  bool operator<(const RowId& other) const {
-    return table != other.table ? table < other.table : number < other.number;
-  }
-};
-
-/// The command of a row.
-enum class Command { kNone, kStart, kHAP, kCheck, kWait, kTable, kEnd };
-
-/// The word for it in a table file; empty for `kNone`.
-const char* wordOf(Command command);
 
 /// Why something failed.
 enum class Cause {
@@ -71,9 +51,6 @@ struct Failure {
   explicit operator bool() const { return cause != Cause::kNone; }
   bool isThrown() const { return cause == Cause::kThrew || cause == Cause::kThrewForeign; }
 };
-
-/// What comes of the failure of a row, or of one that a CHECK row finds.
-enum class Effect { kNone, kIgnored, kKept, kJumps, kStops, kInterrupts };
 
 /// A stretch of time in which something ran. What it holds ends before it.
 struct Span {

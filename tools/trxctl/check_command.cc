@@ -3,10 +3,12 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 
+#include "configuration/configuration.h"
 #include "simulation/case_file.h"
 #include "tables/check.h"
-#include "tables/mend.h"
+#include "tables/fix.h"
 #include "tables/named_files.h"
 #include "trxctl/check_output.h"
 #include "trxctl/commands.h"
@@ -24,21 +26,23 @@ struct CheckOptions {
   bool in_place = false;
 };
 
-/// Mends the files and puts the mended ones in their places. False when one could not be written.
-bool mend(std::vector<std::string>& files, bool in_place) {
-  bool is_well = true;
+/// Fixes the files and puts the fixed ones in their places. False when one could not be written.
+bool fix(std::vector<std::string>& files, bool in_place) {
+  bool all_fixed = true;
   for (std::string& file : files) {
-    const MendedFile mended = mendFile(file, in_place);
-    if (!mended.problem.empty()) {
-      fail(file + ": not mended: " + mended.problem);
-      is_well = false;
-    } else if (!mended.steps.empty()) {
-      std::cout << file << ": " << (in_place ? "rewritten" : "written to " + mended.file) << ": "
-                << mended.steps << '\n';
-      file = mended.file;
+    try {
+      const FixedFile fixed = fixFile(file, in_place);
+      if (!fixed.steps.empty()) {
+        std::cout << file << ": " << (in_place ? "rewritten" : "written to " + fixed.file) << ": "
+                  << fixed.steps << '\n';
+        file = fixed.file;
+      }
+    } catch (const std::runtime_error& error) {
+      fail(file + ": not fixed: " + error.what());
+      all_fixed = false;
     }
   }
-  return is_well;
+  return all_fixed;
 }
 
 CheckedFile checkCases(const std::string& file, const Surroundings& around) {
@@ -51,7 +55,7 @@ CheckedFile checkCases(const std::string& file, const Surroundings& around) {
 /// The files to check. Throws in words when there are none.
 std::vector<std::string> filesOf(const CheckOptions& options) {
   std::vector<std::string> files =
-      options.files.empty() ? configuredTableFiles() : namedFilesOrWords(options.files);
+      options.files.empty() ? configured().tables : namedFilesOrWords(options.files);
   if (files.empty()) {
     throw UsageError(
         "FILE is required: no configuration names tables; --root gives the system root of a host");
@@ -61,7 +65,7 @@ std::vector<std::string> filesOf(const CheckOptions& options) {
 
 int check(CheckOptions options) {
   options.files = filesOf(options);
-  if (options.fix && !mend(options.files, options.in_place)) {
+  if (options.fix && !fix(options.files, options.in_place)) {
     return kExitFailed;
   }
   std::vector<std::string> tables;
@@ -105,9 +109,9 @@ void addCheckCommand(CommandLine& line) {
                "name of\n"
                "one of its tables stands for its file, and without FILE all its tables are "
                "checked.\n"
-               "--fix mends what a spreadsheet or an editor did to a file as a whole: separator, "
+               "--fix repairs what a spreadsheet or an editor did to a file as a whole: separator, "
                "encoding, byte\n"
-               "order mark. No cell changes. The mended file is checked.\n"
+               "order mark. No cell changes. The fixed file is checked.\n"
                "Example: trxctl check init.csv rails.csv\n"
                "Exit status: 0 no errors; 1 warnings, with --strict; 2 errors.");
   command.texts(

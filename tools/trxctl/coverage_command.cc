@@ -12,6 +12,7 @@
 #include "simulation/case_run.h"
 #include "tables/surroundings.h"
 #include "trxctl/commands.h"
+#include "trxctl/output_file.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 
@@ -22,7 +23,7 @@ constexpr std::size_t kPercent = 100;
 
 struct CoverageOptions {
   std::vector<std::string> files;
-  std::string output;
+  OutputOptions output;
   std::size_t least = 0;
   FilterOptions requests;
 };
@@ -70,18 +71,18 @@ std::string share(std::size_t part, std::size_t whole) {
 }
 
 /// Prints what has run of each file. Returns the percentage of all rows that has, rounded down.
-std::size_t printSummary(const Coverage& coverage) {
+std::size_t printSummary(const Coverage& coverage, std::ostream& out) {
   CoverageSum all;
   for (const auto& [name, file] : coverage) {
     const CoverageSum sum = sumOf(file);
-    std::cout << name << ": " << share(sum.rows_run, sum.rows) << " rows, "
-              << share(sum.branches_taken, sum.branches) << " branches\n";
+    out << name << ": " << share(sum.rows_run, sum.rows) << " rows, "
+        << share(sum.branches_taken, sum.branches) << " branches\n";
     for (const auto& [line, row] : file) {
       if (row.runs == 0) {
-        std::cout << "  line " << line << " never ran\n";
+        out << "  line " << line << " never ran\n";
       } else if (row.branches && ((*row.branches)[kWell] == 0) != ((*row.branches)[kBadly] == 0)) {
-        std::cout << "  line " << line
-                  << ((*row.branches)[kWell] == 0 ? " never went well\n" : " never failed\n");
+        out << "  line " << line
+            << ((*row.branches)[kWell] == 0 ? " never went well\n" : " never failed\n");
       }
     }
     all.rows += sum.rows;
@@ -99,12 +100,11 @@ TableFlows takeTables(std::vector<std::string>& files) {
       });
   const std::vector<std::string> given(tables, files.end());
   files.erase(tables, files.end());
-  std::optional<std::vector<std::string>> modules;
-  return readTables(given, given.empty() ? configuredTables(modules) : std::vector<std::string>())
-      .flows;
+  return readTables(given, given.empty() ? configured().tables : std::vector<std::string>()).flows;
 }
 
 int cover(CoverageOptions options) {
+  const OutputFile output(options.output, {".info", ".lcov"}, options.files);
   const TableFlows tables = takeTables(options.files);
   Coverage coverage;
   for (const auto& [name, flow] : tables) {
@@ -119,10 +119,11 @@ int cover(CoverageOptions options) {
       addRing(file, tables, options.requests, coverage);
     }
   }
-  if (!options.output.empty() && writeFile(options.output, lcovOf(coverage)) != kExitOk) {
-    return kExitFailed;
+  if (output) {
+    output.write(lcovOf(coverage));
   }
-  return printSummary(coverage) >= options.least ? kExitOk : kExitFindings;
+  std::ostream& summary = output.isStandardOutput() ? std::cerr : std::cout;
+  return printSummary(coverage, summary) >= options.least ? kExitOk : kExitFindings;
 }
 
 }  // namespace
@@ -136,8 +137,8 @@ void addCoverageCommand(CommandLine& line) {
       "Example: trxctl coverage selftest.cases.csv -o tables.info\n"
       "Exit status: 0 done; 1 fewer rows ran than --least says; 2 a file cannot be read.");
   command.texts(options->files, {"FILE", "Case files, rings, coverage and tables", "", {}, true});
-  command.text(options->output,
-               {"-o,--output", "Write it for genhtml and for trxctl graph --coverage", "FILE"});
+  addOutputOptions(command, options->output,
+                   {"-o,--output", "Write it for genhtml and for trxctl graph --coverage", "FILE"});
   command.number(options->least, {"--least", "Ask for so many percent of all rows", "PERCENT"}, 0,
                  kPercent);
   addFilterOptions(command, options->requests);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <charconv>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -62,12 +61,9 @@ bool explainKnown(std::uint32_t number) {
 
 /// The number that `code` is in decimal, when that is a code or trace id of the engine.
 std::optional<std::uint32_t> knownDecimal(const std::string& code) {
-  std::uint32_t number = 0;
-  const char* const end = code.data() + code.size();
-  const auto read = std::from_chars(code.data(), end, number);
-  const bool known = read.ec == std::errc() && read.ptr == end &&
-                     (findCode(number) != nullptr || findPoint(number) != nullptr);
-  return known ? std::optional<std::uint32_t>(number) : std::nullopt;
+  const std::optional<std::uint32_t> number = decimalNumber(code);
+  const bool known = number && (findCode(*number) != nullptr || findPoint(*number) != nullptr);
+  return known ? number : std::nullopt;
 }
 
 /// Explains a code that the engine does not give: as descriptions of HAPs do, else by its class.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@
 #include "tables/named_files.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
+#include "trxctl/output_file.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 
@@ -33,7 +35,7 @@ const std::vector<std::string> kFormats = {"dot", "svg", "png", "pdf"};
 struct GraphOptions {
   std::vector<std::string> files;
   std::string format;  ///< empty: as the extension of `output` tells
-  std::string output;
+  OutputOptions output;
   std::string coverage;
   std::vector<std::string> rings;
   FilterOptions requests;
@@ -56,31 +58,58 @@ std::string requestProblem(const std::string& id) {
              : std::string();
 }
 
-/// Lets `dot` draw `graph` into `output`.
-int draw(const std::string& graph, const GraphOptions& options) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
-  if (file == nullptr || std::fputs(graph.c_str(), file.get()) < 0) {
-    return fail(std::string("a temporary file: ") + std::strerror(errno));
+/// All that can be read from `file`.
+std::string contentOf(std::FILE* file) {
+  std::string content;
+  char piece[65536];
+  for (std::size_t size = 0; (size = std::fread(piece, 1, sizeof(piece), file)) != 0;) {
+    content.append(piece, size);
   }
-  std::rewind(file.get());
-  const std::string type = "-T" + options.format;
-  const std::string output = "-o" + options.output;
-  const char* const arguments[] = {"dot", type.c_str(), output.c_str(), nullptr};
+  return content;
+}
+
+/// A file without a name, in memory.
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> memoryFile() {
+  const int descriptor = memfd_create("graph", MFD_CLOEXEC);
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+      descriptor < 0 ? nullptr : fdopen(descriptor, "w+"), std::fclose);
+  if (file == nullptr) {
+    throw std::runtime_error(std::string("a file in memory: ") + std::strerror(errno));
+  }
+  return file;
+}
+
+/// `graph` as `dot` draws it. Throws when that fails.
+std::string drawn(const std::string& graph, const std::string& format) {
+  const auto input = memoryFile();
+  const auto output = memoryFile();
+  if (std::fputs(graph.c_str(), input.get()) < 0 || std::fflush(input.get()) != 0) {
+    throw std::runtime_error(std::string("a file in memory: ") + std::strerror(errno));
+  }
+  std::rewind(input.get());
+  const std::string type = "-T" + format;
+  const char* const arguments[] = {"dot", type.c_str(), nullptr};
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, fileno(file.get()), STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, fileno(input.get()), STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, fileno(output.get()), STDOUT_FILENO);
   pid_t child = 0;
   const int error =
       posix_spawnp(&child, "dot", &actions, nullptr, const_cast<char* const*>(arguments), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error == ENOENT) {
-    return fail(
+    throw std::runtime_error(
         "dot, which draws pictures, is not installed: apt-get install graphviz, or print "
         "the graph with --format dot");
   }
   int status = 0;
   const bool ended = error == 0 && waitpid(child, &status, 0) == child;
-  return ended && status == 0 ? kExitOk : fail("dot failed to draw " + options.output);
+  std::rewind(output.get());
+  std::string picture = contentOf(output.get());
+  if (!ended || status != 0 || picture.empty()) {
+    throw std::runtime_error("dot failed to draw the picture");
+  }
+  return picture;
 }
 
 /// The format of a picture when the name of the file ends so, in any letter case; else "dot".
@@ -139,7 +168,8 @@ int addRuns(const GraphOptions& options, Picture& picture) {
                 "; those of the level info must be in the ring");
   }
   picture.names = options.files.empty() ? ran : picture.names;
-  for (const std::string& problem : runs.problems(drawnTables(picture.tables, picture.names))) {
+  for (const std::string& problem :
+       runs.problems(withCalled(picture.names, picture.tables.flows))) {
     std::cerr << "trxctl: " << problem << '\n';
   }
   picture.counts = runs.counts();
@@ -150,15 +180,23 @@ int graphTables(GraphOptions options) {
   if (options.files.empty() && options.rings.empty()) {
     throw UsageError("FILE is required");
   }
-  options.format = options.format.empty() ? formatOf(options.output) : options.format;
-  if (options.format != "dot" && options.output.empty()) {
+  options.format = options.format.empty() ? formatOf(options.output.path) : options.format;
+  if (options.format != "dot" && options.output.path.empty()) {
     return fail("a picture needs a file to be written to: add -o FILE." + options.format);
   }
   options.files = namedFiles(options.files);
+  std::vector<std::string> inputs = options.files;
+  inputs.insert(inputs.end(), options.rings.begin(), options.rings.end());
+  inputs.push_back(options.coverage);
+  std::vector<std::string> extensions;
+  extensions.reserve(kFormats.size());
+  for (const std::string& format : kFormats) {
+    extensions.push_back('.' + format);
+  }
+  const OutputFile output(options.output, extensions, inputs);
   Picture picture;
   picture.names = namesOf(options.files);
-  std::optional<std::vector<std::string>> modules;
-  picture.tables = readTables(options.files, configuredTables(modules));
+  picture.tables = readTables(options.files, configured().tables);
   if (picture.tables.flows.empty()) {
     return fail(
         "which tables? Name files, or the system root of the host, whose configuration names them, "
@@ -172,13 +210,12 @@ int graphTables(GraphOptions options) {
     }
   }
   const std::string graph = graphOf(picture.tables, picture.names, picture.counts, picture.view);
-  if (options.format != "dot") {
-    return draw(graph, options);
+  const std::string picture_text = options.format == "dot" ? graph : drawn(graph, options.format);
+  if (output) {
+    output.write(picture_text);
+  } else {
+    std::cout << picture_text;
   }
-  if (!options.output.empty()) {
-    return writeFile(options.output, graph);
-  }
-  std::cout << graph;
   return kExitOk;
 }
 
@@ -199,8 +236,8 @@ void addGraphCommand(CommandLine& line) {
       options->format,
       {"--format", "dot, or with Graphviz svg, png or pdf; else as the file of -o is named, or dot",
        "", kFormats});
-  command.text(
-      options->output,
+  addOutputOptions(
+      command, options->output,
       {"-o,--output", "Where to write; else standard output, which takes no picture", "FILE"});
   command.text(
       options->coverage,

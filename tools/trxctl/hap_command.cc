@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -35,12 +34,8 @@ std::optional<unsigned int> wordOf(const std::string& text) {
   if (text.rfind("0x", 0) == 0) {
     return hexNumber(text);
   }
-  unsigned int number = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  const bool decimal =
-      read.ec == std::errc() && read.ptr == end && (text[0] != '0' || text.size() == 1);
-  return decimal ? std::optional<unsigned int>(number) : std::nullopt;
+  const bool is_clear = text[0] != '0' || text.size() == 1;
+  return is_clear ? decimalNumber(text) : std::nullopt;
 }
 
 std::string wordProblem(const std::string& text) {

@@ -14,16 +14,7 @@
 namespace kw::trx::tools {
 namespace {
 
-/// The first of `names`, with a last one for those left out.
-std::vector<std::string> firstOf(std::vector<std::string> names) {
-  constexpr std::size_t most = 8;
-  if (names.size() > most) {
-    const std::size_t left = names.size() - most;
-    names.resize(most);
-    names.push_back(std::to_string(left) + " more");
-  }
-  return names;
-}
+constexpr std::size_t kMaxNamed = 8;
 
 void print(const ListedModule& listed, bool describe) {
   const auto& [file, module, replaced_by] = listed;
@@ -48,7 +39,7 @@ void print(const ListedModule& listed, bool describe) {
               << (module.others.empty()
                       ? ""
                       : ": names of HAPs begin with " + module.key + "_, and it exports " +
-                            tools::listed(firstOf(module.others)))
+                            tools::listed(module.others, kMaxNamed))
               << '\n';
   }
   for (const std::string& hap : module.haps) {
@@ -80,16 +71,15 @@ void write(const ListedModule& listed, bool describe, JsonWriter& json) {
 
 int listModules(std::vector<std::string> files, bool describe, bool is_json) {
   if (files.empty()) {
-    std::optional<std::vector<std::string>> configured;
-    configuredTables(configured);
-    if (!configured) {
+    const Configured found = configured();
+    if (!found.is_there) {
       return fail("no configuration is found; name module files, or the system root with --root");
     }
-    if (configured->empty()) {
+    if (found.modules.empty()) {
       return fail(
           "no modules are configured; name module files, or list them in the configuration");
     }
-    files = *configured;
+    files = found.modules;
   } else {
     for (std::string& file : files) {
       file = absolutePath(file);

@@ -18,6 +18,7 @@
 #include "tables/surroundings.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
+#include "trxctl/output_file.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 
@@ -31,7 +32,8 @@ constexpr char kNeverTold[] =
     "traces do not tell what HAPs were given (PARA) and gave back, nor the message of a table";
 
 struct ReplayOptions {
-  std::string ring, request, output;
+  std::string ring, request;
+  OutputOptions output;
   std::vector<std::string> tables;
   bool json = false;
 };
@@ -80,8 +82,8 @@ std::string caseText(const ReplayOptions& options, const RecordedRequest& reques
                      const TableFlows& tables) {
   const std::string name =
       "request " + nameOf(request) + " of " + localMicrosText(request.request.start_ns);
-  std::string text = tablesRows(filesFrom(options.output, filesFor(request.request.name, tables)),
-                                request.nest_limit);
+  std::string text = tablesRows(
+      filesFrom(options.output.path, filesFor(request.request.name, tables)), request.nest_limit);
   for (const std::string& note : request.notes) {
     text += commentRow(note);
   }
@@ -93,12 +95,12 @@ std::string caseText(const ReplayOptions& options, const RecordedRequest& reques
 
 std::string failingText(const RecordedRequest& request) {
   const RecordedRow* const row = request.firstFailing();
-  return row == nullptr ? kFirstNone : rowText(row->ran.row.table, row->ran.row.number, "");
+  return row == nullptr ? kFirstNone : row->ran.row.text();
 }
 
 std::string failingText(const Replay& replay) {
-  const ReportedFailure& failure = replay.run.record;
-  return failure.table.empty() ? kFirstNone : rowText(failure.table, failure.number, "");
+  const std::optional<RowId>& row = replay.run.record.first_failing;
+  return row ? row->text() : kFirstNone;
 }
 
 void printDifferences(const RecordedRequest& request, const Replay& replay) {
@@ -178,6 +180,9 @@ void printJson(const RecordedRequest& request, const Replay& replay, const std::
 }
 
 int replayRequest(const ReplayOptions& options) {
+  std::vector<std::string> inputs = options.tables;
+  inputs.push_back(options.ring);
+  const OutputFile output(options.output, {".csv"}, inputs);
   const auto wanted = *requestOf(options.request);
   RequestRecording recording(wanted.first, wanted.second);
   RequestReader reader(recording);
@@ -188,8 +193,7 @@ int replayRequest(const ReplayOptions& options) {
     return status;
   }
   const RecordedRequest request = recording.result();
-  std::optional<std::vector<std::string>> modules;
-  const KnownTables known = readTables(options.tables, configuredTables(modules));
+  const KnownTables known = readTables(options.tables, configured().tables);
   for (const std::string& file : options.tables) {
     TableFlow flow;
     if (!readFlow(file, flow)) {
@@ -211,11 +215,11 @@ int replayRequest(const ReplayOptions& options) {
   const std::string text = caseText(options, request, simulator.tables());
   if (options.json) {
     printJson(request, result, text);
-  } else {
+  } else if (!output.isStandardOutput()) {
     print(request, result);
   }
-  if (!options.output.empty() && writeFile(options.output, text) != kExitOk) {
-    return kExitFailed;
+  if (output) {
+    output.write(text);
   }
   return result.isSame() ? kExitOk : kExitFindings;
 }
@@ -238,7 +242,7 @@ void addReplayCommand(CommandLine& line) {
                                   {},
                                   true,
                                   requestIdProblem});
-  command.text(options->output, {"-o,--output", "Write it as a case file", "CASES"});
+  addOutputOptions(command, options->output, {"-o,--output", "Write it as a case file", "CASES"});
   command.flag(options->json, {"--json", "Print JSON instead of text"});
   command.run([options] { return replayRequest(*options); });
 }

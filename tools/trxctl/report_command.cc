@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
 #include <ctime>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 
 #include "configuration/configuration.h"
 #include "configuration/report.h"
 #include "diagnosis/diagnosis.h"
-#include "kw/ring_reader.h"
 #include "report/gathering.h"
 #include "report/page.h"
 #include "tables/code_meanings.h"
 #include "tables/surroundings.h"
 #include "trxctl/commands.h"
+#include "trxctl/output_file.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 
@@ -23,7 +21,7 @@ namespace {
 
 struct ReportOptions {
   std::vector<std::string> rings, tables;
-  std::string output;
+  OutputOptions output;
   bool json = false;
   FilterOptions requests;
 };
@@ -31,20 +29,22 @@ struct ReportOptions {
 /// The tables of `paths` and of the configuration, if that can be read: a report is most wanted
 /// when something is wrong.
 TableFlows tablesOf(const std::vector<std::string>& paths) {
-  std::vector<std::string> configured;
+  Configured found;
   try {
-    std::optional<std::vector<std::string>> modules;
-    configured = configuredTables(modules);
+    found = configured();
   } catch (const std::runtime_error&) {
     // The page tells what is wrong with the configuration.
   }
-  return readTables(tableFilesOf(paths), configured).flows;
+  return readTables(tableFilesOf(paths), found.tables).flows;
 }
 
 int report(const ReportOptions& options) {
-  if (options.output.empty() && !options.json) {
+  if (options.output.path.empty() && !options.json) {
     return fail("where to write the page? Add -o report.html, or --json");
   }
+  std::vector<std::string> inputs = options.rings;
+  inputs.insert(inputs.end(), options.tables.begin(), options.tables.end());
+  const OutputFile output(options.output, {options.json ? ".json" : ".html"}, inputs);
   Report report;
   report.tables = tablesOf(options.tables);
   const RequestFilter filter = filterOf(options.requests, options.rings);
@@ -67,14 +67,12 @@ int report(const ReportOptions& options) {
   report.configuration = reportConfiguration();
   report.machine = examine({ZQM_TRX_VERSION, "", 0});
   const std::string json = boundedJsonOf(report);
-  if (options.output.empty()) {
+  if (output) {
+    output.write(options.json ? json + '\n' : pageOf(json));
+  } else {
     std::cout << json << '\n';
-    return status;
   }
-  if (kw::platform::RingReader ring; ring.open(options.output) == 0) {
-    return fail(options.output + " is a trace ring; name another file with -o");
-  }
-  return std::max(status, writeFile(options.output, options.json ? json + '\n' : pageOf(json)));
+  return status;
 }
 
 }  // namespace
@@ -96,8 +94,8 @@ void addReportCommand(CommandLine& line) {
                                   "Show this table file, or those of this folder, beside those of "
                                   "the configuration; may be repeated",
                                   "FILE|DIR"});
-  command.text(options->output,
-               {"-o,--output", "Where to write the page, with --json what it shows", "FILE"});
+  addOutputOptions(command, options->output,
+                   {"-o,--output", "Where to write the page, with --json what it shows", "FILE"});
   command.flag(options->json, {"--json", "Tell what the page shows as JSON, without the page"});
   addFilterOptions(command, options->requests);
   addRequestOption(command, options->requests);

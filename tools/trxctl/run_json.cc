@@ -36,9 +36,8 @@ void write(const ErrorRecord& record, JsonWriter& json) {
 }
 
 void write(const ReportedFailure& failure, JsonWriter& json) {
-  if (!failure.table.empty()) {
-    json.key("firstFailingRow").beginObject().member("table", failure.table);
-    json.key("number").number(failure.number).endObject();
+  if (failure.first_failing) {
+    write(*failure.first_failing, json.key("firstFailingRow"));
   }
   if (failure.record) {
     write(*failure.record, json);
@@ -49,6 +48,10 @@ void write(const ReportedFailure& failure, JsonWriter& json) {
 }
 
 }  // namespace
+
+void write(const RowId& row, JsonWriter& json) {
+  json.beginObject().member("table", row.table).key("number").number(row.number).endObject();
+}
 
 void writeRun(const RunReport& report, JsonWriter& json) {
   const bool is_well = report.outcome.failure.empty();

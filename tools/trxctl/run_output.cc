@@ -79,9 +79,9 @@ void printThreadEnd(const RequestName& request) {
 }
 
 void printFailure(const ReportedFailure& failure, const std::string& reason) {
-  if (!failure.table.empty()) {
-    std::cout << "  first failing row: table " << failure.table << ", NUMBER "
-              << hexText(failure.number) << '\n';
+  if (failure.first_failing) {
+    std::cout << "  first failing row: table " << failure.first_failing->table << ", NUMBER "
+              << hexText(failure.first_failing->number) << '\n';
   }
   if (!reason.empty()) {
     std::cout << "  reason: " << reason << '\n';

@@ -10,6 +10,7 @@
 #include "simulation/rules.h"
 #include "tables/named_files.h"
 #include "trxctl/commands.h"
+#include "trxctl/run_json.h"
 #include "trxctl/run_output.h"
 #include "trxctl/step_dialogue.h"
 #include "trxctl/text_output.h"
@@ -49,11 +50,10 @@ OutcomeRule ruleFrom(const std::string& text, const std::string& what, const std
   const std::size_t call = where.rfind(':');
   if (call != std::string::npos) {
     const std::string nth = where.substr(call + 1);
-    if (nth.empty() || nth.find_first_not_of("0123456789") != std::string::npos || nth.size() > 9 ||
-        std::stoul(nth) == 0) {
+    rule.first = rule.last = decimalNumber(nth).value_or(0);
+    if (rule.first == 0) {
       throw std::invalid_argument("'" + nth + "' counts no call: the first one is 1");
     }
-    rule.first = rule.last = static_cast<unsigned int>(std::stoul(nth));
     where.resize(call);
   }
   rule.where = callPatternFrom(where, table, tables);
@@ -77,17 +77,16 @@ void printJson(const std::string& table, const SimulatedRun& run) {
   json.beginObject().member("table", table).member("end", endText(run));
   json.key("exception").number(run.failure.empty() ? 0 : run.code);
   json.key("waitMs").number(run.wait_ms);
-  if (!run.record.table.empty()) {
-    json.key("firstFailingRow").beginObject().member("table", run.record.table);
-    json.key("number").number(run.record.number).endObject();
+  if (run.record.first_failing) {
+    write(*run.record.first_failing, json.key("firstFailingRow"));
   }
   json.key("rows").beginArray();
-  for (const RanRow& row : run.rows) {
-    json.beginObject().member("table", row.table).key("number").number(row.number).endObject();
+  for (const RowId& row : run.rows) {
+    write(row, json);
   }
   json.endArray().key("calls").beginArray();
   for (const HAPCall& call : run.calls) {
-    json.beginObject().member("table", call.table).key("number").number(call.number);
+    json.beginObject().member("table", call.row.table).key("number").number(call.row.number);
     json.member("hap", call.hap).member("mode", call.mode).member("para", call.para);
     json.member("outcome", textOf(call.outcome)).endObject();
   }

@@ -25,7 +25,7 @@ CallPattern breakFrom(const std::string& text, const std::string& table, const T
   if (const auto found = tables.find(in); found != tables.end()) {
     for (const FlowRow& row : found->second.rows) {
       if (!label.empty() && row.label == label) {
-        return {"", in, row.number_value};
+        return {"", in, row.id.number};
       }
     }
   }
@@ -57,9 +57,9 @@ void StepDialogue::noteRow(const RowEvent& row) {
 }
 
 bool StepDialogue::isBreak(const RowEvent& row) const {
-  HAPCall call{row.table, 0, row.number, "", "", "", {}};
+  HAPCall call{{row.table, row.number}, 0, "", "", "", {}};
   for (const FlowRow& known : tables_.at(row.table).rows) {
-    call.hap = known.number_value == row.number ? known.name : call.hap;
+    call.hap = known.id.number == row.number ? known.name : call.hap;
   }
   return std::any_of(breaks_.begin(), breaks_.end(),
                      [&call](const CallPattern& where) { return where.matches(call); });
@@ -67,12 +67,12 @@ bool StepDialogue::isBreak(const RowEvent& row) const {
 
 void StepDialogue::printContext(const trx::TRXInfo& info) const {
   std::string way;
-  for (const Frame& frame : stack_) {
-    way += (way.empty() ? "" : " > ") + rowText(frame.table, frame.number, "");
+  for (const RowId& frame : stack_) {
+    way += (way.empty() ? "" : " > ") + frame.text();
   }
   const std::string failing = info.error.errTableName.empty()
                                   ? "none"
-                                  : rowText(info.error.errTableName, info.error.errCmdNumber, "");
+                                  : RowId{info.error.errTableName, info.error.errCmdNumber}.text();
   std::cout << paint(Colour::kGrey, "  at " + way + "; a failure is kept for CHECK: " +
                                         (info.isTblCmdErrStack() ? "yes" : "no") +
                                         "; first failing row: " + failing)

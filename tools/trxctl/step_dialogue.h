@@ -29,11 +29,6 @@ class StepDialogue {
   std::optional<HAPOutcome> chosen();
 
  private:
-  struct Frame {
-    std::string table;
-    unsigned int number;  ///< of its row
-  };
-
   bool isBreak(const RowEvent& row) const;
   void noteRow(const RowEvent& row);
   void printContext(const trx::TRXInfo& info) const;
@@ -44,7 +39,7 @@ class StepDialogue {
   const TableFlows& tables_;
   std::vector<CallPattern> breaks_;
   bool steps_;
-  std::vector<Frame> stack_;  // the outermost table first
+  std::vector<RowId> stack_;  // the outermost table first
   std::optional<HAPOutcome> next_;
 };
 

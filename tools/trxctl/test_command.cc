@@ -5,6 +5,7 @@
 #include "common/processes.h"
 #include "trxctl/commands.h"
 #include "trxctl/junit.h"
+#include "trxctl/output_file.h"
 #include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
@@ -14,7 +15,7 @@ constexpr std::size_t kMostJobs = 1000;
 
 struct TestOptions {
   std::vector<std::string> files;
-  std::string junit;
+  OutputOptions junit;
   std::size_t jobs = usualJobs();
 };
 
@@ -38,6 +39,7 @@ void print(const CaseFile& file, const CaseResult& result) {
 }
 
 int test(const TestOptions& options) {
+  const OutputFile junit(options.junit, {".xml"}, options.files);
   bool unreadable = false;
   std::vector<CaseFile> files;
   for (const std::string& name : options.files) {
@@ -61,8 +63,8 @@ int test(const TestOptions& options) {
     }
   }
   std::cout << run - failed << " of " << run << " cases passed\n";
-  if (!options.junit.empty() && writeFile(options.junit, junitOf(tested)) != kExitOk) {
-    return kExitFailed;
+  if (junit) {
+    junit.write(junitOf(tested));
   }
   return unreadable ? kExitFailed : failed != 0 ? kExitFindings : kExitOk;
 }
@@ -77,7 +79,7 @@ void addTestCommand(CommandLine& line) {
                "Example: trxctl test selftest.cases.csv\n"
                "Exit status: 0 all cases passed; 1 one failed; 2 a file could not be run.");
   command.texts(options->files, {"FILE", "Case files", "", {}, true});
-  command.text(options->junit, {"--junit", "Write the results as JUnit XML", "FILE"});
+  addOutputOptions(command, options->junit, {"--junit", "Write the results as JUnit XML", "FILE"});
   command.number(options->jobs,
                  {"-j,--jobs", "Run so many processes; else one a processor", "COUNT"}, 1,
                  kMostJobs);

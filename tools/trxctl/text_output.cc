@@ -37,13 +37,6 @@ int flushed(int status) {
               (errno != 0 ? std::strerror(errno) : "not written"));
 }
 
-int writeFile(const std::string& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
-  return file.fail() ? fail(path + ": " + std::strerror(errno)) : kExitOk;
-}
-
 bool waitWithReader(int time_ms) {
   pollfd output{STDOUT_FILENO, 0, 0};
   return poll(&output, 1, time_ms) <= 0 && std::cout;

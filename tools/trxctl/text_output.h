@@ -13,9 +13,6 @@ int fail(const std::string& message);
 /// Ends standard output: `status` when all of it was written, else `kExitFailed`, after saying why.
 int flushed(int status);
 
-/// Writes `text` into the file at `path`. Returns the exit status: on failure after saying why.
-int writeFile(const std::string& path, const std::string& text);
-
 /// Waits for `time_ms`; false, and at once, when nobody reads standard output any more.
 bool waitWithReader(int time_ms);
 

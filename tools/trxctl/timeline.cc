@@ -2,10 +2,7 @@
 #include "trxctl/timeline.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <limits>
 
 #include "common/json.h"
@@ -13,8 +10,6 @@
 #include "common/times.h"
 #include "traces/record_words.h"
 #include "traces/request_summaries.h"
-#include "trxctl/command_line.h"
-#include "trxctl/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -74,7 +69,7 @@ void Timeline::write(const Bar& bar, std::uint64_t start_ns, JsonWriter& json) {
 }
 
 /// Times count from the first event, so that no digit is lost.
-int Timeline::write(const std::string& path) const {
+std::string Timeline::text() const {
   std::uint64_t start_ns = std::numeric_limits<std::uint64_t>::max();
   for (const Bar& bar : bars_) {
     start_ns = std::min(start_ns, bar.start_ns);
@@ -82,21 +77,16 @@ int Timeline::write(const std::string& path) const {
   for (const kw::platform::TraceRecord& record : errors_) {
     start_ns = std::min(start_ns, record.time_ns);
   }
-  std::ofstream file(path);
   JsonWriter json(1);
   json.beginObject().key("traceEvents").beginArray();
   for (const Bar& bar : bars_) {
     write(bar, start_ns, json);
-    file << json.taken();
   }
   for (const kw::platform::TraceRecord& record : errors_) {
     writeError(record, start_ns, json);
-    file << json.taken();
   }
   json.endArray().member("displayTimeUnit", "ms").endObject();
-  file << json.taken() << '\n';
-  file.close();
-  return file.fail() ? fail(path + ": " + std::strerror(errno)) : kExitOk;
+  return json.taken() + '\n';
 }
 
 }  // namespace kw::trx::tools

@@ -23,8 +23,8 @@ class Timeline {
   void add(const Request& request);
   void addError(const kw::platform::TraceRecord& record) { errors_.push_back(record); }
 
-  /// Writes the file at `path`. Returns the exit status.
-  int write(const std::string& path) const;
+  /// The timeline in JSON.
+  std::string text() const;
 
  private:
   struct Bar {

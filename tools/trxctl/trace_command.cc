@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <memory>
@@ -17,6 +16,7 @@
 #include "traces/placing.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"
+#include "trxctl/output_file.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
 #include "trxctl/timeline.h"
@@ -31,7 +31,8 @@ using kw::platform::TraceRecord;
 constexpr char kDefaultRing[] = "/trace.ring";
 
 struct TraceOptions {
-  std::string file, perfetto;
+  std::string file;
+  OutputOptions perfetto;
   Selection selection;
   bool follow = false;
   bool json = false;
@@ -46,10 +47,8 @@ std::optional<KnownTables> tablesFor(const TraceOptions& options) {
   if (!options.rows && options.tables.empty()) {
     return std::nullopt;
   }
-  std::optional<std::vector<std::string>> modules;
-  KnownTables tables =
-      readTables(tableFilesOf(options.tables),
-                 options.rows ? configuredTables(modules) : std::vector<std::string>());
+  KnownTables tables = readTables(tableFilesOf(options.tables),
+                                  options.rows ? configured().tables : std::vector<std::string>());
   if (tables.flows.empty()) {
     throw std::runtime_error(
         options.tables.empty()
@@ -77,6 +76,7 @@ class TraceShow : private RequestListener {
   }
 
   int run() {
+    const OutputFile perfetto(options_.perfetto, {".json"}, {options_.file});
     RequestReader ring(*this);
     if (options_.follow && !waitForRing(options_.file)) {
       return kExitOk;
@@ -84,7 +84,8 @@ class TraceShow : private RequestListener {
     if (const int opened = openRings({options_.file}, ring); opened != kExitOk) {
       return opened;
     }
-    ring.watch([this](const PlacedRecord& record) { take(record); }, options_.perfetto.empty());
+    ring.watch([this](const PlacedRecord& record) { take(record); },
+               options_.perfetto.path.empty());
     const int status = readRings(ring, {options_.file}, options_.follow, [this] {
       placer_.flush();
       output_.flush();
@@ -96,14 +97,16 @@ class TraceShow : private RequestListener {
     for (const std::string& words : missing) {
       std::cerr << "trxctl: " << words << '\n';
     }
-    const int written = options_.perfetto.empty() ? kExitOk : timeline_.write(options_.perfetto);
-    return std::max(status, written);
+    if (perfetto) {
+      perfetto.write(timeline_.text());
+    }
+    return status;
   }
 
  private:
   /// A suspect record is inside of nothing, and nothing starts or ends with it.
   void take(const PlacedRecord& placed) {
-    if (!options_.perfetto.empty()) {
+    if (!options_.perfetto.path.empty()) {
       if (placed.suspicion == nullptr && placed.record.level == trx::kLevelError) {
         timeline_.addError(placed.record);
       }
@@ -119,13 +122,13 @@ class TraceShow : private RequestListener {
 
   void spanEnded(const Request& request, const Span& span) override {
     seen_.add(span);
-    if (!options_.perfetto.empty()) {
+    if (!options_.perfetto.path.empty()) {
       timeline_.add(request, span);
     }
   }
 
   void requestEnded(const Request& request) override {
-    if (!options_.perfetto.empty()) {
+    if (!options_.perfetto.path.empty()) {
       timeline_.add(request);
     }
   }
@@ -208,11 +211,11 @@ void addTraceCommand(CommandLine& line) {
   command.flag(options->json, {"--json", "Print each record or request as a line of JSON"});
   command.flag(options->follow,
                {"--follow", "Wait for the ring, and go on with new records until interrupted"});
-  command.text(options->perfetto,
-               {"--perfetto",
-                "Print nothing, but write a timeline of all that the ring holds, which "
-                "ui.perfetto.dev opens",
-                "FILE"});
+  addOutputOptions(command, options->perfetto,
+                   {"--perfetto",
+                    "Print nothing, but write a timeline of all that the ring holds, which "
+                    "ui.perfetto.dev opens",
+                    "FILE"});
   command.excludes("--perfetto", {"--level", "--request", "--hap", "--table", "--json", "--follow",
                                   "--rows", "--tables"});
   addSummaryOptions(command, *options);
