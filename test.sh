@@ -57,17 +57,20 @@ case "${1:-}" in
     scripts/package_armhf.sh
     step "building with clang, its thread safety analysis and clang-tidy"
     build_quietly tidy -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    # The files of the tool were compiled one by one above; from here on those of a room together,
+    # which takes half the time.
+    together=(-DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DZQM_TRX_UNITY=ON)
     for preset in asan tsan armhf; do
-      run_tests "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+      run_tests "$preset" "${together[@]}"
     done
     fuzz 30
     scripts/check_instructions.sh
     step "comparing the trace records of this machine and of the device, and their decoding"
-    build_quietly dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    build_quietly dev "${together[@]}"
     scripts/compare_architectures.sh build/dev build/armhf
     step "comparing the binary interface with that of the last release"
     scripts/check_abi.sh
-    run_tests dev -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
+    run_tests dev "${together[@]}"
     ;;
   --soak)
     check_minutes "${2:-}"
