@@ -46,7 +46,9 @@ inline kw::platform::TraceRecord wordsAt(std::uint64_t time, std::uint32_t threa
                                          const trx::TracePoint& point,
                                          const std::vector<std::uint32_t>& words) {
   std::vector<unsigned char> data(words.size() > 4 ? 32 : 16, 0);
-  std::memcpy(data.data(), words.data(), words.size() * sizeof(words[0]));
+  if (!words.empty()) {
+    std::memcpy(data.data(), words.data(), words.size() * sizeof(words[0]));
+  }
   return recordWith(time, thread, point, std::move(data));
 }
 

@@ -131,7 +131,8 @@ TEST_F(FilterTest, ARefusedHAPIsListedAndNotDrawn) {
   EXPECT_EQ(refused["outcome"], "refused");
   EXPECT_EQ(refused["exception"], "0x70001");
   runIn("trace --perfetto timeline.json trace.ring");
-  for (const json& event : json::parse(readFile(dir.path() + "/timeline.json"))["traceEvents"]) {
+  const json timeline = json::parse(readFile(dir.path() + "/timeline.json"));
+  for (const json& event : timeline["traceEvents"]) {
     EXPECT_NE(event.value("cat", ""), "hap") << event;
   }
   EXPECT_EQ(runsOf(jsonOf("stats --json trace.ring")["haps"]), Runs());
