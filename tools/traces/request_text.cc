@@ -32,6 +32,9 @@ std::string textBehind(const Failure& failure, const CodeMeaning& meaning) {
 
 /// The bytes of `words` as text, others than those of ASCII as dots.
 std::string printableText(const std::vector<std::uint32_t>& words, std::size_t bytes) {
+  if (words.empty()) {
+    return {};
+  }
   std::string text(words.size() * sizeof(std::uint32_t), '\0');
   std::memcpy(text.data(), words.data(), text.size());
   text.resize(std::min(text.size(), bytes));
