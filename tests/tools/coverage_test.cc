@@ -2,7 +2,7 @@
 // What ran is counted alike from cases and from files, row by row and arrow by arrow.
 #include <gtest/gtest.h>
 
-#include "coverage/ring_runs.h"
+#include "graph/ring_runs.h"
 #include "coverage/row_counter.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "records_fixture.h"

@@ -8,9 +8,9 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tables/flow.h"
-#include "tables/graph.h"
 
 namespace kw::trx::tools {
 
@@ -52,7 +52,19 @@ Coverage readCoverage(const std::string& file);
 /// True when the file begins as one of that form.
 bool isCoverageFile(const std::string& file);
 
-/// The counts, for a picture, of those tables whose file `coverage` knows.
+/// What is known of the runs of a row, for a picture of its table.
+struct RowCounts {
+  std::uint64_t runs = 0;
+  std::uint64_t onward = 0;  ///< to the next row
+  std::uint64_t errors = 0;  ///< by a jump, or to the error end
+  std::string note = {};     ///< further lines of its box
+  bool failed = false;
+};
+
+/// By table, for each of its rows.
+using GraphCounts = std::map<std::string, std::vector<RowCounts>>;
+
+/// The counts of those tables whose file `coverage` knows.
 GraphCounts graphCountsOf(const TableFlows& tables, const Coverage& coverage);
 
 }  // namespace kw::trx::tools

@@ -17,7 +17,7 @@
 #include "diagnosis/diagnosis.h"
 #include "kw/platform.h"
 #include "report/time_buckets.h"
-#include "tables/graph.h"
+#include "graph/graph.h"
 #include "traces/request_reader.h"
 #include "traces/request_summaries.h"
 #include "traces/statistics.h"

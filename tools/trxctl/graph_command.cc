@@ -14,9 +14,9 @@
 #include <stdexcept>
 
 #include "configuration/configuration.h"
-#include "coverage/ring_runs.h"
+#include "graph/ring_runs.h"
 #include "kw/trx/file_path.h"
-#include "tables/graph.h"
+#include "graph/graph.h"
 #include "tables/named_files.h"
 #include "traces/selection.h"
 #include "trxctl/commands.h"

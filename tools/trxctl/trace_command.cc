@@ -19,7 +19,7 @@
 #include "trxctl/output_file.h"
 #include "trxctl/ring_reading.h"
 #include "trxctl/text_output.h"
-#include "trxctl/timeline.h"
+#include "graph/timeline.h"
 #include "trxctl/trace_output.h"
 #include "zqm_trx/trace_points.h"
 

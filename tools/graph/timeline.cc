@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "trxctl/timeline.h"
+#include "graph/timeline.h"
 
 #include <algorithm>
 #include <cstdio>

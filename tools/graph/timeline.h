@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A timeline as ui.perfetto.dev opens it.
-#ifndef KW_TRX_TOOLS_TRXCTL_TIMELINE_H_
-#define KW_TRX_TOOLS_TRXCTL_TIMELINE_H_
+#ifndef KW_TRX_TOOLS_GRAPH_TIMELINE_H_
+#define KW_TRX_TOOLS_GRAPH_TIMELINE_H_
 
 #include <cstdint>
 #include <string>
@@ -43,4 +43,4 @@ class Timeline {
 
 }  // namespace kw::trx::tools
 
-#endif  // KW_TRX_TOOLS_TRXCTL_TIMELINE_H_
+#endif  // KW_TRX_TOOLS_GRAPH_TIMELINE_H_

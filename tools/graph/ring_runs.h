@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What rings tell of the runs of tables, for the picture of these. One thread.
-#ifndef KW_TRX_TOOLS_COVERAGE_RING_RUNS_H_
-#define KW_TRX_TOOLS_COVERAGE_RING_RUNS_H_
+#ifndef KW_TRX_TOOLS_GRAPH_RING_RUNS_H_
+#define KW_TRX_TOOLS_GRAPH_RING_RUNS_H_
 
 #include <cstdint>
 #include <map>
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "coverage/row_counter.h"
-#include "tables/graph.h"
+#include "graph/graph.h"
 #include "traces/statistics.h"
 
 namespace kw::trx::tools {
@@ -60,4 +60,4 @@ class RingRuns : public RequestListener {
 
 }  // namespace kw::trx::tools
 
-#endif  // KW_TRX_TOOLS_COVERAGE_RING_RUNS_H_
+#endif  // KW_TRX_TOOLS_GRAPH_RING_RUNS_H_

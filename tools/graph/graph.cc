@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tables/graph.h"
+#include "graph/graph.h"
 
 #include <set>
 #include <sstream>

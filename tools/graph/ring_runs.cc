@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "coverage/ring_runs.h"
+#include "graph/ring_runs.h"
 
 #include <algorithm>
 #include <set>
