@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/bench_engine.h"
-#include "tables/check.h"
+#include "lint/check.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "harness.h"
-#include "traces/catalogue.h"
-#include "traces/request_builder.h"
-#include "traces/request_summaries.h"
-#include "traces/statistics.h"
+#include "trace/catalogue.h"
+#include "trace/request_builder.h"
+#include "trace/request_summaries.h"
+#include "trace/statistics.h"
 
 namespace kw::trx::fuzz {
 namespace {

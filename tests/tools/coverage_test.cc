@@ -6,9 +6,9 @@
 #include "coverage/row_counter.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "records_fixture.h"
-#include "simulation/case_run.h"
-#include "tables/surroundings.h"
-#include "traces/request_filter.h"
+#include "cases/case_run.h"
+#include "table/surroundings.h"
+#include "trace/request_filter.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -6,12 +6,12 @@
 #include <map>
 #include <set>
 
-#include "exploration/measure.h"
-#include "exploration/witness.h"
+#include "analysis/measure.h"
+#include "analysis/witness.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "random_tables.h"
-#include "simulation/case_run.h"
-#include "simulation/case_writer.h"
+#include "cases/case_run.h"
+#include "cases/case_writer.h"
 
 namespace kw::trx::testing {
 namespace {

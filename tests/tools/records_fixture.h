@@ -11,10 +11,10 @@
 
 #include "common/text.h"
 #include "kw/trx/testing/engine_fixture.h"
-#include "traces/record_collector.h"
-#include "traces/request_builder.h"
-#include "traces/request_summaries.h"
-#include "traces/statistics.h"
+#include "trace/record_collector.h"
+#include "trace/request_builder.h"
+#include "trace/request_summaries.h"
+#include "trace/statistics.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::testing {

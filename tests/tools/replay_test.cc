@@ -10,8 +10,8 @@
 #include "records_fixture.h"
 #include "replay/replay.h"
 #include "replay/request_recording.h"
-#include "simulation/case_run.h"
-#include "traces/record_words.h"
+#include "cases/case_run.h"
+#include "trace/record_words.h"
 
 namespace kw::trx::testing {
 namespace {

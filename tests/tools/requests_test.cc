@@ -12,7 +12,7 @@
 #include "kw/trx/hap_controller.h"
 #include "kw/trx/logger.h"
 #include "records_fixture.h"
-#include "traces/live_view.h"
+#include "trace/live_view.h"
 
 namespace kw::trx::testing {
 namespace {

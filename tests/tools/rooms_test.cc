@@ -14,7 +14,7 @@
 #include "common/json.h"
 #include "common/processes.h"
 #include "configuration/properties_file.h"
-#include "diagnosis/ring_place.h"
+#include "doctor/ring_place.h"
 #include "kw/platform.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "modules/module_file.h"

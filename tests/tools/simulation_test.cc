@@ -11,8 +11,8 @@
 #include "common/processes.h"
 #include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/testing/temp_dir.h"
-#include "simulation/case_run.h"
-#include "tables/check.h"
+#include "cases/case_run.h"
+#include "lint/check.h"
 
 namespace kw::trx::testing {
 namespace {

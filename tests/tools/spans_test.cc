@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "records_fixture.h"
-#include "traces/changes.h"
+#include "trace/changes.h"
 
 namespace kw::trx::testing {
 namespace {

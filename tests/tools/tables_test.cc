@@ -14,8 +14,8 @@
 #include "kw/trx/errors.h"
 #include "kw/trx/table_controller.h"
 #include "kw/trx/testing/temp_dir.h"
-#include "tables/check.h"
-#include "tables/fix.h"
+#include "lint/check.h"
+#include "lint/fix.h"
 
 namespace kw::trx::testing {
 namespace {

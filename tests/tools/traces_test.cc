@@ -6,7 +6,7 @@
 
 #include "common/times.h"
 #include "records_fixture.h"
-#include "traces/record_words.h"
+#include "trace/record_words.h"
 
 namespace kw::trx::testing {
 namespace {

@@ -7,9 +7,9 @@
 #include "kw/platform.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/trx_config.h"
-#include "traces/event.h"
-#include "traces/record_collector.h"
-#include "traces/record_words.h"
+#include "trace/event.h"
+#include "trace/record_collector.h"
+#include "trace/record_words.h"
 #include "zqm_trx/config_keys.h"
 
 namespace kw::trx::tools {

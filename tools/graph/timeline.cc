@@ -8,8 +8,8 @@
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
-#include "traces/record_words.h"
-#include "traces/request_summaries.h"
+#include "trace/record_words.h"
+#include "trace/request_summaries.h"
 
 namespace kw::trx::tools {
 namespace {

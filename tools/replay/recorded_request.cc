@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "traces/request_summaries.h"
+#include "trace/request_summaries.h"
 
 namespace kw::trx::tools {
 

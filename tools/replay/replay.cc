@@ -10,10 +10,10 @@
 #include "common/characters.h"
 #include "kw/trx/errors.h"
 #include "replay/request_recording.h"
-#include "simulation/case_words.h"
-#include "simulation/row_outcomes.h"
-#include "tables/row_finder.h"
-#include "traces/request_summaries.h"
+#include "cases/case_words.h"
+#include "simulator/row_outcomes.h"
+#include "table/row_finder.h"
+#include "trace/request_summaries.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {

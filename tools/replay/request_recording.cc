@@ -7,9 +7,9 @@
 #include "common/text.h"
 #include "kw/trace_record.h"
 #include "kw/trx/errors.h"
-#include "simulation/simulator.h"
-#include "traces/record_words.h"
-#include "traces/selection.h"
+#include "simulator/simulator.h"
+#include "trace/record_words.h"
+#include "trace/selection.h"
 
 namespace kw::trx::tools {
 namespace {

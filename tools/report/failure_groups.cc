@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "common/text.h"
-#include "traces/codes.h"
+#include "trace/codes.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -5,11 +5,11 @@
 #include "common/text.h"
 #include "report/failure_groups.h"
 #include "report/timed_json.h"
-#include "tables/row_finder.h"
-#include "traces/advice.h"
-#include "traces/catalogue.h"
-#include "traces/codes.h"
-#include "traces/record_words.h"
+#include "table/row_finder.h"
+#include "trace/advice.h"
+#include "trace/catalogue.h"
+#include "trace/codes.h"
+#include "trace/record_words.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {

@@ -9,7 +9,7 @@
 #include "common/times.h"
 #include "report/page.h"
 #include "report/timed_json.h"
-#include "traces/record_words.h"
+#include "trace/record_words.h"
 
 namespace kw::trx::tools {
 namespace {

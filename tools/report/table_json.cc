@@ -6,7 +6,7 @@
 #include "common/paths.h"
 #include "common/text.h"
 #include "report/timed_json.h"
-#include "tables/row_finder.h"
+#include "table/row_finder.h"
 #include "zqm_trx/table_words.h"
 
 namespace kw::trx::tools {

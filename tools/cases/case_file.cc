@@ -1,0 +1,383 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "cases/case_file.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include "common/paths.h"
+#include "common/text.h"
+#include "engine/units.h"
+#include "cases/case_words.h"
+#include "table/named_files.h"
+#include "table/surroundings.h"
+#include "trace/record_collector.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// The cells of one row, without empty ones behind the last.
+using Cells = std::vector<std::string>;
+
+Cells cellsOf(const trx::TableData& data, unsigned int row) {
+  Cells cells;
+  for (int column = 0; column < data.columnSize(row); ++column) {
+    cells.push_back(data.getMember(row, static_cast<unsigned int>(column)));
+  }
+  while (!cells.empty() && cells.back().empty()) {
+    cells.pop_back();
+  }
+  return cells;
+}
+
+bool saysNothing(const Cells& cells) { return cells.empty() || cells[0][0] == kCaseComment; }
+
+/// What is wrong with a cell.
+struct Refusal {
+  unsigned int column;
+  std::string words;
+};
+
+unsigned int numberFrom(const Cells& cells, unsigned int column) {
+  const std::optional<std::uint32_t> number = decimalNumber(cells[column]);
+  if (!number) {
+    throw Refusal{column, "'" + cells[column] + "' is no decimal number"};
+  }
+  return *number;
+}
+
+/// Reads the rows of one file one after the other.
+class CaseReader {
+ public:
+  CaseReader(CaseFile& file, const CellLines& lines, const HAPDescriptions& descriptions)
+      : file_(file), lines_(lines), descriptions_(descriptions) {}
+
+  void read(const Cells& cells, unsigned int row);
+  const TableFlows& tables() const { return tables_.flows; }
+
+ private:
+  using Read = void (CaseReader::*)(const Cells& cells);
+  struct Kind {
+    Read read;
+    std::size_t least;  ///< cells
+    std::size_t most;
+    bool in_case;
+  };
+  static const std::map<std::string, Kind>& kinds();
+
+  void readTables(const Cells& cells);
+  void readNestLimit(const Cells& cells);
+  void beginCase(const Cells& cells);
+  void readUnits(const Cells& cells);
+  void readOutcomes(const Cells& cells);
+  void readRows(const Cells& cells);
+  void readEnd(const Cells& cells);
+  void readFirst(const Cells& cells);
+  void readCalled(const Cells& cells);
+  void readNotCalled(const Cells& cells);
+  void readWait(const Cells& cells);
+
+  CallPattern callPatternOf(const Cells& cells, unsigned int column) const;
+  std::string rowOf(const Cells& cells, unsigned int column) const;
+  TableCase& current() { return file_.cases.back(); }
+
+  void warnOfCode(const CallPattern& where, const HAPOutcome& outcome, unsigned int column);
+
+  CaseFile& file_;
+  const CellLines& lines_;
+  const HAPDescriptions& descriptions_;
+  KnownTables tables_;
+  unsigned int row_ = 0;
+  unsigned int line_ = 0;
+};
+
+constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
+
+const std::map<std::string, CaseReader::Kind>& CaseReader::kinds() {
+  static const std::map<std::string, Kind> kinds = {
+      {kCaseTables, {&CaseReader::readTables, 2, kAnyNumber, false}},
+      {kCaseNest, {&CaseReader::readNestLimit, 2, 2, false}},
+      {kCaseBegin, {&CaseReader::beginCase, 2, 3, false}},
+      {kCaseUnit, {&CaseReader::readUnits, 2, kAnyNumber, true}},
+      {kCaseHAP, {&CaseReader::readOutcomes, 3, kAnyNumber, true}},
+      {kCaseRows, {&CaseReader::readRows, 2, kAnyNumber, true}},
+      {kCaseEnd, {&CaseReader::readEnd, 2, 3, true}},
+      {kCaseFirst, {&CaseReader::readFirst, 2, 2, true}},
+      {kCaseCalled, {&CaseReader::readCalled, 2, 5, true}},
+      {kCaseNotCalled, {&CaseReader::readNotCalled, 2, kAnyNumber, true}},
+      {kCaseWait, {&CaseReader::readWait, 2, 2, true}}};
+  return kinds;
+}
+
+void CaseReader::read(const Cells& cells, unsigned int row) {
+  row_ = row;
+  line_ = lines_.lineOf(row, 0);
+  const auto kind = kinds().find(cells[0]);
+  if (kind == kinds().end()) {
+    std::vector<std::string> names;
+    for (const auto& [name, known] : kinds()) {
+      names.push_back(name);
+    }
+    throw Refusal{0,
+                  "'" + cells[0] + "' begins no row of a case file" + didYouMean(cells[0], names)};
+  }
+  if (kind->second.in_case && file_.cases.empty()) {
+    throw Refusal{0, cells[0] + " stands before the first " + kCaseBegin};
+  }
+  if (cells.size() < kind->second.least) {
+    throw Refusal{static_cast<unsigned int>(cells.size()),
+                  "there is nothing behind " + cells.back()};
+  }
+  if (cells.size() > kind->second.most) {
+    throw Refusal{static_cast<unsigned int>(kind->second.most),
+                  "'" + cells[kind->second.most] + "' is one cell too many"};
+  }
+  (this->*kind->second.read)(cells);
+}
+
+void CaseReader::readTables(const Cells& cells) {
+  const std::filesystem::path folder = std::filesystem::path(file_.file).parent_path();
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    const std::string file = (folder / cells[column]).string();
+    file_.tables.push_back(file);
+    const std::size_t before = tables_.refused.size();
+    tables_ = tools::readTables(file_.tables, {});
+    if (tables_.refused.size() != before) {
+      throw Refusal{column, "the engine does not load " + file + "; see trxctl check"};
+    }
+  }
+}
+
+void CaseReader::readNestLimit(const Cells& cells) {
+  if (!file_.cases.empty()) {
+    throw Refusal{0,
+                  std::string("it holds for all cases, and stands before the first ") + kCaseBegin};
+  }
+  const std::uint64_t limit = numberFrom(cells, 1);
+  if (limit > kMostNestLimit) {
+    throw Refusal{1, "'" + cells[1] + "' is more than " + std::to_string(kMostNestLimit)};
+  }
+  file_.nest_limit = static_cast<unsigned int>(limit);
+}
+
+void CaseReader::beginCase(const Cells& cells) {
+  if (file_.tables.empty()) {
+    throw Refusal{0, std::string("a row ") + kCaseTables + " with the table files comes first"};
+  }
+  const std::string table = cells.size() > 2 ? cells[2] : tableNameOf(file_.tables[0]);
+  if (tables().count(table) == 0) {
+    std::vector<std::string> names;
+    for (const auto& [name, flow] : tables()) {
+      names.push_back(name);
+    }
+    throw Refusal{2, "there is no table '" + table + "' among those of " + kCaseTables +
+                         tableHint(table, names)};
+  }
+  for (const TableCase& other : file_.cases) {
+    if (other.name == cells[1]) {
+      throw Refusal{1, "the case in line " + std::to_string(other.line) + " has this name too"};
+    }
+  }
+  TableCase added;
+  added.name = cells[1];
+  added.line = line_;
+  added.table = table;
+  file_.cases.push_back(added);
+}
+
+void CaseReader::readUnits(const Cells& cells) {
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    const std::string problem = unitProblem(cells[column]);
+    if (!problem.empty()) {
+      throw Refusal{column, problem};
+    }
+    current().units.push_back(cells[column]);
+  }
+}
+
+void CaseReader::readOutcomes(const Cells& cells) {
+  OutcomeRule rule{callPatternOf(cells, 1), {}};
+  const auto again = static_cast<std::size_t>(
+      std::find(cells.begin(), cells.end(), kOutcomesAgain) - cells.begin());
+  if (again + 1 == cells.size()) {
+    throw Refusal{static_cast<unsigned int>(again),
+                  std::string("there is nothing behind ") + kOutcomesAgain};
+  }
+  rule.first = 0;
+  for (unsigned int column = 2; column < cells.size(); ++column) {
+    if (column == again) {
+      rule.period = static_cast<unsigned int>(cells.size() - again - 1);
+      continue;
+    }
+    const std::optional<HAPOutcome> outcome = outcomeFrom(cells[column]);
+    if (!outcome) {
+      throw Refusal{column, "'" + cells[column] + "' is not " + kOutcomeForms};
+    }
+    // The last one holds for all further calls.
+    rule.outcome = *outcome;
+    ++rule.first;
+    warnOfCode(rule.where, *outcome, column);
+    current().outcomes.push_back(rule);
+  }
+}
+
+/// A failure with a code that none of the HAPs it is for can have tries what never happens.
+void CaseReader::warnOfCode(const CallPattern& where, const HAPOutcome& outcome,
+                            unsigned int column) {
+  if (outcome.kind != HAPOutcome::Kind::kFailure || outcome.code == 0) {
+    return;
+  }
+  std::string hap = where.hap;
+  if (where.number) {
+    for (const FlowRow& row : tables().at(where.table).rows) {
+      hap = row.id.number == *where.number ? row.name : hap;
+    }
+  }
+  const auto found = descriptions_.find(hap);
+  if (found != descriptions_.end() && found->second.errors.count(outcome.code) == 0) {
+    std::vector<std::string> codes;
+    for (const auto& [code, about] : found->second.errors) {
+      codes.push_back(hexDigits(code));
+    }
+    file_.warnings.push_back({false, lines_.lineOf(row_, column), columnTitle(column, false),
+                              hap + " does not record the error " + hexDigits(outcome.code) +
+                                  (codes.empty() ? "" : ", but " + listed(codes))});
+  }
+}
+
+void CaseReader::readRows(const Cells& cells) {
+  std::vector<std::string> rows = current().rows.value_or(std::vector<std::string>());
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    rows.push_back(rowOf(cells, column));
+  }
+  current().rows = rows;
+}
+
+void CaseReader::readEnd(const Cells& cells) {
+  ExpectedEnd end;
+  if (cells[1] == kEndNever && cells.size() == 2) {
+    end.kind = ExpectedEnd::Kind::kNever;
+  } else if (cells[1] == kEndError) {
+    end.kind = ExpectedEnd::Kind::kError;
+  } else if (cells[1] == kEndException) {
+    end.kind = ExpectedEnd::Kind::kException;
+  } else if (cells[1] != kEndOk || cells.size() > 2) {
+    throw Refusal{1, "an end is " + std::string(kEndOk) + ", " + kEndError +
+                         " with the message of the table, " + kEndException +
+                         " with its code, or " + kEndNever};
+  }
+  if (cells.size() > 2 && end.kind == ExpectedEnd::Kind::kError) {
+    end.message = cells[2];
+  }
+  if (cells.size() > 2 && end.kind == ExpectedEnd::Kind::kException) {
+    end.code = hexNumber(cells[2]);
+    if (!end.code) {
+      throw Refusal{2, "'" + cells[2] + "' is no hexadecimal code"};
+    }
+  }
+  current().end = end;
+}
+
+void CaseReader::readFirst(const Cells& cells) {
+  current().first_failing = cells[1] == kFirstNone ? cells[1] : rowOf(cells, 1);
+}
+
+void CaseReader::readCalled(const Cells& cells) {
+  const auto cell = [&cells](std::size_t column) {
+    return column < cells.size() ? cells[column] : std::string();
+  };
+  ExpectedCall call{callPatternOf(cells, 1), cells[1], cell(2), cell(3), std::nullopt};
+  if (cells.size() > 4) {
+    call.times = numberFrom(cells, 4);
+  }
+  current().calls.push_back(call);
+}
+
+void CaseReader::readNotCalled(const Cells& cells) {
+  for (unsigned int column = 1; column < cells.size(); ++column) {
+    current().calls.push_back({callPatternOf(cells, column), cells[column], "", "", 0});
+  }
+}
+
+void CaseReader::readWait(const Cells& cells) { current().wait_ms = numberFrom(cells, 1); }
+
+CallPattern CaseReader::callPatternOf(const Cells& cells, unsigned int column) const {
+  try {
+    return callPatternFrom(cells[column], file_.cases.back().table, tables());
+  } catch (const std::invalid_argument& problem) {
+    throw Refusal{column, problem.what()};
+  }
+}
+
+std::string CaseReader::rowOf(const Cells& cells, unsigned int column) const {
+  const std::string& table = file_.cases.back().table;
+  try {
+    const CallPattern pattern = patternFrom(cells[column], table, tables());
+    if (!pattern.number) {
+      throw Refusal{column, "'" + cells[column] + "' is not the NUMBER of a row"};
+    }
+    return RowId{pattern.table, *pattern.number}.text(table);
+  } catch (const std::invalid_argument& problem) {
+    throw Refusal{column, problem.what()};
+  }
+}
+
+}  // namespace
+
+bool isCaseFile(const std::string& file) {
+  const RecordCollector quiet;
+  trx::TableData data;
+  if (data.load(absolutePath(file)) != 0) {
+    return false;
+  }
+  for (unsigned int row = 0; row < data.rowSize(); ++row) {
+    const Cells cells = cellsOf(data, row);
+    if (!saysNothing(cells)) {
+      return cells[0] == kCaseTables || cells[0] == kCaseBegin;
+    }
+  }
+  return false;
+}
+
+CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptions) {
+  CaseFile result;
+  result.file = file;
+  trx::TableData data;
+  {
+    const RecordCollector quiet;
+    if (data.load(absolutePath(file)) != 0) {
+      result.findings.push_back({true, 0, "", "cannot be read as a CSV file"});
+      return result;
+    }
+  }
+  const CellLines lines(data);
+  CaseReader reader(result, lines, descriptions);
+  for (unsigned int row = 0; row < data.rowSize(); ++row) {
+    const Cells cells = cellsOf(data, row);
+    if (saysNothing(cells)) {
+      continue;
+    }
+    try {
+      reader.read(cells, row);
+    } catch (const Refusal& refusal) {
+      result.findings.push_back({true, lines.lineOf(row, refusal.column),
+                                 columnTitle(refusal.column, false), refusal.words});
+      if (cells[0] == kCaseTables) {
+        return result;  // what names rows and HAPs of them cannot be judged
+      }
+    }
+  }
+  if (result.cases.empty() && result.findings.empty()) {
+    result.findings.push_back({true, 0, "", std::string("no row begins with ") + kCaseBegin});
+  }
+  for (const TableCase& one : result.cases) {
+    if (!one.expectsSomething()) {
+      result.findings.push_back({true, one.line, columnTitle(0, false),
+                                 "the case expects nothing, not even an " + std::string(kCaseEnd)});
+    }
+  }
+  return result;
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the commands that read trace rings share: which requests are wanted, and the loop. One
+// thread.
+#ifndef KW_TRX_TOOLS_COMMAND_LINE_RING_READING_H_
+#define KW_TRX_TOOLS_COMMAND_LINE_RING_READING_H_
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "trace/request_filter.h"
+#include "trace/request_reader.h"
+#include "command_line/command_line.h"
+
+namespace kw::trx::tools {
+
+/// The options that choose requests, as given.
+struct FilterOptions {
+  std::string since, until, request;
+  RequestFilter filter;  ///< the other ones
+};
+
+/// Adds them to a command, all but --request. `needed`: an option that they need; null: none.
+void addFilterOptions(CommandOptions& command, FilterOptions& options,
+                      const char* needed = nullptr);
+
+/// Adds --request.
+void addRequestOption(CommandOptions& command, FilterOptions& options);
+
+/// The filter that they make. Times that count from the end are those of `rings`.
+RequestFilter filterOf(const FilterOptions& options, const std::vector<std::string>& rings);
+
+/// Opens rings in `reader`. Returns the exit status: on failure after saying why.
+int openRings(const std::vector<std::string>& files, RequestReader& reader);
+
+/// Says on standard error that no figure counts so many `runs` of HAPs and rows.
+void sayLeftOut(std::uint64_t runs);
+
+/// Reads `reader`, opened, to its end, and says on standard error what is missing, suspect or odd
+/// in its rings. Returns the exit status: a read that failed leaves unknown what is behind it. With
+/// `follow` it goes on with new records and with rings that are made anew, until SIGINT or until
+/// nobody reads standard output any more; `on_pause` is called whenever there is no record.
+int readRings(RequestReader& reader, const std::vector<std::string>& files, bool follow,
+              const std::function<void()>& on_pause = {});
+
+/// Waits for the ring `file` until it can be opened. False: interrupted.
+bool waitForRing(const std::string& file);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_COMMAND_LINE_RING_READING_H_

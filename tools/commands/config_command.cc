@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <iostream>
+#include <memory>
+
+#include "common/json.h"
+#include "configuration/report.h"
+#include "commands/commands.h"
+#include "command_line/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+struct ConfigOptions {
+  bool strict = false;
+  bool json = false;
+};
+
+void print(const ConfigEntry& entry) {
+  const std::string place = entry.file + ":" + std::to_string(entry.line);
+  if (entry.is_warning) {
+    std::cout << place << ": " << paint(Colour::kYellow, "warning") << ": " << entry.words << '\n';
+    return;
+  }
+  const std::string origin = entry.line == 0 ? "default" : place;
+  std::cout << entry.key << " = " << entry.words << "  " << paint(Colour::kGrey, "(" + origin + ")")
+            << '\n';
+}
+
+void write(const ConfigEntry& entry, JsonWriter& json) {
+  json.beginObject();
+  if (!entry.is_warning) {
+    json.member("key", entry.key).member("value", entry.words);
+  } else {
+    json.member("words", entry.words);
+  }
+  if (entry.line != 0) {
+    json.member("file", entry.file).key("line").number(entry.line);
+  }
+  json.endObject();
+}
+
+void printJson(const ConfigReport& report) {
+  JsonWriter json(2);
+  json.beginObject().key("loads").boolean(report.problem.empty());
+  json.member("problem", report.problem);
+  for (const bool is_warning : {false, true}) {
+    json.key(is_warning ? "warnings" : "values").beginArray();
+    for (const ConfigEntry& entry : report.entries) {
+      if (entry.is_warning == is_warning) {
+        write(entry, json);
+      }
+    }
+    json.endArray();
+  }
+  std::cout << json.endObject().taken() << '\n';
+}
+
+int showConfiguration(const ConfigOptions& options) {
+  const ConfigReport report = reportConfiguration();
+  if (options.json) {
+    printJson(report);
+  }
+  for (const ConfigEntry& entry : options.json ? std::vector<ConfigEntry>() : report.entries) {
+    print(entry);
+  }
+  if (!report.problem.empty()) {
+    return fail(report.problem);
+  }
+  return options.strict && report.hasWarnings() ? kExitFindings : kExitOk;
+}
+
+}  // namespace
+
+void addConfigCommand(CommandLine& line) {
+  auto options = std::make_shared<ConfigOptions>();
+  CommandOptions command = line.add(
+      "config", "Shows the effective configuration, and what is odd about it",
+      "Each value stands with the file and line that set it, or with \"default\".\n"
+      "Example: trxctl config --root /opt/board\n"
+      "Exit status: 0 the engine accepts it; 1 there are warnings, with --strict; 2 it does not.");
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
+  command.run([options] { return showConfiguration(*options); });
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "common/json.h"
+#include "doctor/diagnosis.h"
+#include "commands/commands.h"
+#include "command_line/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kRecords = 65536;
+constexpr std::size_t kMostRecords = 16777216;
+
+struct DoctorOptions {
+  std::string ring;
+  std::size_t records = kRecords;
+  bool strict = false;
+  bool json = false;
+};
+
+void print(const Diagnosis& one) {
+  const Colour colour = one.verdict == Diagnosis::Verdict::kGood      ? Colour::kGreen
+                        : one.verdict == Diagnosis::Verdict::kWarning ? Colour::kYellow
+                                                                      : Colour::kRed;
+  std::cout << paint(colour, nameOf(one.verdict)) << ": " << one.subject << ": " << one.words
+            << '\n';
+  if (!one.way_out.empty()) {
+    std::cout << "    do: " << one.way_out << '\n';
+  }
+}
+
+void printJson(const std::vector<Diagnosis>& found) {
+  JsonWriter json(2);
+  json.beginArray();
+  for (const Diagnosis& one : found) {
+    json.beginObject().member("verdict", nameOf(one.verdict)).member("subject", one.subject);
+    json.member("words", one.words).member("do", one.way_out).endObject();
+  }
+  std::cout << json.endArray().taken() << '\n';
+}
+
+int examineMachine(const DoctorOptions& options) {
+  const std::vector<Diagnosis> found = examine({ZQM_TRX_VERSION, options.ring, options.records});
+  if (options.json) {
+    printJson(found);
+  } else {
+    for (const Diagnosis& one : found) {
+      print(one);
+    }
+  }
+  const auto has = [&found](Diagnosis::Verdict verdict) {
+    return std::any_of(found.begin(), found.end(),
+                       [verdict](const Diagnosis& one) { return one.verdict == verdict; });
+  };
+  return has(Diagnosis::Verdict::kError)                       ? kExitFailed
+         : options.strict && has(Diagnosis::Verdict::kWarning) ? kExitFindings
+                                                               : kExitOk;
+}
+
+}  // namespace
+
+void addDoctorCommand(CommandLine& line) {
+  auto options = std::make_shared<DoctorOptions>();
+  CommandOptions command =
+      line.add("doctor", "Tells whether all is there that a host on this machine needs",
+               "Looks at versions, configuration, modules, tables, the lock and the place of the "
+               "trace ring,\n"
+               "and tells what to do. Run it as the user of the host.\n"
+               "Example: trxctl doctor --ring /var/board/trace.ring\n"
+               "Exit status: 0 nothing is wrong; 1 there are warnings, with --strict; 2 something "
+               "is wrong.");
+  command.text(options->ring, {"--ring", "The file that the host writes its trace into", "FILE"});
+  command.number(options->records,
+                 {"--records", "Records that it is to have room for (65536)", "N"}, 1,
+                 kMostRecords);
+  command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.run([options] { return examineMachine(*options); });
+}
+
+}  // namespace kw::trx::tools

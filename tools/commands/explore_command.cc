@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <utility>
+
+#include "common/processes.h"
+#include "common/text.h"
+#include "analysis/witness.h"
+#include "cases/case_run.h"
+#include "table/named_files.h"
+#include "table/surroundings.h"
+#include "commands/commands.h"
+#include "commands/explore_output.h"
+#include "command_line/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kMostStates = 1000000000;
+
+/// The patterns that `option` gives. Throws in words when one names what is not there.
+std::vector<ClaimPattern> patternsOf(const std::string& option,
+                                     const std::vector<std::string>& texts,
+                                     const TableFlows& tables, const Texts& entries) {
+  std::vector<ClaimPattern> patterns;
+  for (const std::string& text : texts) {
+    try {
+      patterns.push_back(claimPatternFrom(text, tables, entries));
+    } catch (const std::invalid_argument& problem) {
+      std::string words = option;
+      throw std::invalid_argument(
+          words.append(" ").append(text).append(": ").append(problem.what()));
+    }
+  }
+  return patterns;
+}
+
+/// Lets the engine run all witnesses. Throws when it runs one otherwise.
+void confirm(const ExplorationResult& result, const ExploreOptions& options) {
+  std::vector<std::pair<int, const Claim*>> claims;
+  for (const Exploration& exploration : result.explorations) {
+    for (const Claim& claim : exploration.claims) {
+      if (claim.witness) {
+        claims.emplace_back(exploration.table, &claim);
+      }
+    }
+  }
+  std::unique_ptr<Simulator> simulator;  // each process has its own
+  const std::vector<Texts> differences =
+      inProcesses(claims.size(), usualJobs(), [&](std::size_t number) {
+        if (simulator == nullptr) {
+          simulator = std::make_unique<Simulator>(options.files,
+                                                  static_cast<unsigned int>(options.nest_limit));
+        }
+        const auto& [entry, claim] = claims[number];
+        return differencesOf(confirmingCase(result.program, entry, *claim), *simulator);
+      });
+  for (std::size_t i = 0; i < claims.size(); ++i) {
+    if (!differences[i].empty()) {
+      throw std::runtime_error("the engine does not confirm '" + claims[i].second->words +
+                               "': " + differences[i][0] + "; this is a fault of trxctl");
+    }
+  }
+}
+
+/// The tables to begin with among those named, which are `given`: no other one calls them.
+std::vector<int> entriesAmong(const std::set<std::string>& given, const Program& program) {
+  std::vector<int> entries = entriesOf(program);
+  const auto is_other = [&](int entry) {
+    return given.count(program.tables[static_cast<std::size_t>(entry)].flow->name) == 0;
+  };
+  entries.erase(std::remove_if(entries.begin(), entries.end(), is_other), entries.end());
+  return entries;
+}
+
+int exploreTables(ExploreOptions options) {
+  options.files = namedFiles(options.files);
+  std::set<std::string> given;
+  for (const std::string& file : options.files) {
+    given.insert(tableNameOf(file));
+  }
+  addCalledTables(options.files);
+  const KnownTables tables = readTables(options.files, {});
+  if (!tables.refused.empty()) {
+    return fail("the engine does not load the table " + *tables.refused.begin() +
+                "; trxctl check tells why");
+  }
+  ExplorationResult result;
+  result.program = programOf(tables.flows);
+  std::vector<int> entries = entriesAmong(given, result.program);
+  if (!options.table.empty()) {
+    entries = {result.program.find(options.table)};
+    if (entries[0] == kAbsent) {
+      return fail("there is no table '" + options.table + "' in the files" +
+                  tableHint(options.table, tables.names()));
+    }
+  }
+  Texts names;
+  for (const int entry : entries) {
+    names.push_back(result.program.tables[static_cast<std::size_t>(entry)].flow->name);
+  }
+  result.denied = patternsOf("--deny", options.denied, tables.flows, names);
+  result.allowed = patternsOf("--allow", options.allowed, tables.flows, names);
+  for (const int entry : entries) {
+    result.explorations.push_back(explore(
+        result.program, entry, static_cast<unsigned int>(options.nest_limit), options.most_states));
+  }
+  result.unreached = unreachedRows(result.program, result.explorations);
+  confirm(result, options);
+  const std::size_t denied =
+      options.json ? printExplorationJson(options, result) : printExploration(options, result);
+  return denied == 0 ? kExitOk : kExitFindings;
+}
+
+}  // namespace
+
+void addExploreCommand(CommandLine& line) {
+  auto options = std::make_shared<ExploreOptions>();
+  CommandOptions command = line.add(
+      "explore", "Tells what holds for all runs of tables, whatever their HAPs do",
+      "Follows every outcome of every HAP call, through called tables, and prints what can happen\n"
+      "with the shortest run that shows it, as cases of a case file; the engine has run each.\n"
+      "Without --table those of the given tables that no other one calls are explored. The name "
+      "of a\n"
+      "configured table stands for its file; called tables are looked for in the configuration "
+      "too.\n"
+      "Kinds: " +
+          listed(claimKinds()) +
+          ".\n"
+          "Example: trxctl explore selftest.csv rails.csv --deny endless --deny swallowed\n"
+          "Exit status: 0 nothing denied was found; 1 something was; 2 it could not be told.");
+  command.texts(options->files,
+                {"FILE", "Table files, or names of configured tables", "", {}, true});
+  command.text(options->table, {"--table", "Explore this table alone", "NAME"});
+  command.texts(options->denied,
+                {"--deny",
+                 "Take claims of this kind, or the one of this row or message, for errors; may be "
+                 "repeated",
+                 "KIND[=SUBJECT]",
+                 {},
+                 false,
+                 claimKindProblem});
+  command.texts(options->allowed, {"--allow",
+                                   "Not these, though --deny names their kind; may be repeated",
+                                   "KIND[=SUBJECT]",
+                                   {},
+                                   false,
+                                   claimKindProblem});
+  command.number(options->most_calls, {"--most-calls", "More HAP calls are an error", "COUNT"}, 0,
+                 ExploreOptions::kUnlimited);
+  command.number(options->most_wait_ms, {"--most-wait", "Longer waiting is an error", "MS"}, 0,
+                 ExploreOptions::kUnlimited);
+  command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
+                 0, kMostNestLimit);
+  command.number(
+      options->most_states,
+      {"--most-states", "Look at no further calls beyond so many states (2000000)", "STATES"}, 1,
+      kMostStates);
+  command.flag(options->json, {"--json", "Print JSON"});
+  command.run([options] { return exploreTables(*options); });
+}
+
+}  // namespace kw::trx::tools

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/explore_output.h"
+
+#include <algorithm>
+#include <iostream>
+
+#include "common/json.h"
+#include "analysis/witness.h"
+#include "cases/case_writer.h"
+#include "command_line/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+/// A case expects the rows of its run up to so many: longer lists are read by nobody.
+constexpr std::size_t kRowsShown = 100;
+constexpr int kIndent = 2;
+
+const std::string& tableName(const ExplorationResult& result, const Exploration& exploration) {
+  return result.program.tables[static_cast<std::size_t>(exploration.table)].flow->name;
+}
+
+/// True when there is more of something than an option allows.
+bool isAbove(const Bounds& bounds, std::size_t most) {
+  return most != ExploreOptions::kUnlimited && bounds.most.value_or(0) > most;
+}
+
+bool isDenied(const ExploreOptions& options, const ExplorationResult& result,
+              const Exploration& exploration, const Claim& claim) {
+  // Rows that no run gets to are named as by runs of the first table.
+  const bool is_unreached = claim.kind == Claim::Kind::kUnreached;
+  const std::string& entry = tableName(result, is_unreached ? result.explorations[0] : exploration);
+  const auto is_named = [&](const std::vector<ClaimPattern>& patterns) {
+    return std::any_of(patterns.begin(), patterns.end(),
+                       [&](const ClaimPattern& pattern) { return pattern.matches(claim, entry); });
+  };
+  const bool too_much =
+      (claim.kind == Claim::Kind::kCalls && isAbove(exploration.calls, options.most_calls)) ||
+      (claim.kind == Claim::Kind::kWait && isAbove(exploration.wait_ms, options.most_wait_ms));
+  return (is_named(result.denied) && !is_named(result.allowed)) ||
+         (too_much && claim.subject == kMost);
+}
+
+/// The claims of an exploration; the rows that none of them reaches come behind those of the last.
+std::vector<Claim> claimsOf(const ExplorationResult& result, const Exploration& exploration) {
+  std::vector<Claim> claims = exploration.claims;
+  if (&exploration == &result.explorations.back()) {
+    claims.insert(claims.end(), result.unreached.begin(), result.unreached.end());
+  }
+  return claims;
+}
+
+/// The witness of a claim as rows of a case file; empty: it has none.
+std::string rowsOfWitness(const ExploreOptions& options, const ExplorationResult& result,
+                          const Exploration& exploration, const Claim& claim) {
+  if (!claim.witness) {
+    return "";
+  }
+  TableCase witness = witnessCase(result.program, exploration.table, claim);
+  if (witness.rows->size() > kRowsShown) {
+    witness.rows.reset();
+  }
+  return caseRows(witness, tableNameOf(options.files[0]));
+}
+
+std::string text(const Bounds& bounds, const std::string& unit) {
+  const std::string least = bounds.least ? amountText(*bounds.least) + unit : "-";
+  const std::string most = bounds.is_unbounded ? "any number"
+                           : bounds.most       ? amountText(*bounds.most) + unit
+                                               : "-";
+  return least + " to " + most;
+}
+
+void printSummary(const ExplorationResult& result, const Exploration& exploration) {
+  const bool ends =
+      std::none_of(exploration.claims.begin(), exploration.claims.end(),
+                   [](const Claim& claim) { return claim.kind == Claim::Kind::kEndless; });
+  std::cout << "\n# table " << tableName(result, exploration) << ": " << exploration.states
+            << " states; " << (ends ? "every run ends" : "a run need not end") << "; HAP calls "
+            << text(exploration.calls, "") << "; waits " << text(exploration.wait_ms, " ms")
+            << '\n';
+  if (!exploration.is_complete) {
+    std::cout << "# " << paint(Colour::kYellow, "left open")
+              << ": there are more states; what is said of all runs holds for these alone\n";
+  }
+}
+
+void writeBounds(JsonWriter& json, const std::string& name, const Bounds& bounds) {
+  json.key(name).beginObject();
+  if (bounds.least) {
+    json.key("least").number(*bounds.least);
+  }
+  if (bounds.most) {
+    json.key("most").number(*bounds.most);
+  }
+  json.key("unbounded").boolean(bounds.is_unbounded).endObject();
+}
+
+void writeClaim(JsonWriter& json, const Claim& claim, bool denied, const std::string& rows) {
+  json.beginObject().member("kind", nameOf(claim.kind)).member("subject", claim.subject);
+  json.member("words", claim.words).key("denied").boolean(denied);
+  json.member("case", rows).endObject();
+}
+
+}  // namespace
+
+std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result) {
+  std::size_t count = 0;
+  std::cout << tablesRows(options.files, static_cast<unsigned int>(options.nest_limit));
+  for (const Exploration& exploration : result.explorations) {
+    printSummary(result, exploration);
+    for (const Claim& claim : claimsOf(result, exploration)) {
+      const bool denied = isDenied(options, result, exploration, claim);
+      const std::string kind = nameOf(claim.kind);
+      count += denied ? 1 : 0;
+      std::cout << "\n# " << (denied ? paint(Colour::kRed, "error: " + kind) : kind) << ": "
+                << claim.words << '\n'
+                << rowsOfWitness(options, result, exploration, claim);
+    }
+  }
+  return count;
+}
+
+std::size_t printExplorationJson(const ExploreOptions& options, const ExplorationResult& result) {
+  std::size_t count = 0;
+  JsonWriter json{kIndent};
+  json.beginArray();
+  for (const Exploration& exploration : result.explorations) {
+    json.beginObject().member("table", tableName(result, exploration));
+    json.key("states").number(exploration.states);
+    json.key("complete").boolean(exploration.is_complete);
+    writeBounds(json, "calls", exploration.calls);
+    writeBounds(json, "waitMs", exploration.wait_ms);
+    json.key("claims").beginArray();
+    for (const Claim& claim : claimsOf(result, exploration)) {
+      const bool denied = isDenied(options, result, exploration, claim);
+      count += denied ? 1 : 0;
+      writeClaim(json, claim, denied, rowsOfWitness(options, result, exploration, claim));
+    }
+    json.endArray().endObject();
+  }
+  std::cout << json.endArray().taken() << '\n';
+  return count;
+}
+
+}  // namespace kw::trx::tools

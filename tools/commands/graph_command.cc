@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include "configuration/configuration.h"
+#include "graph/ring_runs.h"
+#include "kw/trx/file_path.h"
+#include "graph/graph.h"
+#include "table/named_files.h"
+#include "trace/selection.h"
+#include "commands/commands.h"
+#include "command_line/output_file.h"
+#include "command_line/ring_reading.h"
+#include "command_line/text_output.h"
+
+extern char** environ;
+
+namespace kw::trx::tools {
+namespace {
+
+/// The first one is text, the others are pictures.
+const std::vector<std::string> kFormats = {"dot", "svg", "png", "pdf"};
+
+struct GraphOptions {
+  std::vector<std::string> files;
+  std::string format;  ///< empty: as the extension of `output` tells
+  OutputOptions output;
+  std::string coverage;
+  std::vector<std::string> rings;
+  FilterOptions requests;
+};
+
+/// What is drawn.
+struct Picture {
+  KnownTables tables;
+  std::vector<std::string> names;
+  GraphCounts counts;
+  GraphView view = GraphView::kRuns;
+};
+
+std::string requestProblem(const std::string& id) {
+  const auto request = requestOf(id);
+  return !request ? requestIdProblem(id)
+         : request->second == 0
+             ? "'" + id + "' may be many requests; add the number of one, as in " +
+                   requestText(request->first, 1)
+             : std::string();
+}
+
+/// All that can be read from `file`.
+std::string contentOf(std::FILE* file) {
+  std::string content;
+  char piece[65536];
+  for (std::size_t size = 0; (size = std::fread(piece, 1, sizeof(piece), file)) != 0;) {
+    content.append(piece, size);
+  }
+  return content;
+}
+
+/// A file without a name, in memory.
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> memoryFile() {
+  const int descriptor = memfd_create("graph", MFD_CLOEXEC);
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+      descriptor < 0 ? nullptr : fdopen(descriptor, "w+"), std::fclose);
+  if (file == nullptr) {
+    throw std::runtime_error(std::string("a file in memory: ") + std::strerror(errno));
+  }
+  return file;
+}
+
+/// `graph` as `dot` draws it. Throws when that fails.
+std::string drawn(const std::string& graph, const std::string& format) {
+  const auto input = memoryFile();
+  const auto output = memoryFile();
+  if (std::fputs(graph.c_str(), input.get()) < 0 || std::fflush(input.get()) != 0) {
+    throw std::runtime_error(std::string("a file in memory: ") + std::strerror(errno));
+  }
+  std::rewind(input.get());
+  const std::string type = "-T" + format;
+  const char* const arguments[] = {"dot", type.c_str(), nullptr};
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, fileno(input.get()), STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, fileno(output.get()), STDOUT_FILENO);
+  pid_t child = 0;
+  const int error =
+      posix_spawnp(&child, "dot", &actions, nullptr, const_cast<char* const*>(arguments), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (error == ENOENT) {
+    throw std::runtime_error(
+        "dot, which draws pictures, is not installed: apt-get install graphviz, or print "
+        "the graph with --format dot");
+  }
+  int status = 0;
+  const bool ended = error == 0 && waitpid(child, &status, 0) == child;
+  std::rewind(output.get());
+  std::string picture = contentOf(output.get());
+  if (!ended || status != 0 || picture.empty()) {
+    throw std::runtime_error("dot failed to draw the picture");
+  }
+  return picture;
+}
+
+/// The format of a picture when the name of the file ends so, in any letter case; else "dot".
+std::string formatOf(const std::string& output) {
+  trx::FilePath extension(std::filesystem::path(output).extension().string());
+  extension.toLower();
+  for (const std::string& format : kFormats) {
+    if (extension.value == "." + format) {
+      return format;
+    }
+  }
+  return kFormats[0];
+}
+
+/// Reads the files that are drawn. Throws in words when the engine does not load one.
+std::vector<std::string> namesOf(const std::vector<std::string>& files) {
+  std::vector<std::string> names;
+  TableFlow flow;
+  for (const std::string& file : files) {
+    if (!readFlow(file, flow)) {
+      throw std::runtime_error(file +
+                               ": the engine does not load this table; trxctl check tells why");
+    }
+    names.push_back(flow.name);
+  }
+  return names;
+}
+
+/// Adds what ran by the rings, or in one request of them. Returns the exit status.
+int addRuns(const GraphOptions& options, Picture& picture) {
+  const bool is_way = !options.requests.request.empty();
+  picture.view = is_way ? GraphView::kWay : picture.view;
+  const RequestFilter filter = filterOf(options.requests, options.rings);
+  RingRuns runs(picture.tables.flows, is_way);
+  FilteredRequests filtered(filter, runs);
+  RequestReader reader(filtered);
+  if (const int opened = openRings(options.rings, reader); opened != kExitOk) {
+    return opened;
+  }
+  const int status = readRings(reader, options.rings, false);
+  sayLeftOut(runs.leftOut());
+  if (is_way && filtered.taken() == 0) {
+    return fail(missingRequestText(*filter.request, filter.request_number, reader.requests()));
+  }
+  if (is_way && runs.rings().size() > 1) {
+    return fail("request " + options.requests.request +
+                " is in more than one of the rings; name one ring");
+  }
+  const std::vector<std::string> ran = runs.tables();
+  if (const std::vector<std::string> unknown = runs.problems({}); ran.empty() && !unknown.empty()) {
+    return fail("nothing can be drawn: " + unknown.front());
+  }
+  if (ran.empty()) {
+    return fail((is_way ? "request " + options.requests.request + " ran no row of a table"
+                        : std::string("no record tells of a row")) +
+                "; those of the level info must be in the ring");
+  }
+  picture.names = options.files.empty() ? ran : picture.names;
+  for (const std::string& problem :
+       runs.problems(withCalled(picture.names, picture.tables.flows))) {
+    std::cerr << "trxctl: " << problem << '\n';
+  }
+  picture.counts = runs.counts();
+  return status;
+}
+
+int graphTables(GraphOptions options) {
+  if (options.files.empty() && options.rings.empty()) {
+    throw UsageError("FILE is required");
+  }
+  options.format = options.format.empty() ? formatOf(options.output.path) : options.format;
+  if (options.format != "dot" && options.output.path.empty()) {
+    return fail("a picture needs a file to be written to: add -o FILE." + options.format);
+  }
+  options.files = namedFiles(options.files);
+  std::vector<std::string> inputs = options.files;
+  inputs.insert(inputs.end(), options.rings.begin(), options.rings.end());
+  inputs.push_back(options.coverage);
+  std::vector<std::string> extensions;
+  extensions.reserve(kFormats.size());
+  for (const std::string& format : kFormats) {
+    extensions.push_back('.' + format);
+  }
+  const OutputFile output(options.output, extensions, inputs);
+  Picture picture;
+  picture.names = namesOf(options.files);
+  picture.tables = readTables(options.files, configured().tables);
+  if (picture.tables.flows.empty()) {
+    return fail(
+        "which tables? Name files, or the system root of the host, whose configuration names them, "
+        "with --root");
+  }
+  if (!options.coverage.empty()) {
+    picture.counts = graphCountsOf(picture.tables.flows, readCoverage(options.coverage));
+  } else if (!options.rings.empty()) {
+    if (const int status = addRuns(options, picture); status != kExitOk) {
+      return status;
+    }
+  }
+  const std::string graph = graphOf(picture.tables, picture.names, picture.counts, picture.view);
+  const std::string picture_text = options.format == "dot" ? graph : drawn(graph, options.format);
+  if (output) {
+    output.write(picture_text);
+  } else {
+    std::cout << picture_text;
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+void addGraphCommand(CommandLine& line) {
+  auto options = std::make_shared<GraphOptions>();
+  CommandOptions command = line.add(
+      "graph", "Draws the flow of tables and of the tables that they call",
+      "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey.\n"
+      "The name of a configured table stands for its file. Called tables are looked for among the\n"
+      "files and in the configuration.\n"
+      "With --trace the files may be left out: what ran is drawn, by the configuration.\n"
+      "Example: trxctl graph selftest.csv rails.csv -o selftest.svg\n"
+      "Exit status: 0 the graph is written; 2 it is not.");
+  command.texts(options->files, {"FILE", "Table files, or names of configured tables"});
+  command.text(
+      options->format,
+      {"--format", "dot, or with Graphviz svg, png or pdf; else as the file of -o is named, or dot",
+       "", kFormats});
+  addOutputOptions(
+      command, options->output,
+      {"-o,--output", "Where to write; else standard output, which takes no picture", "FILE"});
+  command.text(
+      options->coverage,
+      {"--coverage", "Colour what has run, by a file of trxctl coverage, and count it", "FILE"});
+  command.texts(options->rings,
+                {"--trace",
+                 "Tell by this ring how often rows ran and failed, and how long they took; may be "
+                 "repeated",
+                 "RING"});
+  command.text(options->requests.request, {"--request",
+                                           "Draw the way of this request of the ring alone",
+                                           "ID.NUMBER",
+                                           {},
+                                           false,
+                                           requestProblem});
+  command.needs("--request", "--trace");
+  addFilterOptions(command, options->requests, "--trace");
+  command.excludes("--trace", {"--coverage"});
+  command.run([options] { return graphTables(*options); });
+}
+
+}  // namespace kw::trx::tools

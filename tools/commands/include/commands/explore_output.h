@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+// Claims about all runs of tables, as a case file and as JSON.
+#ifndef KW_TRX_TOOLS_COMMANDS_EXPLORE_OUTPUT_H_
+#define KW_TRX_TOOLS_COMMANDS_EXPLORE_OUTPUT_H_
+
+#include <string>
+#include <vector>
+
+#include "analysis/claim_pattern.h"
+#include "analysis/claims.h"
+#include "simulator/simulator.h"
+
+namespace kw::trx::tools {
+
+struct ExploreOptions {
+  static constexpr std::size_t kUnlimited = 0xffffffff;
+
+  std::vector<std::string> files;
+  std::string table;
+  std::vector<std::string> denied;
+  std::vector<std::string> allowed;
+  std::size_t most_calls = kUnlimited;
+  std::size_t most_wait_ms = kUnlimited;
+  std::size_t nest_limit = kTableNestLimit;
+  std::size_t most_states = 2000000;
+  bool json = false;
+};
+
+/// The tables explored, and what came of them.
+struct ExplorationResult {
+  Program program;
+  std::vector<Exploration> explorations;
+  std::vector<Claim> unreached;
+  std::vector<ClaimPattern> denied, allowed;
+};
+
+/// Both print all claims, with their witnesses as cases, and return how many were denied.
+std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result);
+std::size_t printExplorationJson(const ExploreOptions& options, const ExplorationResult& result);
+
+}  // namespace kw::trx::tools
+
+#endif  // KW_TRX_TOOLS_COMMANDS_EXPLORE_OUTPUT_H_

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/request_run.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+
+#include "common/paths.h"
+#include "kw/platform.h"
+#include "kw/trx/trx.h"
+#include "kw/trx/trx_config.h"
+#include "engine/child_process.h"
+#include "engine/engine_start.h"
+#include "engine/failure.h"
+#include "engine/name_hints.h"
+#include "engine/units.h"
+#include "table/code_meanings.h"
+#include "commands/run_json.h"
+#include "commands/run_output.h"
+#include "command_line/text_output.h"
+
+namespace kw::trx::tools {
+namespace {
+
+constexpr std::size_t kRingRecords = 65536;
+constexpr std::size_t kCrashRingRecords = 4096;
+
+trx::TRX* interrupted_engine = nullptr;
+
+void stopEngine(int number) {
+  constexpr char notice[] =
+      "\ntrxctl: interrupted; stops before the next row, and at once when interrupted again\n";
+  interrupted_engine->setStopFlag(true);
+  static_cast<void>(std::signal(number, SIG_DFL));
+  static_cast<void>(!::write(STDERR_FILENO, notice, sizeof(notice) - 1));
+}
+
+/// Ends the process: the HAP ends the thread that it lives in.
+[[noreturn]] void endWithThread(const RequestOptions& options) {
+  if (options.json) {
+    JsonWriter json(2);
+    json.beginObject();
+    writeThreadEnd(options.request(), json);
+    std::cout << json.endObject().taken() << std::endl;
+  } else {
+    printThreadEnd(options.request());
+  }
+  noteEndOfWork(kExitFindings);
+  std::_Exit(kExitFindings);
+}
+
+/// A folder for the ring of a process that may be taken down, removed at the end.
+class CrashFolder {
+ public:
+  CrashFolder() {
+    std::error_code error;
+    std::string path = std::filesystem::temp_directory_path(error) / "trxctl.XXXXXX";
+    path_ = mkdtemp(path.data()) == nullptr ? "" : path;
+  }
+  CrashFolder(const CrashFolder&) = delete;
+  CrashFolder& operator=(const CrashFolder&) = delete;
+  ~CrashFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+
+  /// Empty when there is no folder.
+  std::string ring() const { return path_.empty() ? path_ : path_ + "/trace.ring"; }
+
+ private:
+  std::string path_;
+};
+
+int tellCrash(const RequestOptions& options, const ChildEnd& end) {
+  const CrashReport report{
+      options.request(), end.signal, end.exit_status,
+      crashIn(options.ring.empty() ? options.crash_ring : absolutePath(options.ring))};
+  if (options.json) {
+    JsonWriter json(2);
+    json.beginObject();
+    writeCrash(report, json);
+    std::cout << json.endObject().taken() << '\n';
+  } else {
+    printCrash(report);
+  }
+  return kExitCrashed;
+}
+
+std::string nameProblem(const std::string& name) {
+  return name.empty() ? "a name is not empty" : "";
+}
+
+}  // namespace
+
+void addRequestOptions(CommandOptions& command, RequestOptions& options, const std::string& what) {
+  command.text(options.name, {"NAME", what, "", {}, true, nameProblem});
+  command.texts(options.units,
+                {"--unit",
+                 "A unit to work on, such as 300:2:rack/rail2; repeat it for further units",
+                 "TYPE:NO[:PATH]",
+                 {},
+                 false,
+                 unitProblem});
+  command.flag(options.debug_modules, {"--debug-modules", "Load debug modules as well"});
+  command.text(options.ring,
+               {"--ring", "Write the trace of the run to this new ring file", "FILE"});
+  command.flag(options.json, {"--json", "Print JSON"});
+  command.flag(options.in_process,
+               {"--in-process", "Run in the process of the tool itself, as debuggers like it"});
+}
+
+int runApart(RequestOptions& options, const std::function<int()>& body) {
+  if (options.in_process) {
+    return body();
+  }
+  const CrashFolder folder;
+  options.crash_ring = folder.ring();
+  std::cout.flush();
+  const ChildEnd end = runInChild([&body] {
+    try {
+      return flushed(body());
+    } catch (const std::exception& exception) {
+      return fail(exception.what());
+    }
+  });
+  if (end.signal == SIGINT) {
+    static_cast<void>(std::signal(SIGINT, SIG_DFL));
+    static_cast<void>(raise(SIGINT));
+  }
+  return end.signal == 0 && end.status ? *end.status : tellCrash(options, end);
+}
+
+bool beginRun(const RequestOptions& options) {
+  if (!options.ring.empty() &&
+      kw::platform::openTraceRing(absolutePath(options.ring), kRingRecords) != 0) {
+    fail(options.ring + ": " + std::strerror(errno) + "; choose another place for the ring");
+    return false;
+  }
+  if (options.ring.empty() && !options.crash_ring.empty()) {
+    // Without it a crash is told without records.
+    static_cast<void>(kw::platform::openTraceRing(options.crash_ring, kCrashRingRecords));
+  }
+  const std::string problem = startEngine(options.debug_modules);
+  if (!problem.empty()) {
+    fail(problem);
+    return false;
+  }
+  interrupted_engine = trx::TRX::getInstance();
+  static_cast<void>(std::signal(SIGINT, stopEngine));
+  return true;
+}
+
+RunReport runRequest(trx::TRXInfo& info, const RequestOptions& options, RequestCall call,
+                     RowEvents& rows) {
+  call.thread_ended = [&options] { endWithThread(options); };
+  RunReport report{options.request(), runRequest(call), {}, ""};
+  rows.finish();
+  if (!report.outcome.failure.empty()) {
+    // The configuration is loaded, and loading it again would write records into the ring.
+    report.failure = failureOf(
+        info, meaningsIn(hapsOf(trx::TRXConfig::getInstance().getHAPModuleFiles()).descriptions));
+    report.reason =
+        rows.reason().empty() ? "" : rows.reason() + nameHint(info, rows.missingTable());
+  }
+  return report;
+}
+
+int statusOf(const RunReport& report) {
+  return report.outcome.failure.empty() ? kExitOk : kExitFindings;
+}
+
+}  // namespace kw::trx::tools
