@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "support/bench_engine.h"
 #include "lint/check.h"
+#include "support/bench_engine.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ double secondsFor(const Work& work, std::size_t size, std::size_t& findings) {
   const bench::Folder folder;
   const Files files = work.write(folder, size);
   const auto begin = std::chrono::steady_clock::now();
-  const tools::Surroundings around = tools::surroundingsOf(files);
+  const tools::Environment around = tools::environmentOf(files);
   findings = 0;
   for (const std::string& file : files) {
     findings += tools::checkFile(file, around).findings.size();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Case files: any text is read, or refused with a line.
-#include "harness.h"
 #include "cases/case_file.h"
+#include "harness.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace kw::trx;

@@ -2,12 +2,12 @@
 // What ran is counted alike from cases and from files, row by row and arrow by arrow.
 #include <gtest/gtest.h>
 
-#include "graph/ring_runs.h"
+#include "cases/case_run.h"
 #include "coverage/row_counter.h"
+#include "graph/ring_runs.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "records_fixture.h"
-#include "cases/case_run.h"
-#include "table/surroundings.h"
+#include "table/environment.h"
 #include "trace/request_filter.h"
 
 namespace kw::trx::testing {
@@ -64,7 +64,7 @@ TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
   tools::Coverage twice = read;
   tools::merge(twice, read);
   EXPECT_EQ(twice.at(main).at(10).runs, 12U);
-  EXPECT_EQ((*twice.at(main).at(10).branches)[tools::kBadly], 2U);
+  EXPECT_EQ((*twice.at(main).at(10).branches)[tools::kBranchFailed], 2U);
   EXPECT_THROW(tools::readCoverage(main), std::runtime_error);
 }
 

@@ -8,10 +8,10 @@
 
 #include "analysis/measure.h"
 #include "analysis/witness.h"
-#include "kw/trx/testing/temp_dir.h"
-#include "random_tables.h"
 #include "cases/case_run.h"
 #include "cases/case_writer.h"
+#include "kw/trx/testing/temp_dir.h"
+#include "random_tables.h"
 
 namespace kw::trx::testing {
 namespace {
@@ -19,7 +19,7 @@ namespace {
 using tools::Claim;
 
 constexpr unsigned int kNestLimit = 1;
-constexpr std::size_t kMostRows = 300;
+constexpr std::size_t kMaxRows = 300;
 constexpr std::size_t kMostRuns = 400;
 constexpr std::size_t kStates = 1000000;
 
@@ -30,7 +30,7 @@ using Shown = std::map<std::pair<Claim::Kind, std::string>, std::size_t>;
 struct AllRuns {
   Shown shown;
   std::set<std::string> rows;
-  std::optional<std::size_t> least_calls, most_calls;
+  std::optional<std::size_t> least_calls, max_calls;
   std::optional<std::uint64_t> least_wait, most_wait;
   bool all_end = true;
 };
@@ -76,7 +76,7 @@ void note(AllRuns& all, const tools::Simulator& simulator, const std::string& en
     all.all_end = false;
     return;
   }
-  widen(all.most_calls, run.calls.size(), true);
+  widen(all.max_calls, run.calls.size(), true);
   widen(all.most_wait, run.wait_ms, true);
   if (run.failure.empty()) {
     widen(all.least_calls, run.calls.size(), false);
@@ -98,7 +98,7 @@ std::optional<AllRuns> runAll(const tools::Simulator& simulator, const std::stri
     std::size_t made = 0;
     tools::SimulationRequest request;
     request.table = entry;
-    request.most_rows = kMostRows;
+    request.max_rows = kMaxRows;
     request.choose = [&](const tools::HAPCall&) {
       if (made == fails.size()) fails.push_back(false);
       tools::HAPOutcome outcome;
@@ -133,13 +133,13 @@ void compare(const tools::Exploration& exploration, const tools::Simulator& simu
       EXPECT_EQ(
           tools::differencesOf(tools::confirmingCase(program, exploration.table, claim), simulator),
           std::vector<std::string>())
-          << claim.words << '\n'
+          << claim.message << '\n'
           << tools::caseRows(witness, entry);
     }
   }
   EXPECT_EQ(is_endless, !all.all_end);
   for (const Claim& claim : tools::unreachedRows(program, {exploration})) {
-    EXPECT_EQ(all.rows.count(claim.subject), 0U) << claim.words;
+    EXPECT_EQ(all.rows.count(claim.subject), 0U) << claim.message;
   }
   if (!all.all_end) return;
   std::size_t reached = 0;
@@ -149,7 +149,7 @@ void compare(const tools::Exploration& exploration, const tools::Simulator& simu
   EXPECT_EQ(reached, all.rows.size());
   EXPECT_EQ(claimed, all.shown);
   EXPECT_EQ(exploration.calls.least, all.least_calls);
-  EXPECT_EQ(exploration.calls.most, all.most_calls);
+  EXPECT_EQ(exploration.calls.most, all.max_calls);
   EXPECT_EQ(exploration.wait_ms.least, all.least_wait);
   EXPECT_EQ(exploration.wait_ms.most, all.most_wait);
 }
@@ -229,7 +229,7 @@ TEST(ExplorationTest, FaultsInTablesOfTheDemoRigAreFound) {
     bool is_endless = false;
     for (const auto& claims : {found.claims, tools::unreachedRows(program, {found})}) {
       for (const Claim& claim : claims) {
-        words += std::string(tools::nameOf(claim.kind)) + ": " + claim.words + "\n";
+        words += std::string(tools::nameOf(claim.kind)) + ": " + claim.message + "\n";
         is_endless = is_endless || claim.kind == Claim::Kind::kEndless;
       }
     }
@@ -264,15 +264,15 @@ TEST(ExplorationTest, RunsThatAreTooLongToRunAreStillMeasured) {
   const tools::Simulator simulator(files, kNestLimit);
   const tools::Program program = tools::programOf(simulator.tables());
   for (const Row& row :
-       {Row{50, 1U << 10, true}, Row{30, 1U << 30, false}, Row{0, tools::kMostAmount, false}}) {
+       {Row{50, 1U << 10, true}, Row{30, 1U << 30, false}, Row{0, tools::kMaxAmount, false}}) {
     const tools::Exploration found =
         tools::explore(program, program.find("t" + std::to_string(row.first)), kNestLimit, kStates);
     EXPECT_EQ(found.calls.least, row.calls) << row.first;
     EXPECT_EQ(found.calls.most, row.calls) << row.first;
     EXPECT_EQ(found.claims.size(), 4U) << row.first;  // least and most
     for (const Claim& claim : found.claims) {
-      EXPECT_EQ(claim.witness.has_value(), row.is_run) << claim.words;
-      EXPECT_EQ(claim.words.find("not run") == std::string::npos, row.is_run) << claim.words;
+      EXPECT_EQ(claim.witness.has_value(), row.is_run) << claim.message;
+      EXPECT_EQ(claim.message.find("not run") == std::string::npos, row.is_run) << claim.message;
     }
   }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The exclusion semaphore as found and mended, on real semaphores with keys of their own.
+// The exclusion semaphore as found and fixed, on real semaphores with keys of their own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -88,7 +88,7 @@ class LockRoomTest : public ::testing::Test {
 
 TEST_F(LockRoomTest, AHolderAndItsWaitersAreSeenUntilTheHolderIsGone) {
   EXPECT_EQ(condition(), "missing");
-  EXPECT_EQ(createLock(key_).words, "created it, free for one holder");
+  EXPECT_EQ(createLock(key_).message, "created it, free for one holder");
   EXPECT_EQ(condition(), "free");
   EXPECT_TRUE(createLock(key_).done);
   const pid_t holder = start([this] { operate(id(), -1, SEM_UNDO); });
@@ -109,8 +109,8 @@ TEST_F(LockRoomTest, AHolderAndItsWaitersAreSeenUntilTheHolderIsGone) {
               static_cast<double>(time(nullptr)), 60);
   EXPECT_NEAR(static_cast<double>(state.used), static_cast<double>(time(nullptr)), 60);
   const std::string refusal = "process " + std::to_string(holder) + " holds it; --force ";
-  EXPECT_EQ(removeLock(key_, false).words, refusal + "removes it all the same");
-  EXPECT_EQ(repairLock(key_, false).words, refusal + "repairs it all the same");
+  EXPECT_EQ(removeLock(key_, false).message, refusal + "removes it all the same");
+  EXPECT_EQ(repairLock(key_, false).message, refusal + "repairs it all the same");
   EXPECT_EQ(value(), 0);
   end(holder);
   for (int look = 0; look < 500 && (state = lookAtLock(key_)).process == holder; ++look) {
@@ -126,12 +126,12 @@ TEST_F(LockRoomTest, AHolderAndItsWaitersAreSeenUntilTheHolderIsGone) {
   EXPECT_FALSE(repairLock(key_, true).done);
 }
 
-TEST_F(LockRoomTest, WhatIsWrongIsMended) {
+TEST_F(LockRoomTest, WhatIsWrongIsFixed) {
   ASSERT_GE(semget(key_, 2, IPC_CREAT | IPC_EXCL | 0660), 0);
   EXPECT_EQ(condition(), "neverFinished");
-  EXPECT_EQ(repairLock(key_, false).words, "finished it: it is free for one holder");
+  EXPECT_EQ(repairLock(key_, false).message, "finished it: it is free for one holder");
   EXPECT_EQ(condition(), "free");
-  EXPECT_EQ(repairLock(key_, false).words, "nothing is wrong with it");
+  EXPECT_EQ(repairLock(key_, false).message, "nothing is wrong with it");
 
   // Its second semaphore says that a set was never finished, but not that of another program.
   semctl(id(), 0, IPC_RMID);
@@ -140,7 +140,7 @@ TEST_F(LockRoomTest, WhatIsWrongIsMended) {
             [this] { return lookAtLock(key_).waiting == 1; }));
   EXPECT_EQ(condition(), "neverFinishedOrHeld") << "once who waited for it is gone";
   EXPECT_EQ(
-      repairLock(key_, false).words,
+      repairLock(key_, false).message,
       "it was never finished, or a process of another PID namespace holds it; --force repairs "
       "it all the same");
   EXPECT_EQ(value(), 0);
@@ -152,8 +152,9 @@ TEST_F(LockRoomTest, WhatIsWrongIsMended) {
     EXPECT_EQ(condition(), "held");
     end(leaver, reaped);
     EXPECT_EQ(condition(), "abandoned") << reaped;
-    EXPECT_EQ(repairLock(key_, false).words, "gave it back for process " + std::to_string(leaver) +
-                                                 ", which has ended; its value is 1");
+    EXPECT_EQ(
+        repairLock(key_, false).message,
+        "gave it back for process " + std::to_string(leaver) + ", which has ended; its value is 1");
     EXPECT_EQ(condition(), "free");
     EXPECT_EQ(value(), 1);
   }
@@ -234,12 +235,12 @@ TEST_F(LockRoomTest, TheLimitThatIsReachedIsNamed) {
   for (const auto& [limits, words, raised] : cases) {
     limit(limits);
     const SemaphoreShortage shortage = lookAtLock(key_).shortage;
-    EXPECT_EQ(shortage.words.find(words), 0U) << limits << ": " << shortage.words;
-    EXPECT_EQ(shortage.words.empty(), *words == '\0') << shortage.words;
+    EXPECT_EQ(shortage.message.find(words), 0U) << limits << ": " << shortage.message;
+    EXPECT_EQ(shortage.message.empty(), *words == '\0') << shortage.message;
     EXPECT_NE(shortage.advice.find(raised), std::string::npos) << shortage.advice;
     const LockAction action = createLock(key_);
-    EXPECT_EQ(action.done, *words == '\0') << action.words;
-    EXPECT_NE(action.words.find(words), std::string::npos) << action.words;
+    EXPECT_EQ(action.done, *words == '\0') << action.message;
+    EXPECT_NE(action.message.find(words), std::string::npos) << action.message;
   }
   semctl(other, 0, IPC_RMID);
   limit("250 32000 32 128");

@@ -4,13 +4,13 @@
 
 #include <random>
 
+#include "cases/case_run.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/testing/temp_dir.h"
 #include "random_tables.h"
 #include "records_fixture.h"
 #include "replay/replay.h"
 #include "replay/request_recording.h"
-#include "cases/case_run.h"
 #include "trace/record_words.h"
 
 namespace kw::trx::testing {
@@ -33,7 +33,7 @@ TracedRun runTable(const tools::Simulator& simulator,
   TracedRun result;
   tools::SimulationRequest request;
   request.table = "a";
-  request.most_rows = 300;
+  request.max_rows = 300;
   request.choose = choose;
   RecordKeeper keeper;
   request.listener = &keeper;

@@ -221,7 +221,7 @@ TEST_F(ReportTest, NoNamesMakeThePageTooLarge) {
   const std::string far_too_long(4000, '<');
   for (int line = 0; line < 500; ++line) {
     report.configuration.entries.push_back({});
-    report.configuration.entries.back().words = far_too_long;
+    report.configuration.entries.back().message = far_too_long;
   }
   report.machine.push_back({tools::Diagnosis::Verdict::kError, std::string(6000000, '<'), "", ""});
   report.configuration.problem.assign(6000000, '<');

@@ -8,10 +8,10 @@
 #include <csignal>
 #include <stdexcept>
 
+#include "cases/case_run.h"
 #include "common/processes.h"
 #include "kw/trx/testing/engine_fixture.h"
 #include "kw/trx/testing/temp_dir.h"
-#include "cases/case_run.h"
 #include "lint/check.h"
 
 namespace kw::trx::testing {
@@ -65,7 +65,7 @@ TEST(SimulationTest, CasesTellEveryDifferenceAndNoOther) {
   const TempDir dir;
   for (const Case& one : cases) {
     const tools::CaseFile file = fileOf(dir, std::string("CASE,one\n") + one.rows);
-    ASSERT_TRUE(file.findings.empty()) << file.findings[0].words;
+    ASSERT_TRUE(file.findings.empty()) << file.findings[0].message;
     const tools::Simulator simulator(file.tables);
     std::string text;
     for (const std::string& difference : tools::differencesOf(file.cases[0], simulator)) {
@@ -114,7 +114,7 @@ TEST(SimulationTest, ProcessesGiveResultsInOrderAndTellHowOneEnded) {
 TEST(SimulationTest, EveryWrongCellIsNamed) {
   struct Wrong {
     const char* rows;
-    const char* words;
+    const char* message;
   };
   const Wrong wrong[] = {
       {"END,ok\n", "2 A END stands before the first CASE"},
@@ -154,11 +154,11 @@ TEST(SimulationTest, EveryWrongCellIsNamed) {
     std::string text;
     for (const tools::Finding& finding : fileOf(dir, one.rows).findings) {
       text += (text.empty() ? "" : "|") + std::to_string(finding.line) + ' ' + finding.column +
-              ' ' + finding.words;
+              ' ' + finding.message;
     }
     const std::size_t at = text.find(dir.path());
     if (at != std::string::npos) text.replace(at, dir.path().size(), "DIR");
-    EXPECT_EQ(text, one.words) << one.rows;
+    EXPECT_EQ(text, one.message) << one.rows;
   }
 }
 
@@ -189,7 +189,7 @@ TEST(SimulationTest, RowsAreWarnedOfExactlyWhenAConstantOutcomeRunsThemForEver) 
     for (unsigned int failing = 0; failing < 1U << rows && !is_endless; ++failing) {
       tools::SimulationRequest request;
       request.table = "tangled";
-      request.most_rows = 100;
+      request.max_rows = 100;
       request.choose = [failing](const tools::HAPCall& call) {
         tools::HAPOutcome outcome;
         const bool fails = (failing >> (call.row.number - 1) & 1) != 0;
@@ -201,7 +201,7 @@ TEST(SimulationTest, RowsAreWarnedOfExactlyWhenAConstantOutcomeRunsThemForEver) 
     const auto findings = tools::checkFile(file, {}).findings;
     const bool is_warned =
         std::any_of(findings.begin(), findings.end(), [](const tools::Finding& finding) {
-          return finding.words.find(" for ever") != std::string::npos;
+          return finding.message.find(" for ever") != std::string::npos;
         });
     EXPECT_EQ(is_warned, is_endless) << text;
     ++met[is_endless];

@@ -30,7 +30,7 @@ std::string readFile(const std::string& path) {
 /// What a check of `files` in `dir` finds, a line each.
 std::string checked(const TempDir& dir, const std::vector<std::string>& files) {
   fs::current_path(dir.path());
-  const tools::Surroundings around = tools::surroundingsOf(files);
+  const tools::Environment around = tools::environmentOf(files);
   std::ostringstream out;
   for (const std::string& file : files) {
     for (const tools::Finding& finding : tools::checkFile(file, around).findings) {
@@ -38,7 +38,7 @@ std::string checked(const TempDir& dir, const std::vector<std::string>& files) {
       if (finding.line != 0) {
         out << ':' << std::dec << finding.line << " (" << finding.column << ')';
       }
-      out << (finding.is_error ? ": error: " : ": warning: ") << finding.words;
+      out << (finding.is_error ? ": error: " : ": warning: ") << finding.message;
       if (finding.is_error) {
         out << " [0x" << std::hex << finding.id << ']';
       }
@@ -85,7 +85,7 @@ TEST(TablesTest, TheFirstThousandErrorsAreToldAndThatThereAreMore) {
   const auto findings = tools::checkFile(dir.write("all.csv", text + ",0,END\n"), {}).findings;
   ASSERT_EQ(findings.size(), 1001U);
   EXPECT_EQ(findings[999].line, 1003U);
-  EXPECT_EQ(findings[1000].words, "there are more errors than the first 1000; mend these first");
+  EXPECT_EQ(findings[1000].message, "there are more errors than the first 1000; fix these first");
 }
 
 /// `text`, of ASCII alone, with `size` bytes for each letter.
@@ -129,8 +129,8 @@ TEST(TablesTest, EachDialectIsNamedAndFixedWhereThatChangesNoCell) {
   const TempDir dir;
   for (const auto& [bytes, words, text] : cases) {
     const std::string file = dir.write("odd.csv", bytes);
-    EXPECT_EQ(tools::checkFile(file, {}).findings.at(0).words.rfind(words, 0), 0U)
-        << tools::checkFile(file, {}).findings[0].words;
+    EXPECT_EQ(tools::checkFile(file, {}).findings.at(0).message.rfind(words, 0), 0U)
+        << tools::checkFile(file, {}).findings[0].message;
     const tools::FixedFile done = tools::fixFile(file, false);
     EXPECT_EQ(done.steps.empty(), text.empty()) << words;
     EXPECT_EQ(readFile(file), bytes);

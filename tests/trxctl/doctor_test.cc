@@ -21,7 +21,7 @@ TEST(DoctorTest, EveryTroubleIsToldWithAWayOut) {
        "--strict --ring DIR/new.ring", "", "= 0\n"},
       {"hapmodule.number=x\n", "",
        "warning: configuration: DIR/trx.conf:1: |    do: see trxctl config|"
-       "error: configuration: path file and configuration: |    do: mend what trxctl config names",
+       "error: configuration: path file and configuration: |    do: fix what trxctl config names",
        "= 2\n"},
       {"hapmodule.number=2\nhapmodule.file.0=" MODULE_TORN
        "\nhapmodule.file.1=DIR/libzq_hap_no.so\n"
@@ -29,12 +29,12 @@ TEST(DoctorTest, EveryTroubleIsToldWithAWayOut) {
        "haptable.file.2=DIR/torn.csv\n",
        "",
        "error: module: " MODULE_TORN ": nothing defines the symbol|"
-       "; its HAPs are called by the table torn|    do: mend or replace it, or install what it "
+       "; its HAPs are called by the table torn|    do: fix or replace it, or install what it "
        "needs|"
-       "error: module: DIR/libzq_hap_no.so: No such file or directory|    do: mend or replace it, "
+       "error: module: DIR/libzq_hap_no.so: No such file or directory|    do: fix or replace it, "
        "or install what it needs|"
-       "error: table: DIR/bad.csv: no row has VERSION|    do: mend the file|"
-       "warning: table: DIR/odd.csv:4: no table 'gone'|    do: mend the row|"
+       "error: table: DIR/bad.csv: no row has VERSION|    do: fix the file|"
+       "warning: table: DIR/odd.csv:4: no table 'gone'|    do: fix the row|"
        "warning: table: DIR/torn.csv:4: the module that exports the HAP 'TORN_Ok' would not load|"
        "warning: table: DIR/torn.csv:5: no listed module exports the HAP 'TORN_None': the module "
        "file |"

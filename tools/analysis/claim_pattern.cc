@@ -5,9 +5,9 @@
 #include <set>
 #include <stdexcept>
 
+#include "cases/case_file.h"
 #include "common/characters.h"
 #include "common/text.h"
-#include "cases/case_file.h"
 #include "simulator/rules.h"
 
 namespace kw::trx::tools {

@@ -110,8 +110,8 @@ class GoodRun {
 
 class Explorer {
  public:
-  Explorer(const Program& program, int entry, unsigned int nest_limit, std::size_t most_states)
-      : graph_(program, entry, nest_limit, most_states), shortest_(graph_, Measure::kRows) {
+  Explorer(const Program& program, int entry, unsigned int nest_limit, std::size_t max_states)
+      : graph_(program, entry, nest_limit, max_states), shortest_(graph_, Measure::kRows) {
     result_.table = entry;
   }
 
@@ -210,13 +210,13 @@ class Explorer {
 
 Claim Witnesses::give(Claim claim, const std::function<RunPath()>& witness) {
   if (rows_left_ == 0) {
-    claim.words += "; not run, after cases of " + std::to_string(kMostRows) + " rows";
+    claim.message += "; not run, after cases of " + std::to_string(kMaxRows) + " rows";
     return claim;
   }
   RunPath path = witness();
   rows_left_ -= std::min(rows_left_, path.rows.size());
   if (path.is_cut) {
-    claim.words += "; not run, in more than " + std::to_string(RunPath::kMostRows) + " rows";
+    claim.message += "; not run, in more than " + std::to_string(RunPath::kMaxRows) + " rows";
     return claim;
   }
   claim.witness = std::move(path);
@@ -224,7 +224,7 @@ Claim Witnesses::give(Claim claim, const std::function<RunPath()>& witness) {
 }
 
 std::string amountText(std::uint64_t amount) {
-  return (amount < kMostAmount ? "" : "at least ") + std::to_string(amount);
+  return (amount < kMaxAmount ? "" : "at least ") + std::to_string(amount);
 }
 
 const char* nameOf(Claim::Kind kind) {
@@ -249,8 +249,8 @@ std::vector<std::string> claimKinds() {
 }
 
 Exploration explore(const Program& program, int entry, unsigned int nest_limit,
-                    std::size_t most_states) {
-  return Explorer(program, entry, nest_limit, most_states).run();
+                    std::size_t max_states) {
+  return Explorer(program, entry, nest_limit, max_states).run();
 }
 
 std::vector<Claim> unreachedRows(const Program& program,

@@ -13,7 +13,7 @@ namespace {
 std::int64_t lengthOfBoth(std::int64_t one, std::int64_t other) {
   return one == kNoBound || other == kNoBound
              ? kNoBound
-             : std::min(static_cast<std::int64_t>(kMostAmount), one + other);
+             : std::min(static_cast<std::int64_t>(kMaxAmount), one + other);
 }
 
 }  // namespace

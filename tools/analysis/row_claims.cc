@@ -122,9 +122,9 @@ class RowClaims {
     }
   }
 
-  void add(Claim::Kind kind, const std::string& subject, const std::string& words,
+  void add(Claim::Kind kind, const std::string& subject, const std::string& message,
            const std::function<RunPath()>& witness) {
-    claims_.push_back(witnesses_.give({kind, subject, words, std::nullopt}, witness));
+    claims_.push_back(witnesses_.give({kind, subject, message, std::nullopt}, witness));
   }
 
   std::string nameOf(const Place& place) const {

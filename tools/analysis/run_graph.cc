@@ -7,8 +7,8 @@
 namespace kw::trx::tools {
 
 RunGraph::RunGraph(const Program& program, int entry, unsigned int nest_limit,
-                   std::size_t most_states)
-    : program_(program), nest_limit_(nest_limit), most_states_(most_states) {
+                   std::size_t max_states)
+    : program_(program), nest_limit_(nest_limit), max_states_(max_states) {
   std::vector<Open> stack = {{activationFor(entry, false, nullptr), {0}}};
   while (!stack.empty()) {
     // A callee that is opened moves the stack: nothing of it may be held across `expand`.
@@ -61,7 +61,7 @@ int RunGraph::activationFor(int table, bool mark, const Activation* caller) {
   const auto added = known_.insert({{table, mark, depth}, static_cast<int>(activations_.size())});
   if (added.second) {
     Activation activation{table, mark, depth, {}, {}, {}};
-    activation.is_left_out = !activations_.empty() && states_ >= most_states_;
+    activation.is_left_out = !activations_.empty() && states_ >= max_states_;
     is_complete_ = is_complete_ && !activation.is_left_out;
     activation.steps.resize(activation.is_left_out ? 0 : called.flow->rows.size() * 2);
     activation.reached.resize(activation.steps.size());

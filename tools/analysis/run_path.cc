@@ -44,7 +44,7 @@ void PathWriter::writeStep(RunPath& path, int activation, std::size_t state, con
 
 void PathWriter::writeRow(RunPath& path, int activation, std::size_t state,
                           Step::Choice choice) const {
-  path.is_cut = path.is_cut || path.rows.size() == RunPath::kMostRows;
+  path.is_cut = path.is_cut || path.rows.size() == RunPath::kMaxRows;
   if (path.is_cut) {
     return;
   }

@@ -15,9 +15,9 @@ using Nearest = std::priority_queue<Entry, std::vector<Entry>, std::greater<>>;
 /// Of runs that take as much of their measure, the one of fewer rows is the shorter one: rows are
 /// counted in the low bits, as far as a path can be written.
 constexpr unsigned int kRowsBits = 17;
-constexpr std::uint64_t kMostCounted = (std::uint64_t{1} << kRowsBits) - 1;
-static_assert(kMostCounted > RunPath::kMostRows);
-static_assert(((kMostAmount << kRowsBits) | kMostCounted) < kNoLength);
+constexpr std::uint64_t kMaxCounted = (std::uint64_t{1} << kRowsBits) - 1;
+static_assert(kMaxCounted > RunPath::kMaxRows);
+static_assert(((kMaxAmount << kRowsBits) | kMaxCounted) < kNoLength);
 
 }  // namespace
 
@@ -25,9 +25,8 @@ std::uint64_t lengthOfBoth(std::uint64_t one, std::uint64_t other) {
   if (one >= kNoLength || other >= kNoLength) {
     return kNoLength;
   }
-  const std::uint64_t amount = std::min(kMostAmount, (one >> kRowsBits) + (other >> kRowsBits));
-  return (amount << kRowsBits) |
-         std::min(kMostCounted, (one & kMostCounted) + (other & kMostCounted));
+  const std::uint64_t amount = std::min(kMaxAmount, (one >> kRowsBits) + (other >> kRowsBits));
+  return (amount << kRowsBits) | std::min(kMaxCounted, (one & kMaxCounted) + (other & kMaxCounted));
 }
 
 std::uint64_t ShortestRuns::amountOf(std::uint64_t length) { return length >> kRowsBits; }

@@ -25,7 +25,7 @@ class WitnessWriter {
   WitnessWriter(const Program& program, int entry, const Claim& claim)
       : program_(program), entry_(entry), path_(*claim.witness) {
     case_.table = flowOf(entry).name;
-    case_.name = case_.table + ": " + claim.words;
+    case_.name = case_.table + ": " + claim.message;
     case_.first_failing = kFirstNone;
   }
 
@@ -105,13 +105,13 @@ TableCase witnessCase(const Program& program, int entry, const Claim& claim) {
 TableCase confirmingCase(const Program& program, int entry, const Claim& claim) {
   TableCase run = witnessCase(program, entry, claim);
   const RunPath& path = *claim.witness;
-  run.most_rows = path.rows.size() + 1;
+  run.max_rows = path.rows.size() + 1;
   if (path.isEndless()) {
     const std::size_t round = path.rows.size() - path.repeats_from;
     for (std::size_t i = 0; i < (kRounds - 1) * round; ++i) {
       run.rows->push_back((*run.rows)[path.repeats_from + i]);
     }
-    run.most_rows = run.rows->size();
+    run.max_rows = run.rows->size();
   }
   return run;
 }

@@ -6,12 +6,12 @@
 #include <map>
 #include <stdexcept>
 
+#include "cases/case_words.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "engine/units.h"
-#include "cases/case_words.h"
+#include "table/environment.h"
 #include "table/named_files.h"
-#include "table/surroundings.h"
 #include "trace/record_collector.h"
 
 namespace kw::trx::tools {
@@ -36,7 +36,7 @@ bool saysNothing(const Cells& cells) { return cells.empty() || cells[0][0] == kC
 /// What is wrong with a cell.
 struct Refusal {
   unsigned int column;
-  std::string words;
+  std::string message;
 };
 
 unsigned int numberFrom(const Cells& cells, unsigned int column) {
@@ -155,8 +155,8 @@ void CaseReader::readNestLimit(const Cells& cells) {
                   std::string("it holds for all cases, and stands before the first ") + kCaseBegin};
   }
   const std::uint64_t limit = numberFrom(cells, 1);
-  if (limit > kMostNestLimit) {
-    throw Refusal{1, "'" + cells[1] + "' is more than " + std::to_string(kMostNestLimit)};
+  if (limit > kMaxNestLimit) {
+    throw Refusal{1, "'" + cells[1] + "' is more than " + std::to_string(kMaxNestLimit)};
   }
   file_.nest_limit = static_cast<unsigned int>(limit);
 }
@@ -362,7 +362,7 @@ CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptio
       reader.read(cells, row);
     } catch (const Refusal& refusal) {
       result.findings.push_back({true, lines.lineOf(row, refusal.column),
-                                 columnTitle(refusal.column, false), refusal.words});
+                                 columnTitle(refusal.column, false), refusal.message});
       if (cells[0] == kCaseTables) {
         return result;  // what names rows and HAPs of them cannot be judged
       }

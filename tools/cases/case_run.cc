@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
+#include "cases/case_words.h"
 #include "common/text.h"
 #include "kw/trx/errors.h"
-#include "cases/case_words.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -85,10 +85,10 @@ void compareCalls(const ExpectedCall& expected, const SimulatedRun& run, Lines& 
   if (expected.times ? times == *expected.times : times != 0) {
     return;
   }
-  std::string words = std::string(expected.times == 0U ? kCaseNotCalled : kCaseCalled) + ": " +
-                      expected.text + " is called " + std::to_string(times) + " times";
-  words += expected.times ? ", expected " + std::to_string(*expected.times) : "";
-  differences.push_back(words + (others.empty() ? "" : "; but " + others[0]));
+  std::string message = std::string(expected.times == 0U ? kCaseNotCalled : kCaseCalled) + ": " +
+                        expected.text + " is called " + std::to_string(times) + " times";
+  message += expected.times ? ", expected " + std::to_string(*expected.times) : "";
+  differences.push_back(message + (others.empty() ? "" : "; but " + others[0]));
 }
 
 }  // namespace
@@ -112,7 +112,7 @@ std::vector<std::string> differencesOf(const TableCase& expected, const Simulato
   SimulationRequest request;
   request.table = expected.table;
   request.units = expected.units;
-  request.most_rows = expected.most_rows;
+  request.max_rows = expected.max_rows;
   request.listener = listener;
   request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
   const SimulatedRun run = simulator.run(request);

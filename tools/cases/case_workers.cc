@@ -4,8 +4,8 @@
 #include <memory>
 #include <utility>
 
-#include "common/processes.h"
 #include "cases/case_run.h"
+#include "common/processes.h"
 
 namespace kw::trx::tools {
 

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "common/text.h"
 #include "cases/case_words.h"
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {

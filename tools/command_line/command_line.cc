@@ -4,10 +4,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "command_line/text_output.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "kw/platform.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

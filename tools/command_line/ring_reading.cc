@@ -8,12 +8,12 @@
 #include <ctime>
 #include <iostream>
 
+#include "command_line/text_output.h"
 #include "common/processes.h"
 #include "common/times.h"
 #include "kw/platform.h"
 #include "kw/ring_reader.h"
 #include "trace/selection.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -5,14 +5,14 @@
 #include <memory>
 #include <stdexcept>
 
-#include "configuration/configuration.h"
 #include "cases/case_file.h"
+#include "command_line/text_output.h"
+#include "commands/check_output.h"
+#include "commands/commands.h"
+#include "configuration/configuration.h"
 #include "lint/check.h"
 #include "lint/fix.h"
 #include "table/named_files.h"
-#include "commands/check_output.h"
-#include "commands/commands.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -45,7 +45,7 @@ bool fix(std::vector<std::string>& files, bool in_place) {
   return all_fixed;
 }
 
-CheckedFile checkCases(const std::string& file, const Surroundings& around) {
+CheckedFile checkCases(const std::string& file, const Environment& around) {
   const CaseFile cases = readCaseFile(file, around.haps.descriptions);
   CheckedFile checked{file, cases.findings};
   checked.findings.insert(checked.findings.end(), cases.warnings.begin(), cases.warnings.end());
@@ -71,7 +71,7 @@ int check(CheckOptions options) {
   std::vector<std::string> tables;
   std::copy_if(options.files.begin(), options.files.end(), std::back_inserter(tables),
                [](const std::string& file) { return !isCaseFile(file); });
-  const Surroundings around = surroundingsOf(tables);
+  const Environment around = environmentOf(tables);
   CheckJson json;
   CheckSarif sarif;
   bool errors = false;

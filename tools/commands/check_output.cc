@@ -5,8 +5,8 @@
 #include <cctype>
 #include <iostream>
 
-#include "common/text.h"
 #include "command_line/text_output.h"
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -22,7 +22,7 @@ void write(const Finding& finding, JsonWriter& json) {
     json.member("column", finding.column.substr(0, 1));
     json.member("name", finding.column.size() > 3 ? finding.column.substr(3) : "");
   }
-  json.member("words", finding.words);
+  json.member("words", finding.message);
   if (finding.id != 0) {
     json.member("traceId", hexText(finding.id));
   }
@@ -60,7 +60,7 @@ void print(const CheckedFile& checked) {
     std::cout << ": "
               << (finding.is_error ? paint(Colour::kRed, "error")
                                    : paint(Colour::kYellow, "warning"))
-              << ": " << finding.words;
+              << ": " << finding.message;
     if (finding.id != 0) {
       std::cout << ' ' << paint(Colour::kGrey, "[" + hexText(finding.id) + "]");
     }
@@ -91,7 +91,7 @@ void CheckSarif::add(const CheckedFile& checked) {
     const std::string cell = finding.line == 0 ? "" : finding.column + ": ";
     json_.beginObject().member("ruleId", ruleOf(finding));
     json_.member("level", finding.is_error ? "error" : "warning");
-    json_.key("message").beginObject().member("text", cell + finding.words).endObject();
+    json_.key("message").beginObject().member("text", cell + finding.message).endObject();
     json_.key("locations").beginArray().beginObject();
     json_.key("physicalLocation").beginObject().key("artifactLocation").beginObject();
     json_.member("uri", uriOf(checked.file)).endObject();

@@ -2,10 +2,10 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/json.h"
 #include "configuration/report.h"
-#include "commands/commands.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -18,20 +18,21 @@ struct ConfigOptions {
 void print(const ConfigEntry& entry) {
   const std::string place = entry.file + ":" + std::to_string(entry.line);
   if (entry.is_warning) {
-    std::cout << place << ": " << paint(Colour::kYellow, "warning") << ": " << entry.words << '\n';
+    std::cout << place << ": " << paint(Colour::kYellow, "warning") << ": " << entry.message
+              << '\n';
     return;
   }
   const std::string origin = entry.line == 0 ? "default" : place;
-  std::cout << entry.key << " = " << entry.words << "  " << paint(Colour::kGrey, "(" + origin + ")")
-            << '\n';
+  std::cout << entry.key << " = " << entry.message << "  "
+            << paint(Colour::kGrey, "(" + origin + ")") << '\n';
 }
 
 void write(const ConfigEntry& entry, JsonWriter& json) {
   json.beginObject();
   if (!entry.is_warning) {
-    json.member("key", entry.key).member("value", entry.words);
+    json.member("key", entry.key).member("value", entry.message);
   } else {
-    json.member("words", entry.words);
+    json.member("words", entry.message);
   }
   if (entry.line != 0) {
     json.member("file", entry.file).key("line").number(entry.line);

@@ -6,15 +6,15 @@
 #include <memory>
 #include <stdexcept>
 
-#include "common/paths.h"
-#include "configuration/configuration.h"
-#include "coverage/row_counter.h"
 #include "cases/case_run.h"
-#include "table/surroundings.h"
-#include "commands/commands.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
+#include "commands/commands.h"
+#include "common/paths.h"
+#include "configuration/configuration.h"
+#include "coverage/row_counter.h"
+#include "table/environment.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -32,7 +32,7 @@ struct CoverageOptions {
 void addCases(const std::string& name, Coverage& coverage) {
   const CaseFile file = readCaseFile(name);
   if (!file.findings.empty()) {
-    throw std::runtime_error(name + ": " + file.findings[0].words + "; see trxctl check");
+    throw std::runtime_error(name + ": " + file.findings[0].message + "; see trxctl check");
   }
   const Simulator simulator(file.tables, file.nest_limit);
   RowCounter counter(simulator.tables());
@@ -80,9 +80,10 @@ std::size_t printSummary(const Coverage& coverage, std::ostream& out) {
     for (const auto& [line, row] : file) {
       if (row.runs == 0) {
         out << "  line " << line << " never ran\n";
-      } else if (row.branches && ((*row.branches)[kWell] == 0) != ((*row.branches)[kBadly] == 0)) {
+      } else if (row.branches && ((*row.branches)[kBranchSucceeded] == 0) !=
+                                     ((*row.branches)[kBranchFailed] == 0)) {
         out << "  line " << line
-            << ((*row.branches)[kWell] == 0 ? " never went well\n" : " never failed\n");
+            << ((*row.branches)[kBranchSucceeded] == 0 ? " never went well\n" : " never failed\n");
       }
     }
     all.rows += sum.rows;

@@ -3,16 +3,16 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/json.h"
 #include "doctor/diagnosis.h"
-#include "commands/commands.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kRecords = 65536;
-constexpr std::size_t kMostRecords = 16777216;
+constexpr std::size_t kMaxRecords = 16777216;
 
 struct DoctorOptions {
   std::string ring;
@@ -25,10 +25,10 @@ void print(const Diagnosis& one) {
   const Colour colour = one.verdict == Diagnosis::Verdict::kGood      ? Colour::kGreen
                         : one.verdict == Diagnosis::Verdict::kWarning ? Colour::kYellow
                                                                       : Colour::kRed;
-  std::cout << paint(colour, nameOf(one.verdict)) << ": " << one.subject << ": " << one.words
+  std::cout << paint(colour, nameOf(one.verdict)) << ": " << one.subject << ": " << one.message
             << '\n';
-  if (!one.way_out.empty()) {
-    std::cout << "    do: " << one.way_out << '\n';
+  if (!one.remedy.empty()) {
+    std::cout << "    do: " << one.remedy << '\n';
   }
 }
 
@@ -37,7 +37,7 @@ void printJson(const std::vector<Diagnosis>& found) {
   json.beginArray();
   for (const Diagnosis& one : found) {
     json.beginObject().member("verdict", nameOf(one.verdict)).member("subject", one.subject);
-    json.member("words", one.words).member("do", one.way_out).endObject();
+    json.member("words", one.message).member("do", one.remedy).endObject();
   }
   std::cout << json.endArray().taken() << '\n';
 }
@@ -74,8 +74,7 @@ void addDoctorCommand(CommandLine& line) {
                "is wrong.");
   command.text(options->ring, {"--ring", "The file that the host writes its trace into", "FILE"});
   command.number(options->records,
-                 {"--records", "Records that it is to have room for (65536)", "N"}, 1,
-                 kMostRecords);
+                 {"--records", "Records that it is to have room for (65536)", "N"}, 1, kMaxRecords);
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
   command.flag(options->json, {"--json", "Print JSON"});
   command.run([options] { return examineMachine(*options); });

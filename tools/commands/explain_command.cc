@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/characters.h"
 #include "common/text.h"
 #include "kw/trx/errors.h"
@@ -12,8 +14,6 @@
 #include "trace/advice.h"
 #include "trace/catalogue.h"
 #include "trace/codes.h"
-#include "commands/commands.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

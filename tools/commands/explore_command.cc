@@ -5,20 +5,20 @@
 #include <stdexcept>
 #include <utility>
 
-#include "common/processes.h"
-#include "common/text.h"
 #include "analysis/witness.h"
 #include "cases/case_run.h"
-#include "table/named_files.h"
-#include "table/surroundings.h"
+#include "command_line/text_output.h"
 #include "commands/commands.h"
 #include "commands/explore_output.h"
-#include "command_line/text_output.h"
+#include "common/processes.h"
+#include "common/text.h"
+#include "table/environment.h"
+#include "table/named_files.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kMostStates = 1000000000;
+constexpr std::size_t kMaxStates = 1000000000;
 
 /// The patterns that `option` gives. Throws in words when one names what is not there.
 std::vector<ClaimPattern> patternsOf(const std::string& option,
@@ -29,9 +29,9 @@ std::vector<ClaimPattern> patternsOf(const std::string& option,
     try {
       patterns.push_back(claimPatternFrom(text, tables, entries));
     } catch (const std::invalid_argument& problem) {
-      std::string words = option;
+      std::string message = option;
       throw std::invalid_argument(
-          words.append(" ").append(text).append(": ").append(problem.what()));
+          message.append(" ").append(text).append(": ").append(problem.what()));
     }
   }
   return patterns;
@@ -59,7 +59,7 @@ void confirm(const ExplorationResult& result, const ExploreOptions& options) {
       });
   for (std::size_t i = 0; i < claims.size(); ++i) {
     if (!differences[i].empty()) {
-      throw std::runtime_error("the engine does not confirm '" + claims[i].second->words +
+      throw std::runtime_error("the engine does not confirm '" + claims[i].second->message +
                                "': " + differences[i][0] + "; this is a fault of trxctl");
     }
   }
@@ -105,7 +105,7 @@ int exploreTables(ExploreOptions options) {
   result.allowed = patternsOf("--allow", options.allowed, tables.flows, names);
   for (const int entry : entries) {
     result.explorations.push_back(explore(
-        result.program, entry, static_cast<unsigned int>(options.nest_limit), options.most_states));
+        result.program, entry, static_cast<unsigned int>(options.nest_limit), options.max_states));
   }
   result.unreached = unreachedRows(result.program, result.explorations);
   confirm(result, options);
@@ -148,16 +148,16 @@ void addExploreCommand(CommandLine& line) {
                                    {},
                                    false,
                                    claimKindProblem});
-  command.number(options->most_calls, {"--most-calls", "More HAP calls are an error", "COUNT"}, 0,
+  command.number(options->max_calls, {"--most-calls", "More HAP calls are an error", "COUNT"}, 0,
                  ExploreOptions::kUnlimited);
-  command.number(options->most_wait_ms, {"--most-wait", "Longer waiting is an error", "MS"}, 0,
+  command.number(options->max_wait_ms, {"--most-wait", "Longer waiting is an error", "MS"}, 0,
                  ExploreOptions::kUnlimited);
   command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
-                 0, kMostNestLimit);
+                 0, kMaxNestLimit);
   command.number(
-      options->most_states,
+      options->max_states,
       {"--most-states", "Look at no further calls beyond so many states (2000000)", "STATES"}, 1,
-      kMostStates);
+      kMaxStates);
   command.flag(options->json, {"--json", "Print JSON"});
   command.run([options] { return exploreTables(*options); });
 }

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <iostream>
 
-#include "common/json.h"
 #include "analysis/witness.h"
 #include "cases/case_writer.h"
 #include "command_line/text_output.h"
+#include "common/json.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -35,8 +35,8 @@ bool isDenied(const ExploreOptions& options, const ExplorationResult& result,
                        [&](const ClaimPattern& pattern) { return pattern.matches(claim, entry); });
   };
   const bool too_much =
-      (claim.kind == Claim::Kind::kCalls && isAbove(exploration.calls, options.most_calls)) ||
-      (claim.kind == Claim::Kind::kWait && isAbove(exploration.wait_ms, options.most_wait_ms));
+      (claim.kind == Claim::Kind::kCalls && isAbove(exploration.calls, options.max_calls)) ||
+      (claim.kind == Claim::Kind::kWait && isAbove(exploration.wait_ms, options.max_wait_ms));
   return (is_named(result.denied) && !is_named(result.allowed)) ||
          (too_much && claim.subject == kMost);
 }
@@ -98,7 +98,7 @@ void writeBounds(JsonWriter& json, const std::string& name, const Bounds& bounds
 
 void writeClaim(JsonWriter& json, const Claim& claim, bool denied, const std::string& rows) {
   json.beginObject().member("kind", nameOf(claim.kind)).member("subject", claim.subject);
-  json.member("words", claim.words).key("denied").boolean(denied);
+  json.member("words", claim.message).key("denied").boolean(denied);
   json.member("case", rows).endObject();
 }
 
@@ -114,7 +114,7 @@ std::size_t printExploration(const ExploreOptions& options, const ExplorationRes
       const std::string kind = nameOf(claim.kind);
       count += denied ? 1 : 0;
       std::cout << "\n# " << (denied ? paint(Colour::kRed, "error: " + kind) : kind) << ": "
-                << claim.words << '\n'
+                << claim.message << '\n'
                 << rowsOfWitness(options, result, exploration, claim);
     }
   }

@@ -13,16 +13,16 @@
 #include <optional>
 #include <stdexcept>
 
-#include "configuration/configuration.h"
-#include "graph/ring_runs.h"
-#include "kw/trx/file_path.h"
-#include "graph/graph.h"
-#include "table/named_files.h"
-#include "trace/selection.h"
-#include "commands/commands.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
+#include "commands/commands.h"
+#include "configuration/configuration.h"
+#include "graph/graph.h"
+#include "graph/ring_runs.h"
+#include "kw/trx/file_path.h"
+#include "table/named_files.h"
+#include "trace/selection.h"
 
 extern char** environ;
 

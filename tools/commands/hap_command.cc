@@ -4,15 +4,15 @@
 #include <memory>
 #include <optional>
 
-#include "common/text.h"
-#include "kw/trx/trx.h"
-#include "engine/failure_reason.h"
-#include "engine/units.h"
-#include "trace/record_collector.h"
 #include "commands/commands.h"
 #include "commands/request_run.h"
 #include "commands/run_json.h"
 #include "commands/run_output.h"
+#include "common/text.h"
+#include "engine/failure_reason.h"
+#include "engine/units.h"
+#include "kw/trx/trx.h"
+#include "trace/record_collector.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -20,7 +20,7 @@ namespace {
 /// Room for the result words of a HAP, which says nowhere how many it writes.
 constexpr std::size_t kResultWords = 1024;
 /// A HAP says nowhere how many words it reads either: after those given stand zeros.
-constexpr std::size_t kParaWordsLeast = 64;
+constexpr std::size_t kMinParaWords = 64;
 
 struct HAPOptions : RequestOptions {
   std::string mode;
@@ -45,11 +45,11 @@ std::string wordProblem(const std::string& text) {
 
 std::vector<unsigned int> wordsOf(const std::vector<std::string>& texts) {
   std::vector<unsigned int> words;
-  words.reserve(std::max(texts.size(), kParaWordsLeast));
+  words.reserve(std::max(texts.size(), kMinParaWords));
   for (const std::string& text : texts) {
     words.push_back(wordOf(text).value_or(0));
   }
-  words.resize(std::max(words.size(), kParaWordsLeast));
+  words.resize(std::max(words.size(), kMinParaWords));
   return words;
 }
 

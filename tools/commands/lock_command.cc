@@ -11,6 +11,8 @@
 #include <tuple>
 #include <vector>
 
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -19,15 +21,13 @@
 #include "lock/lock_state.h"
 #include "lock/other_namespaces.h"
 #include "lock/waiting_processes.h"
-#include "commands/commands.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
 
 constexpr int kKey = trx::kExclusionSemaphoreKey;
 constexpr int kWatchPollMs = 200;
-constexpr std::size_t kMostWaiters = 10;  // more are counted
+constexpr std::size_t kMaxWaiters = 10;  // more are counted
 
 struct LockOptions {
   bool create = false, remove = false, repair = false;
@@ -75,7 +75,7 @@ std::vector<pid_t> waitersOf(const LockState& state) {
 void printWaiters(const LockState& state) {
   std::cout << "  waiting: " << state.waiting << '\n';
   const std::vector<pid_t> waiters = waitersOf(state);
-  const std::size_t shown = std::min(waiters.size(), kMostWaiters);
+  const std::size_t shown = std::min(waiters.size(), kMaxWaiters);
   for (std::size_t i = 0; i < shown; ++i) {
     std::cout << "           " << processText(waiters[i], factsOf(waiters[i])) << '\n';
   }
@@ -116,9 +116,9 @@ void print(const LockState& state) {
     std::cout << "  do:      " << adviceOf(state) << '\n';
   }
   const OtherNamespaces others = otherNamespaces();
-  if (const std::string words = wordsOf(others); !words.empty()) {
+  if (const std::string message = wordsOf(others); !message.empty()) {
     const std::string advice = adviceOf(others);
-    std::cout << "  others:  " << words << (advice.empty() ? "" : "; " + advice) << '\n';
+    std::cout << "  others:  " << message << (advice.empty() ? "" : "; " + advice) << '\n';
   }
 }
 
@@ -200,11 +200,11 @@ int actOnLock(const LockOptions& options) {
   const LockAction action = options.create   ? createLock(kKey)
                             : options.remove ? removeLock(kKey, options.force)
                                              : repairLock(kKey, options.force);
-  const std::string words = "exclusion semaphore " + hexText(kKey) + ": " + action.words;
+  const std::string message = "exclusion semaphore " + hexText(kKey) + ": " + action.message;
   if (!action.done) {
-    return fail(words);
+    return fail(message);
   }
-  std::cout << words << '\n';
+  std::cout << message << '\n';
   return kExitOk;
 }
 

@@ -2,14 +2,14 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/text_output.h"
+#include "commands/commands.h"
+#include "commands/description_output.h"
 #include "common/json.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "configuration/configuration.h"
 #include "modules/listed_modules.h"
-#include "commands/commands.h"
-#include "commands/description_output.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -8,18 +8,18 @@
 #include <string>
 #include <vector>
 
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/paths.h"
+#include "engine/recording.h"
 #include "kw/platform.h"
 #include "kw/ring_reader.h"
-#include "engine/recording.h"
-#include "commands/commands.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kDefaultRecords = 65536;
-constexpr std::size_t kMostRecords = std::size_t{1} << 24;
+constexpr std::size_t kMaxRecords = std::size_t{1} << 24;
 
 struct RecordOptions {
   std::string ring, level = "debug2";
@@ -85,7 +85,7 @@ void addRecordCommand(CommandLine& line) {
       {"-o,--output", "The ring file; else trace.ring in the system root, or here", "FILE"});
   command.number(options->records,
                  {"--size", "Records that the ring has room for, 128 bytes each", "RECORDS"}, 1,
-                 kMostRecords);
+                 kMaxRecords);
   command.text(options->level, {"--level",
                                 "Keep records of this level and graver ones",
                                 "",

@@ -3,6 +3,13 @@
 #include <iostream>
 #include <memory>
 
+#include "cases/case_run.h"
+#include "cases/case_words.h"
+#include "cases/case_writer.h"
+#include "command_line/output_file.h"
+#include "command_line/ring_reading.h"
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/characters.h"
 #include "common/json.h"
 #include "common/paths.h"
@@ -11,16 +18,9 @@
 #include "configuration/configuration.h"
 #include "replay/replay.h"
 #include "replay/request_recording.h"
-#include "cases/case_run.h"
-#include "cases/case_words.h"
-#include "cases/case_writer.h"
+#include "table/environment.h"
 #include "table/named_files.h"
-#include "table/surroundings.h"
 #include "trace/selection.h"
-#include "commands/commands.h"
-#include "command_line/output_file.h"
-#include "command_line/ring_reading.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -4,17 +4,17 @@
 #include <memory>
 #include <stdexcept>
 
+#include "command_line/output_file.h"
+#include "command_line/ring_reading.h"
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "configuration/configuration.h"
 #include "configuration/report.h"
 #include "doctor/diagnosis.h"
 #include "report/gathering.h"
 #include "report/page.h"
 #include "table/code_meanings.h"
-#include "table/surroundings.h"
-#include "commands/commands.h"
-#include "command_line/output_file.h"
-#include "command_line/ring_reading.h"
-#include "command_line/text_output.h"
+#include "table/environment.h"
 
 namespace kw::trx::tools {
 namespace {

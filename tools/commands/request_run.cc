@@ -10,19 +10,19 @@
 #include <filesystem>
 #include <iostream>
 
+#include "command_line/text_output.h"
+#include "commands/run_json.h"
+#include "commands/run_output.h"
 #include "common/paths.h"
-#include "kw/platform.h"
-#include "kw/trx/trx.h"
-#include "kw/trx/trx_config.h"
 #include "engine/child_process.h"
 #include "engine/engine_start.h"
 #include "engine/failure.h"
 #include "engine/name_hints.h"
 #include "engine/units.h"
+#include "kw/platform.h"
+#include "kw/trx/trx.h"
+#include "kw/trx/trx_config.h"
 #include "table/code_meanings.h"
-#include "commands/run_json.h"
-#include "commands/run_output.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

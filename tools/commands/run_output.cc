@@ -5,8 +5,8 @@
 #include <iomanip>
 #include <iostream>
 
-#include "common/text.h"
 #include "command_line/text_output.h"
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -34,7 +34,7 @@ void print(const ErrorRecord& record) {
 
 void printRow(double seconds, const RowEvent& event) {
   if (!event.is_row) {
-    std::cout << "             " << paint(Colour::kYellow, event.words) << std::endl;
+    std::cout << "             " << paint(Colour::kYellow, event.message) << std::endl;
     return;
   }
   char head[32];
@@ -42,7 +42,7 @@ void printRow(double seconds, const RowEvent& event) {
   char number[16];
   std::snprintf(number, sizeof(number), " %4x  ", event.number);
   std::cout << paint(Colour::kGrey, head) << std::left << std::setw(kNameWidth) << event.table
-            << number << event.words << std::endl;
+            << number << event.message << std::endl;
 }
 
 void printRun(const RunReport& report) {

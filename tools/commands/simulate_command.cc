@@ -3,22 +3,22 @@
 #include <memory>
 #include <stdexcept>
 
-#include "common/json.h"
-#include "common/text.h"
-#include "engine/units.h"
 #include "cases/case_run.h"
-#include "simulator/rules.h"
-#include "table/named_files.h"
+#include "command_line/text_output.h"
 #include "commands/commands.h"
 #include "commands/run_json.h"
 #include "commands/run_output.h"
 #include "commands/step_dialogue.h"
-#include "command_line/text_output.h"
+#include "common/json.h"
+#include "common/text.h"
+#include "engine/units.h"
+#include "simulator/rules.h"
+#include "table/named_files.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kMostRows = 1000000000;
+constexpr std::size_t kMaxRows = 1000000000;
 constexpr double kMsPerSecond = 1000;
 
 struct SimulateOptions {
@@ -27,7 +27,7 @@ struct SimulateOptions {
   std::vector<std::string> units;
   std::vector<std::string> failing;
   std::vector<std::string> throwing;
-  std::size_t most_rows = SimulationRequest().most_rows;
+  std::size_t max_rows = SimulationRequest().max_rows;
   std::string case_file, case_name;
   bool step = false;
   std::vector<std::string> breaks;
@@ -94,13 +94,13 @@ void printJson(const std::string& table, const SimulatedRun& run) {
   std::cout << json.taken() << '\n';
 }
 
-void printEnd(const std::string& table, const SimulatedRun& run, std::size_t most_rows) {
+void printEnd(const std::string& table, const SimulatedRun& run, std::size_t max_rows) {
   std::cout << "table " << table;
   if (run.failure.empty()) {
     std::cout << paint(Colour::kGreen, " succeeded");
   } else if (run.is_stopped) {
     std::cout << paint(Colour::kRed, " did not end") << ": stopped after " << run.rows.size()
-              << (run.rows.size() < most_rows ? " rows" : " rows; see --most-rows");
+              << (run.rows.size() < max_rows ? " rows" : " rows; see --most-rows");
   } else {
     std::cout << paint(Colour::kRed, " failed") << " with " << run.failure;
   }
@@ -116,7 +116,7 @@ void printEnd(const std::string& table, const SimulatedRun& run, std::size_t mos
 TableCase caseOf(SimulateOptions& options) {
   const CaseFile file = readCaseFile(options.case_file);
   if (!file.findings.empty()) {
-    throw std::invalid_argument(options.case_file + ": " + file.findings[0].words +
+    throw std::invalid_argument(options.case_file + ": " + file.findings[0].message +
                                 "; see trxctl check");
   }
   options.files = options.files.empty() ? file.tables : options.files;
@@ -177,7 +177,7 @@ int simulate(SimulateOptions options) {
   SimulationRequest request;
   request.table = table;
   request.units = options.units.empty() ? one.units : options.units;
-  request.most_rows = options.most_rows;
+  request.max_rows = options.max_rows;
   request.choose = [&](const HAPCall& call) {
     const HAPOutcome planned = plan.choose(call);
     return dialogue == nullptr ? planned : dialogue->chosen().value_or(planned);
@@ -190,7 +190,7 @@ int simulate(SimulateOptions options) {
   if (options.json) {
     printJson(table, run);
   } else {
-    printEnd(table, run, options.most_rows);
+    printEnd(table, run, options.max_rows);
   }
   return run.failure.empty() ? kExitOk : kExitFindings;
 }
@@ -226,10 +226,10 @@ void addSimulateCommand(CommandLine& line) {
   command.texts(options->failing, {"--fail", "Let this fail; may be repeated", "WHERE[:N][=CODE]"});
   command.texts(options->throwing,
                 {"--throw", "Let this throw an exception; may be repeated", "WHERE[:N][=CODE]"});
-  command.number(options->most_rows, {"--most-rows", "Stop after so many rows (100000)", "ROWS"}, 1,
-                 kMostRows);
+  command.number(options->max_rows, {"--most-rows", "Stop after so many rows (100000)", "ROWS"}, 1,
+                 kMaxRows);
   command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
-                 0, kMostNestLimit);
+                 0, kMaxNestLimit);
   command.text(options->case_file, {"--case", "Run a case of this file, with its tables", "FILE"});
   command.text(options->case_name, {"--name", "The case, when the file has several", "CASE"});
   command.flag(options->step,

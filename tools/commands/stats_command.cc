@@ -5,15 +5,15 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/ring_reading.h"
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "table/code_meanings.h"
 #include "trace/changes.h"
 #include "trace/statistics.h"
-#include "commands/commands.h"
-#include "command_line/ring_reading.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

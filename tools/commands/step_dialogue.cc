@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <iostream>
 
-#include "common/text.h"
 #include "cases/case_file.h"
 #include "command_line/text_output.h"
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {

@@ -6,16 +6,16 @@
 #include <iostream>
 #include <memory>
 
-#include "kw/trx/trx.h"
-#include "kw/trx/trx_config.h"
-#include "engine/row_events.h"
-#include "engine/units.h"
-#include "trace/record_collector.h"
 #include "commands/commands.h"
 #include "commands/request_run.h"
 #include "commands/run_json.h"
 #include "commands/run_output.h"
 #include "commands/wait_display.h"
+#include "engine/row_events.h"
+#include "engine/units.h"
+#include "kw/trx/trx.h"
+#include "kw/trx/trx_config.h"
+#include "trace/record_collector.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -49,7 +49,7 @@ class RowList {
       rows_.push_back(
           {event, std::chrono::duration<double, std::milli>(Clock::now() - begin_), {}});
     } else if (!rows_.empty()) {
-      rows_.back().notes.push_back(event.words);
+      rows_.back().notes.push_back(event.message);
     }
   }
 
@@ -60,7 +60,7 @@ class RowList {
       std::snprintf(time, sizeof(time), "%.3f", row.time.count());
       json.beginObject().key("timeMs").raw(time);
       json.member("table", row.event.table).key("number").number(row.event.number);
-      json.member("words", row.event.words).texts("notes", row.notes).endObject();
+      json.member("words", row.event.message).texts("notes", row.notes).endObject();
     }
     json.endArray();
   }

@@ -2,16 +2,16 @@
 #include <iostream>
 #include <memory>
 
-#include "common/processes.h"
-#include "commands/commands.h"
-#include "commands/junit.h"
 #include "command_line/output_file.h"
 #include "command_line/text_output.h"
+#include "commands/commands.h"
+#include "commands/junit.h"
+#include "common/processes.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kMostJobs = 1000;
+constexpr std::size_t kMaxJobs = 1000;
 
 struct TestOptions {
   std::vector<std::string> files;
@@ -25,7 +25,7 @@ void print(const CaseFile& file) {
     if (finding.line != 0) {
       std::cout << ':' << finding.line << " (" << finding.column << ')';
     }
-    std::cout << ": " << paint(Colour::kRed, "error") << ": " << finding.words << '\n';
+    std::cout << ": " << paint(Colour::kRed, "error") << ": " << finding.message << '\n';
   }
 }
 
@@ -82,7 +82,7 @@ void addTestCommand(CommandLine& line) {
   addOutputOptions(command, options->junit, {"--junit", "Write the results as JUnit XML", "FILE"});
   command.number(options->jobs,
                  {"-j,--jobs", "Run so many processes; else one a processor", "COUNT"}, 1,
-                 kMostJobs);
+                 kMaxJobs);
   command.run([options] { return test(*options); });
 }
 

@@ -13,15 +13,15 @@
 #include <memory>
 #include <sstream>
 
+#include "command_line/ring_reading.h"
+#include "command_line/text_output.h"
+#include "commands/commands.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
 #include "table/code_meanings.h"
 #include "trace/live_view.h"
 #include "trace/selection.h"
-#include "commands/commands.h"
-#include "command_line/ring_reading.h"
-#include "command_line/text_output.h"
 
 namespace kw::trx::tools {
 namespace {

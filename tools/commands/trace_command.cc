@@ -8,19 +8,19 @@
 #include <utility>
 #include <vector>
 
-#include "common/times.h"
-#include "configuration/configuration.h"
-#include "kw/platform.h"
-#include "table/row_notes.h"
-#include "table/surroundings.h"
-#include "trace/placing.h"
-#include "trace/selection.h"
-#include "commands/commands.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "graph/timeline.h"
+#include "commands/commands.h"
 #include "commands/trace_output.h"
+#include "common/times.h"
+#include "configuration/configuration.h"
+#include "graph/timeline.h"
+#include "kw/platform.h"
+#include "table/environment.h"
+#include "table/row_notes.h"
+#include "trace/placing.h"
+#include "trace/selection.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {
@@ -91,11 +91,11 @@ class TraceShow : private RequestListener {
       output_.flush();
     });
     std::vector<std::string> missing = seen_.missing(ring.requests());
-    for (const std::string& words : rows_ ? rows_->missing() : std::vector<std::string>()) {
-      missing.push_back(words);
+    for (const std::string& message : rows_ ? rows_->missing() : std::vector<std::string>()) {
+      missing.push_back(message);
     }
-    for (const std::string& words : missing) {
-      std::cerr << "trxctl: " << words << '\n';
+    for (const std::string& message : missing) {
+      std::cerr << "trxctl: " << message << '\n';
     }
     if (perfetto) {
       perfetto.write(timeline_.text());

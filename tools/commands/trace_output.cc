@@ -5,6 +5,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "command_line/text_output.h"
 #include "common/characters.h"
 #include "common/json.h"
 #include "common/paths.h"
@@ -13,7 +14,6 @@
 #include "trace/catalogue.h"
 #include "trace/record_words.h"
 #include "trace/selection.h"
-#include "command_line/text_output.h"
 #include "zqm_trx/trace_points.h"
 
 namespace kw::trx::tools {

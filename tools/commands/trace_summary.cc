@@ -7,6 +7,10 @@
 #include <iomanip>
 #include <iostream>
 
+#include "command_line/command_line.h"
+#include "command_line/ring_reading.h"
+#include "command_line/text_output.h"
+#include "commands/trace_output.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -14,10 +18,6 @@
 #include "table/code_meanings.h"
 #include "trace/request_reader.h"
 #include "trace/selection.h"
-#include "command_line/command_line.h"
-#include "command_line/ring_reading.h"
-#include "command_line/text_output.h"
-#include "commands/trace_output.h"
 
 namespace kw::trx::tools {
 namespace {

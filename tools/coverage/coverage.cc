@@ -97,8 +97,8 @@ void merge(Coverage& into, const Coverage& from) {
       sum.runs += row.runs;
       if (row.branches) {
         sum.branches = sum.branches.value_or(std::array<std::uint64_t, 2>{});
-        (*sum.branches)[kWell] += (*row.branches)[kWell];
-        (*sum.branches)[kBadly] += (*row.branches)[kBadly];
+        (*sum.branches)[kBranchSucceeded] += (*row.branches)[kBranchSucceeded];
+        (*sum.branches)[kBranchFailed] += (*row.branches)[kBranchFailed];
       }
     }
   }

@@ -34,7 +34,7 @@ void RowCounter::spanEnded(const Request&, const Span& row) {
   ++line.runs;
   // An exception that is not the engine's interrupts the row, which starts anew when it goes on.
   if (line.branches && row.has_ended && row.effect != Effect::kInterrupts) {
-    ++(*line.branches)[row.failed() ? kBadly : kWell];
+    ++(*line.branches)[row.failed() ? kBranchFailed : kBranchSucceeded];
   }
 }
 

@@ -17,9 +17,9 @@
 #include "kw/trx/trx.h"
 #include "kw/trx/trx_config.h"
 #include "kw/trx/trx_lock.h"
+#include "lint/check.h"
 #include "lock/lock_state.h"
 #include "lock/other_namespaces.h"
-#include "lint/check.h"
 #include "zqm_trx/config_keys.h"
 #include "zqm_trx/module_key.h"
 #include "zqm_trx/table_words.h"
@@ -57,7 +57,7 @@ class Examiner {
     examineVersions();
     if (examineConfiguration()) {
       const std::vector<std::string> tables = tableFiles();
-      const Surroundings around = surroundingsOf(tables);
+      const Environment around = environmentOf(tables);
       examineModules(around.tables.flows);
       examineTables(tables, around);
       examineLock();
@@ -71,16 +71,16 @@ class Examiner {
   }
 
  private:
-  void add(Verdict verdict, const std::string& subject, const std::string& words,
-           const std::string& way_out = "") {
-    found_.push_back({verdict, subject, words, way_out});
+  void add(Verdict verdict, const std::string& subject, const std::string& message,
+           const std::string& remedy = "") {
+    found_.push_back({verdict, subject, message, remedy});
   }
 
   /// Good without a problem, else an error.
   void judge(const std::string& subject, const std::string& name, const std::string& problem,
-             const std::string& way_out) {
+             const std::string& remedy) {
     problem.empty() ? add(Verdict::kGood, subject, name)
-                    : add(Verdict::kError, subject, name + ": " + problem, way_out);
+                    : add(Verdict::kError, subject, name + ": " + problem, remedy);
   }
 
   void examineVersions() {
@@ -103,12 +103,12 @@ class Examiner {
     for (const ConfigEntry& entry : report.entries) {
       if (entry.is_warning) {
         add(Verdict::kWarning, "configuration",
-            entry.file + ":" + std::to_string(entry.line) + ": " + entry.words,
+            entry.file + ":" + std::to_string(entry.line) + ": " + entry.message,
             "see trxctl config");
       }
     }
     judge("configuration", "path file and configuration", report.problem,
-          "mend what trxctl config names");
+          "fix what trxctl config names");
     return report.problem.empty();
   }
 
@@ -125,10 +125,9 @@ class Examiner {
     for (const ListedModule& listed : inspectModules(config.getHAPModuleFiles())) {
       std::string problem = tools::listed(listed.module.problems);
       problem += problem.empty() ? "" : callersText(tables, listed.module.key);
-      judge(
-          "module", listed.file, problem,
-          "mend or replace it, or install what it needs; the host does not load without it unless "
-          "hapmodule.loading.err.mode is continue");
+      judge("module", listed.file, problem,
+            "fix or replace it, or install what it needs; the host does not load without it unless "
+            "hapmodule.loading.err.mode is continue");
       if (!listed.replaced_by.empty()) {
         add(Verdict::kWarning, "module", listed.file + ": " + listed.replaced_by + " takes its key",
             "list one of the two");
@@ -136,7 +135,7 @@ class Examiner {
     }
   }
 
-  void examineTables(const std::vector<std::string>& tables, const Surroundings& around) {
+  void examineTables(const std::vector<std::string>& tables, const Environment& around) {
     for (const std::string& file : tables) {
       const CheckedFile checked = checkFile(file, around);
       if (checked.findings.empty()) {
@@ -145,10 +144,10 @@ class Examiner {
       for (const Finding& finding : checked.findings) {
         add(finding.is_error ? Verdict::kError : Verdict::kWarning, "table",
             file + (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " +
-                finding.words,
-            finding.is_error ? "mend the file; the host does not load without it unless "
+                finding.message,
+            finding.is_error ? "fix the file; the host does not load without it unless "
                                "haptable.loading.err.mode is continue"
-                             : "mend the row or what it names, unless it is meant so");
+                             : "fix the row or what it names, unless it is meant so");
       }
     }
   }

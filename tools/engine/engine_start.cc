@@ -2,10 +2,10 @@
 #include "engine/engine_start.h"
 
 #include "configuration/configuration.h"
+#include "engine/failure_reason.h"
 #include "kw/trx/trx.h"
 #include "kw/trx/trx_config.h"
 #include "modules/module_file.h"
-#include "engine/failure_reason.h"
 #include "trace/codes.h"
 #include "trace/record_collector.h"
 

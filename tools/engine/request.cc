@@ -5,8 +5,8 @@
 #include <exception>
 
 #include "common/text.h"
-#include "kw/trx/errors.h"
 #include "engine/failure_reason.h"
+#include "kw/trx/errors.h"
 
 namespace kw::trx::tools {
 namespace {

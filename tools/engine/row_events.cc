@@ -55,16 +55,16 @@ void RowEvents::rowStarted(const Request& request, const Span& row) {
   }
   reason_.clear();
   const trx::TblCtlInfo* const table = info_.getCurTblCtlInfo();
-  std::string words = wordOf(row.command);
+  std::string message = wordOf(row.command);
   if (row.wait_ms) {
-    words += " " + std::to_string(*row.wait_ms) + " ms";
+    message += " " + std::to_string(*row.wait_ms) + " ms";
   } else if (row.has_message.value_or(false)) {
-    words += " " + info_.getTblRtnMsg();
+    message += " " + info_.getTblRtnMsg();
   } else if (row.was_called) {
-    words += " " + row.name;
+    message += " " + row.name;
   }
   if (on_event_) {
-    on_event_({true, table == nullptr ? kUnknownTable : table->tableName, row.row.number, words,
+    on_event_({true, table == nullptr ? kUnknownTable : table->tableName, row.row.number, message,
                row.wait_ms.value_or(0), row.tables, &info_});
   }
 }
@@ -100,9 +100,9 @@ void RowEvents::requestEnded(const Request& request) {
   reason_ = reason_.empty() ? reason : reason_;
 }
 
-void RowEvents::note(const std::string& words) {
+void RowEvents::note(const std::string& message) {
   if (on_event_) {
-    on_event_({false, "", 0, words, 0, 0, &info_});
+    on_event_({false, "", 0, message, 0, 0, &info_});
   }
 }
 

@@ -119,9 +119,9 @@ std::vector<std::string> RingRuns::tables() const {
 
 std::vector<std::string> RingRuns::problems(const std::set<std::string>& tables) const {
   std::vector<std::string> problems;
-  for (const auto& [row, words] : counter_.changed()) {
+  for (const auto& [row, message] : counter_.changed()) {
     if (tables.count(row.table) != 0) {
-      problems.push_back(words);
+      problems.push_back(message);
     }
   }
   for (const auto& [table, rows] : counter_.unknown()) {

@@ -15,7 +15,7 @@ namespace {
 /// Notes that START or END is missing from the row `first` on, and takes the row in which it is
 /// nearly written for it; else, with `words`, the first command row (for START) or the last one
 /// (for END). False when there is none.
-bool noteMissing(FaultLog& log, const char* missing, unsigned int first, const std::string& words,
+bool noteMissing(FaultLog& log, const char* missing, unsigned int first, const std::string& message,
                  unsigned int id) {
   const std::vector<std::string> commands = commandWords();
   const bool first_wins = missing == std::string(trx::kCommandStart);
@@ -35,7 +35,7 @@ bool noteMissing(FaultLog& log, const char* missing, unsigned int first, const s
                 inQuotes(cell) + " is no command; did you mean " + missing + "?", id);
     log.format->cells[{*near, trx::kPlaceCommand}] = missing;
   } else {
-    log.add(0, "", words, id);
+    log.add(0, "", message, id);
   }
   if (near || known) {
     log.format->searches[{trx::kPlaceCommand, missing}] = {near ? *near : *known};

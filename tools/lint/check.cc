@@ -14,7 +14,7 @@
 namespace kw::trx::tools {
 namespace {
 
-std::vector<Finding> warningsOf(const TableFlow& flow, const Surroundings& around) {
+std::vector<Finding> warningsOf(const TableFlow& flow, const Environment& around) {
   std::vector<Finding> warnings = flowWarnings(flow, around);
   for (const Finding& finding : descriptionWarnings(flow, around.haps.descriptions)) {
     warnings.push_back(finding);
@@ -24,7 +24,7 @@ std::vector<Finding> warningsOf(const TableFlow& flow, const Surroundings& aroun
 
 /// The warnings of a file that the engine loads; `around` holds it already, unless another file has
 /// its name.
-std::vector<Finding> warningsOfFlow(const std::string& file, const Surroundings& around) {
+std::vector<Finding> warningsOfFlow(const std::string& file, const Environment& around) {
   const auto known = around.tables.flows.find(tableNameOf(file));
   if (known != around.tables.flows.end() && known->second.file == file) {
     return warningsOf(known->second, around);
@@ -40,7 +40,7 @@ bool CheckedFile::has(bool errors) const {
                      [errors](const Finding& finding) { return finding.is_error == errors; });
 }
 
-CheckedFile checkFile(const std::string& file, const Surroundings& around) {
+CheckedFile checkFile(const std::string& file, const Environment& around) {
   const Faults faults = findFaults(file);
   CheckedFile checked{file, faults.findings};
   const auto append = [&](const std::vector<Finding>& more) {
@@ -55,10 +55,10 @@ CheckedFile checkFile(const std::string& file, const Surroundings& around) {
                      return std::tie(a.line, a.column) < std::tie(b.line, b.column);
                    });
   if (faults.has_more) {
-    checked.findings.push_back({true, 0, "",
-                                "there are more errors than the first " +
-                                    std::to_string(kFaultsMax) + "; mend these first",
-                                faults.findings.back().id});
+    checked.findings.push_back(
+        {true, 0, "",
+         "there are more errors than the first " + std::to_string(kMaxFaults) + "; fix these first",
+         faults.findings.back().id});
   }
   return checked;
 }

@@ -11,16 +11,16 @@ namespace kw::trx::tools {
 namespace {
 
 /// The longest list that is written out.
-constexpr std::size_t kListMax = 12;
+constexpr std::size_t kMaxListed = 12;
 
 std::string numberOf(const FlowRow& row) { return row.number.empty() ? "0" : row.number; }
 
 /// "row 5", "rows 2 to 5 and 9".
 std::string rowsText(const std::vector<std::string>& rows, bool is_one) {
-  return (is_one ? "row " : "rows ") + listed(rows, kListMax);
+  return (is_one ? "row " : "rows ") + listed(rows, kMaxListed);
 }
 
-std::string wordsFor(const Cycle& cycle, const TableFlow& flow) {
+std::string messageFor(const Cycle& cycle, const TableFlow& flow) {
   std::vector<std::string> stretches;
   std::vector<std::string> failing;
   bool is_checked = false;
@@ -42,15 +42,15 @@ std::string wordsFor(const Cycle& cycle, const TableFlow& flow) {
   }
   const bool is_row = cycle.size() == 1 && cycle[0].first == cycle[0].second;
   const bool is_one = failing.size() == 1;
-  std::string words = rowsText(stretches, is_row) + (is_row ? " runs" : " run") + " for ever" +
-                      (is_checked ? " once a failure is kept for CHECK" : "");
+  std::string message = rowsText(stretches, is_row) + (is_row ? " runs" : " run") + " for ever" +
+                        (is_checked ? " once a failure is kept for CHECK" : "");
   if (is_row && is_one) {
-    words += " when it fails each time";
+    message += " when it fails each time";
   } else if (!failing.empty()) {
-    words += std::string(is_checked ? " and " : " when ") + rowsText(failing, is_one) + " alone " +
-             (is_one ? "fails" : "fail") + " each time";
+    message += std::string(is_checked ? " and " : " when ") + rowsText(failing, is_one) +
+               " alone " + (is_one ? "fails" : "fail") + " each time";
   }
-  return words;
+  return message;
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ std::vector<Finding> cycleWarnings(const TableFlow& flow, const Calls& calls) {
   for (const Cycle& cycle : cycles.found) {
     const FlowRow& jump = flow.rows[cycle.back().second];
     findings.push_back({false, jump.lines[trx::kPlaceError], columnTitle(trx::kPlaceError, true),
-                        wordsFor(cycle, flow)});
+                        messageFor(cycle, flow)});
   }
   if (!cycles.is_complete) {
     findings.push_back({false, 0, "",

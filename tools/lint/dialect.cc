@@ -37,7 +37,7 @@ constexpr WideEncoding kWideEncodings[] = {
 
 /// What begins a file of a kind that holds no text.
 struct OtherKind {
-  const char* words;
+  const char* message;
   std::string_view begin;
   std::string_view inside;  ///< what must stand in it too
 };
@@ -128,7 +128,7 @@ const char* otherKindOf(const std::string& bytes) {
       std::begin(kOtherKinds), std::end(kOtherKinds), [&bytes](const OtherKind& known) {
         return startsWith(bytes, known.begin) && bytes.find(known.inside) != std::string::npos;
       });
-  return kind == std::end(kOtherKinds) ? nullptr : kind->words;
+  return kind == std::end(kOtherKinds) ? nullptr : kind->message;
 }
 
 }  // namespace
@@ -161,9 +161,9 @@ Dialect dialectOf(const std::string& bytes) {
     text = withCommas(text, separator);
     steps.push_back(name + " between cells made commas");
   }
-  const std::string words =
+  const std::string message =
       odd.empty() ? "" : listed(odd) + "; trxctl check --fix writes it as the engine reads it";
-  return {words, text, listed(steps)};
+  return {message, text, listed(steps)};
 }
 
 Dialect dialectOfFile(const std::string& file) {

@@ -9,10 +9,10 @@
 #include <unordered_set>
 
 #include "common/paths.h"
-#include "table/cell_number.h"
 #include "lint/dialect.h"
 #include "lint/fault_log.h"
 #include "lint/row_faults.h"
+#include "table/cell_number.h"
 #include "trace/record_words.h"
 #include "zqm_trx/file_limits.h"
 #include "zqm_trx/table_words.h"
@@ -134,7 +134,7 @@ void findFaults(FaultLog& log) {
 /// Says of a file in another dialect nothing but which: its cells are not those that were checked.
 void nameDialect(const std::string& file, FaultLog& log) {
   const Dialect dialect = dialectOfFile(file);
-  if (dialect.words.empty()) {
+  if (dialect.message.empty()) {
     return;
   }
   const unsigned int id = log.findings[0].id;
@@ -142,7 +142,7 @@ void nameDialect(const std::string& file, FaultLog& log) {
     log.findings.clear();
     log.has_more = false;
   }
-  log.add(0, "", dialect.words, id);
+  log.add(0, "", dialect.message, id);
 }
 
 }  // namespace

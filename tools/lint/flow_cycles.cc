@@ -8,7 +8,7 @@ namespace kw::trx::tools {
 namespace {
 
 /// How many rows are looked at on the ways back to jumps, of which a large table has too many.
-constexpr std::size_t kMostSteps = 4000000;
+constexpr std::size_t kMaxSteps = 4000000;
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
 /// The way that leads from one row to another, where `before` has the row before each.
@@ -84,7 +84,7 @@ class CycleFinder {
         add(shortest, cycles, known);
       }
     }
-    cycles.is_complete = cycles.is_complete && steps_ < kMostSteps;
+    cycles.is_complete = cycles.is_complete && steps_ < kMaxSteps;
   }
 
  private:
@@ -113,7 +113,7 @@ class CycleFinder {
     std::vector<std::size_t> met = {from};
     before_[from] = from;
     for (std::size_t i = 0; i < met.size() && before_[to] == kNowhere; ++i) {
-      if (++steps_ > kMostSteps) {
+      if (++steps_ > kMaxSteps) {
         break;
       }
       const std::size_t at = met[i];

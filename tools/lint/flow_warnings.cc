@@ -3,8 +3,8 @@
 
 #include "common/characters.h"
 #include "common/text.h"
-#include "table/cell_number.h"
 #include "lint/cycle_warnings.h"
+#include "table/cell_number.h"
 #include "zqm_trx/module_key.h"
 #include "zqm_trx/table_words.h"
 
@@ -13,8 +13,8 @@ namespace {
 
 class FlowWarner {
  public:
-  FlowWarner(const TableFlow& flow, const Surroundings& surroundings)
-      : flow_(flow), around_(surroundings), reached_(flow.reached(true)) {}
+  FlowWarner(const TableFlow& flow, const Environment& environment)
+      : flow_(flow), around_(environment), reached_(flow.reached(true)) {}
 
   std::vector<Finding> run() {
     const std::vector<bool> without_errors = flow_.reached(false);
@@ -47,8 +47,8 @@ class FlowWarner {
   }
 
  private:
-  void add(const FlowRow& row, trx::Column column, const std::string& words) {
-    findings_.push_back({false, row.lines[column], columnTitle(column, true), words});
+  void add(const FlowRow& row, trx::Column column, const std::string& message) {
+    findings_.push_back({false, row.lines[column], columnTitle(column, true), message});
   }
 
   void warnOfName(const FlowRow& row) {
@@ -126,7 +126,7 @@ class FlowWarner {
   }
 
   const TableFlow& flow_;
-  const Surroundings& around_;
+  const Environment& around_;
   const std::vector<bool> reached_;
   std::map<std::string, std::string> near_;  // what was probably meant by names of HAPs
   std::vector<Finding> findings_;
@@ -134,8 +134,8 @@ class FlowWarner {
 
 }  // namespace
 
-std::vector<Finding> flowWarnings(const TableFlow& flow, const Surroundings& surroundings) {
-  return FlowWarner(flow, surroundings).run();
+std::vector<Finding> flowWarnings(const TableFlow& flow, const Environment& environment) {
+  return FlowWarner(flow, environment).run();
 }
 
 }  // namespace kw::trx::tools

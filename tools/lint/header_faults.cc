@@ -4,8 +4,8 @@
 
 #include "common/characters.h"
 #include "common/text.h"
-#include "table/cell_number.h"
 #include "lint/fault_log.h"
+#include "table/cell_number.h"
 #include "zqm_trx/table_words.h"
 #include "zqm_trx/trace_points.h"
 
@@ -36,23 +36,23 @@ void noteKeyValue(FaultLog& log, const std::string& key, unsigned int row) {
   const std::string cell = log.format->data.getMember(row, trx::kKeyColumn + 1);
   const auto value = cellNumber(cell, trx::kHexBase).value;
   constexpr std::size_t key_value_max = 8;
-  std::string words;
+  std::string message;
   unsigned int id = trx::kDataKeyLength.id;
   if (cell.empty()) {
-    words = key + " has no value: a hexadecimal number of 1 to 8 characters";
+    message = key + " has no value: a hexadecimal number of 1 to 8 characters";
   } else if (cell.size() > key_value_max) {
-    words = inQuotes(cell) + " is longer than 8 characters";
+    message = inQuotes(cell) + " is longer than 8 characters";
   } else if (!log.format->isHex(cell, log.collector)) {
-    words = inQuotes(cell) + " is not a hexadecimal number";
+    message = inQuotes(cell) + " is not a hexadecimal number";
     id = trx::kDataKeyNotHex.id;
   } else if (key == trx::kKeyFormat ? value != 0 : value == kNoVersion) {
-    words =
+    message =
         inQuotes(cell) + (key == trx::kKeyFormat ? " is no format that the engine knows: only 0 is"
                                                  : " cannot be told from a missing version");
     id = trx::kTblLoadNoFormat.id;
   }
-  if (!words.empty()) {
-    log.addCell(row, trx::kKeyColumn + 1, words, id, false);
+  if (!message.empty()) {
+    log.addCell(row, trx::kKeyColumn + 1, message, id, false);
   }
 }
 

@@ -23,12 +23,12 @@ const std::map<std::string, int (trx::TblFmt00::*)(const unsigned int& row)> kRo
 }  // namespace
 
 std::vector<std::string> commandWords() {
-  std::vector<std::string> words;
-  words.reserve(kRowChecks.size());
+  std::vector<std::string> message;
+  message.reserve(kRowChecks.size());
   for (const auto& known : kRowChecks) {
-    words.push_back(known.first);
+    message.push_back(known.first);
   }
-  return words;
+  return message;
 }
 
 PatchedFormat::PatchedFormat(const std::string& name, trx::TableData* file)

@@ -22,9 +22,9 @@ std::string allowedText(const std::string& allowed) {
                        [&](char c) { return allowed.find(c) != std::string::npos; });
   };
   std::vector<std::string> names;
-  const auto name = [&](const std::string& set, const std::string& words) {
+  const auto name = [&](const std::string& set, const std::string& message) {
     if (has(set)) {
-      names.push_back(words);
+      names.push_back(message);
     }
   };
   const bool letters = has("ghijzGHIJZ");
@@ -63,12 +63,12 @@ bool RowFaults::note(const kw::platform::TraceRecord& record) {
     patch.clear();
   } else if (id == trx::kFmtHAPLabel.id || id == trx::kFmtCheckLabel.id) {
     const bool mode = cell == trx::kErrorNop || cell == trx::kErrorStack;
-    const char* const words =
+    const char* const message =
         id == trx::kFmtHAPLabel.id
             ? " is neither NOP nor STACK nor the label of a row from START to the last END"
         : mode ? " is an error mode, which only HAP rows have: write a label or nothing"
                : " is not the label of a row from START to the last END";
-    log_.addCell(row, column, inQuotes(cell) + words, id);
+    log_.addCell(row, column, inQuotes(cell) + message, id);
   } else if (id == trx::kFmtCharacter.id) {
     noteCharacters(row, column, cell, id);
   } else {
@@ -105,10 +105,10 @@ void RowFaults::noteCharacters(unsigned int row, unsigned int column, const std:
     return;
   }
   std::vector<std::string> wrong;
-  std::string mended;
+  std::string fixed;
   for (const std::string& character : charactersOf(cell)) {
     const bool is_allowed = allowed.find(character) != std::string::npos;
-    mended += is_allowed ? character : "0";
+    fixed += is_allowed ? character : "0";
     if (!is_allowed && std::count(wrong.begin(), wrong.end(), inQuotes(character)) == 0) {
       wrong.push_back(inQuotes(character));
     }
@@ -118,7 +118,7 @@ void RowFaults::noteCharacters(unsigned int row, unsigned int column, const std:
                    allowedText(allowed),
                id);
   if (column == trx::kPlacePara) {
-    format().cells[{row, column}] = mended;
+    format().cells[{row, column}] = fixed;
   }
 }
 

@@ -96,7 +96,7 @@ Meaning meaningOf(const std::string& command, const std::string& column) {
 }
 
 /// What to say of a cell; empty when nothing.
-std::string spreadsheetWords(const std::string& cell, Meaning meaning) {
+std::string spreadsheetMessage(const std::string& cell, Meaning meaning) {
   const NumberParts parts = cutNumber(cell);
   const bool scientific =
       parts.exponent.size() > 2 && parts.exponent[0] == 'E' && std::isdigit(parts.exponent[1]) == 0;
@@ -125,9 +125,10 @@ std::vector<Finding> spreadsheetWarnings(const std::string& file) {
   static_cast<void>(data.release());
   const CellLines lines(cells);
   const auto warn = [&](unsigned int row, unsigned int column, Meaning meaning, bool is_named) {
-    const std::string words = spreadsheetWords(cells.getMember(row, column), meaning);
-    if (!words.empty()) {
-      findings.push_back({false, lines.lineOf(row, column), columnTitle(column, is_named), words});
+    const std::string message = spreadsheetMessage(cells.getMember(row, column), meaning);
+    if (!message.empty()) {
+      findings.push_back(
+          {false, lines.lineOf(row, column), columnTitle(column, is_named), message});
     }
   };
   for (const char* key : {trx::kKeyFormat, trx::kKeyVersion}) {

@@ -86,7 +86,8 @@ LockAction createLock(int key) {
   }
   LockAction action = couldNot("create it");
   const SemaphoreShortage& shortage = before.shortage;
-  action.words += shortage.words.empty() ? "" : ": " + shortage.words + "; " + shortage.advice;
+  action.message +=
+      shortage.message.empty() ? "" : ": " + shortage.message + "; " + shortage.advice;
   return action;
 }
 

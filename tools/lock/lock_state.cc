@@ -72,12 +72,12 @@ void readListed(LockState& state) {
   std::string line;
   std::getline(in, line);
   while (std::getline(in, line)) {
-    std::istringstream words(line);
+    std::istringstream message(line);
     std::int64_t key = 0, id = 0, semaphores = 0, uid = 0, gid = 0, creator = 0, creator_gid = 0;
     std::string mode;
-    words >> key >> id >> mode >> semaphores >> uid >> gid >> creator >> creator_gid >>
+    message >> key >> id >> mode >> semaphores >> uid >> gid >> creator >> creator_gid >>
         state.used >> state.changed;
-    if (words && id == state.id) {
+    if (message && id == state.id) {
       state.uid = static_cast<std::uint32_t>(uid);
       state.gid = static_cast<std::uint32_t>(gid);
       state.mode = static_cast<std::uint32_t>(std::stoul(mode, nullptr, 8)) & 0777;
@@ -186,7 +186,7 @@ bool isWrong(LockCondition condition) {
 const char* nameOf(LockCondition condition) { return textOf(condition).name; }
 
 std::string meaningOf(const LockState& state) {
-  const std::string& shortage = state.shortage.words;
+  const std::string& shortage = state.shortage.message;
   return textOf(state.condition).meaning +
          (shortage.empty() ? "" : "; the kernel has no semaphores left to make it: " + shortage);
 }

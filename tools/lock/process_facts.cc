@@ -34,8 +34,8 @@ std::string contentOf(const std::string& path) {
 
 std::vector<std::string> statOf(const std::string& folder) {
   const std::string stat = contentOf(folder + "/stat");
-  std::istringstream words(stat.substr(std::min(stat.rfind(')'), stat.size() - 1) + 1));
-  return {std::istream_iterator<std::string>(words), {}};
+  std::istringstream message(stat.substr(std::min(stat.rfind(')'), stat.size() - 1) + 1));
+  return {std::istream_iterator<std::string>(message), {}};
 }
 
 std::string commandOf(const std::string& folder) {

@@ -25,10 +25,10 @@ Limits usedNow() {
   std::string line;
   std::getline(in, line);
   while (std::getline(in, line)) {
-    std::istringstream words(line);
+    std::istringstream message(line);
     std::string key, id, mode;
     std::uint64_t semaphores = 0;
-    words >> key >> id >> mode >> semaphores;
+    message >> key >> id >> mode >> semaphores;
     used[kOfAllSets] += semaphores;
     ++used[kSets];
   }
@@ -58,11 +58,11 @@ SemaphoreShortage semaphoreShortage() {
   const Limits needed = {kLockSemaphores, used[kOfAllSets] + kLockSemaphores, 0, used[kSets] + 1};
   Limits raised = limits;
   SemaphoreShortage shortage;
-  const auto compare = [&](Limit which, const std::string& words, const char* place) {
+  const auto compare = [&](Limit which, const std::string& message, const char* place) {
     if (needed[which] > limits[which]) {
       raised[which] = std::max(limits[which] * 2, needed[which]);
-      shortage.words += (shortage.words.empty() ? "" : "; ") + words + ", and the " + place +
-                        " number of /proc/sys/kernel/sem is " + std::to_string(limits[which]);
+      shortage.message += (shortage.message.empty() ? "" : "; ") + message + ", and the " + place +
+                          " number of /proc/sys/kernel/sem is " + std::to_string(limits[which]);
     }
   };
   compare(kOfASet, "a set needs " + std::to_string(kLockSemaphores) + " semaphores", "first");
@@ -71,7 +71,7 @@ SemaphoreShortage semaphoreShortage() {
               std::to_string(kLockSemaphores) + " more are needed",
           "second");
   compare(kSets, std::to_string(used[kSets]) + " semaphore sets exist", "fourth");
-  if (!shortage.words.empty()) {
+  if (!shortage.message.empty()) {
     shortage.advice =
         "remove sets that nobody uses (ipcs -s lists them, ipcrm -s ID removes "
         "one), or raise the limit: " +

@@ -7,10 +7,10 @@
 #include <set>
 #include <utility>
 
+#include "cases/case_words.h"
 #include "common/characters.h"
 #include "kw/trx/errors.h"
 #include "replay/request_recording.h"
-#include "cases/case_words.h"
 #include "simulator/row_outcomes.h"
 #include "table/row_finder.h"
 #include "trace/request_summaries.h"
@@ -162,7 +162,7 @@ Replay replay(const RecordedRequest& recorded, const Simulator& simulator) {
   RequestRecording recording(0);
   SimulationRequest simulated;
   simulated.table = recorded.request.name;
-  simulated.most_rows += recorded.rows.size();
+  simulated.max_rows += recorded.rows.size();
   simulated.choose = [&outcomes](const HAPCall& call) { return outcomes.choose(call); };
   simulated.listener = &recording;
   result.run = simulator.run(simulated);

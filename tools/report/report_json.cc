@@ -241,7 +241,7 @@ class Writer {
       json_.key(is_warning ? "warnings" : "values").beginArray();
       for (const ConfigEntry& entry : report_.configuration.entries) {
         if (entry.is_warning == is_warning) {
-          json_.beginObject().member("key", entry.key).member("words", entry.words);
+          json_.beginObject().member("key", entry.key).member("words", entry.message);
           json_.member("file", entry.line == 0 ? "" : entry.file);
           json_.key("line").number(entry.line).endObject();
         }
@@ -255,7 +255,7 @@ class Writer {
     json_.key("machine").beginArray();
     for (const Diagnosis& one : report_.machine) {
       json_.beginObject().member("verdict", nameOf(one.verdict)).member("subject", one.subject);
-      json_.member("words", one.words).member("do", one.way_out).endObject();
+      json_.member("words", one.message).member("do", one.remedy).endObject();
     }
     json_.endArray();
   }

@@ -9,14 +9,14 @@
 
 #include "common/paths.h"
 #include "common/text.h"
-#include "kw/platform.h"
-#include "kw/trx/table_driver.h"
-#include "kw/trx/trx.h"
 #include "engine/engine_start.h"
 #include "engine/failure_reason.h"
 #include "engine/units.h"
+#include "kw/platform.h"
+#include "kw/trx/table_driver.h"
+#include "kw/trx/trx.h"
 #include "simulator/simulated_haps.h"
-#include "table/surroundings.h"
+#include "table/environment.h"
 #include "trace/record_collector.h"
 #include "zqm_trx/config_keys.h"
 
@@ -150,7 +150,7 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
       [&](const RowEvent& event) {
         if (event.is_row) {
           result.rows.push_back({event.table, event.number});
-          if (result.rows.size() == request.most_rows) {
+          if (result.rows.size() == request.max_rows) {
             engine->setStopFlag(true);
           }
         }

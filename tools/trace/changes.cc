@@ -10,13 +10,13 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::uint64_t kLeastDifferenceNs = 50000;
+constexpr std::uint64_t kMinDifferenceNs = 50000;
 constexpr double kFactor = 1.5;
 constexpr std::size_t kCallsForTail = 300;  // so that three of them lie behind the 99th percentile
 constexpr unsigned int kMedian = 50, kTail = 99;
 
 bool hasGrown(std::uint64_t before_ns, std::uint64_t now_ns) {
-  return now_ns > before_ns && now_ns - before_ns >= kLeastDifferenceNs &&
+  return now_ns > before_ns && now_ns - before_ns >= kMinDifferenceNs &&
          static_cast<double>(now_ns) >= kFactor * static_cast<double>(before_ns);
 }
 

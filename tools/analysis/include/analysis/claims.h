@@ -30,7 +30,7 @@ struct Claim {
 
   Kind kind;
   std::string subject;  ///< the row as TABLE/NUMBER, the message, or which bound
-  std::string words;
+  std::string message;
   /// The shortest run that shows it; none: it speaks of all runs, or that run is too long.
   std::optional<RunPath> witness;
 };
@@ -43,9 +43,9 @@ class Witnesses {
   Claim give(Claim claim, const std::function<RunPath()>& witness);
 
  private:
-  static constexpr std::size_t kMostRows = 10000000;
+  static constexpr std::size_t kMaxRows = 10000000;
 
-  std::size_t rows_left_ = kMostRows;
+  std::size_t rows_left_ = kMaxRows;
 };
 
 /// The subjects of claims of bounds.
@@ -79,7 +79,7 @@ struct Exploration {
 
 /// Explores all runs of the table at `entry`. `most_states`: where it gives up looking at more.
 Exploration explore(const Program& program, int entry, unsigned int nest_limit,
-                    std::size_t most_states);
+                    std::size_t max_states);
 
 /// A claim for each row that no run of any of them gets to, of tables that one gets to.
 std::vector<Claim> unreachedRows(const Program& program,

@@ -13,7 +13,7 @@ enum class Measure { kRows, kHAPCalls, kWaitMs };
 
 /// Amounts are counted as far as this: a run may take more, as its length can double with each
 /// table that calls another one twice.
-constexpr std::uint64_t kMostAmount = std::uint64_t{1} << 43;
+constexpr std::uint64_t kMaxAmount = std::uint64_t{1} << 43;
 
 inline std::uint64_t lengthOf(const FlowRow& row, Measure measure) {
   switch (measure) {

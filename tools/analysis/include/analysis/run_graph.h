@@ -54,7 +54,7 @@ struct Activation {
 class RunGraph {
  public:
   /// `most_states`: where it stops to look at further activations. `program` must outlive it.
-  RunGraph(const Program& program, int entry, unsigned int nest_limit, std::size_t most_states);
+  RunGraph(const Program& program, int entry, unsigned int nest_limit, std::size_t max_states);
 
   const Program& program() const { return program_; }
   const std::vector<Activation>& activations() const { return activations_; }
@@ -90,7 +90,7 @@ class RunGraph {
 
   const Program& program_;
   const unsigned int nest_limit_;
-  const std::size_t most_states_;
+  const std::size_t max_states_;
   std::size_t states_ = 0;
   bool is_complete_ = true;
   std::vector<Activation> activations_;

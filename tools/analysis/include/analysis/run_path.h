@@ -41,7 +41,7 @@ struct RunPath {
   std::size_t repeats_from = kEnds;
   bool is_cut = false;
 
-  static constexpr std::size_t kMostRows = 100000;
+  static constexpr std::size_t kMaxRows = 100000;
 
   static constexpr std::size_t kEnds = static_cast<std::size_t>(-1);
   bool isEndless() const { return repeats_from != kEnds; }

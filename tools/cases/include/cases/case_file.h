@@ -44,7 +44,7 @@ struct TableCase {
   std::vector<ExpectedCall> calls;
   std::optional<std::uint64_t> wait_ms;
   /// Where its run is taken for one that never ends.
-  std::size_t most_rows = SimulationRequest().most_rows;
+  std::size_t max_rows = SimulationRequest().max_rows;
 
   bool expectsSomething() const {
     return rows || end || first_failing || !calls.empty() || wait_ms;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "command_line/command_line.h"
 #include "trace/request_filter.h"
 #include "trace/request_reader.h"
-#include "command_line/command_line.h"
 
 namespace kw::trx::tools {
 

@@ -19,10 +19,10 @@ struct ExploreOptions {
   std::string table;
   std::vector<std::string> denied;
   std::vector<std::string> allowed;
-  std::size_t most_calls = kUnlimited;
-  std::size_t most_wait_ms = kUnlimited;
+  std::size_t max_calls = kUnlimited;
+  std::size_t max_wait_ms = kUnlimited;
   std::size_t nest_limit = kTableNestLimit;
-  std::size_t most_states = 2000000;
+  std::size_t max_states = 2000000;
   bool json = false;
 };
 

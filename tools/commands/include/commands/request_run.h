@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "kw/trx/trx_info.h"
+#include "command_line/command_line.h"
 #include "engine/request.h"
 #include "engine/row_events.h"
 #include "engine/run_report.h"
-#include "command_line/command_line.h"
+#include "kw/trx/trx_info.h"
 
 namespace kw::trx::tools {
 

@@ -11,10 +11,10 @@ namespace kw::trx::tools {
 /// A value, or a warning.
 struct ConfigEntry {
   bool is_warning;
-  std::string key;    ///< of a value
-  std::string words;  ///< the value, or what is odd
-  std::string file;   ///< where it stands
-  unsigned int line;  ///< from 1; 0 in a value: it is the default
+  std::string key;      ///< of a value
+  std::string message;  ///< the value, or what is odd
+  std::string file;     ///< where it stands
+  unsigned int line;    ///< from 1; 0 in a value: it is the default
 };
 
 struct ConfigReport {

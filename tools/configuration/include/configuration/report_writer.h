@@ -19,8 +19,8 @@ class ReportWriter {
     report.entries.push_back({false, key, value, file.path, line});
   }
 
-  void warn(const PropertiesFile& file, unsigned int line, const std::string& words) {
-    report.entries.push_back({true, "", words, file.path, line});
+  void warn(const PropertiesFile& file, unsigned int line, const std::string& message) {
+    report.entries.push_back({true, "", message, file.path, line});
   }
 
   ConfigReport report;

@@ -21,8 +21,8 @@ struct LineCoverage {
   /// failure, and one.
   std::optional<std::array<std::uint64_t, 2>> branches;
 };
-constexpr std::size_t kWell = 0;
-constexpr std::size_t kBadly = 1;
+constexpr std::size_t kBranchSucceeded = 0;
+constexpr std::size_t kBranchFailed = 1;
 
 /// The rows of one table file by their lines, as an editor counts.
 using FileCoverage = std::map<unsigned int, LineCoverage>;

@@ -15,8 +15,8 @@ struct Diagnosis {
 
   Verdict verdict;
   std::string subject;  ///< such as "lock"
-  std::string words;    ///< what was found
-  std::string way_out;  ///< what to do; empty when it is good
+  std::string message;  ///< what was found
+  std::string remedy;   ///< what to do; empty when it is good
 };
 
 struct DiagnosisRequest {

@@ -16,7 +16,7 @@ struct RowEvent {
   bool is_row;
   std::string table;                      ///< of a row
   unsigned int number;                    ///< NUMBER of a row
-  std::string words;                      ///< the command of a row, or what is said
+  std::string message;                    ///< the command of a row, or what is said
   unsigned int wait_ms;                   ///< of a row that waits; else 0
   std::size_t tables;                     ///< around a row
   const trx::TRXInfo* context = nullptr;  ///< of the request

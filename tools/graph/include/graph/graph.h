@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "coverage/coverage.h"
-#include "table/surroundings.h"
+#include "table/environment.h"
 
 namespace kw::trx::tools {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "table/environment.h"
 #include "table/finding.h"
-#include "table/surroundings.h"
 
 namespace kw::trx::tools {
 
@@ -21,7 +21,7 @@ struct CheckedFile {
 
 /// Checks `file`, as it is called in words, with the tables and HAPs around it. The engine loads it
 /// exactly when no error is found.
-CheckedFile checkFile(const std::string& file, const Surroundings& around);
+CheckedFile checkFile(const std::string& file, const Environment& around);
 
 }  // namespace kw::trx::tools
 

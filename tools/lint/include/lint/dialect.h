@@ -9,7 +9,7 @@
 namespace kw::trx::tools {
 
 struct Dialect {
-  std::string words;                ///< what the file is; empty: what the engine reads
+  std::string message;              ///< what the file is; empty: what the engine reads
   std::optional<std::string> text;  ///< the same cells as the engine reads them; none: no such text
   std::string steps;                ///< what was done for `text`; empty: nothing
 };

@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "table/finding.h"
 #include "lint/patched_format.h"
+#include "table/finding.h"
 #include "trace/record_collector.h"
 
 namespace kw::trx::tools {
 
 /// More faults than anybody reads.
-constexpr std::size_t kFaultsMax = 1000;
+constexpr std::size_t kMaxFaults = 1000;
 
 /// The faults of one file.
 struct FaultLog {
@@ -26,19 +26,19 @@ struct FaultLog {
 
   /// False when no further fault is noted.
   bool hasRoom() {
-    has_more = findings.size() >= kFaultsMax;
+    has_more = findings.size() >= kMaxFaults;
     return !has_more;
   }
 
-  void add(unsigned int line, const std::string& column, const std::string& words,
+  void add(unsigned int line, const std::string& column, const std::string& message,
            unsigned int id) {
-    findings.push_back({true, line, column, words, id});
+    findings.push_back({true, line, column, message, id});
   }
 
   /// Notes a fault of a cell; `is_named`: its column has a name there.
-  void addCell(unsigned int row, unsigned int column, const std::string& words, unsigned int id,
+  void addCell(unsigned int row, unsigned int column, const std::string& message, unsigned int id,
                bool is_named = true) {
-    add(format->lines.lineOf(row, column), columnTitle(column, is_named), words, id);
+    add(format->lines.lineOf(row, column), columnTitle(column, is_named), message, id);
   }
 };
 

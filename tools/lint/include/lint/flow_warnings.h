@@ -5,14 +5,14 @@
 
 #include <vector>
 
+#include "table/environment.h"
 #include "table/finding.h"
 #include "table/flow.h"
-#include "table/surroundings.h"
 
 namespace kw::trx::tools {
 
 /// Warnings about the rows of a table that the engine loads.
-std::vector<Finding> flowWarnings(const TableFlow& flow, const Surroundings& surroundings);
+std::vector<Finding> flowWarnings(const TableFlow& flow, const Environment& environment);
 
 }  // namespace kw::trx::tools
 

@@ -8,8 +8,8 @@
 namespace kw::trx::tools {
 
 struct LockAction {
-  bool done;          ///< false: it was refused or could not be carried out; nothing changed
-  std::string words;  ///< what was done, or why it was not
+  bool done;            ///< false: it was refused or could not be carried out; nothing changed
+  std::string message;  ///< what was done, or why it was not
 };
 
 /// Creates the semaphore with this key, or finishes it, as the start of the engine does; one that

@@ -50,7 +50,7 @@ struct LockState {
 /// system does not let it.
 LockState lookAtLock(int key);
 
-/// True when what is wrong must be mended; false for `kFree` and `kHeld`.
+/// True when what is wrong must be fixed; false for `kFree` and `kHeld`.
 bool isWrong(LockCondition condition);
 
 /// One word for it, as JSON has it, such as "neverFinished".

@@ -8,8 +8,8 @@
 namespace kw::trx::tools {
 
 struct SemaphoreShortage {
-  std::string words;   ///< which limit is reached; empty: none is, or the limits cannot be read
-  std::string advice;  ///< what to do about it
+  std::string message;  ///< which limit is reached; empty: none is, or the limits cannot be read
+  std::string advice;   ///< what to do about it
 };
 
 /// Compares the sets of this IPC namespace with its limits.

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "replay/recorded_request.h"
 #include "cases/case_file.h"
+#include "replay/recorded_request.h"
 #include "simulator/simulator.h"
 
 namespace kw::trx::tools {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "kw/platform.h"
 #include "engine/failure.h"
 #include "engine/row_events.h"
+#include "kw/platform.h"
 #include "simulator/outcome.h"
 #include "table/flow.h"
 
@@ -34,7 +34,7 @@ struct SimulationRequest {
   std::function<HAPOutcome(const HAPCall& call)> choose;
   std::function<void(const RowEvent& event)> on_event;  ///< called as it runs; may be null
   RequestListener* listener = nullptr;                  ///< hears what ran; may be null
-  std::size_t most_rows = 100000;  ///< where a run is stopped that may never end
+  std::size_t max_rows = 100000;  ///< where a run is stopped that may never end
 };
 
 struct SimulatedRun {
@@ -52,7 +52,7 @@ struct SimulatedRun {
 /// As often a table runs within itself when a configuration does not say it.
 constexpr unsigned int kTableNestLimit = 10;
 /// Deeper ones are not simulated.
-constexpr unsigned int kMostNestLimit = 1000;
+constexpr unsigned int kMaxNestLimit = 1000;
 
 class Simulator {
  public:

@@ -15,7 +15,7 @@ struct Finding {
   bool is_error;
   unsigned int line;   ///< as an editor counts, from 1; 0: the file as a whole
   std::string column;  ///< letter of a spreadsheet, with the name of the column when it has one
-  std::string words;
+  std::string message;
   unsigned int id = 0;  ///< trace id of an error
 };
 

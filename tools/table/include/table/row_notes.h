@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "table/environment.h"
 #include "table/row_finder.h"
-#include "table/surroundings.h"
 #include "trace/request_builder.h"
 
 namespace kw::trx::tools {

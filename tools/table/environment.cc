@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "table/surroundings.h"
+#include "table/environment.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,7 +19,7 @@ namespace kw::trx::tools {
 namespace {
 
 /// More missing names than anybody corrects by what was meant.
-constexpr std::size_t kMeantMax = 500;
+constexpr std::size_t kMaxMeant = 500;
 
 /// Each missing name is compared with all that are there.
 std::map<std::string, std::string> meantTables(const KnownTables& tables) {
@@ -29,7 +29,7 @@ std::map<std::string, std::string> meantTables(const KnownTables& tables) {
     for (const FlowRow& row : flow.rows) {
       const bool is_missing = row.callsTable() && tables.flows.count(row.name) == 0 &&
                               tables.refused.count(row.name) == 0;
-      if (is_missing && meant.size() < kMeantMax && meant.count(row.name) == 0) {
+      if (is_missing && meant.size() < kMaxMeant && meant.count(row.name) == 0) {
         meant[row.name] = didYouMean(row.name, names);
       }
     }
@@ -101,8 +101,8 @@ std::vector<std::string> KnownTables::names() const {
   return all;
 }
 
-Surroundings surroundingsOf(const std::vector<std::string>& files) {
-  Surroundings around;
+Environment environmentOf(const std::vector<std::string>& files) {
+  Environment around;
   const Configured found = configured();
   around.tables = readTables(files, found.tables);
   around.meant_tables = meantTables(around.tables);

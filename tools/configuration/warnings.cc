@@ -73,11 +73,11 @@ void warnOfEngineKeys(ReportWriter& writer, const PropertiesFile& file) {
 }
 
 void warnOfValues(ReportWriter& writer, PropertiesFile& file) {
-  const std::map<std::string, std::string> words = {{trx::kKeyHAPErrMode, trx::kWordContinue},
-                                                    {trx::kKeyTableErrMode, trx::kWordContinue},
-                                                    {trx::kKeyExclusionControl, trx::kWordOff},
-                                                    {trx::kKeyWaitHandler, trx::kWordRequester}};
-  for (const auto& [key, word] : words) {
+  const std::map<std::string, std::string> message = {{trx::kKeyHAPErrMode, trx::kWordContinue},
+                                                      {trx::kKeyTableErrMode, trx::kWordContinue},
+                                                      {trx::kKeyExclusionControl, trx::kWordOff},
+                                                      {trx::kKeyWaitHandler, trx::kWordRequester}};
+  for (const auto& [key, word] : message) {
     warnOfWord(writer, file, key, word);
   }
   for (const char* key : {trx::kKeyHAPNumber, trx::kKeyTableNumber}) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What tables name outside themselves: other tables and HAPs.
-#ifndef KW_TRX_TOOLS_TABLE_SURROUNDINGS_H_
-#define KW_TRX_TOOLS_TABLE_SURROUNDINGS_H_
+#ifndef KW_TRX_TOOLS_TABLE_ENVIRONMENT_H_
+#define KW_TRX_TOOLS_TABLE_ENVIRONMENT_H_
 
 #include <map>
 #include <set>
@@ -32,8 +32,8 @@ std::vector<std::string> tableFilesOf(const std::vector<std::string>& paths);
 KnownTables readTables(const std::vector<std::string>& files,
                        const std::vector<std::string>& configured);
 
-/// What is known of the surroundings of a table.
-struct Surroundings {
+/// What is known of the environment of a table.
+struct Environment {
   KnownTables tables;  ///< those among the files and the configuration
   /// What was probably meant by names of tables that are not there, as `didYouMean` says it.
   std::map<std::string, std::string> meant_tables;
@@ -43,8 +43,8 @@ struct Surroundings {
 
 /// What is known around the tables `files`: with a configuration, the tables and modules that it
 /// names as well. Throws as `configured` does.
-Surroundings surroundingsOf(const std::vector<std::string>& files);
+Environment environmentOf(const std::vector<std::string>& files);
 
 }  // namespace kw::trx::tools
 
-#endif  // KW_TRX_TOOLS_TABLE_SURROUNDINGS_H_
+#endif  // KW_TRX_TOOLS_TABLE_ENVIRONMENT_H_
