@@ -17,9 +17,6 @@ std::string outputOf(const std::string& arguments, const std::string& folder = "
 /// The content of a file.
 std::string readFile(const std::string& path);
 
-/// `text` with every `from` replaced by `to`.
-std::string replaced(std::string text, const std::string& from, const std::string& to);
-
 }  // namespace kw::trx::testing
 
 #endif  // KW_TRX_TESTS_TRXCTL_TOOL_H_
