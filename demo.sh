@@ -44,11 +44,14 @@ fi
 
 step "what the cases run, coloured in $rig/coverage.svg"
 "$trxctl" coverage examples/tables/*.cases.csv -o "$rig/tables.info"
-"$trxctl" graph examples/tables/selftest.csv examples/tables/rails.csv --coverage "$rig/tables.info" \
+"$trxctl" graph examples/tables/selftest.csv examples/tables/rails.csv "$rig/tables.info" \
   -o "$rig/coverage.svg"
 
 step "what the demo host ran, counted and timed in $rig/runs.svg"
-"$trxctl" graph --root "$rig/root" --trace "$rig/root/trace.ring" -o "$rig/runs.svg"
+"$trxctl" graph --root "$rig/root" "$rig/root/trace.ring" -o "$rig/runs.svg"
 
-step "its trace, decoded: errors and infos of $rig/root/trace.ring"
-"$trxctl" trace --level info "$rig/root/trace.ring"
+step "its requests that failed, from $rig/root/trace.ring"
+"$trxctl" requests --failed --root "$rig/root" "$rig/root/trace.ring"
+
+step "its trace, decoded: errors and infos"
+"$trxctl" records --level info "$rig/root/trace.ring"

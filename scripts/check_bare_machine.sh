@@ -62,7 +62,7 @@ cmake --build /rig
 /rig/demo_host /rig/root | grep 'message of the table: SELFTEST_FAILED'
 ctest --test-dir /rig --no-tests=error --output-on-failure
 trxctl record -o /rig/recorded.ring -- /rig/demo_host /rig/root >/dev/null
-trxctl trace /rig/recorded.ring | grep 'HAP PSU_PowerUp' >/dev/null
+trxctl records /rig/recorded.ring | grep 'HAP PSU_PowerUp' >/dev/null
 cat >/host.cc <<'END'
 #include "kw/trx/trx.h"
 int main() { return kw::trx::trx::TRX::getInstance()->isStopFlag() ? 1 : 0; }

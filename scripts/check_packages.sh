@@ -50,7 +50,7 @@ ring=$work/recorded.ring
 "$work/tool/usr/bin/trxctl" record -o "$ring" -- \
   "$work/rig-unpacked/demo_host" "$work/rig-unpacked/root" >/dev/null
 # The records without their times, as that host keeps them itself and as the recorder does.
-of_ring() { "$work/tool/usr/bin/trxctl" trace --level info "$1" | cut -d' ' -f3-; }
+of_ring() { "$work/tool/usr/bin/trxctl" records --wide --level info "$1" | cut -d' ' -f3-; }
 of_ring "$work/rig-unpacked/root/trace.ring" >"$work/own"
 of_ring "$ring" >"$work/by_recorder"
 grep -q 'HAP PSU_PowerUp' "$work/own"

@@ -48,13 +48,13 @@ run() {
 # What the ring $1 has and what it tells, against what the platform got.
 check_ring() {
   diff <(printf '%s\n' "$records") "$work/records"
-  "$tool" trace --json "$1" | sed 's/.*"id":"0x\([0-9a-f]*\)".*/\1/' | diff "$work/records" -
-  "$tool" trace --summary "$1" |
+  "$tool" records --json "$1" | sed 's/.*"id":"0x\([0-9a-f]*\)".*/\1/' | diff "$work/records" -
+  "$tool" requests "$1" |
     sed 's/^.*[0-9a-f]\.[0-9]*  //; s/ on [^:]*:/:/; s/: failed.*/: failed/' | sort | diff "$work/story" -
   rm "$1"
 }
 
-printf '%s\n' 'HAP FAN_SetSpeed: failed' 'HAP FAN_SetSpeed: ok' 'table fan: failed' 'table none: failed' \
+printf '%s\n' 'HAP FAN_SetSpeed: failed' 'HAP FAN_SetSpeed: succeeded' 'table fan: failed' 'table none: failed' \
   >"$work/story"
 ring=$work/trace.ring
 recorder=$(find "$build" -name libzqm_trx_recorder.so)

@@ -34,9 +34,9 @@ echo "$(grep -c '^[EIDd] ' "$work/native") trace records, of $(grep -c '^#' "$wo
 for build in "$native" "$device"; do
   ring=$build/examples/root/trace.ring
   decode() {
-    "$@" trace "$ring"
-    "$@" trace --json "$ring"
-    "$@" trace --perfetto "$work/timeline.json" "$ring"
+    "$@" records --wide "$ring"
+    "$@" records --json "$ring"
+    "$@" export "$ring" -o "$work/timeline.json"
     cat "$work/timeline.json"
   }
   decode "$native/tools/trxctl/trxctl" >"$work/native"

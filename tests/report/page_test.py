@@ -34,6 +34,10 @@ def expect(what, shown, expected):
         print(f"FAILED {what}\n  shown:    {str(shown)[:1500]}\n  expected: {str(expected)[:1500]}")
 
 
+def row_name(row):
+    return f"{row['table']}/{row['number']}" if row else "None"
+
+
 def count(number):
     return str(number) if number < 10000 else f"{number:,}".replace(",", "\u202f")
 
@@ -62,7 +66,7 @@ class Expected:
         return self.exactly(ns)[:12]
 
     def place(self, group):
-        return f"{group['table']}/{group['row']}" if group["row"] else ""
+        return row_name(group["firstFailingRow"]) if group["firstFailingRow"] else ""
 
     def cause(self, group):
         return f"{group['code']} {group['meaning']}"
@@ -73,7 +77,7 @@ class Expected:
                 for group in self.report["failures"]]
 
     def stories(self):
-        return [[[record["level"], record["words"]] for record in group["records"]] for group in self.report["failures"]]
+        return [[[record["level"], record["message"]] for record in group["records"]] for group in self.report["failures"]]
 
     def steps(self):
         all_steps = []
@@ -81,11 +85,11 @@ class Expected:
             steps = []
             for part in self.report["kept"][group["last"]]["slices"]:
                 name = " " + part["name"] if part["name"] else ""
-                start = {"row": f"{part.get('table')}/{part.get('row')} {part.get('command')}",
+                start = {"row": f"{row_name(part.get('row'))} {part.get('rowCommand')}",
                          "table": "table", "hap": "HAP"}[part["kind"]]
                 result = "failed" + (" " + part["code"] if "code" in part else "") if part.get("failed") else \
                     "" if part["kind"] == "table" else "ok"
-                steps.append([start + name, duration(part["endNs"] - part["beginNs"]), result])
+                steps.append([start + name, duration(part["endNs"] - part["startNs"]), result])
             all_steps.append(steps)
         return all_steps
 
@@ -96,20 +100,20 @@ class Expected:
             jump = f" → {numbers[row['jump']]}" if "jump" in row else ""
             ran = row["runs"] > 0
             went = "never ran" if not ran else f"{count(row['failures'])} failed" if row["failures"] else ""
-            rows.append([row["number"], row["label"], row["command"], row["name"], row["mode"], row["error"] + jump,
+            rows.append([row["number"], row["label"], row["rowCommand"], row["name"], row["mode"], row["error"] + jump,
                          row["para"], count(row["runs"]), went, duration(row["medianNs"]) if ran else "",
-                         duration(row["mostNs"]) if ran else ""])
+                         duration(row["maxNs"]) if ran else ""])
         return rows
 
     def foreign_rows(self, table):
-        return [[row["number"], row["command"], row["name"], count(row["runs"]),
+        return [[row["number"], row["rowCommand"], row["name"], count(row["runs"]),
                  f"{count(row['failures'])} failed" if row["failures"] else "", duration(row["medianNs"]),
-                 duration(row["mostNs"])] for row in table["foreign"]]
+                 duration(row["maxNs"])] for row in table["foreign"]]
 
     @staticmethod
     def figures(one, calls, failures):
         return [count(one[calls]), count(one[failures])] + [
-            duration(one[key]) for key in ("leastNs", "medianNs", "p99Ns", "mostNs", "sumNs")]
+            duration(one[key]) for key in ("minNs", "medianNs", "p99Ns", "maxNs", "sumNs")]
 
     def names(self):
         return [["table " + one["name"]] + self.figures(one, "count", "failed") for one in self.report["names"]]
@@ -119,7 +123,7 @@ class Expected:
                 [duration(one[key]) for key in ("ownNs", "lockNs", "lockWaitNs")] for one in self.report["haps"]]
 
     def machine(self):
-        return [[one["subject"], one["verdict"], one["words"], one["do"]] for one in self.report["machine"]]
+        return [[one["subject"], one["severity"], one["message"], one["advice"]] for one in self.report["machine"]]
 
 
 ROWS = "[...document.querySelectorAll(%s)].map(row => [...row.cells].map(cell => cell.textContent))"
@@ -153,7 +157,7 @@ def check_content(browser, report):
     expect("title", browser.run("document.title"),
            f"{count(bad)} of {count(report['requests']['all'])} requests failed – trace report")
     expect("counts", browser.run("document.getElementById('counts').textContent"),
-           f"{count(report['requests']['ok'])} well{count(bad)} failed")
+           f"{count(report['requests']['succeeded'])} succeeded{count(bad)} failed")
     expect("kinds of failures", len(report["failures"]), 9)
     expect("failures", rows_of(browser, "#overview"), wanted.overview())
     expect("records of the stories", [[row[1:] for row in rows_of(browser, f"#failure-{at + 1} [aria-label='Its records']")]
@@ -198,9 +202,9 @@ def check_keys(browser, report):
     browser.press("-", 189, "-")
     expect("there is no more than all", part(), whole)
     browser.press("n", 78, "n")
-    failed = next(one for one in report["kept"] if one["outcome"] == "failed")
-    expect("n shows the first failure", failed["words"] in browser.run("document.querySelector('#timeline .told').textContent"), True)
-    expect("and where it is", part()[0] <= failed["beginNs"] and part()[1] >= failed["endNs"] and part() != whole, True)
+    failed = next(one for one in report["kept"] if one["ending"] == "failed")
+    expect("n shows the first failure", failed["message"] in browser.run("document.querySelector('#timeline .told').textContent"), True)
+    expect("and where it is", part()[0] <= failed["startNs"] and part()[1] >= failed["endNs"] and part() != whole, True)
 
 
 # The contrast of each text with what lies behind it, least first.

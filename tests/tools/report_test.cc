@@ -111,14 +111,15 @@ TEST_F(ReportTest, EqualFailuresAreOneWithTheStoryOfTheLast) {
   const json told = finished();
   EXPECT_EQ(
       told["requests"],
-      (json{{"all", 8}, {"ok", 2}, {"failed", 4}, {"refused", 2}, {"waits", 0}, {"open", 0}}));
+      (json{
+          {"all", 8}, {"succeeded", 2}, {"failed", 4}, {"refused", 2}, {"waits", 0}, {"open", 0}}));
   ASSERT_EQ(told["failures"].size(), 3U);
   const json& first = told["failures"][0];
   EXPECT_EQ(first["count"], 3);
   EXPECT_EQ(first["lastNs"], last_ns - kStartNs - 1000);
   EXPECT_EQ(first["wellBeforeNs"], nullptr);
   EXPECT_EQ(first["wellAfterNs"], nullptr);
-  EXPECT_EQ(first["detail"], (json{"0xce4", "0x5"}));
+  EXPECT_EQ(first["detailWords"], (json{"0xce4", "0x5"}));
   EXPECT_EQ(first["records"].size(), 6U);
   EXPECT_EQ(told["kept"][first["last"].get<std::size_t>()]["request"], "0x16");
   const json& refused = told["failures"][1];
@@ -176,7 +177,7 @@ TEST_F(ReportTest, EqualThreadsOfTwoRingsAreTwo) {
   ring = 0;
   write(trx::kTrxHAPDone, {}, "A_Run");
   const json told = finished();
-  EXPECT_EQ(told["requests"]["ok"], 2);
+  EXPECT_EQ(told["requests"]["succeeded"], 2);
   EXPECT_EQ(told["threads"].size(), 2U);
   EXPECT_EQ(told["kept"][0]["name"], "A_Run");
   EXPECT_EQ(told["kept"][1]["ring"], 1);
@@ -265,12 +266,13 @@ TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
             0U);
   EXPECT_EQ(changes["0x13"].size(), 0U);
   const json& open = told["kept"].back();
-  ASSERT_EQ(open["outcome"], "open") << told["kept"];
+  ASSERT_EQ(open["ending"], "open") << told["kept"];
   EXPECT_EQ(open["lastRecord"], "0x14 runs row 0x20: HAP");
   EXPECT_EQ(
-      open["words"].get<std::string>().find("its end is not in the ring; row desk/20 has not"), 0U)
-      << open["words"];
-  EXPECT_EQ(open["longest"]["row"], "1f");
+      open["message"].get<std::string>().find("its end is not in the ring; row desk/20 has not"),
+      0U)
+      << open["message"];
+  EXPECT_EQ(open["longest"]["row"]["number"], "1f");
   EXPECT_GE(open["longest"]["ns"], 5000000);
 }
 

@@ -238,7 +238,7 @@ TEST_F(RequestsTest, EachEndsAsItDid) {
       {"a request of its own in a HAP of a table",
        {{"TRU_A", ask}, {"TRU_D", fail}},
        {"t"},
-       {"TRU_D: failed: HAP TRU_D: 0x20003, a HAP's own error, with its detail", "t: ok"}},
+       {"TRU_D: failed: HAP TRU_D: 0x20003, a HAP's own error, with its detail", "t: succeeded"}},
       {"a HAP of its own name inside itself",
        {{"TRU_E",
          [&calls](trx::TRXInfo* info) {
@@ -247,7 +247,7 @@ TEST_F(RequestsTest, EachEndsAsItDid) {
          }},
         {"TRU_C", fail}},
        {"TRU_E"},
-       {"TRU_E: ok"}},
+       {"TRU_E: succeeded"}},
       {"names that are no ASCII",
        {{truth::kLatinHAP, fail}},
        {truth::kLatinHAP, "TRU_\tX"},
@@ -264,7 +264,7 @@ TEST_F(RequestsTest, EachEndsAsItDid) {
            return 0;
          }}},
        {"TRU_A", "t"},
-       {"TRU_A: ok", "t: ok"}},
+       {"TRU_A: succeeded", "t: succeeded"}},
   };
   for (const auto& one : cases) {
     acts = one.acts;
@@ -389,8 +389,8 @@ TEST_F(RequestsTest, TheRestOfATableIsNoneOfTheHAPThatAskedForIt) {
   startTables({{"t", ",2,HAP,TRU_B\n,3,END\n"}}, MODULE_TRU);
   trx::TRXInfo info;
   const ReadRequests read(from(EventKind::kRowHAP, recordsOf([&] { request(info, "TRU_A"); })));
-  EXPECT_EQ(read.outcomes, (Lines{": ok; its begin is not in the ring",
-                                  "TRU_A: ok; its begin is not in the ring"}));
+  EXPECT_EQ(read.outcomes, (Lines{": succeeded; its start is not in the ring",
+                                  "TRU_A: succeeded; its start is not in the ring"}));
 }
 
 TEST_F(RequestsTest, WhatGoesOnIsRatherARequestWhoseTableIsKnown) {

@@ -108,7 +108,7 @@ TEST_F(SummariesTest, EachRequestIsTold) {
   const std::string stopped =
       " request of " + tools::hexText(trx::TRX::getTRXID()) + " is refused: the engine is stopped";
   const std::vector<std::string> expected = {
-      "TST_Ok on psu: ok",
+      "TST_Ok on psu: succeeded",
       "TST_FailDetail: failed: " + described,
       "TST_Fail: failed: " + own,
       "TST_Call: failed: " + own,
@@ -118,7 +118,7 @@ TEST_F(SummariesTest, EachRequestIsTold) {
       "not defined",
       "None: failed: HAP None: no module with the key None is loaded: 0x1000001, the HAP is not "
       "defined",
-      "ignores: ok",
+      "ignores: succeeded",
       "checks: failed: row checks/2: " + described +
           "; ended by row checks/b, an END with a message",
       "stops: failed: row inner/1c: " + described,
@@ -127,7 +127,7 @@ TEST_F(SummariesTest, EachRequestIsTold) {
       "nests: failed: table nests is nested too deeply in itself (0x7000b); ended by row nests/2",
       "throws: failed: HAP TST_Throw threw an exception that is not the engine's; ended by row "
       "throws/2",
-      "waits: ok",
+      "waits: succeeded",
       "absent: failed: table absent is not loaded (0x1000002)",
       "TST_Ok: refused: the HAP" + stopped,
       ": refused: the table" + stopped,
@@ -154,7 +154,8 @@ TEST_F(SummariesTest, EachRequestIsTold) {
                                 "for CHECK"}));
   std::vector<TraceRecord> ended = whole;
   ended.push_back(*next(end, trx::kTrxTableAdmitted.id));
-  EXPECT_EQ(ReadRequests(withoutDebug(ended)).outcomes[0], ": ok; its begin is not in the ring");
+  EXPECT_EQ(ReadRequests(withoutDebug(ended)).outcomes[0],
+            ": succeeded; its start is not in the ring");
 }
 TEST(RecordWordsTest, NoControlCharacterReachesATerminal) {
   EXPECT_EQ(tools::describe(recordAt(1, 1, trx::kTrxTableName, "a\x7f\xc2\x9b\xc2\xa0\xc2")),

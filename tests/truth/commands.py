@@ -10,16 +10,16 @@ import subprocess
 from truth_model import plain
 
 COMMANDS = {
-    "requests": ["trace", "--summary", "--json", "RING"],
-    "records": ["trace", "--json", "RING"],
-    "rows": ["trace", "--json", "--tables", "TABLES", "RING"],
-    "timeline": ["trace", "--perfetto", "OUT", "RING"],
+    "requests": ["requests", "--json", "RING"],
+    "records": ["records", "--json", "RING"],
+    "rows": ["records", "--json", "--tables", "TABLES", "RING"],
+    "timeline": ["export", "RING", "-o", "OUT"],
     "stats": ["stats", "--json", "RINGS"],
     "report": ["report", "--json", "RINGS", "--tables", "TABLES", "--root", "ROOT"],
-    "coverage": ["coverage", "RINGS", "FILES", "-o", "OUT"],
-    "graph": ["graph", "FILES", "TRACES"],
-    "way": ["graph", "FILES", "TRACES", "--request", "REQUEST"],
-    "replay": ["replay", "--json", "RING", "FILES", "--request", "REQUEST"],
+    "coverage": ["coverage", "RINGS", "--tables", "TABLES", "-o", "OUT"],
+    "graph": ["graph", "FILES", "RINGS"],
+    "way": ["graph", "FILES", "RINGS", "--request", "REQUEST"],
+    "replay": ["replay", "--json", "RING", "--tables", "TABLES", "--request", "REQUEST"],
 }
 HEAD_LINES = 2  # of table files, above START
 MORE_TURNS = 5  # what stands for all numbers of turns that a box does not show
@@ -31,7 +31,7 @@ BEGINS = ("0x4003000", "0x4004001", "0x4004000", "0x4005000", "0x4007000", "0x40
 Counts = collections.namedtuple("Counts", "calls failures")
 
 
-LOSS = r"(\d+) records (?:are (?:doubtful|suspect)|were overwritten)"
+LOSS = r"(\d+) records (?:are suspect|were overwritten)"
 NOTHING = "no record tells of"  # what commands say that have nothing to print
 
 
@@ -49,12 +49,13 @@ class Said:
         self.kind, self.name = printed["kind"], plain(printed["name"])
         self.mode = plain(printed["mode"])
         self.units = [plain(unit) for unit in printed["units"]]
-        self.more_units, self.outcome = printed["moreUnits"], printed["outcome"]
+        self.more_units, self.outcome = printed["moreUnits"], ending(printed)
         self.uncertain = printed.get("uncertain", "")
-        self.words = printed.get("words", "")
-        self.begin_lost = printed.get("beginLost", False)
-        self.damaged = printed.get("damaged", False)
-        self.row = (plain(printed.get("failedTable", "")), printed.get("failedRow", ""))
+        self.words = printed.get("message", "")
+        self.begin_lost = printed.get("startLost", False)
+        self.damaged = printed.get("incomplete", False)
+        row = printed.get("firstFailingRow") or {"table": "", "number": ""}
+        self.row = (plain(row["table"]), row["number"])
         self.hap = plain(printed.get("failedHap", ""))
         self.code = int(printed.get("code") or "0x0", 16)
         self.keys = frozenset(printed)
@@ -80,7 +81,6 @@ class Trxctl:
         self.out = self.folder + ("/out.json" if what == "timeline" else "/out.info")
         values = {"RING": [ring], "RINGS": self.rings, "FILES": self.files, "OUT": [self.out],
                   "TABLES": [self.folder + "/tables"], "ROOT": [self.folder + "/root"],
-                  "TRACES": [word for one in self.rings for word in ("--trace", one)],
                   "REQUEST": [request]}
         line = [word for part in COMMANDS[what] for word in values.get(part, [part])]
         if os.path.exists(self.out):
@@ -106,11 +106,14 @@ class Trxctl:
         return [json.loads(line) for line in self.run(what, ring).splitlines()]
 
     def requests(self):
-        return [Said(printed, printed["startNs"], place) for place, ring in enumerate(self.rings)
+        return [Said(printed, int(printed["startNs"]), place) for place, ring in enumerate(self.rings)
                 for printed in self.lines("requests", ring)]
 
     def records(self, ring):
-        return self.lines("records", ring)
+        records = self.lines("records", ring)
+        for record in records:
+            record["timeNs"] = int(record["timeNs"])
+        return records
 
     def rows(self):
         """How often a row is shown as one that starts, by table and place of the row."""
@@ -132,10 +135,10 @@ class Trxctl:
     def stats(self):
         """Counts by HAP, and by row."""
         printed = json.loads(self.run("stats", nothing='{"haps": [], "rows": []}'))
-        self.waits = {row_key(one, one["table"], one["row"]): one["waitNs"]
+        self.waits = {row_key(one): one["waitNs"]
                       for one in printed["rows"]}
         return ({plain(one["name"]): counts(one) for one in printed["haps"]},
-                {row_key(one, one["table"], one["row"]): counts(one) for one in printed["rows"]})
+                {row_key(one): counts(one) for one in printed["rows"]})
 
     def report(self):
         return Report(json.loads(self.run("report")))
@@ -192,25 +195,34 @@ class Trxctl:
                 return None
             raise
         recorded = printed["recorded"]
-        rows = [(plain(row["table"]), "%x" % row["number"], *(plain(row["action"]) + " ").split(
-            " ")[:2]) for row in recorded["rows"]]
-        return rows, recorded["end"], recorded.get("firstFailingRow", ""), printed["same"]
+        rows = [(plain(one["row"]["table"]), one["row"]["number"],
+                 *(plain(one["action"]) + " ").split(" ")[:2]) for one in recorded["rows"]]
+        first = recorded.get("firstFailingRow")
+        name = "%s/%s" % (first["table"], first["number"]) if first else "none"
+        return rows, recorded["ending"], name, printed["same"]
 
 
 def counts(printed):
     return Counts(printed["calls"], printed["failures"])
 
 
-def row_key(printed, table, number):
-    return (plain(table), number, printed["command"],
-            plain(printed["name"]) if printed["command"] in ("HAP", "TABLE") else "")
+def ending(printed):
+    return "ok" if printed["ending"] == "succeeded" else printed["ending"]
+
+
+def row_key(printed, row=None):
+    row = row or printed["row"]
+    command = printed["rowCommand"]
+    return (plain(row["table"]), row["number"], command,
+            plain(printed["name"]) if command in ("HAP", "TABLE") else "")
 
 
 class Report:
     def __init__(self, printed):
-        self.lost, self.doubtful = printed["lost"], printed["doubtful"]
+        self.lost, self.suspect = printed["lost"], printed["suspect"]
         self.left_out, self.left_out_runs = printed["leftOut"], printed["leftOutRuns"]
-        self.counts = printed["requests"]
+        self.counts = {"ok" if name == "succeeded" else name: count
+                       for name, count in printed["requests"].items()}
         self.haps = {plain(one["name"]): counts(one) for one in printed["haps"]}
         self.threads = {(one["ring"], one["process"], one["thread"]): (one["requests"],
                                                                        one["failed"])
@@ -223,7 +235,7 @@ class Report:
         for table in printed["tables"]:
             for row in table["rows"] + table["foreign"]:
                 if "calls" in row:
-                    key = row_key(row, table["name"], row["number"])
+                    key = row_key(row, {"table": table["name"], "number": row["number"]})
                     self.rows[key] = Counts(row["calls"], row["failures"])
                 if "at" in row:
                     self.places[plain(table["name"]), row["at"]] = (
@@ -233,9 +245,8 @@ class Report:
 
     @staticmethod
     def kept_request(printed, origin_ns):
-        said = Said(printed, printed["beginNs"] + origin_ns, printed["ring"])
+        said = Said(printed, printed["startNs"] + origin_ns, printed["ring"])
         said.whole = "slicesLeftOut" not in printed
-        said.rows = [row_key(one, one["table"], one["row"])
-                     for one in printed["slices"] if one["kind"] == "row"]
+        said.rows = [row_key(one) for one in printed["slices"] if one["kind"] == "row"]
         said.haps = [plain(one["name"]) for one in printed["slices"] if one["kind"] == "hap"]
         return said

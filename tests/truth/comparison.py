@@ -55,8 +55,8 @@ class Comparison:
         for outcome, count in report.counts.items():
             self.differ("report, requests", "requests: " + outcome, count,
                         len(requests) if outcome == "all" else outcomes[outcome])
-        self.differ("report, records", "doubtful records", report.doubtful,
-                    sum("doubtful" in record for ring in self.records for record in ring))
+        self.differ("report, records", "suspect records", report.suspect,
+                    sum("suspect" in record for ring in self.records for record in ring))
         keys = {said.keys for said in requests if said.outcome == "failed"}
         self.differ("requests", "JSON keys that only some failed requests have",
                     sorted(set().union(*keys) - set.intersection(*map(set, keys))) if keys else [],
@@ -86,7 +86,7 @@ class Comparison:
                     {})
         losses = {what: sum(numbers) for what, numbers in self.trxctl.losses.items()}
         for what in ("records", "timeline", "stats", "coverage", "graph"):
-            self.differ(what + ", requests", "records lost and doubtful, on standard error",
+            self.differ(what + ", requests", "records lost and suspect, on standard error",
                         losses[what], losses["requests"])
         self.rows_of_places()
 
@@ -134,7 +134,7 @@ class Comparison:
             if record["id"] in BEGINS:
                 at = self.truth.at(record["process"], record["thread"], record["timeNs"])
                 self.begun.add((at[0], at[1].n) if at else None)
-        self.differ("report", "doubtful records of a sound ring", self.report.doubtful, 0)
+        self.differ("report", "suspect records of a sound ring", self.report.suspect, 0)
         if self.whole:
             # A process that is killed tears the record that each of its threads writes.
             torn = MOST_THREADS * len(self.truth.dead)

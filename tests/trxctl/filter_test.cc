@@ -52,7 +52,7 @@ class FilterTest : public EngineFixture {
 
   /// Of the two tables as they are drawn.
   Runs drawn(const std::string& options) const {
-    const std::string graph = runIn("graph good.csv bad.csv --trace trace.ring " + options);
+    const std::string graph = runIn("graph good.csv bad.csv trace.ring " + options);
     const auto runs = [&graph](const char* hap) {
       std::smatch found;
       return std::regex_search(graph, found, std::regex(std::string(hap) + "[^\"]*n([0-9]+) run"))
@@ -63,7 +63,7 @@ class FilterTest : public EngineFixture {
   }
 
   Runs covered(const std::string& options) const {
-    runIn("coverage trace.ring good.csv bad.csv -o all.info " + options);
+    runIn("coverage trace.ring --tables good.csv --tables bad.csv -o all.info " + options);
     const std::string info = readFile(dir.path() + "/all.info");
     const auto runs = [&info](const char* file) {
       return std::stoi(info.substr(info.find("\nDA:4,", info.find(file)) + 6));
@@ -89,7 +89,7 @@ TEST_F(FilterTest, AllCommandsTakeTheSameRequests) {
   }).join();
   kw::platform::closeTraceRing();
   char first[32];
-  std::snprintf(first, sizeof(first), "--request %x.", id);
+  std::snprintf(first, sizeof(first), "--request 0x%x.", id);
   const struct {
     std::string options;
     Runs runs;
@@ -115,7 +115,7 @@ TEST_F(FilterTest, AllCommandsTakeTheSameRequests) {
     if (options.find("--request") == std::string::npos) {
       EXPECT_EQ(drawn(options), runs) << options;
     }
-    const std::string lines = outputOf("trace --summary --json trace.ring " + options, dir.path());
+    const std::string lines = outputOf("requests --json trace.ring " + options, dir.path());
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), requests) << options;
   }
 }
@@ -127,10 +127,10 @@ TEST_F(FilterTest, ARefusedHAPIsListedAndNotDrawn) {
   EXPECT_EQ(execHAP(info, "TST_Ok"), "TRX 70001");
   engine->setStopFlag(false);
   kw::platform::closeTraceRing();
-  const json refused = jsonOf("trace --summary --json trace.ring");
-  EXPECT_EQ(refused["outcome"], "refused");
+  const json refused = jsonOf("requests --json trace.ring");
+  EXPECT_EQ(refused["ending"], "refused");
   EXPECT_EQ(refused["exception"], "0x70001");
-  runIn("trace --perfetto timeline.json trace.ring");
+  runIn("export trace.ring -o timeline.json");
   const json timeline = json::parse(readFile(dir.path() + "/timeline.json"));
   for (const json& event : timeline["traceEvents"]) {
     EXPECT_NE(event.value("cat", ""), "hap") << event;

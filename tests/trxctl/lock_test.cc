@@ -43,7 +43,7 @@ TEST(LockToolTest, TellsMakesAndRemovesTheSemaphore) {
   const std::string holder = "process " + std::to_string(getpid()) + " holds it";
   EXPECT_EQ(runTool("lock --remove"),
             "! trxctl: " + name + holder + "; --force removes it all the same\n= 2\n");
-  const std::string watched = outputOf("lock --watch | head -n 1");
+  const std::string watched = outputOf("lock --follow | head -n 1");
   EXPECT_NE(watched.find(" held, value 0, waiting 0, by process "), std::string::npos) << watched;
   const std::string removed = runTool("lock --remove --force");
   EXPECT_EQ(removed.find(name + "removed it, though " + holder), 0U) << removed;

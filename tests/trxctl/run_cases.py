@@ -32,13 +32,15 @@ import tempfile
 VARYING = [  # what it is, its pattern, what stands for it
     ("duration", r"( ?) *(?<![\d.])\d+\.\d+ (ms|s)\b", r"\1TIME"),
     ("time of a record", r"\b20\d\d-\d\d-\d\d \d\d:\d\d:\d\d(\.\d+)?\+0000", "DATE"),
+    ("time of day of a record", r"^\d\d:\d\d:\d\d\.\d{6} 0x", "CLOCK 0x"),
+    ("day of records", r"^20\d\d-\d\d-\d\d\+0000$", "DAY"),
     ("process and thread", r"\b\d+/\d+ (?=0x|- )", "PROCESS/THREAD "),
     ("process", r"\bprocess \d+", "process PROCESS"),
     ("request of a record", r"\b0x[0-9a-f]+(\.\d+) +(?=error|info|debug)", r"REQUEST\1  "),
     ("request", r"((?<=request )|(?<= of ))0x[0-9a-f]+|0x[0-9a-f]+(?=\.\d| runs row )", "REQUEST"),
     ("an emulator's own message",
      r"^(ERROR: ld\.so: .* cannot be preloaded|qemu: uncaught target signal).*\n", ""),
-    ("time in JSON", r'("\w+(?:Ns|Ms)": ?)[0-9.]+', r"\1TIME"),
+    ("time in JSON", r'("\w+(?:Ns|Ms)": ?)(?:"[0-9]+"|[0-9.]+)', r"\1TIME"),
     ("process in JSON", r'("(?:process|thread)": ?)\d+', r"\1PROCESS"),
     ("request in JSON", r'("request": ?)"0x[0-9a-f]+"', r"\1REQUEST"),
 ]

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// trxctl trace on rings of real engines, living and dead.
+// trxctl records on rings of real engines, living and dead.
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -71,7 +71,7 @@ TEST_F(TraceToolTest, RecordsOfAKilledProcessAreAllThere) {
   for (int i = 0; i < count; ++i) {
     expected.push_back("HAP_" + std::to_string(i));
   }
-  EXPECT_EQ(namesOf(outputOf("trace --json --root " + dir.path())), expected);
+  EXPECT_EQ(namesOf(outputOf("records --json --root " + dir.path())), expected);
 }
 
 TEST_F(TraceToolTest, TornRecordsAreCountedAndTheOthersShown) {
@@ -90,7 +90,7 @@ TEST_F(TraceToolTest, TornRecordsAreCountedAndTheOthersShown) {
     }
   }
   dir.write("trace.ring", bytes);
-  const std::string run = runTool("trace --json " + ring);
+  const std::string run = runTool("records --json " + ring);
   const std::size_t end = run.find("! ");
   EXPECT_EQ(namesOf(run.substr(0, end)), expected);
   EXPECT_EQ(run.substr(end).rfind("! trxctl: 13 records were overwritten, torn or cut off\n", 0),
@@ -99,12 +99,12 @@ TEST_F(TraceToolTest, TornRecordsAreCountedAndTheOthersShown) {
 
   // Half of the file has less than half of the slots, as these stand at its end.
   dir.write("cut.ring", bytes.substr(0, bytes.size() / 2));
-  const std::string cut = runTool("trace --json cut.ring", dir.path());
+  const std::string cut = runTool("records --json cut.ring", dir.path());
   expected.resize(12);
   EXPECT_EQ(namesOf(cut.substr(0, cut.find("! "))), expected);
   EXPECT_EQ(cut.find("! trxctl: 52 records were overwritten, torn or cut off\n"), cut.find("! "));
   dir.write("no.ring", bytes.substr(0, 100));
-  EXPECT_EQ(runTool("trace no.ring", dir.path()),
+  EXPECT_EQ(runTool("records no.ring", dir.path()),
             "! trxctl: no.ring: is no trace ring; name the file that the host gave to "
             "openTraceRing\n= 2\n");
 }
@@ -125,7 +125,7 @@ TEST_F(TraceToolTest, ChangedRecordsAreMarkedAndCounted) {
   constexpr int count = 8192;
   constexpr int damaged_bytes = 2000;
   writeAndDie(ring, count);
-  const std::vector<std::string> whole = linesOf(outputOf("trace --json " + ring));
+  const std::vector<std::string> whole = linesOf(outputOf("records --json " + ring));
   ASSERT_EQ(whole.size(), static_cast<std::size_t>(count));
   const std::set<std::string> written(whole.begin(), whole.end());
   std::string bytes = readFile(ring);
@@ -135,24 +135,24 @@ TEST_F(TraceToolTest, ChangedRecordsAreMarkedAndCounted) {
     bytes[slots_at + random() % (bytes.size() - slots_at)] = static_cast<char>(random());
   }
   dir.write("trace.ring", bytes);
-  const std::string run = runTool("trace --json " + ring);
+  const std::string run = runTool("records --json " + ring);
   int marked = 0;
   int shown_as_truth = 0;
   for (const std::string& line : linesOf(run)) {
-    const bool doubtful = line.find("\"doubtful\":") != std::string::npos;
-    marked += doubtful ? 1 : 0;
-    shown_as_truth += !doubtful && written.count(line) == 0 ? 1 : 0;
+    const bool suspect = line.find("\"suspect\":") != std::string::npos;
+    marked += suspect ? 1 : 0;
+    shown_as_truth += !suspect && written.count(line) == 0 ? 1 : 0;
   }
   EXPECT_GT(marked, damaged_bytes / 5);
   EXPECT_LT(shown_as_truth, marked)
       << "other names, and records that may as well be those of a module";
-  EXPECT_NE(run.find("! trxctl: " + std::to_string(marked) + " records are doubtful"),
+  EXPECT_NE(run.find("! trxctl: " + std::to_string(marked) + " records are suspect"),
             std::string::npos);
 }
 
 TEST_F(TraceToolTest, FollowWaitsForItsRingAndForTheNextOne) {
   std::FILE* tool =
-      popen(("echo $$; exec " TRXCTL " trace --follow --json " + ring + " 2>&1").c_str(), "r");
+      popen(("echo $$; exec " TRXCTL " records --follow --json " + ring + " 2>&1").c_str(), "r");
   ASSERT_NE(tool, nullptr);
   char line[1024];
   ASSERT_NE(std::fgets(line, sizeof(line), tool), nullptr);
@@ -234,7 +234,7 @@ TEST_F(TraceToolTest, TheTimelineNestsRequestsTablesAndHAPs) {
   info.initialize();
   EXPECT_EQ(outcomeOf([&] { engine->execTable(&info, units, "well"); }), "ok");
   const std::string file = dir.path() + "/timeline.json";
-  ASSERT_EQ(runTool("trace --perfetto " + file + " " + ring), "= 0\n");
+  ASSERT_EQ(runTool("export " + ring + " -o " + file), "= 0\n");
   EXPECT_EQ(treeOf(json::parse(readFile(file))["traceEvents"]), R"(request table outer
   table outer
     hap TST_Fail
@@ -250,9 +250,9 @@ request table well
     hap TST_Call
       hap TST_Ok
 )");
-  const std::string table = outputOf("trace --table inner --level info --json " + ring);
+  const std::string table = outputOf("records --table inner --level info --json " + ring);
   EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 13) << table;
-  const std::string hap = outputOf("trace --hap TST_Call --json " + ring);
+  const std::string hap = outputOf("records --hap TST_Call --json " + ring);
   EXPECT_EQ(hap.find("TST_Fail"), std::string::npos) << hap;
   EXPECT_NE(hap.find("TST_Ok"), std::string::npos) << hap;
 
@@ -275,7 +275,7 @@ request table well
     thread.join();
   }
   kw::platform::closeTraceRing();
-  ASSERT_EQ(runTool("trace --perfetto " + file + " " + ring + " 2>/dev/null"), "= 0\n");
+  ASSERT_EQ(runTool("export " + ring + " -o " + file + " 2>/dev/null"), "= 0\n");
   const std::string tree = treeOf(json::parse(readFile(file))["traceEvents"]);
   EXPECT_NE(tree.find("request table well\n  table well\n    hap TST_Call\n      hap TST_Ok\n"),
             std::string::npos);
@@ -294,38 +294,39 @@ TEST_F(TraceToolTest, OneRequestCanBeShownAlone) {
   kw::platform::closeTraceRing();
   const auto shown = [this](const std::string& request) {
     std::string all;
-    std::istringstream lines(outputOf("trace --request " + request + " --level info " + ring));
+    std::istringstream lines(
+        outputOf("records --wide --request " + request + " --level info " + ring));
     for (std::string line; std::getline(lines, line);) {
       all += line.substr(line.find(' ', line.find('/')) + 1) + "\n";
     }
     return all;
   };
   const std::string third =
-      "0xdef.2       info   04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
-      "0xdef.2       error  01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
-      "0xdef.2       error  01003001 the HAP that failed is TST_Fail  "
+      "0xdef.2       info   0x04003000 HAP TST_Fail is requested  (TRX::execHAP)\n"
+      "0xdef.2       error  0x01003000 a HAP of request 0xdef failed  (HAPController::errExecHAP)\n"
+      "0xdef.2       error  0x01003001 the HAP that failed is TST_Fail  "
       "(HAPController::errExecHAP)\n"
-      "0xdef.2       error  01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
-      "0xdef.2       error  01003003 the error has no detail  (HAPController::errExecHAP)\n";
+      "0xdef.2       error  0x01003002 the error code is 0x0  (HAPController::errExecHAP)\n"
+      "0xdef.2       error  0x01003003 the error has no detail  (HAPController::errExecHAP)\n";
   EXPECT_EQ(shown("0xdef.2"), third);
   EXPECT_EQ(shown("0xdef"),
-            "0xdef.1       info   04003000 HAP TST_Ok is requested  (TRX::execHAP)\n"
-            "0xdef.1       info   04003005 HAP TST_Ok succeeded  (TRX::execHAP)\n" +
+            "0xdef.1       info   0x04003000 HAP TST_Ok is requested  (TRX::execHAP)\n"
+            "0xdef.1       info   0x04003005 HAP TST_Ok succeeded  (TRX::execHAP)\n" +
                 third);
   const json first_line =
-      json::parse(outputOf("trace --request def.2 --json " + ring + "|head -n1"));
+      json::parse(outputOf("records --request 0xdef.2 --json " + ring + "|head -n1"));
   EXPECT_EQ(first_line["requestNumber"], 2);
   const std::pair<const char*, const char*> missing[] = {
       {"--request 0xdee", "request 0xdee; did you mean 0xdef?"},
-      {"--request def.3", "request 0xdef.3; its last one is 0xdef.2"},
+      {"--request 0xdef.3", "request 0xdef.3; its last one is 0xdef.2"},
       {"--hap TST_ok", "HAP TST_ok; did you mean TST_Ok?"},
       {"--hap TST_Fail --table nope", "table nope"}};
   for (const auto& [options, words] : missing) {
-    EXPECT_EQ(runTool(std::string("trace ") + options + " " + ring),
+    EXPECT_EQ(runTool(std::string("records ") + options + " " + ring),
               std::string("! trxctl: no record tells of ") + words + "\n= 0\n");
   }
-  for (const char* id : {"0x", "def0def0d", "x1", "", "def.", "def.0", "def.1x"}) {
-    EXPECT_EQ(runTool("trace --request='" + std::string(id) + "' " + ring).substr(0, 21),
+  for (const char* id : {"0x", "0xdef0def0d", "x1", "", "0xdef.", "0xdef.0", "0xdef.1x"}) {
+    EXPECT_EQ(runTool("records --request='" + std::string(id) + "' " + ring).substr(0, 21),
               "! trxctl: --request: ");
   }
 }
@@ -349,16 +350,16 @@ TEST_F(TraceToolTest, RequestsAreSummedUpAndChosen) {
   const auto shown = [this](const std::string& options) {
     std::string names;
     const std::string lines =
-        outputOf("trace --summary --json " + options + " --root " + dir.path() + " 2>/dev/null");
+        outputOf("requests --json " + options + " --root " + dir.path() + " 2>/dev/null");
     std::istringstream in(lines);
     for (std::string line; std::getline(in, line);) {
       const json request = json::parse(line);
       names +=
-          request["name"].get<std::string>() + " " + request["words"].get<std::string>() + "\n";
+          request["name"].get<std::string>() + " " + request["message"].get<std::string>() + "\n";
     }
     return names;
   };
-  const std::string first = "HAP_1 ok\n";
+  const std::string first = "HAP_1 succeeded\n";
   const std::string failed = "PLAIN_Pass failed: HAP PLAIN_Pass: 0x20077, the pass is closed\n";
   const std::string last =
       "HAP_2 its end is not in the ring; HAP HAP_2 has not ended; its last record: HAP HAP_2 is "
@@ -377,16 +378,16 @@ TEST_F(TraceToolTest, RequestsAreSummedUpAndChosen) {
   for (const auto& [options, expected] : cases) {
     EXPECT_EQ(shown(options), expected) << options;
   }
-  const std::string line = outputOf("trace --summary --text HAP_1 " + ring);
+  const std::string line = outputOf("requests --text HAP_1 " + ring);
   // No record of the level info tells the id of a HAP request.
-  EXPECT_NE(line.find(" ms " + process + "/" + process + " 0x0  HAP HAP_1: ok\n"),
+  EXPECT_NE(line.find(" ms " + process + "/" + process + " 0x0  HAP HAP_1: succeeded\n"),
             std::string::npos)
       << line;
   EXPECT_EQ(
-      runTool("trace --summary --request 1.1 " + ring),
+      runTool("requests --request 1.1 " + ring),
       "! trxctl: none of the 3 requests in the ring is one of those asked for; of 1 the end is "
       "not in the ring\n= 0\n");
-  EXPECT_EQ(runTool("trace --summary --since 5x " + ring).substr(0, 34),
+  EXPECT_EQ(runTool("requests --since 5x " + ring).substr(0, 34),
             "! trxctl: --since: '5x' is no time");
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_line/ring_reading.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -23,7 +24,36 @@ constexpr int kFollowPollMs = 100;
 /// Clocks of boards differ.
 constexpr std::uint64_t kMaxAheadNs = 3600 * kNanosPerSecond;
 
+constexpr char kDefaultRing[] = "/trace.ring";
+
 std::atomic<bool> interrupted{false};
+
+/// Collects when requests started.
+class Starts : public RequestListener {
+ public:
+  void requestEnded(const Request& request) override { starts_ns.push_back(request.start_ns); }
+
+  std::vector<std::uint64_t> starts_ns;
+};
+
+/// When the first of the last `count` requests started; 0: there are no more.
+std::uint64_t startOfLast(std::size_t count, const RequestFilter& filter,
+                          const std::vector<std::string>& rings) {
+  Starts starts;
+  FilteredRequests filtered(filter, starts);
+  RequestReader reader(filtered);
+  for (const std::string& ring : rings) {
+    static_cast<void>(reader.open(ring));  // the command says what is wrong with it
+  }
+  reader.read();
+  reader.finish();
+  if (starts.starts_ns.size() <= count) {
+    return 0;
+  }
+  const auto first = starts.starts_ns.end() - static_cast<std::ptrdiff_t>(count);
+  std::nth_element(starts.starts_ns.begin(), first, starts.starts_ns.end());
+  return *first;
+}
 
 void say(const std::string& words) { std::cerr << "trxctl: " << words << '\n'; }
 
@@ -55,37 +85,46 @@ void sayLosses(const RequestReader& reader) {
   }
 }
 
+/// Waits for the ring `file` until it can be opened. False: interrupted.
+bool waitForRing(const std::string& file) {
+  kw::platform::RingReader ring;
+  const std::string path = kw::platform::resolvePath(file);
+  if (ring.open(path) == 0 || errno != ENOENT) {
+    return true;
+  }
+  std::cerr << "trxctl: waiting for " << file << '\n';
+  while (!interrupted && waitWithReader(kFollowPollMs)) {
+    if (ring.open(path) == 0 || errno != ENOENT) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
-void addFilterOptions(CommandOptions& command, FilterOptions& options, const char* needed) {
+void addFilterOptions(CommandOptions& command, FilterOptions& options) {
   RequestFilter& filter = options.filter;
-  command.text(
-      options.since,
-      {"--since", "Only requests that ran at or after this time", "TIME", {}, false, timeProblem});
-  command.text(options.until, {"--until",
-                               "Only requests that began at or before this time",
-                               "TIME",
-                               {},
-                               false,
-                               timeProblem});
+  command.text(options.request, {"--request",
+                                 "Only the requests with this id, or one of them",
+                                 "ID[.N]",
+                                 {},
+                                 false,
+                                 requestIdProblem});
+  const auto time = [&command](std::string& value, const char* name, const char* what) {
+    command.text(value, {name, what, "TIME", {}, false, timeProblem});
+  };
+  time(options.since, "--since",
+       "Only what ran at or after this time, such as 10:24, or 2h before the end");
+  time(options.until, "--until", "Only what started at or before this time");
   command.number(filter.process, {"--process", "Only requests of this process", "ID"}, 1, kMaxId);
   command.number(filter.thread, {"--thread", "Only requests of this thread", "ID"}, 1, kMaxId);
   command.flag(filter.failed, {"--failed", "Only requests that failed or were refused"});
   command.text(
       filter.text,
       {"--text", "Only requests of whose name, mode, units or outcome this is a part", "TEXT"});
-  for (const char* option : {"--since", "--until", "--process", "--thread", "--failed", "--text"}) {
-    needed == nullptr ? void() : command.needs(option, needed);
-  }
-}
-
-void addRequestOption(CommandOptions& command, FilterOptions& options) {
-  command.text(options.request, {"--request",
-                                 "Only the requests with this id, or one of them",
-                                 "ID[.NUMBER]",
-                                 {},
-                                 false,
-                                 requestIdProblem});
+  command.number(options.last, {"-n", "Only the last so many of these requests", "COUNT"}, 1,
+                 kMaxId);
 }
 
 RequestFilter filterOf(const FilterOptions& options, const std::vector<std::string>& rings) {
@@ -102,7 +141,31 @@ RequestFilter filterOf(const FilterOptions& options, const std::vector<std::stri
     filter.request = request->first;
     filter.request_number = request->second;
   }
+  filter.min_start_ns = options.last == 0 ? 0 : startOfLast(options.last, filter, rings);
   return filter;
+}
+
+std::vector<std::string> ringsOf(const std::vector<std::string>& files) {
+  if (!files.empty()) {
+    return files;
+  }
+  if (kw::platform::getSystemRoot().empty()) {
+    throw UsageError(
+        "which ring? Name its file, or the system root that holds trace.ring with --root");
+  }
+  return {kw::platform::getSystemRoot() + kDefaultRing};
+}
+
+void addRings(CommandOptions& command, std::vector<std::string>& rings) {
+  command.texts(rings, {"RING",
+                        "Ring files, which are read together; else trace.ring in the "
+                        "system root"});
+}
+
+void addTables(CommandOptions& command, std::vector<std::string>& tables) {
+  command.texts(
+      tables,
+      {"--tables", "Table files or folders of them; else those of the configuration", "FILE|DIR"});
 }
 
 int openRings(const std::vector<std::string>& files, RequestReader& reader) {
@@ -154,20 +217,9 @@ int readRings(RequestReader& reader, const std::vector<std::string>& files, bool
   return status;
 }
 
-bool waitForRing(const std::string& file) {
+bool waitForRings(const std::vector<std::string>& files) {
   static_cast<void>(std::signal(SIGINT, [](int) { interrupted = true; }));
-  kw::platform::RingReader ring;
-  const std::string path = kw::platform::resolvePath(file);
-  if (ring.open(path) == 0 || errno != ENOENT) {
-    return true;
-  }
-  std::cerr << "trxctl: waiting for " << file << '\n';
-  while (!interrupted && waitWithReader(kFollowPollMs)) {
-    if (ring.open(path) == 0 || errno != ENOENT) {
-      return true;
-    }
-  }
-  return false;
+  return std::all_of(files.begin(), files.end(), waitForRing);
 }
 
 }  // namespace kw::trx::tools

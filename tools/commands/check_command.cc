@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "cases/case_file.h"
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
 #include "commands/check_output.h"
-#include "commands/commands.h"
 #include "configuration/configuration.h"
 #include "lint/check.h"
 #include "lint/fix.h"
@@ -17,10 +17,13 @@
 namespace kw::trx::tools {
 namespace {
 
+constexpr char kText[] = "text";
+constexpr char kSarif[] = "sarif";
+
 struct CheckOptions {
   std::vector<std::string> files;
+  std::string format = kText;
   bool json = false;
-  bool sarif = false;
   bool strict = false;
   bool fix = false;
   bool in_place = false;
@@ -58,7 +61,8 @@ std::vector<std::string> filesOf(const CheckOptions& options) {
       options.files.empty() ? configured().tables : namedFilesOrWords(options.files);
   if (files.empty()) {
     throw UsageError(
-        "FILE is required: no configuration names tables; --root gives the system root of a host");
+        "TABLE is required: no configuration names tables; --root gives the system root of a "
+        "host");
   }
   return files;
 }
@@ -72,63 +76,62 @@ int check(CheckOptions options) {
   std::copy_if(options.files.begin(), options.files.end(), std::back_inserter(tables),
                [](const std::string& file) { return !isCaseFile(file); });
   const Environment around = environmentOf(tables);
+  const bool is_sarif = options.format == kSarif;
   CheckJson json;
   CheckSarif sarif;
-  bool errors = false;
-  bool warnings = false;
+  CheckSum sum;
   for (const std::string& file : options.files) {
     const CheckedFile checked =
         isCaseFile(file) ? checkCases(file, around) : checkFile(file, around);
-    errors = errors || checked.has(true);
-    warnings = warnings || checked.has(false);
+    sum.add(checked);
     if (options.json) {
       json.add(checked);
-    } else if (options.sarif) {
+    } else if (is_sarif) {
       sarif.add(checked);
     } else {
       print(checked);
     }
   }
-  if (options.json || options.sarif) {
+  if (options.json || is_sarif) {
     std::cout << (options.json ? json.taken() : sarif.taken()) << '\n';
+  } else {
+    print(sum);
   }
-  return errors ? kExitFailed : options.strict && warnings ? kExitFindings : kExitOk;
+  const bool finds = sum.with_errors != 0 || (options.strict && sum.with_warnings != 0);
+  return sum.unreadable != 0 ? kExitFailed : finds ? kExitFindings : kExitOk;
 }
 
-}  // namespace
-
-void addCheckCommand(CommandLine& line) {
+void describeCheck(CommandOptions& command) {
   auto options = std::make_shared<CheckOptions>();
-  CommandOptions command =
-      line.add("check", "Finds everything wrong in table files and case files",
-               "Each line: file, line, column, what is wrong, and the trace id that the engine "
-               "writes for it.\n"
-               "A file without an error is loaded by the engine. With a configuration, that of "
-               "--root or of\n"
-               "this system, the tables and HAPs that rows name are looked for in it as well; the "
-               "name of\n"
-               "one of its tables stands for its file, and without FILE all its tables are "
-               "checked.\n"
-               "--fix repairs what a spreadsheet or an editor did to a file as a whole: separator, "
-               "encoding, byte\n"
-               "order mark. No cell changes. The fixed file is checked.\n"
-               "Example: trxctl check init.csv rails.csv\n"
-               "Exit status: 0 no errors; 1 warnings, with --strict; 2 errors.");
   command.texts(
       options->files,
-      {"FILE", "Table files or names of configured tables, and case files as test runs them"});
-  command.flag(options->json, {"--json", "Print JSON"});
-  command.flag(options->sarif, {"--sarif", "Print SARIF, which code hosts show at its lines"});
+      {"TABLE", "Table files or names of configured tables, and case files as test runs them"});
+  command.json(options->json);
+  command.text(options->format, {"--format",
+                                 "sarif is what code hosts show at the lines of the file",
+                                 "FORMAT",
+                                 {kText, kSarif}});
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
   command.flag(options->fix, {"--fix",
                               "Write what another dialect holds as the engine reads it, into the "
                               "folder fixed beside the file"});
   command.flag(options->in_place, {"--in-place", "With --fix, in the place of the file"});
   command.needs("--in-place", "--fix");
-  command.needs("--fix", "FILE");
-  command.excludes("--fix", {"--json", "--sarif"});
-  command.excludes("--json", {"--sarif"});
+  command.needs("--fix", "TABLE");
+  command.excludes("--fix", {"--json", "--format"});
+  command.excludes("--json", {"--format"});
   command.run([options] { return check(*options); });
 }
 
+const RegisteredCommand kCheckCommand(
+    {"check", Group::kTables, "Finds everything wrong in table files and case files",
+     "Each line: file, line, column, what is wrong, and the trace id that the engine writes for "
+     "it. The engine loads a file without an error. With a configuration, that of --root or of "
+     "this system, the tables and HAPs that rows name are looked for in it as well; without TABLE "
+     "all its tables are checked. --fix repairs what a spreadsheet or an editor did to a file as a "
+     "whole: separator, encoding, byte order mark. No cell changes. The fixed file is checked.",
+     "init.csv rails.csv", "there are no errors", "there are errors, or with --strict warnings"},
+    describeCheck);
+
+}  // namespace
 }  // namespace kw::trx::tools

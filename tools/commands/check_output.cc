@@ -22,7 +22,7 @@ void write(const Finding& finding, JsonWriter& json) {
     json.member("column", finding.column.substr(0, 1));
     json.member("name", finding.column.size() > 3 ? finding.column.substr(3) : "");
   }
-  json.member("words", finding.message);
+  json.member("message", finding.message);
   if (finding.id != 0) {
     json.member("traceId", hexText(finding.id));
   }
@@ -66,6 +66,26 @@ void print(const CheckedFile& checked) {
     }
     std::cout << '\n';
   }
+}
+
+void CheckSum::add(const CheckedFile& checked) {
+  const bool has_errors = checked.has(true);
+  const bool has_warnings = checked.has(false);
+  good += has_errors || has_warnings ? 0 : 1;
+  with_errors += has_errors ? 1 : 0;
+  with_warnings += has_warnings && !has_errors ? 1 : 0;
+  unreadable += checked.is_unreadable ? 1 : 0;
+}
+
+void print(const CheckSum& sum) {
+  const std::size_t all = sum.good + sum.with_errors + sum.with_warnings;
+  std::cout << all << (all == 1 ? " file: " : " files: ") << sum.good << " good, "
+            << sum.with_warnings << " with warnings, " << sum.with_errors << " with errors\n";
+}
+
+CheckJson::CheckJson() {
+  startOutput("check", json_);
+  json_.key("files").beginArray();
 }
 
 void CheckJson::add(const CheckedFile& checked) {

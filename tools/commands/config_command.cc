@@ -2,8 +2,8 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/json.h"
 #include "configuration/report.h"
 
@@ -32,7 +32,7 @@ void write(const ConfigEntry& entry, JsonWriter& json) {
   if (!entry.is_warning) {
     json.member("key", entry.key).member("value", entry.message);
   } else {
-    json.member("words", entry.message);
+    json.member("message", entry.message);
   }
   if (entry.line != 0) {
     json.member("file", entry.file).key("line").number(entry.line);
@@ -42,7 +42,8 @@ void write(const ConfigEntry& entry, JsonWriter& json) {
 
 void printJson(const ConfigReport& report) {
   JsonWriter json(2);
-  json.beginObject().key("loads").boolean(report.problem.empty());
+  startOutput("config", json);
+  json.key("loads").boolean(report.problem.empty());
   json.member("problem", report.problem);
   for (const bool is_warning : {false, true}) {
     json.key(is_warning ? "warnings" : "values").beginArray();
@@ -65,23 +66,25 @@ int showConfiguration(const ConfigOptions& options) {
     print(entry);
   }
   if (!report.problem.empty()) {
-    return fail(report.problem);
+    fail(report.problem);
+    return kExitFindings;
   }
   return options.strict && report.hasWarnings() ? kExitFindings : kExitOk;
 }
 
-}  // namespace
-
-void addConfigCommand(CommandLine& line) {
+void describeConfig(CommandOptions& command) {
   auto options = std::make_shared<ConfigOptions>();
-  CommandOptions command = line.add(
-      "config", "Shows the effective configuration, and what is odd about it",
-      "Each value stands with the file and line that set it, or with \"default\".\n"
-      "Example: trxctl config --root /opt/board\n"
-      "Exit status: 0 the engine accepts it; 1 there are warnings, with --strict; 2 it does not.");
-  command.flag(options->json, {"--json", "Print JSON"});
+  command.json(options->json);
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
   command.run([options] { return showConfiguration(*options); });
 }
 
+const RegisteredCommand kConfigCommand(
+    {"config", Group::kMachine, "Shows the effective configuration, and what is unusual in it",
+     "Each value stands with the file and line that set it, or with \"default\".",
+     "--root /opt/board", "the engine accepts it",
+     "it does not, or with --strict there are warnings"},
+    describeConfig);
+
+}  // namespace
 }  // namespace kw::trx::tools

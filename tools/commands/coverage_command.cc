@@ -7,10 +7,11 @@
 #include <stdexcept>
 
 #include "cases/case_run.h"
+#include "command_line/command_line.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
+#include "common/json.h"
 #include "common/paths.h"
 #include "configuration/configuration.h"
 #include "coverage/row_counter.h"
@@ -22,9 +23,10 @@ namespace {
 constexpr std::size_t kPercent = 100;
 
 struct CoverageOptions {
-  std::vector<std::string> files;
+  std::vector<std::string> files, tables;
   OutputOptions output;
-  std::size_t least = 0;
+  std::size_t min_rows = 0;
+  bool json = false;
   FilterOptions requests;
 };
 
@@ -70,43 +72,67 @@ std::string share(std::size_t part, std::size_t whole) {
   return std::to_string(part) + " of " + std::to_string(whole);
 }
 
-/// Prints what has run of each file. Returns the percentage of all rows that has, rounded down.
-std::size_t printSummary(const Coverage& coverage, std::ostream& out) {
-  CoverageSum all;
+/// A sentence on a row whose runs leave something open; empty: none.
+std::string gapText(const LineCoverage& row) {
+  if (row.runs == 0) {
+    return "never ran";
+  }
+  const bool has_both = !row.branches || ((*row.branches)[kBranchSucceeded] == 0) ==
+                                             ((*row.branches)[kBranchFailed] == 0);
+  return has_both                                 ? ""
+         : (*row.branches)[kBranchSucceeded] == 0 ? "never succeeded"
+                                                  : "never failed";
+}
+
+void printSummary(const Coverage& coverage, std::ostream& out) {
   for (const auto& [name, file] : coverage) {
     const CoverageSum sum = sumOf(file);
     out << name << ": " << share(sum.rows_run, sum.rows) << " rows, "
         << share(sum.branches_taken, sum.branches) << " branches\n";
     for (const auto& [line, row] : file) {
-      if (row.runs == 0) {
-        out << "  line " << line << " never ran\n";
-      } else if (row.branches && ((*row.branches)[kBranchSucceeded] == 0) !=
-                                     ((*row.branches)[kBranchFailed] == 0)) {
-        out << "  line " << line
-            << ((*row.branches)[kBranchSucceeded] == 0 ? " never went well\n" : " never failed\n");
+      const std::string gap = gapText(row);
+      out << (gap.empty() ? "" : "  line " + std::to_string(line) + ' ' + gap + '\n');
+    }
+  }
+}
+
+void printJson(const Coverage& coverage, std::size_t percent) {
+  JsonWriter json(2);
+  startOutput("coverage", json);
+  json.key("rowsPercent").number(percent).key("files").beginArray();
+  for (const auto& [name, file] : coverage) {
+    const CoverageSum sum = sumOf(file);
+    json.beginObject().member("file", name);
+    json.key("rows").number(sum.rows).key("rowsRun").number(sum.rows_run);
+    json.key("branches").number(sum.branches).key("branchesTaken").number(sum.branches_taken);
+    json.key("gaps").beginArray();
+    for (const auto& [line, row] : file) {
+      if (const std::string gap = gapText(row); !gap.empty()) {
+        json.beginObject().key("line").number(line).member("message", gap).endObject();
       }
     }
+    json.endArray().endObject();
+  }
+  std::cout << json.endArray().endObject().taken() << '\n';
+}
+
+/// The percentage of all rows that has run, rounded down.
+std::size_t percentOf(const Coverage& coverage) {
+  CoverageSum all;
+  for (const auto& [name, file] : coverage) {
+    const CoverageSum sum = sumOf(file);
     all.rows += sum.rows;
     all.rows_run += sum.rows_run;
   }
   return all.rows == 0 ? kPercent : kPercent * all.rows_run / all.rows;
 }
 
-/// The tables among `files`, which leave it; else those of the configuration.
-TableFlows takeTables(std::vector<std::string>& files) {
-  const auto tables =
-      std::stable_partition(files.begin(), files.end(), [](const std::string& file) {
-        TableFlow flow;
-        return isCaseFile(file) || !readFlow(file, flow);
-      });
-  const std::vector<std::string> given(tables, files.end());
-  files.erase(tables, files.end());
-  return readTables(given, given.empty() ? configured().tables : std::vector<std::string>()).flows;
-}
-
 int cover(CoverageOptions options) {
   const OutputFile output(options.output, {".info", ".lcov"}, options.files);
-  const TableFlows tables = takeTables(options.files);
+  const TableFlows tables =
+      readTables(tableFilesOf(options.tables),
+                 options.tables.empty() ? configured().tables : std::vector<std::string>())
+          .flows;
   Coverage coverage;
   for (const auto& [name, flow] : tables) {
     coverage[absolutePath(flow.file)] = emptyCoverage(flow);
@@ -123,28 +149,35 @@ int cover(CoverageOptions options) {
   if (output) {
     output.write(lcovOf(coverage));
   }
-  std::ostream& summary = output.isStandardOutput() ? std::cerr : std::cout;
-  return printSummary(coverage, summary) >= options.least ? kExitOk : kExitFindings;
+  const std::size_t percent = percentOf(coverage);
+  if (options.json) {
+    printJson(coverage, percent);
+  } else {
+    printSummary(coverage, output.isStandardOutput() ? std::cerr : std::cout);
+  }
+  return percent >= options.min_rows ? kExitOk : kExitFindings;
 }
 
-}  // namespace
-
-void addCoverageCommand(CommandLine& line) {
+void describeCoverage(CommandOptions& command) {
   auto options = std::make_shared<CoverageOptions>();
-  CommandOptions command = line.add(
-      "coverage", "Tells which rows of tables ran, in cases and in hosts, and which never failed",
-      "Files may be case files, trace rings, files that this command wrote, and the tables of the\n"
-      "rings; else their tables are those of the configuration. All are added up.\n"
-      "Example: trxctl coverage selftest.cases.csv -o tables.info\n"
-      "Exit status: 0 done; 1 fewer rows ran than --least says; 2 a file cannot be read.");
-  command.texts(options->files, {"FILE", "Case files, rings, coverage and tables", "", {}, true});
+  command.texts(options->files,
+                {"FILE", "Case files, rings, and files that this command wrote", "", {}, true});
+  addTables(command, options->tables);
   addOutputOptions(command, options->output,
-                   {"-o,--output", "Write it for genhtml and for trxctl graph --coverage", "FILE"});
-  command.number(options->least, {"--least", "Ask for so many percent of all rows", "PERCENT"}, 0,
-                 kPercent);
+                   {"-o,--output", "Write it for genhtml and for trxctl graph", "FILE"});
+  command.number(options->min_rows,
+                 {"--min-rows", "Ask for so many percent of all rows", "PERCENT"}, 0, kPercent);
   addFilterOptions(command, options->requests);
-  addRequestOption(command, options->requests);
+  command.json(options->json);
   command.run([options] { return cover(*options); });
 }
 
+const RegisteredCommand kCoverageCommand(
+    {"coverage", Group::kTables,
+     "Tells which rows of tables ran, in cases and in hosts, and which never failed",
+     "Files are case files, trace rings, and files that this command wrote. All are added up.",
+     "selftest.cases.csv -o tables.info", "it is told", "fewer rows ran than --min-rows says"},
+    describeCoverage);
+
+}  // namespace
 }  // namespace kw::trx::tools

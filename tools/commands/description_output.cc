@@ -22,8 +22,8 @@ void writeDescription(JsonWriter& json, const HAPDescription& hap) {
   json.member("about", hap.about).key("paras").beginArray();
   for (const auto& [word, para] : hap.paras) {
     json.beginObject().key("word").number(word).member("name", para.name);
-    json.member("unit", para.unit).key("least").number(para.least);
-    json.key("most").number(para.most).endObject();
+    json.member("unit", para.unit).key("min").number(para.least);
+    json.key("max").number(para.most).endObject();
   }
   json.endArray().key("modes").beginArray();
   for (const auto& [mode, about] : hap.modes) {

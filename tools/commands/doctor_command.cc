@@ -3,8 +3,8 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/json.h"
 #include "doctor/diagnosis.h"
 
@@ -34,12 +34,13 @@ void print(const Diagnosis& one) {
 
 void printJson(const std::vector<Diagnosis>& found) {
   JsonWriter json(2);
-  json.beginArray();
+  startOutput("doctor", json);
+  json.key("findings").beginArray();
   for (const Diagnosis& one : found) {
-    json.beginObject().member("verdict", nameOf(one.verdict)).member("subject", one.subject);
-    json.member("words", one.message).member("do", one.remedy).endObject();
+    json.beginObject().member("severity", nameOf(one.verdict)).member("subject", one.subject);
+    json.member("message", one.message).member("advice", one.remedy).endObject();
   }
-  std::cout << json.endArray().taken() << '\n';
+  std::cout << json.endArray().endObject().taken() << '\n';
 }
 
 int examineMachine(const DoctorOptions& options) {
@@ -55,29 +56,29 @@ int examineMachine(const DoctorOptions& options) {
     return std::any_of(found.begin(), found.end(),
                        [verdict](const Diagnosis& one) { return one.verdict == verdict; });
   };
-  return has(Diagnosis::Verdict::kError)                       ? kExitFailed
-         : options.strict && has(Diagnosis::Verdict::kWarning) ? kExitFindings
-                                                               : kExitOk;
+  const bool finds =
+      has(Diagnosis::Verdict::kError) || (options.strict && has(Diagnosis::Verdict::kWarning));
+  return finds ? kExitFindings : kExitOk;
 }
 
-}  // namespace
-
-void addDoctorCommand(CommandLine& line) {
+void describeDoctor(CommandOptions& command) {
   auto options = std::make_shared<DoctorOptions>();
-  CommandOptions command =
-      line.add("doctor", "Tells whether all is there that a host on this machine needs",
-               "Looks at versions, configuration, modules, tables, the lock and the place of the "
-               "trace ring,\n"
-               "and tells what to do. Run it as the user of the host.\n"
-               "Example: trxctl doctor --ring /var/board/trace.ring\n"
-               "Exit status: 0 nothing is wrong; 1 there are warnings, with --strict; 2 something "
-               "is wrong.");
   command.text(options->ring, {"--ring", "The file that the host writes its trace into", "FILE"});
   command.number(options->records,
-                 {"--records", "Records that it is to have room for (65536)", "N"}, 1, kMaxRecords);
+                 {"--records", "Records that it is to have room for, 128 bytes each", "COUNT"}, 1,
+                 kMaxRecords);
   command.flag(options->strict, {"--strict", "Let warnings change the exit status"});
-  command.flag(options->json, {"--json", "Print JSON"});
+  command.json(options->json);
   command.run([options] { return examineMachine(*options); });
 }
 
+const RegisteredCommand kDoctorCommand(
+    {"doctor", Group::kMachine, "Tells whether all is there that a host on this machine needs",
+     "Looks at versions, configuration, modules, tables, the lock and the place of the trace ring, "
+     "and tells what to do. Run it as the user of the host.",
+     "--ring /var/board/trace.ring", "nothing is wrong",
+     "something is, or with --strict there are warnings"},
+    describeDoctor);
+
+}  // namespace
 }  // namespace kw::trx::tools

@@ -4,10 +4,14 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/characters.h"
+#include "common/json.h"
 #include "common/text.h"
 #include "kw/trx/errors.h"
 #include "table/code_meanings.h"
@@ -19,98 +23,145 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kCodeDigits = 8;
+constexpr std::size_t kPartWidth = 8;
 
-void printPart(const char* name, const std::string& words) {
-  std::cout << "  " << name << words << '\n';
-}
+/// What is said of a code.
+struct Explanation {
+  std::uint32_t code;
+  std::string kind;  ///< what it is a code of
+  std::string name;  ///< of a constant, of a record, or of who knows it
+  std::vector<std::pair<const char*, std::string>> parts;
+};
 
-void explainCode(const CodeText& text) {
+constexpr char kMeans[] = "means";
+constexpr char kValues[] = "values";
+constexpr char kCauses[] = "causes";
+constexpr char kAdvice[] = "advice";
+
+Explanation explanationOf(const CodeText& text) {
   const bool record = text.code >= trx::kRecordUndefinedHAP;
-  std::cout << hexText(text.code) << (record ? " as an error code: " : " as an exception: ")
-            << text.name << '\n';
-  printPart("means:  ", text.meaning);
-  printPart("causes: ", text.causes);
-  printPart("do:     ", text.advice);
+  return {text.code,
+          record ? "error code" : "exception",
+          text.name,
+          {{kMeans, text.meaning}, {kCauses, text.causes}, {kAdvice, text.advice}}};
 }
 
-void explainPoint(const Point& point) {
-  std::cout << hexText(point.id) << " as a trace id: " << levelName(point.level) << " record of "
-            << point.origin << '\n';
-  printPart("means:  ", point.sentence);
+Explanation explanationOf(const Point& point) {
+  Explanation found{point.id,
+                    "trace id",
+                    std::string(levelName(point.level)) + " record of " + point.origin,
+                    {{kMeans, point.sentence}}};
   if (*point.values != '\0') {
-    printPart("values: ", point.values);
+    found.parts.emplace_back(kValues, point.values);
   }
   if (const Advice* advice = findAdvice(point); advice != nullptr) {
-    printPart("causes: ", advice->causes);
-    printPart("do:     ", advice->advice);
+    found.parts.emplace_back(kCauses, advice->causes);
+    found.parts.emplace_back(kAdvice, advice->advice);
   }
+  return found;
 }
 
-/// Explains the code or trace id of the engine with this number; false when there is none.
-bool explainKnown(std::uint32_t number) {
-  const CodeText* text = findCode(number);
-  const Point* point = findPoint(number);
-  if (text != nullptr) {
-    explainCode(*text);
+/// What the engine means by a number: nothing, a code, the id of a record, or both.
+std::vector<Explanation> explanationsOf(std::uint32_t number) {
+  std::vector<Explanation> found;
+  if (const CodeText* text = findCode(number)) {
+    found.push_back(explanationOf(*text));
   }
-  if (point != nullptr) {
-    explainPoint(*point);
+  if (const Point* point = findPoint(number)) {
+    found.push_back(explanationOf(*point));
   }
-  return text != nullptr || point != nullptr;
+  return found;
 }
 
-/// The number that `code` is in decimal, when that is a code or trace id of the engine.
-std::optional<std::uint32_t> knownDecimal(const std::string& code) {
-  const std::optional<std::uint32_t> number = decimalNumber(code);
-  const bool known = number && (findCode(*number) != nullptr || findPoint(*number) != nullptr);
-  return known ? number : std::nullopt;
-}
-
-/// Explains a code that the engine does not give: as descriptions of HAPs do, else by its class.
-void explainOfHAPs(std::uint32_t number) {
+/// A code that the engine does not give: as descriptions of HAPs explain it, else by its class.
+std::vector<Explanation> explanationsOfHAPs(std::uint32_t number) {
   const std::optional<HAPDescriptions> descriptions = configuredDescriptions();
-  bool found = false;
+  std::vector<Explanation> found;
   for (const auto& [hap, description] : descriptions.value_or(HAPDescriptions())) {
     const auto error = description.errors.find(number);
     if (error != description.errors.end()) {
-      std::cout << hexText(number) << " as an error of the HAP " << visible(hap) << '\n';
-      printPart("means:  ", error->second);
-      found = true;
+      found.push_back({number, "error", "of the HAP " + visible(hap), {{kMeans, error->second}}});
     }
   }
-  if (found) {
-    return;
+  if (found.empty()) {
+    found.push_back(
+        {number,
+         "error code or exception",
+         "of a HAP, not of the engine",
+         {{kMeans, recordCodeMeaning(number)},
+          {kAdvice, descriptions
+                        ? "look into the documentation of the HAP that failed: no configured "
+                          "module describes this code"
+                        : "give the system root of the host with --root, which tells the meaning "
+                          "if one of its modules describes it; else look into the documentation of "
+                          "the HAP that failed"}}});
   }
-  std::cout << hexText(number) << " as an error code or exception of a HAP, not of the engine\n";
-  printPart("means:  ", recordCodeMeaning(number));
-  printPart("do:     ", descriptions
-                            ? "look into the documentation of the HAP that failed: no configured "
-                              "module describes this code"
-                            : "give the system root of the host with --root, which tells the "
-                              "meaning if one of its modules describes it; else look into the "
-                              "documentation of the HAP that failed");
+  return found;
 }
 
-int explain(const std::string& code) {
+/// All that is known of `code`. Throws `std::runtime_error` when it is no code.
+std::vector<Explanation> explanationsOf(const std::string& code) {
+  const bool has_prefix = code.rfind("0x", 0) == 0;
   const std::optional<std::uint32_t> number = hexNumber(code);
-  if (number && explainKnown(*number)) {
-    return kExitOk;
+  std::vector<Explanation> found = number ? explanationsOf(*number) : std::vector<Explanation>();
+  if (const auto decimal = decimalNumber(code); found.empty() && decimal) {
+    found = explanationsOf(*decimal);
   }
-  if (const auto decimal = knownDecimal(code)) {
-    return fail("'" + code +
-                "' is no hexadecimal code of the engine; if it is a decimal one, run " +
-                "trxctl explain " + hexText(*decimal));
+  if (!found.empty()) {
+    return found;
   }
-  const std::size_t begin = code.rfind("0x", 0) == 0 ? 2 : 0;
-  if (!number && code.size() > begin + kCodeDigits &&
-      code.find_first_not_of("0123456789abcdefABCDEF", begin) == std::string::npos) {
-    return fail("'" + code + "' is too long: a code has at most 8 hexadecimal digits");
+  const std::size_t start = has_prefix ? 2 : 0;
+  if (!number && code.size() > start + kCodeDigits &&
+      code.find_first_not_of("0123456789abcdefABCDEF", start) == std::string::npos) {
+    throw std::runtime_error("'" + code + "' is too long: a code has at most 8 hexadecimal digits");
   }
   if (!number) {
-    return fail("'" + code + "' is no hexadecimal code; write one such as 7000a or 0x7000a");
+    throw std::runtime_error(inQuotes(code) + " is no code; write one such as 0x7000a");
   }
-  explainOfHAPs(*number);
-  return kExitOk;
+  return explanationsOfHAPs(*number);
+}
+
+void print(const Explanation& one) {
+  std::cout << hexText(one.code) << " as " << (one.kind[0] == 'e' ? "an " : "a ") << one.kind
+            << (one.kind == "error" || one.name.rfind("of ", 0) == 0 ? " " : ": ") << one.name
+            << '\n';
+  for (const auto& [name, text] : one.parts) {
+    const std::string head = std::string(name) + ':';
+    std::cout << "  " << head << std::string(kPartWidth - head.size(), ' ') << text << '\n';
+  }
+}
+
+std::string jsonOf(const std::vector<Explanation>& all) {
+  JsonWriter json(2);
+  startOutput("explain", json);
+  json.key("codes").beginArray();
+  for (const Explanation& one : all) {
+    json.beginObject().member("code", hexText(one.code)).member("kind", one.kind);
+    json.member("name", one.name);
+    for (const auto& [name, text] : one.parts) {
+      json.member(name, text);
+    }
+    json.endObject();
+  }
+  return json.endArray().endObject().taken();
+}
+
+int explain(const std::vector<std::string>& codes, bool is_json) {
+  std::vector<Explanation> all;
+  int status = kExitOk;
+  for (const std::string& code : codes) {
+    try {
+      for (const Explanation& one : explanationsOf(code)) {
+        is_json ? all.push_back(one) : print(one);
+      }
+    } catch (const std::runtime_error& error) {
+      status = fail(error.what());
+    }
+  }
+  if (is_json) {
+    std::cout << jsonOf(all) << '\n';
+  }
+  return status;
 }
 
 /// The trace reference of the documentation.
@@ -132,35 +183,36 @@ void printReference() {
   }
 }
 
-}  // namespace
-
-void addExplainCommand(CommandLine& line) {
+void describeExplain(CommandOptions& command) {
   struct Options {
     std::vector<std::string> codes;
     bool all = false;
+    bool json = false;
   };
   auto options = std::make_shared<Options>();
-  CommandOptions command = line.add(
-      "explain", "Explains exception codes, error codes and trace ids",
-      "What it means, its usual causes, and what to do. Codes are hexadecimal; those of HAPs\n"
-      "are looked for in the descriptions of the configured modules.\n"
-      "Example: trxctl explain 0x7000b\n"
-      "Exit status: 0 all codes were explained; 2 a word is no hexadecimal code.");
   command.texts(options->codes, {"CODE", "Codes such as 7000b or 0x7000b"});
   command.flag(options->all, {"--all", "Print a page with every trace id instead"});
-  command.excludes("--all", {"CODE"});
+  command.json(options->json);
+  command.excludes("--all", {"CODE", "--json"});
   command.run([options] {
     if (options->all) {
       printReference();
-    } else if (options->codes.empty()) {
+      return kExitOk;
+    }
+    if (options->codes.empty()) {
       throw UsageError("CODE is required");
     }
-    int status = kExitOk;
-    for (const std::string& code : options->codes) {
-      status = std::max(status, explain(code));
-    }
-    return status;
+    return explain(options->codes, options->json);
   });
 }
 
+const RegisteredCommand kExplainCommand(
+    {"explain", Group::kTraces, "Explains exception codes, error codes and trace ids",
+     "What it means, its usual causes, and what to do. A code without 0x is taken as hexadecimal, "
+     "or as decimal if that alone is known. Codes of HAPs are looked for in the descriptions of "
+     "the configured modules.",
+     "0x7000b", "all codes were explained", ""},
+    describeExplain);
+
+}  // namespace
 }  // namespace kw::trx::tools

@@ -7,8 +7,8 @@
 
 #include "analysis/witness.h"
 #include "cases/case_run.h"
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "commands/explore_output.h"
 #include "common/processes.h"
 #include "common/text.h"
@@ -114,52 +114,48 @@ int exploreTables(ExploreOptions options) {
   return denied == 0 ? kExitOk : kExitFindings;
 }
 
-}  // namespace
-
-void addExploreCommand(CommandLine& line) {
+void describeExplore(CommandOptions& command) {
   auto options = std::make_shared<ExploreOptions>();
-  CommandOptions command = line.add(
-      "explore", "Tells what holds for all runs of tables, whatever their HAPs do",
-      "Follows every outcome of every HAP call, through called tables, and prints what can happen\n"
-      "with the shortest run that shows it, as cases of a case file; the engine has run each.\n"
-      "Without --table those of the given tables that no other one calls are explored. The name "
-      "of a\n"
-      "configured table stands for its file; called tables are looked for in the configuration "
-      "too.\n"
-      "Kinds: " +
-          listed(claimKinds()) +
-          ".\n"
-          "Example: trxctl explore selftest.csv rails.csv --deny endless --deny swallowed\n"
-          "Exit status: 0 nothing denied was found; 1 something was; 2 it could not be told.");
   command.texts(options->files,
-                {"FILE", "Table files, or names of configured tables", "", {}, true});
+                {"TABLE", "Table files, or names of configured tables", "", {}, true});
   command.text(options->table, {"--table", "Explore this table alone", "NAME"});
   command.texts(options->denied,
                 {"--deny",
-                 "Take claims of this kind, or the one of this row or message, for errors; may be "
-                 "repeated",
+                 "Take claims of this kind, or the one of this row or message, for errors",
                  "KIND[=SUBJECT]",
                  {},
                  false,
                  claimKindProblem});
   command.texts(options->allowed, {"--allow",
-                                   "Not these, though --deny names their kind; may be repeated",
+                                   "Not these, though --deny names their kind",
                                    "KIND[=SUBJECT]",
                                    {},
                                    false,
                                    claimKindProblem});
-  command.number(options->max_calls, {"--most-calls", "More HAP calls are an error", "COUNT"}, 0,
+  command.number(options->max_calls, {"--max-calls", "More HAP calls are an error", "COUNT"}, 0,
                  ExploreOptions::kUnlimited);
-  command.number(options->max_wait_ms, {"--most-wait", "Longer waiting is an error", "MS"}, 0,
+  command.number(options->max_wait_ms, {"--max-wait", "Longer waiting is an error", "MS"}, 0,
                  ExploreOptions::kUnlimited);
-  command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
-                 0, kMaxNestLimit);
-  command.number(
-      options->max_states,
-      {"--most-states", "Look at no further calls beyond so many states (2000000)", "STATES"}, 1,
-      kMaxStates);
-  command.flag(options->json, {"--json", "Print JSON"});
+  command.number(options->nest_limit, {"--max-nesting", "As haptable.nest.exec.limit", "COUNT"}, 0,
+                 kMaxNestLimit);
+  command.number(options->max_states,
+                 {"--max-states", "Look at no further calls beyond so many states", "COUNT"}, 1,
+                 kMaxStates);
+  command.json(options->json);
   command.run([options] { return exploreTables(*options); });
 }
 
+const RegisteredCommand kExploreCommand(
+    {"explore", Group::kTables, "Tells what holds for all runs of tables, whatever their HAPs do",
+     std::string(
+         "Follows every outcome of every HAP call, through called tables, and prints what can "
+         "happen with the shortest run that shows it, as cases of a case file; the engine has run "
+         "each. Without --table those of the given tables that no other one calls are explored. "
+         "Called tables are looked for in the configuration too. Kinds: ") +
+         listed(claimKinds()) + ".",
+     "selftest.csv rails.csv --deny endless --deny swallowed", "nothing denied was found",
+     "something denied was found"},
+    describeExplore);
+
+}  // namespace
 }  // namespace kw::trx::tools

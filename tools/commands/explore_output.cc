@@ -88,17 +88,17 @@ void printSummary(const ExplorationResult& result, const Exploration& exploratio
 void writeBounds(JsonWriter& json, const std::string& name, const Bounds& bounds) {
   json.key(name).beginObject();
   if (bounds.least) {
-    json.key("least").number(*bounds.least);
+    json.key("min").number(*bounds.least);
   }
   if (bounds.most) {
-    json.key("most").number(*bounds.most);
+    json.key("max").number(*bounds.most);
   }
   json.key("unbounded").boolean(bounds.is_unbounded).endObject();
 }
 
 void writeClaim(JsonWriter& json, const Claim& claim, bool denied, const std::string& rows) {
   json.beginObject().member("kind", nameOf(claim.kind)).member("subject", claim.subject);
-  json.member("words", claim.message).key("denied").boolean(denied);
+  json.member("message", claim.message).key("denied").boolean(denied);
   json.member("case", rows).endObject();
 }
 
@@ -124,7 +124,8 @@ std::size_t printExploration(const ExploreOptions& options, const ExplorationRes
 std::size_t printExplorationJson(const ExploreOptions& options, const ExplorationResult& result) {
   std::size_t count = 0;
   JsonWriter json{kIndent};
-  json.beginArray();
+  startOutput("explore", json);
+  json.key("tables").beginArray();
   for (const Exploration& exploration : result.explorations) {
     json.beginObject().member("table", tableName(result, exploration));
     json.key("states").number(exploration.states);
@@ -139,7 +140,7 @@ std::size_t printExplorationJson(const ExploreOptions& options, const Exploratio
     }
     json.endArray().endObject();
   }
-  std::cout << json.endArray().taken() << '\n';
+  std::cout << json.endArray().endObject().taken() << '\n';
   return count;
 }
 

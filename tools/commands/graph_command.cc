@@ -13,13 +13,14 @@
 #include <optional>
 #include <stdexcept>
 
+#include "command_line/command_line.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "configuration/configuration.h"
 #include "graph/graph.h"
 #include "graph/ring_runs.h"
+#include "kw/ring_reader.h"
 #include "kw/trx/file_path.h"
 #include "table/named_files.h"
 #include "trace/selection.h"
@@ -36,8 +37,7 @@ struct GraphOptions {
   std::vector<std::string> files;
   std::string format;  ///< empty: as the extension of `output` tells
   OutputOptions output;
-  std::string coverage;
-  std::vector<std::string> rings;
+  std::vector<std::string> coverage, rings;  // among the files
   FilterOptions requests;
 };
 
@@ -48,15 +48,6 @@ struct Picture {
   GraphCounts counts;
   GraphView view = GraphView::kRuns;
 };
-
-std::string requestProblem(const std::string& id) {
-  const auto request = requestOf(id);
-  return !request ? requestIdProblem(id)
-         : request->second == 0
-             ? "'" + id + "' may be many requests; add the number of one, as in " +
-                   requestText(request->first, 1)
-             : std::string();
-}
 
 /// All that can be read from `file`.
 std::string contentOf(std::FILE* file) {
@@ -140,7 +131,8 @@ std::vector<std::string> namesOf(const std::vector<std::string>& files) {
 
 /// Adds what ran by the rings, or in one request of them. Returns the exit status.
 int addRuns(const GraphOptions& options, Picture& picture) {
-  const bool is_way = !options.requests.request.empty();
+  const auto request = requestOf(options.requests.request);
+  const bool is_way = request && request->second != 0;
   picture.view = is_way ? GraphView::kWay : picture.view;
   const RequestFilter filter = filterOf(options.requests, options.rings);
   RingRuns runs(picture.tables.flows, is_way);
@@ -176,9 +168,26 @@ int addRuns(const GraphOptions& options, Picture& picture) {
   return status;
 }
 
+/// Takes rings and coverage out of the files.
+void sortFiles(GraphOptions& options) {
+  std::vector<std::string> tables;
+  for (const std::string& file : options.files) {
+    kw::platform::RingReader ring;
+    std::vector<std::string>& kind = ring.open(file) == 0   ? options.rings
+                                     : isCoverageFile(file) ? options.coverage
+                                                            : tables;
+    kind.push_back(file);
+  }
+  options.files = tables;
+}
+
 int graphTables(GraphOptions options) {
+  sortFiles(options);
+  if (!options.coverage.empty() && !options.rings.empty()) {
+    throw UsageError("what ran is told by rings or by files of trxctl coverage, not by both");
+  }
   if (options.files.empty() && options.rings.empty()) {
-    throw UsageError("FILE is required");
+    throw UsageError("FILE is required: a table, or a ring that tells what ran");
   }
   options.format = options.format.empty() ? formatOf(options.output.path) : options.format;
   if (options.format != "dot" && options.output.path.empty()) {
@@ -187,7 +196,7 @@ int graphTables(GraphOptions options) {
   options.files = namedFiles(options.files);
   std::vector<std::string> inputs = options.files;
   inputs.insert(inputs.end(), options.rings.begin(), options.rings.end());
-  inputs.push_back(options.coverage);
+  inputs.insert(inputs.end(), options.coverage.begin(), options.coverage.end());
   std::vector<std::string> extensions;
   extensions.reserve(kFormats.size());
   for (const std::string& format : kFormats) {
@@ -203,7 +212,11 @@ int graphTables(GraphOptions options) {
         "with --root");
   }
   if (!options.coverage.empty()) {
-    picture.counts = graphCountsOf(picture.tables.flows, readCoverage(options.coverage));
+    Coverage coverage;
+    for (const std::string& file : options.coverage) {
+      merge(coverage, readCoverage(file));
+    }
+    picture.counts = graphCountsOf(picture.tables.flows, coverage);
   } else if (!options.rings.empty()) {
     if (const int status = addRuns(options, picture); status != kExitOk) {
       return status;
@@ -219,44 +232,30 @@ int graphTables(GraphOptions options) {
   return kExitOk;
 }
 
-}  // namespace
-
-void addGraphCommand(CommandLine& line) {
+void describeGraph(CommandOptions& command) {
   auto options = std::make_shared<GraphOptions>();
-  CommandOptions command = line.add(
-      "graph", "Draws the flow of tables and of the tables that they call",
-      "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey.\n"
-      "The name of a configured table stands for its file. Called tables are looked for among the\n"
-      "files and in the configuration.\n"
-      "With --trace the files may be left out: what ran is drawn, by the configuration.\n"
-      "Example: trxctl graph selftest.csv rails.csv -o selftest.svg\n"
-      "Exit status: 0 the graph is written; 2 it is not.");
-  command.texts(options->files, {"FILE", "Table files, or names of configured tables"});
+  command.texts(options->files,
+                {"FILE",
+                 "Table files or names of configured tables; rings, or files of trxctl coverage, "
+                 "which tell how often rows ran and failed"});
   command.text(
       options->format,
-      {"--format", "dot, or with Graphviz svg, png or pdf; else as the file of -o is named, or dot",
-       "", kFormats});
+      {"--format", "Pictures need Graphviz; without it as the file of -o is named, else dot",
+       "FORMAT", kFormats});
   addOutputOptions(
       command, options->output,
       {"-o,--output", "Where to write; else standard output, which takes no picture", "FILE"});
-  command.text(
-      options->coverage,
-      {"--coverage", "Colour what has run, by a file of trxctl coverage, and count it", "FILE"});
-  command.texts(options->rings,
-                {"--trace",
-                 "Tell by this ring how often rows ran and failed, and how long they took; may be "
-                 "repeated",
-                 "RING"});
-  command.text(options->requests.request, {"--request",
-                                           "Draw the way of this request of the ring alone",
-                                           "ID.NUMBER",
-                                           {},
-                                           false,
-                                           requestProblem});
-  command.needs("--request", "--trace");
-  addFilterOptions(command, options->requests, "--trace");
-  command.excludes("--trace", {"--coverage"});
+  addFilterOptions(command, options->requests);
   command.run([options] { return graphTables(*options); });
 }
 
+const RegisteredCommand kGraphCommand(
+    {"graph", Group::kTables, "Draws the flow of tables and of the tables that they call",
+     "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey. "
+     "Called tables are looked for among the files and in the configuration. With a ring, the "
+     "tables may be left out: what ran is drawn, by the configuration.",
+     "selftest.csv rails.csv -o selftest.svg", "the graph is written", ""},
+    describeGraph);
+
+}  // namespace
 }  // namespace kw::trx::tools

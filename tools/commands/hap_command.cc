@@ -4,7 +4,7 @@
 #include <memory>
 #include <optional>
 
-#include "commands/commands.h"
+#include "command_line/command_line.h"
 #include "commands/request_run.h"
 #include "commands/run_json.h"
 #include "commands/run_output.h"
@@ -28,26 +28,16 @@ struct HAPOptions : RequestOptions {
   std::size_t results = 0;
 };
 
-/// The parameter word that `text` writes. A leading 0 is refused, as it could mean base 8 or, as in
-/// tables, base 16.
-std::optional<unsigned int> wordOf(const std::string& text) {
-  if (text.rfind("0x", 0) == 0) {
-    return hexNumber(text);
-  }
-  const bool is_clear = text[0] != '0' || text.size() == 1;
-  return is_clear ? decimalNumber(text) : std::nullopt;
-}
-
 std::string wordProblem(const std::string& text) {
-  return wordOf(text) ? std::string()
-                      : "'" + text + "' is no word of 32 bits; write it as 3300 or 0xce4";
+  return wordNumber(text) ? std::string()
+                          : "'" + text + "' is no word of 32 bits; write it as 3300 or 0xce4";
 }
 
 std::vector<unsigned int> wordsOf(const std::vector<std::string>& texts) {
   std::vector<unsigned int> words;
   words.reserve(std::max(texts.size(), kMinParaWords));
   for (const std::string& text : texts) {
-    words.push_back(wordOf(text).value_or(0));
+    words.push_back(wordNumber(text).value_or(0));
   }
   words.resize(std::max(words.size(), kMinParaWords));
   return words;
@@ -64,7 +54,7 @@ std::size_t shownOf(const std::vector<unsigned int>& results, std::size_t wanted
 
 void printResults(const std::vector<unsigned int>& results, std::size_t wanted) {
   for (std::size_t i = 0; i < shownOf(results, wanted); ++i) {
-    std::cout << "  result word " << i << ": " << results[i] << " (" << hexText(results[i])
+    std::cout << "  result word " << i << ": " << hexText(results[i]) << " (" << results[i]
               << ")\n";
   }
 }
@@ -77,7 +67,7 @@ void write(const RunReport& report, const std::vector<unsigned int>& results,
     return;
   }
   JsonWriter json(2);
-  json.beginObject();
+  startOutput("hap", json);
   writeRun(report, json);
   json.key("results").beginArray();
   for (std::size_t i = 0; i < shownOf(results, options.results); ++i) {
@@ -107,32 +97,30 @@ int runHAP(const HAPOptions& options) {
   return statusOf(report);
 }
 
-}  // namespace
-
-void addHAPCommand(CommandLine& line) {
+void describeHAP(CommandOptions& command) {
   auto options = std::make_shared<HAPOptions>();
   options->kind = RequestKind::kHAP;
-  CommandOptions command = line.add(
-      "hap", "Runs one HAP on the configured modules",
-      "A HAP that relies on data which its host hangs on the context cannot be run this way.\n"
-      "Without --para the HAP gets no parameter words; else zeros follow those given, to 64.\n"
-      "It runs in a process of its own: a crash is told with its signal and the last records.\n"
-      "Example: trxctl hap PSU_SetVoltage --root /opt/board --unit 300:2 --para 3300\n"
-      "Exit status: 0 the HAP succeeded; 1 it failed; 2 it could not be run; 3 it crashed.");
   addRequestOptions(command, *options, "The HAP");
   command.text(options->mode, {"--mode", "The mode text", "TEXT"});
-  command.texts(options->para, {"--para",
-                                "A parameter word, such as 3300 or 0xce4; repeat it",
-                                "WORD",
-                                {},
-                                false,
-                                wordProblem});
+  command.texts(
+      options->para,
+      {"--para", "A parameter word, such as 3300 or 0xce4", "WORD", {}, false, wordProblem});
   command.number(
       options->results,
       {"--results", "How many result words to print; else those up to the last that is not 0",
-       "NUMBER"},
+       "COUNT"},
       1, kResultWords);
   command.run([options] { return runApart(*options, [options] { return runHAP(*options); }); });
 }
 
+const RegisteredCommand kHAPCommand(
+    {"hap", Group::kRequests, "Runs one HAP on the configured modules",
+     "A HAP that relies on data which its host hangs on the context cannot be run this way. "
+     "Without --para the HAP gets no parameter words; else zeros follow those given, to 64. It "
+     "runs in a process of its own: a crash is told with its signal and the last records.",
+     "PSU_SetVoltage --root /opt/board --unit 300:2 --para 3300", "the HAP succeeded", "it failed",
+     "it crashed", "write --para @ for a parameter word"},
+    describeHAP);
+
+}  // namespace
 }  // namespace kw::trx::tools

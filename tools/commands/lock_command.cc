@@ -11,8 +11,8 @@
 #include <tuple>
 #include <vector>
 
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -144,8 +144,9 @@ void writeProcess(pid_t process, const ProcessFacts& facts, JsonWriter& json) {
 
 void writeJson(const LockState& state, bool in_one_line) {
   JsonWriter json(in_one_line ? -1 : 2);
-  json.beginObject().member("key", hexText(kKey)).member("condition", nameOf(state.condition));
-  json.key("wrong").boolean(isWrong(state.condition)).member("words", meaningOf(state));
+  startOutput("lock", json);
+  json.member("key", hexText(kKey)).member("condition", nameOf(state.condition));
+  json.key("wrong").boolean(isWrong(state.condition)).member("message", meaningOf(state));
   json.member("advice", adviceOf(state));
   if (state.id >= 0) {
     json.key("id").number(static_cast<std::uint64_t>(state.id));
@@ -219,30 +220,29 @@ int runLock(const LockOptions& options) {
   return options.watch ? watchLock(options.json) : showLock(options.json);
 }
 
-}  // namespace
-
-void addLockCommand(CommandLine& line) {
+void describeLock(CommandOptions& command) {
   auto options = std::make_shared<LockOptions>();
-  CommandOptions command = line.add(
-      "lock", "Shows the exclusion semaphore: who holds it, who waits, what is wrong",
-      "The semaphore is that of this machine, or of the IPC namespace that the tool runs in. The\n"
-      "process shown is the one that changed its value last.\n"
-      "Example: trxctl lock --watch\n"
-      "Exit status: 0 it is free or held, or what was asked for is done; 1 something is wrong "
-      "with\n"
-      "it, also when it does not exist; 2 that could not be carried out, or was refused without\n"
-      "--force.");
-  command.flag(options->watch, {"--watch", "Print a line at each change, until interrupted"});
-  command.flag(options->json, {"--json", "Print JSON, with --watch a line at each change"});
+  command.flag(options->watch, {"--follow", "Print a line at each change, until interrupted"});
+  command.json(options->json);
   command.flag(options->create,
                {"--create", "Create it, or finish it, as a host does at its start"});
   command.flag(options->remove, {"--remove", "Remove it when nobody holds it"});
   command.flag(options->repair, {"--repair", "Make it free for one holder when nobody holds it"});
   command.flag(options->force, {"--force", "Remove or repair it also when somebody may hold it"});
-  command.excludes("--create", {"--remove", "--repair", "--watch", "--json"});
-  command.excludes("--remove", {"--repair", "--watch", "--json"});
-  command.excludes("--repair", {"--watch", "--json"});
+  command.excludes("--create", {"--remove", "--repair", "--follow", "--json"});
+  command.excludes("--remove", {"--repair", "--follow", "--json"});
+  command.excludes("--repair", {"--follow", "--json"});
   command.run([options] { return runLock(*options); });
 }
 
+const RegisteredCommand kLockCommand(
+    {"lock", Group::kMachine,
+     "Shows the exclusion semaphore: who holds it, who waits, what is wrong",
+     "The semaphore is that of this machine, or of the IPC namespace that the tool runs in. The "
+     "process shown is the one that changed its value last.",
+     "--follow", "it is free or held, or what was asked for is done",
+     "something is wrong with it, also when it does not exist"},
+    describeLock);
+
+}  // namespace
 }  // namespace kw::trx::tools

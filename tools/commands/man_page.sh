@@ -11,13 +11,14 @@ cd "$(dirname "$3")"
 page=$(basename "$3")
 shift 3
 "$@" --help >"$page.help"
-what=$(head -n 1 "$page.help")
+what=$(sed -n "3s/\.$//p" "$page.help")
 awk '
-  NR == 1 { next }
-  blank && /^[^ ].*[^:]$/ { print "*Description*" }
+  NR == 1 { print; next }
+  NR <= 3 { next }
+  NR == 5 && !/:$/ { print "*Description*" }
   sub(/^Example: /, "  $ ") { print "\nExamples:" }
-  sub(/^Exit status: /, "") { print "\n*Exit status*" }
-  { blank = $0 == ""; print }' "$page.help" >"$page.text"
+  sub(/^Exit status/, "") { sub(/^: /, ""); sub(/^ of each command: /, ""); print "\n*Exit status*" }
+  { print }' "$page.help" >"$page.text"
 "$help2man" --no-info --section=1 --name="$what" --output="$page" \
   --version-string="${page%.1} $version" --help-option="$page.text" cat
 rm "$page.help" "$page.text"

@@ -2,8 +2,8 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "commands/description_output.h"
 #include "common/json.h"
 #include "common/paths.h"
@@ -87,38 +87,38 @@ int listModules(std::vector<std::string> files, bool describe, bool is_json) {
   }
   int status = kExitOk;
   JsonWriter json(2);
-  json.beginArray();
+  startOutput("modules", json);
+  json.key("modules").beginArray();
   for (const ListedModule& listed : inspectModules(files)) {
     is_json ? write(listed, describe, json) : print(listed, describe);
-    status = listed.module.problems.empty() ? status : kExitFailed;
+    status = listed.module.problems.empty() ? status : kExitFindings;
   }
   if (is_json) {
-    std::cout << json.endArray().taken() << '\n';
+    std::cout << json.endArray().endObject().taken() << '\n';
   }
   return status;
 }
 
-}  // namespace
-
-void addModulesCommand(CommandLine& line) {
+void describeModules(CommandOptions& command) {
   struct Options {
     std::vector<std::string> files;
     bool describe = false;
     bool json = false;
   };
   auto options = std::make_shared<Options>();
-  CommandOptions command =
-      line.add("modules", "Lists the HAPs of modules, and whether the modules would load",
-               "Reads the files alone; none of their code runs. They are looked at as a host "
-               "would load them\n"
-               "that is linked with nothing but the engine and the C++ library.\n"
-               "Example: trxctl modules libzq_hap_psu.so\n"
-               "Exit status: 0 all would load; 2 one would not, or there is nothing to list.");
-  command.texts(options->files, {"FILE", "Module files; else those of the configuration"});
+  command.texts(options->files, {"MODULE", "Module files; else those of the configuration"});
   command.flag(options->describe,
                {"--describe", "Show what the HAPs say of their words, modes and errors"});
-  command.flag(options->json, {"--json", "Print JSON"});
+  command.json(options->json);
   command.run([options] { return listModules(options->files, options->describe, options->json); });
 }
 
+const RegisteredCommand kModulesCommand(
+    {"modules", Group::kModules, "Lists the HAPs of modules, and whether the modules would load",
+     "Reads the files alone; none of their code runs. They are looked at as a host would load them "
+     "that is linked with nothing but the engine and the C++ library.",
+     "libzq_hap_psu.so", "all would load", "one would not"},
+    describeModules);
+
+}  // namespace
 }  // namespace kw::trx::tools

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/paths.h"
 #include "engine/recording.h"
 #include "kw/platform.h"
@@ -65,33 +65,34 @@ int record(const RecordOptions& options) {
                               : problem);
 }
 
-}  // namespace
-
-void addRecordCommand(CommandLine& line) {
+void describeRecord(CommandOptions& command) {
   auto options = std::make_shared<RecordOptions>();
-  CommandOptions command = line.add(
-      "record", "Starts a host that writes a trace ring beside the trace of its platform",
-      "The recorder is preloaded: it keeps each record in the ring, then passes it on to the\n"
-      "platform library. The ring is made once the host, or a program that it starts, writes\n"
-      "records; the first one gets it, the others say so and run without.\n"
-      "Example: trxctl record -o /tmp/trace.ring -- /opt/board/host --config board.conf\n"
-      "Exit status: 0 and others are those of the host, whose process this one becomes; 2 also "
-      "when\n"
-      "it could not be started.");
   command.texts(options->host,
                 {"HOST", "The program, and its arguments behind --", "ARG", {}, true});
   command.text(
       options->ring,
       {"-o,--output", "The ring file; else trace.ring in the system root, or here", "FILE"});
   command.number(options->records,
-                 {"--size", "Records that the ring has room for, 128 bytes each", "RECORDS"}, 1,
+                 {"--records", "Records that the ring has room for, 128 bytes each", "COUNT"}, 1,
                  kMaxRecords);
   command.text(options->level, {"--level",
                                 "Keep records of this level and graver ones",
-                                "",
+                                "LEVEL",
                                 {"error", "info", "debug", "debug2"}});
   command.flag(options->force, {"--force", "Remove a ring of that name first"});
   command.run([options] { return record(*options); });
 }
 
+const RegisteredCommand kRecordCommand(
+    {"record", Group::kRequests,
+     "Starts a host that writes a trace ring beside the trace of its platform",
+     "The recorder is preloaded: it keeps each record in the ring, then passes it on to the "
+     "platform library. The ring is made once the host, or a program that it starts, writes "
+     "records; the first one gets it, the others say so and run without. This process becomes the "
+     "host, so the exit status is that of the host.",
+     "-o /tmp/trace.ring -- /opt/board/host --config board.conf",
+     "and others are those of the host", ""},
+    describeRecord);
+
+}  // namespace
 }  // namespace kw::trx::tools

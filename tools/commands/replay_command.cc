@@ -6,10 +6,10 @@
 #include "cases/case_run.h"
 #include "cases/case_words.h"
 #include "cases/case_writer.h"
+#include "command_line/command_line.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/characters.h"
 #include "common/json.h"
 #include "common/paths.h"
@@ -38,7 +38,7 @@ struct ReplayOptions {
   bool json = false;
 };
 
-std::string nameOf(const RecordedRequest& recorded) {
+std::string idOf(const RecordedRequest& recorded) {
   return requestText(recorded.request.id, recorded.request.number);
 }
 
@@ -46,6 +46,10 @@ std::string endText(const ExpectedEnd& end) {
   return end.kind == ExpectedEnd::Kind::kOk      ? "ok"
          : end.kind == ExpectedEnd::Kind::kError ? "error"
                                                  : "exception that is not the engine's";
+}
+
+const char* endingOf(bool has_succeeded) {
+  return nameOf(has_succeeded ? Ending::kSucceeded : Ending::kFailed);
 }
 
 std::string rowsText(std::size_t rows) {
@@ -81,7 +85,7 @@ std::vector<std::string> filesFrom(const std::string& output,
 std::string caseText(const ReplayOptions& options, const RecordedRequest& request,
                      const TableFlows& tables) {
   const std::string name =
-      "request " + nameOf(request) + " of " + localMicrosText(request.request.start_ns);
+      "request " + idOf(request) + " of " + localMicrosText(request.request.start_ns);
   std::string text = tablesRows(
       filesFrom(options.output.path, filesFor(request.request.name, tables)), request.nest_limit);
   for (const std::string& note : request.notes) {
@@ -120,7 +124,7 @@ void printDifferences(const RecordedRequest& request, const Replay& replay) {
 }
 
 void print(const RecordedRequest& request, const Replay& replay) {
-  std::cout << "request " << nameOf(request) << " of process " << request.request.process_id << ", "
+  std::cout << "request " << idOf(request) << " of process " << request.request.process_id << ", "
             << localMicrosText(request.request.start_ns) << ": table " << request.request.name;
   for (std::size_t i = 0; i < request.request.units.size(); ++i) {
     std::cout << (i == 0 ? " on " : ", ") << request.request.units[i];
@@ -145,8 +149,7 @@ void print(const RecordedRequest& request, const Replay& replay) {
 void writeRows(JsonWriter& json, const std::vector<RecordedRow>& rows, bool with_outcomes) {
   json.key("rows").beginArray();
   for (const RecordedRow& row : rows) {
-    json.beginObject().member("table", row.ran.row.table);
-    json.key("number").number(row.ran.row.number);
+    write(row.ran.row, json.beginObject().key("row"));
     json.member("action", row.action());
     if (with_outcomes && row.callsHAP()) {
       json.member("outcome", textOf(row.outcome));
@@ -158,17 +161,24 @@ void writeRows(JsonWriter& json, const std::vector<RecordedRow>& rows, bool with
 
 void printJson(const RecordedRequest& request, const Replay& replay, const std::string& text) {
   JsonWriter json(kIndent);
-  json.beginObject().member("request", hexText(request.request.id));
+  startOutput("replay", json);
+  json.member("request", hexText(request.request.id));
   json.key("requestNumber").number(request.request.number);
-  json.key("startNs").number(request.request.start_ns);
+  writeTime("start", request.request.start_ns, json);
   json.key("process").number(request.request.process_id);
   json.member("table", request.request.name).texts("units", request.request.units);
   json.key("same").boolean(replay.isSame());
-  json.key("recorded").beginObject().member("end", endText(request.end));
-  json.member("firstFailingRow", failingText(request));
+  json.key("recorded").beginObject();
+  json.member("ending", endingOf(request.end.kind == ExpectedEnd::Kind::kOk));
+  json.member("message", endText(request.end));
+  const RecordedRow* const row = request.firstFailing();
+  write(row == nullptr ? std::nullopt : std::optional<RowId>(row->ran.row),
+        json.key("firstFailingRow"));
   writeRows(json, request.rows, true);
-  json.endObject().key("replayed").beginObject().member("end", endText(replay.run));
-  json.member("firstFailingRow", failingText(replay));
+  json.endObject().key("replayed").beginObject();
+  json.member("ending", endingOf(replay.run.failure.empty()));
+  json.member("message", endText(replay.run));
+  write(replay.run.record.first_failing, json.key("firstFailingRow"));
   writeRows(json, replay.rows, false);
   json.endObject();
   if (replay.first_difference) {
@@ -179,7 +189,8 @@ void printJson(const RecordedRequest& request, const Replay& replay, const std::
   std::cout << json.endObject().taken() << '\n';
 }
 
-int replayRequest(const ReplayOptions& options) {
+int replayRequest(ReplayOptions options) {
+  options.tables = tableFilesOf(options.tables);
   std::vector<std::string> inputs = options.tables;
   inputs.push_back(options.ring);
   const OutputFile output(options.output, {".csv"}, inputs);
@@ -224,27 +235,29 @@ int replayRequest(const ReplayOptions& options) {
   return result.isSame() ? kExitOk : kExitFindings;
 }
 
-}  // namespace
-
-void addReplayCommand(CommandLine& line) {
+void describeReplay(CommandOptions& command) {
   auto options = std::make_shared<ReplayOptions>();
-  CommandOptions command = line.add(
-      "replay", "Runs a table request of a trace ring again, with HAPs that do what they did",
-      "Tells whether the simulation runs the same rows to the same end, or what an edited table\n"
-      "does otherwise. Tables are those given, and of others those of the configuration.\n"
-      "Example: trxctl replay trace.ring rails.csv --request 0x12671267.12 -o found.cases.csv\n"
-      "Exit status: 0 the same; 1 it differs; 2 it cannot be replayed.");
   command.text(options->ring, {"RING", "Trace ring", "", {}, true});
-  command.texts(options->tables, {"FILE", "Table files"});
+  addTables(command, options->tables);
   command.text(options->request, {"--request",
-                                  "Request to run, as trxctl trace shows it",
-                                  "ID[.NUMBER]",
+                                  "The request to run, as trxctl requests shows it",
+                                  "ID[.N]",
                                   {},
                                   true,
                                   requestIdProblem});
   addOutputOptions(command, options->output, {"-o,--output", "Write it as a case file", "CASES"});
-  command.flag(options->json, {"--json", "Print JSON instead of text"});
+  command.json(options->json);
   command.run([options] { return replayRequest(*options); });
 }
 
+const RegisteredCommand kReplayCommand(
+    {"replay", Group::kRequests,
+     "Runs a table request of a trace ring again, with HAPs that do what they did",
+     "Tells whether the simulation runs the same rows to the same end, or what an edited table "
+     "does otherwise. Tables are those given, and of others those of the configuration.",
+     "trace.ring --tables rails.csv --request 0x12671267.12", "the table runs the same",
+     "it differs", "", "write --tables @ for a table"},
+    describeReplay);
+
+}  // namespace
 }  // namespace kw::trx::tools

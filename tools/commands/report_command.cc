@@ -4,10 +4,10 @@
 #include <memory>
 #include <stdexcept>
 
+#include "command_line/command_line.h"
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "configuration/configuration.h"
 #include "configuration/report.h"
 #include "doctor/diagnosis.h"
@@ -38,7 +38,8 @@ TableFlows tablesOf(const std::vector<std::string>& paths) {
   return readTables(tableFilesOf(paths), found.tables).flows;
 }
 
-int report(const ReportOptions& options) {
+int report(ReportOptions options) {
+  options.rings = ringsOf(options.rings);
   if (options.output.path.empty() && !options.json) {
     return fail("where to write the page? Add -o report.html, or --json");
   }
@@ -75,31 +76,24 @@ int report(const ReportOptions& options) {
   return status;
 }
 
-}  // namespace
-
-void addReportCommand(CommandLine& line) {
+void describeReport(CommandOptions& command) {
   auto options = std::make_shared<ReportOptions>();
-  CommandOptions command = line.add(
-      "report", "Writes what trace rings tell as one page for a browser",
-      "The page needs nothing but itself: it can be sent by mail. It begins with the requests "
-      "that\n"
-      "failed, equal ones as one; behind them stand a timeline, the tables with what ran of them,\n"
-      "figures, and the configuration of this machine. Files may be rings, of several processes "
-      "too,\n"
-      "and the tables of their hosts; else the tables are those of the configuration.\n"
-      "Example: trxctl report /var/board/trace.ring -o report.html\n"
-      "Exit status: 0 the page is written; 2 it is not.");
-  command.texts(options->rings, {"RING", "Ring files, of several processes too", "", {}, true});
-  command.texts(options->tables, {"--tables",
-                                  "Show this table file, or those of this folder, beside those of "
-                                  "the configuration; may be repeated",
-                                  "FILE|DIR"});
+  addRings(command, options->rings);
+  addTables(command, options->tables);
   addOutputOptions(command, options->output,
                    {"-o,--output", "Where to write the page, with --json what it shows", "FILE"});
-  command.flag(options->json, {"--json", "Tell what the page shows as JSON, without the page"});
+  command.json(options->json);
   addFilterOptions(command, options->requests);
-  addRequestOption(command, options->requests);
   command.run([options] { return report(*options); });
 }
 
+const RegisteredCommand kReportCommand(
+    {"report", Group::kTraces, "Writes what trace rings tell as one page for a browser",
+     "The page needs nothing but itself: it can be sent by mail. It starts with the requests that "
+     "failed, equal ones as one; behind them stand a timeline, the tables with what ran of them, "
+     "figures, and the configuration of this machine.",
+     "/var/board/trace.ring -o report.html", "the page is written", ""},
+    describeReport);
+
+}  // namespace
 }  // namespace kw::trx::tools

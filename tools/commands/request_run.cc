@@ -44,7 +44,7 @@ void stopEngine(int number) {
 [[noreturn]] void endWithThread(const RequestOptions& options) {
   if (options.json) {
     JsonWriter json(2);
-    json.beginObject();
+    startOutput(options.command(), json);
     writeThreadEnd(options.request(), json);
     std::cout << json.endObject().taken() << std::endl;
   } else {
@@ -82,7 +82,7 @@ int tellCrash(const RequestOptions& options, const ChildEnd& end) {
       crashIn(options.ring.empty() ? options.crash_ring : absolutePath(options.ring))};
   if (options.json) {
     JsonWriter json(2);
-    json.beginObject();
+    startOutput(options.command(), json);
     writeCrash(report, json);
     std::cout << json.endObject().taken() << '\n';
   } else {
@@ -99,17 +99,16 @@ std::string nameProblem(const std::string& name) {
 
 void addRequestOptions(CommandOptions& command, RequestOptions& options, const std::string& what) {
   command.text(options.name, {"NAME", what, "", {}, true, nameProblem});
-  command.texts(options.units,
-                {"--unit",
-                 "A unit to work on, such as 300:2:rack/rail2; repeat it for further units",
-                 "TYPE:NO[:PATH]",
-                 {},
-                 false,
-                 unitProblem});
+  command.texts(options.units, {"--unit",
+                                "A unit to work on, such as 300:2:rack/rail2",
+                                "TYPE:NO[:PATH]",
+                                {},
+                                false,
+                                unitProblem});
   command.flag(options.debug_modules, {"--debug-modules", "Load debug modules as well"});
   command.text(options.ring,
-               {"--ring", "Write the trace of the run to this new ring file", "FILE"});
-  command.flag(options.json, {"--json", "Print JSON"});
+               {"--record", "Write the trace of the run to this new ring file", "FILE"});
+  command.json(options.json);
   command.flag(options.in_process,
                {"--in-process", "Run in the process of the tool itself, as debuggers like it"});
 }
@@ -136,6 +135,11 @@ int runApart(RequestOptions& options, const std::function<int()>& body) {
 }
 
 bool beginRun(const RequestOptions& options) {
+  std::error_code error;
+  if (std::filesystem::exists(std::filesystem::symlink_status(options.ring, error))) {
+    fail(options.ring + " exists already; remove it, or name another file with --record");
+    return false;
+  }
   if (!options.ring.empty() &&
       kw::platform::openTraceRing(absolutePath(options.ring), kRingRecords) != 0) {
     fail(options.ring + ": " + std::strerror(errno) + "; choose another place for the ring");

@@ -10,7 +10,7 @@ namespace {
 
 void writeName(const RequestName& request, const char* end, JsonWriter& json) {
   json.member(request.kind == RequestKind::kHAP ? "hap" : "table", request.name);
-  json.member("end", end);
+  json.member("ending", end);
 }
 
 template <typename Number>
@@ -36,9 +36,7 @@ void write(const ErrorRecord& record, JsonWriter& json) {
 }
 
 void write(const ReportedFailure& failure, JsonWriter& json) {
-  if (failure.first_failing) {
-    write(*failure.first_failing, json.key("firstFailingRow"));
-  }
+  write(failure.first_failing, json.key("firstFailingRow"));
   if (failure.record) {
     write(*failure.record, json);
   }
@@ -49,13 +47,9 @@ void write(const ReportedFailure& failure, JsonWriter& json) {
 
 }  // namespace
 
-void write(const RowId& row, JsonWriter& json) {
-  json.beginObject().member("table", row.table).key("number").number(row.number).endObject();
-}
-
 void writeRun(const RunReport& report, JsonWriter& json) {
   const bool is_well = report.outcome.failure.empty();
-  writeName(report.request, is_well ? "ok" : "failed", json);
+  writeName(report.request, is_well ? "succeeded" : "failed", json);
   char time[32];
   std::snprintf(time, sizeof(time), "%.3f", report.outcome.time_ms);
   json.key("timeMs").raw(time);

@@ -4,8 +4,8 @@
 #include <stdexcept>
 
 #include "cases/case_run.h"
+#include "command_line/command_line.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "commands/run_json.h"
 #include "commands/run_output.h"
 #include "commands/step_dialogue.h"
@@ -74,19 +74,21 @@ std::vector<OutcomeRule> rulesOf(const SimulateOptions& options, const std::stri
 
 void printJson(const std::string& table, const SimulatedRun& run) {
   JsonWriter json(2);
-  json.beginObject().member("table", table).member("end", endText(run));
-  json.key("exception").number(run.failure.empty() ? 0 : run.code);
-  json.key("waitMs").number(run.wait_ms);
-  if (run.record.first_failing) {
-    write(*run.record.first_failing, json.key("firstFailingRow"));
+  startOutput("simulate", json);
+  json.member("table", table).member("ending", run.failure.empty() ? "succeeded" : "failed");
+  json.member("message", endText(run));
+  if (!run.failure.empty() && run.code != 0) {
+    json.member("exception", hexText(run.code));
   }
+  json.key("waitMs").number(run.wait_ms);
+  write(run.record.first_failing, json.key("firstFailingRow"));
   json.key("rows").beginArray();
   for (const RowId& row : run.rows) {
     write(row, json);
   }
   json.endArray().key("calls").beginArray();
   for (const HAPCall& call : run.calls) {
-    json.beginObject().member("table", call.row.table).key("number").number(call.row.number);
+    write(call.row, json.beginObject().key("row"));
     json.member("hap", call.hap).member("mode", call.mode).member("para", call.para);
     json.member("outcome", textOf(call.outcome)).endObject();
   }
@@ -100,7 +102,7 @@ void printEnd(const std::string& table, const SimulatedRun& run, std::size_t max
     std::cout << paint(Colour::kGreen, " succeeded");
   } else if (run.is_stopped) {
     std::cout << paint(Colour::kRed, " did not end") << ": stopped after " << run.rows.size()
-              << (run.rows.size() < max_rows ? " rows" : " rows; see --most-rows");
+              << (run.rows.size() < max_rows ? " rows" : " rows; see --max-rows");
   } else {
     std::cout << paint(Colour::kRed, " failed") << " with " << run.failure;
   }
@@ -149,7 +151,7 @@ int simulate(SimulateOptions options) {
   if (!options.case_file.empty()) {
     one = caseOf(options);
   } else if (options.files.empty()) {
-    throw UsageError("FILE is required, or a case with --case");
+    throw UsageError("TABLE is required, or a case with --case");
   } else {
     addCalledTables(options.files);
   }
@@ -195,51 +197,43 @@ int simulate(SimulateOptions options) {
   return run.failure.empty() ? kExitOk : kExitFindings;
 }
 
-}  // namespace
-
-void addSimulateCommand(CommandLine& line) {
+void describeSimulate(CommandOptions& command) {
   auto options = std::make_shared<SimulateOptions>();
-  CommandOptions command = line.add(
-      "simulate", "Runs a table with HAPs that do what you say, without modules",
-      "The engine itself runs the rows; no module, configuration or lock is needed, and waits are\n"
-      "added up instead of slept. The name of a configured table stands for its file; called "
-      "tables\n"
-      "are looked for in the configuration too. Each HAP succeeds unless --fail or --throw names "
-      "it. They take "
-      "a\n"
-      "HAP, the NUMBER of a row of the table or TABLE/NUMBER, :N for its N-th call alone, and = "
-      "with "
-      "hexadecimal\n"
-      "numbers: the error code and words of detail, or the code of the exception.\n"
-      "Example: trxctl simulate selftest.csv rails.csv --fail ADC_Expect:2=20001\n"
-      "Exit status: 0 the table ended well; 1 it ended with error; 2 it could not be run.");
   command.texts(options->files,
-                {"FILE", "Table files, or names of configured tables; the first one is run"});
+                {"TABLE", "Table files, or names of configured tables; the first one is run"});
   command.text(options->table, {"--table", "Run this table instead", "NAME"});
   command.texts(options->units, {"--unit",
-                                 "A unit to work on, such as 300:2:rack/rail2; repeat it for "
-                                 "further units",
+                                 "A unit to work on, such as 300:2:rack/rail2",
                                  "TYPE:NO[:PATH]",
                                  {},
                                  false,
                                  unitProblem});
-  command.texts(options->failing, {"--fail", "Let this fail; may be repeated", "WHERE[:N][=CODE]"});
-  command.texts(options->throwing,
-                {"--throw", "Let this throw an exception; may be repeated", "WHERE[:N][=CODE]"});
-  command.number(options->max_rows, {"--most-rows", "Stop after so many rows (100000)", "ROWS"}, 1,
+  command.texts(options->failing, {"--fail", "Let this fail", "WHERE[:N][=CODE]"});
+  command.texts(options->throwing, {"--throw", "Let this throw an exception", "WHERE[:N][=CODE]"});
+  command.number(options->max_rows, {"--max-rows", "Stop after so many rows", "COUNT"}, 1,
                  kMaxRows);
-  command.number(options->nest_limit, {"--nest-limit", "As haptable.nest.exec.limit (10)", "LIMIT"},
-                 0, kMaxNestLimit);
+  command.number(options->nest_limit, {"--max-nesting", "As haptable.nest.exec.limit", "COUNT"}, 0,
+                 kMaxNestLimit);
   command.text(options->case_file, {"--case", "Run a case of this file, with its tables", "FILE"});
   command.text(options->case_name, {"--name", "The case, when the file has several", "CASE"});
   command.flag(options->step,
                {"--step", "Stop at each row, show where the run is and ask what its HAP does"});
-  command.texts(options->breaks,
-                {"--break", "Stop at this row, then at each; may be repeated", "HAP|LABEL|NUMBER"});
-  command.flag(options->json, {"--json", "Print JSON"});
+  command.texts(options->breaks, {"--break", "Stop at this row, then at each", "HAP|LABEL|NUMBER"});
+  command.json(options->json);
   command.excludes("--json", {"--step", "--break"});
-  command.excludes("--case", {"--nest-limit"});
+  command.excludes("--case", {"--max-nesting"});
   command.run([options] { return simulate(*options); });
 }
 
+const RegisteredCommand kSimulateCommand(
+    {"simulate", Group::kTables, "Runs a table with HAPs that do what you say, without modules",
+     "The engine itself runs the rows; no module, configuration or lock is needed, and waits are "
+     "added up instead of slept. The first table is run; called tables are looked for in the "
+     "configuration too. Each HAP succeeds unless --fail or --throw names it. They take a HAP, the "
+     "NUMBER of a row of the table or TABLE/NUMBER, :N for its N-th call alone, and = with "
+     "numbers: the error code and words of detail, or the code of the exception.",
+     "selftest.csv rails.csv --fail ADC_Expect:2=0x20001", "the table succeeded", "it failed"},
+    describeSimulate);
+
+}  // namespace
 }  // namespace kw::trx::tools

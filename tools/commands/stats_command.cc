@@ -5,9 +5,9 @@
 #include <iostream>
 #include <memory>
 
+#include "command_line/command_line.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -18,7 +18,7 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr unsigned int kLeast = 0, kMedian = 50, kTail = 99, kGreatest = 100;
+constexpr unsigned int kMin = 0, kMedian = 50, kTail = 99, kMax = 100;
 constexpr double kPercent = 100;
 
 struct StatsOptions {
@@ -84,7 +84,7 @@ void printFigures(const Statistics::Entry& entry) {
   }
   std::vector<std::string> columns = {std::to_string(figures.calls),
                                       std::to_string(figures.failures)};
-  for (const unsigned int percent : {kLeast, kMedian, kTail, kGreatest}) {
+  for (const unsigned int percent : {kMin, kMedian, kTail, kMax}) {
     columns.push_back(total.count() == 0 ? "-" : millisText(total.quantile(percent)));
   }
   columns.push_back(figures.own.count() == 0 ? "-" : millisText(figures.own.quantile(kMedian)));
@@ -96,7 +96,7 @@ void printFigures(const Statistics::Entry& entry) {
 }
 
 void printStatistics(const Statistics& statistics) {
-  printColumns({"calls", "failed", "least", "median", "99 %", "greatest", "own median", "own sum",
+  printColumns({"calls", "failed", "min", "median", "99 %", "max", "own median", "own sum",
                 "waits sum", "lock sum", "lock wait"},
                "(times in ms)");
   for (const bool haps : {true, false}) {
@@ -176,17 +176,17 @@ void printChanges(const Statistics& before, const Statistics& now,
 
 void writeDurations(JsonWriter& json, const char* name, const Durations& durations) {
   json.key(name).beginObject().key("count").number(durations.count());
-  json.key("leastNs").number(durations.quantile(kLeast));
+  json.key("minNs").number(durations.quantile(kMin));
   json.key("medianNs").number(durations.quantile(kMedian));
   json.key("p99Ns").number(durations.quantile(kTail));
-  json.key("greatestNs").number(durations.quantile(kGreatest));
+  json.key("maxNs").number(durations.quantile(kMax));
   json.key("sumNs").number(durations.sum()).endObject();
 }
 
 void writeWork(JsonWriter& json, const Work& work) {
   if (!work.isHAP()) {
-    json.member("table", work.row.table).member("row", hexDigits(work.row.number));
-    json.member("command", wordOf(work.command));
+    write(work.row, json.key("row"));
+    json.member("rowCommand", wordOf(work.command));
   }
   json.member("name", work.name);
 }
@@ -213,7 +213,7 @@ void writeStatistics(JsonWriter& json, const Statistics& statistics, const CodeM
 void printJson(const Statistics& before, const Statistics& now, const std::vector<Change>* changes,
                const CodeMeaning& meaning) {
   JsonWriter json(2);
-  json.beginObject();
+  startOutput("stats", json);
   writeStatistics(json, now, meaning);
   if (changes != nullptr) {
     json.key("before").beginObject();
@@ -229,7 +229,8 @@ void printJson(const Statistics& before, const Statistics& now, const std::vecto
   std::cout << json.endObject().taken() << '\n';
 }
 
-int showStatistics(const StatsOptions& options) {
+int showStatistics(StatsOptions options) {
+  options.rings = ringsOf(options.rings);
   Statistics before, now;
   const int status = readAll(options, before, now);
   if (status != kExitOk) {
@@ -255,19 +256,10 @@ int showStatistics(const StatsOptions& options) {
              : kExitOk;
 }
 
-}  // namespace
-
-void addStatsCommand(CommandLine& line) {
+void describeStats(CommandOptions& command) {
   auto options = std::make_shared<StatsOptions>();
-  CommandOptions command = line.add(
-      "stats", "Tells how often and how long HAPs and rows ran, and what became slower",
-      "Several rings are read together. Times are in milliseconds; own times are without nested\n"
-      "HAPs, called tables and the wait for other holders of the lock.\n"
-      "Example: trxctl stats trace.ring --against yesterday.ring\n"
-      "Exit status: 0 done; 1 something became slower or fails more; 2 a ring cannot be read.");
-  command.texts(options->rings, {"RING", "Ring files", "", {}, true});
-  command.texts(options->against,
-                {"--against", "Print what changed since this ring; may be repeated", "OLD"});
+  addRings(command, options->rings);
+  command.texts(options->against, {"--against", "Print what changed since this ring", "OLD"});
   command.text(options->split,
                {"--split",
                 "Print what changed since this time, such as 10:24 or 2h before the end",
@@ -276,10 +268,18 @@ void addStatsCommand(CommandLine& line) {
                 false,
                 timeProblem});
   addFilterOptions(command, options->requests);
-  addRequestOption(command, options->requests);
-  command.flag(options->json, {"--json", "Print JSON"});
+  command.json(options->json);
   command.excludes("--split", {"--against"});
   command.run([options] { return showStatistics(*options); });
 }
 
+const RegisteredCommand kStatsCommand(
+    {"stats", Group::kTraces,
+     "Tells how often and how long HAPs and rows ran, and what became slower",
+     "Several rings are read together. Times are in milliseconds; own times are without nested "
+     "HAPs, called tables and the wait for other holders of the lock.",
+     "trace.ring --against yesterday.ring", "it is told", "something became slower or fails more"},
+    describeStats);
+
+}  // namespace
 }  // namespace kw::trx::tools

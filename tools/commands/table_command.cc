@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-#include "commands/commands.h"
+#include "command_line/command_line.h"
 #include "commands/request_run.h"
 #include "commands/run_json.h"
 #include "commands/run_output.h"
@@ -59,8 +59,8 @@ class RowList {
       char time[32];
       std::snprintf(time, sizeof(time), "%.3f", row.time.count());
       json.beginObject().key("timeMs").raw(time);
-      json.member("table", row.event.table).key("number").number(row.event.number);
-      json.member("words", row.event.message).texts("notes", row.notes).endObject();
+      tools::write(RowId{row.event.table, row.event.number}, json.key("row"));
+      json.member("message", row.event.message).texts("notes", row.notes).endObject();
     }
     json.endArray();
   }
@@ -81,7 +81,7 @@ void write(const RunReport& report, const RowList& rows, bool is_json) {
     return printRun(report);
   }
   JsonWriter json(2);
-  json.beginObject();
+  startOutput("table", json);
   writeRun(report, json);
   rows.write(json);
   std::cout << json.endObject().taken() << '\n';
@@ -111,21 +111,21 @@ int runTable(const RequestOptions& options) {
   return statusOf(report);
 }
 
-}  // namespace
-
-void addTableCommand(CommandLine& line) {
+void describeTable(CommandOptions& command) {
   auto options = std::make_shared<RequestOptions>();
   options->kind = RequestKind::kTable;
-  CommandOptions command = line.add(
-      "table", "Runs one table on the configured modules and tables",
-      "Prints each row as it begins: seconds since the start, table, NUMBER of the row, command.\n"
-      "Waits are done by this tool when the configuration hands them to the requester.\n"
-      "It runs in a process of its own: a crash is told with its signal and the last records.\n"
-      "Example: trxctl table selftest --root /opt/board --unit 300:2:rack/rail2\n"
-      "Exit status: 0 the table ended well; 1 it ended with error; 2 it could not be run;\n"
-      "3 a HAP crashed.");
   addRequestOptions(command, *options, "The table: its file name without folders and .csv");
   command.run([options] { return runApart(*options, [options] { return runTable(*options); }); });
 }
 
+const RegisteredCommand kTableCommand(
+    {"table", Group::kRequests, "Runs one table on the configured modules and tables",
+     "Prints each row as it starts: seconds since the start, table, NUMBER of the row, command. "
+     "Waits are done by this tool when the configuration hands them to the requester. It runs in a "
+     "process of its own: a crash is told with its signal and the last records.",
+     "selftest --root /opt/board --unit 300:2:rack/rail2", "the table succeeded", "it failed",
+     "a HAP crashed"},
+    describeTable);
+
+}  // namespace
 }  // namespace kw::trx::tools

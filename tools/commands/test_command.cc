@@ -1,89 +1,155 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
+#include "command_line/command_line.h"
 #include "command_line/output_file.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "commands/junit.h"
+#include "common/json.h"
 #include "common/processes.h"
 
 namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kMaxJobs = 1000;
+constexpr char kText[] = "text";
+constexpr char kJunit[] = "junit";
 
 struct TestOptions {
   std::vector<std::string> files;
-  OutputOptions junit;
+  std::string format = kText;
+  OutputOptions output;
+  bool json = false;
   std::size_t jobs = usualJobs();
 };
 
-void print(const CaseFile& file) {
+void print(const CaseFile& file, std::ostream& out) {
   for (const Finding& finding : file.findings) {
-    std::cout << file.file;
+    out << file.file;
     if (finding.line != 0) {
-      std::cout << ':' << finding.line << " (" << finding.column << ')';
+      out << ':' << finding.line << " (" << finding.column << ')';
     }
-    std::cout << ": " << paint(Colour::kRed, "error") << ": " << finding.message << '\n';
+    out << ": " << paint(Colour::kRed, "error") << ": " << finding.message << '\n';
   }
 }
 
-void print(const CaseFile& file, const CaseResult& result) {
+void print(const std::string& file, const CaseResult& result) {
   const bool passed = result.differences.empty();
-  std::cout << (passed ? paint(Colour::kGreen, "ok  ") : paint(Colour::kRed, "FAIL")) << ' '
-            << file.file << ':' << result.line << ": " << result.name << '\n';
+  std::cout << (passed ? paint(Colour::kGreen, "ok  ") : paint(Colour::kRed, "FAIL")) << ' ' << file
+            << ':' << result.line << ": " << result.name << '\n';
   for (const std::string& difference : result.differences) {
     std::cout << "       " << difference << '\n';
   }
 }
 
-int test(const TestOptions& options) {
-  const OutputFile junit(options.junit, {".xml"}, options.files);
-  bool unreadable = false;
+/// What came of all files.
+struct Tested {
+  std::vector<CaseFile> unreadable;
+  std::vector<TestedFile> files;
+  std::size_t passed = 0, failed = 0;
+};
+
+Tested runFiles(const TestOptions& options) {
+  Tested tested;
   std::vector<CaseFile> files;
   for (const std::string& name : options.files) {
-    files.push_back(readCaseFile(name));
-    print(files.back());
-    if (!files.back().findings.empty()) {
-      unreadable = true;
-      files.pop_back();
-    }
+    CaseFile file = readCaseFile(name);
+    (file.findings.empty() ? files : tested.unreadable).push_back(std::move(file));
   }
   const auto results = runCases(files, options.jobs);
-  std::size_t failed = 0;
-  std::size_t run = 0;
-  std::vector<TestedFile> tested;
   for (std::size_t i = 0; i < files.size(); ++i) {
-    tested.push_back({files[i].file, results[i]});
-    for (const CaseResult& result : results[i]) {
-      print(files[i], result);
-      failed += result.differences.empty() ? 0 : 1;
-      ++run;
-    }
+    tested.files.push_back({files[i].file, results[i]});
+    const auto failed =
+        std::count_if(results[i].begin(), results[i].end(),
+                      [](const CaseResult& result) { return !result.differences.empty(); });
+    tested.failed += static_cast<std::size_t>(failed);
+    tested.passed += results[i].size() - static_cast<std::size_t>(failed);
   }
-  std::cout << run - failed << " of " << run << " cases passed\n";
-  if (junit) {
-    junit.write(junitOf(tested));
-  }
-  return unreadable ? kExitFailed : failed != 0 ? kExitFindings : kExitOk;
+  return tested;
 }
 
-}  // namespace
+void print(const Tested& tested) {
+  for (const TestedFile& file : tested.files) {
+    for (const CaseResult& result : file.cases) {
+      print(file.file, result);
+    }
+  }
+  std::cout << tested.passed << " of " << tested.passed + tested.failed << " cases passed\n";
+}
 
-void addTestCommand(CommandLine& line) {
+std::string jsonOf(const Tested& tested) {
+  JsonWriter json(2);
+  startOutput("test", json);
+  json.key("passed").number(tested.passed).key("failed").number(tested.failed);
+  json.key("files").beginArray();
+  for (const CaseFile& file : tested.unreadable) {
+    json.beginObject().member("file", file.file).key("errors").beginArray();
+    for (const Finding& finding : file.findings) {
+      json.beginObject().key("line").number(finding.line);
+      json.member("message", finding.message).endObject();
+    }
+    json.endArray().endObject();
+  }
+  for (const TestedFile& file : tested.files) {
+    json.beginObject().member("file", file.file).key("cases").beginArray();
+    for (const CaseResult& result : file.cases) {
+      json.beginObject().member("name", result.name).key("line").number(result.line);
+      json.key("passed").boolean(result.differences.empty());
+      json.texts("differences", result.differences).endObject();
+    }
+    json.endArray().endObject();
+  }
+  return json.endArray().endObject().taken() + '\n';
+}
+
+int test(const TestOptions& options) {
+  const bool is_junit = options.format == kJunit;
+  const OutputFile output(options.output,
+                          {options.json ? ".json"
+                           : is_junit   ? ".xml"
+                                        : ".txt"},
+                          options.files);
+  if (output && !options.json && !is_junit) {
+    throw UsageError("-o needs --format junit or --json");
+  }
+  const Tested tested = runFiles(options);
+  const bool is_text = !output.isStandardOutput() && (output || (!options.json && !is_junit));
+  for (const CaseFile& file : tested.unreadable) {
+    print(file, is_text ? std::cout : std::cerr);
+  }
+  if (is_text) {
+    print(tested);
+  }
+  if (options.json || is_junit) {
+    const std::string text = options.json ? jsonOf(tested) : junitOf(tested.files);
+    output ? output.write(text) : void(std::cout << text);
+  }
+  return !tested.unreadable.empty() ? kExitFailed : tested.failed != 0 ? kExitFindings : kExitOk;
+}
+
+void describeTest(CommandOptions& command) {
   auto options = std::make_shared<TestOptions>();
-  CommandOptions command =
-      line.add("test", "Runs the cases of case files: what a table does when its HAPs do this",
-               "A case file is a CSV file beside the tables; the table guide tells its rows.\n"
-               "Example: trxctl test selftest.cases.csv\n"
-               "Exit status: 0 all cases passed; 1 one failed; 2 a file could not be run.");
   command.texts(options->files, {"FILE", "Case files", "", {}, true});
-  addOutputOptions(command, options->junit, {"--junit", "Write the results as JUnit XML", "FILE"});
+  command.text(options->format,
+               {"--format", "junit is what servers of builds show", "FORMAT", {kText, kJunit}});
+  addOutputOptions(command, options->output,
+                   {"-o,--output", "Write the JUnit or JSON there, and the text too", "FILE"});
+  command.json(options->json);
+  command.excludes("--json", {"--format"});
   command.number(options->jobs,
                  {"-j,--jobs", "Run so many processes; else one a processor", "COUNT"}, 1,
                  kMaxJobs);
   command.run([options] { return test(*options); });
 }
 
+const RegisteredCommand kTestCommand(
+    {"test", Group::kTables,
+     "Runs the cases of case files: what a table does when its HAPs do this",
+     "A case file is a CSV file beside the tables; the table guide tells its rows.",
+     "selftest.cases.csv", "all cases passed", "a case failed"},
+    describeTest);
+
+}  // namespace
 }  // namespace kw::trx::tools

@@ -13,9 +13,9 @@
 #include <memory>
 #include <sstream>
 
+#include "command_line/command_line.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
-#include "commands/commands.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -151,7 +151,8 @@ std::string screenOf(std::vector<LiveRequest> running, LiveView& view, const Vie
 std::string jsonOf(const std::vector<LiveRequest>& running, LiveView& view, std::uint64_t now_ns) {
   const auto [ended, failed] = view.perSecond(now_ns);
   JsonWriter json(-1);
-  json.beginObject().key("timeNs").number(now_ns);
+  startOutput("top", json);
+  writeTime("time", now_ns, json);
   json.key("endedLastSecond").number(ended).key("failedLastSecond").number(failed);
   json.key("ended").number(view.ended()).key("failed").number(view.failed());
   json.key("running").beginArray();
@@ -162,8 +163,8 @@ std::string jsonOf(const std::vector<LiveRequest>& running, LiveView& view, std:
     json.key("thread").number(request.parts.back().thread_id);
     json.member("request", hexText(request.id)).key("requestNumber").number(request.number);
     json.member("kind", nameOf(request.kind)).member("name", request.name);
-    json.member("table", live.row ? live.row->table : "");
-    json.member("row", live.row ? hexDigits(live.row->number) : "").member("hap", live.hap);
+    write(live.row, json.key("row"));
+    json.member("hap", live.hap);
     json.key("runsNs").number(sinceNs(request.start_ns, now_ns));
     json.key("hereNs").number(sinceNs(live.since_ns, now_ns));
     json.key("usualNs").number(live.usual_ns).key("waits").boolean(live.waits);
@@ -174,8 +175,8 @@ std::string jsonOf(const std::vector<LiveRequest>& running, LiveView& view, std:
   json.endArray().key("failures").beginArray();
   for (std::size_t i = 0; i < std::min(kMaxFailuresShown, view.failures().size()); ++i) {
     const LiveFailure& failure = view.failures()[i];
-    json.beginObject().key("timeNs").number(failure.time_ns);
-    json.member("name", failure.name).member("outcome", failure.outcome).endObject();
+    writeTime("time", failure.time_ns, json.beginObject());
+    json.member("name", failure.name).member("message", failure.outcome).endObject();
   }
   return json.endArray().endObject().taken();
 }
@@ -194,11 +195,10 @@ bool waitForTick(const Keys& keys, View& view) {
   return !view.over;
 }
 
-int watchTop(const TopOptions& options) {
-  for (const std::string& ring : options.rings) {
-    if (!waitForRing(ring)) {
-      return kExitOk;
-    }
+int watchTop(TopOptions options) {
+  options.rings = ringsOf(options.rings);
+  if (!waitForRings(options.rings)) {
+    return kExitOk;
   }
   LiveView live(configuredMeanings());
   RequestReader reader(live);
@@ -228,22 +228,22 @@ int watchTop(const TopOptions& options) {
   return kExitOk;
 }
 
-}  // namespace
-
-void addTopCommand(CommandLine& line) {
+void describeTop(CommandOptions& command) {
   auto options = std::make_shared<TopOptions>();
-  CommandOptions command = line.add(
-      "top", "Shows what hosts run now, by their rings alone",
-      "Each second: the requests that run, with their row and HAP, how long they run, how long\n"
-      "such requests usually take, waits and the lock; requests and failures per second; the\n"
-      "last failures. Hosts are not touched, and may end and start again.\n"
-      "Example: trxctl top /var/board/trace.ring\n"
-      "Exit status: 0 ended by q or an interrupt; 2 a ring cannot be read.");
-  command.texts(options->rings, {"RING", "Ring files", "", {}, true});
-  command.number(options->updates, {"-n,--updates", "End after so many updates", "COUNT"}, 1,
+  addRings(command, options->rings);
+  command.number(options->updates, {"--max-updates", "End after so many updates", "COUNT"}, 1,
                  kMaxUpdates);
-  command.flag(options->json, {"--json", "Print a line of JSON each second"});
+  command.json(options->json);
   command.run([options] { return watchTop(*options); });
 }
 
+const RegisteredCommand kTopCommand(
+    {"top", Group::kTraces, "Shows what hosts run now, by their rings alone",
+     "Each second: the requests that run, with their row and HAP, how long they run, how long such "
+     "requests usually take, waits and the lock; requests and failures per second; the last "
+     "failures. Hosts are not touched, and may end and start again.",
+     "/var/board/trace.ring", "ended by q or an interrupt", ""},
+    describeTop);
+
+}  // namespace
 }  // namespace kw::trx::tools

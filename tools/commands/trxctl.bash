@@ -1,22 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
-# Bash completion of trxctl. Commands, options and their values are asked of the tool itself, whose
-# help lists them; everything else is a file.
+# Bash completion of trxctl: the tool itself tells what can stand there; nothing means a file.
 _trxctl() {
-  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} command= word words=
-  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    [[ $word != -* ]] && command=$word && break
-  done
-  local help=$("${COMP_WORDS[0]}" $command --help 2>/dev/null)
-  case $current:$previous:$command in
-    -*) words=$(sed -nE 's/^ +(-[a-zA-Z],)?(--[a-z-]+).*/\2/p' <<<"$help") ;;
-    *:--*) words=$(sed -nE "s/^ +(-[a-zA-Z],)?$previous [^{ ]*\{([^}]*)\}.*/\2/p" <<<"$help" 2>/dev/null) ;;
-    *:) words=$(sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p' <<<"$help") ;;
-  esac
+  local words
+  words=$("${COMP_WORDS[0]}" __complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null)
   if [[ -n $words ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "${words//,/ }" -- "$current")
+    mapfile -t COMPREPLY <<<"$words"
   else
     compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    mapfile -t COMPREPLY < <(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")
   fi
 }
 complete -F _trxctl trxctl

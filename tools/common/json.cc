@@ -8,6 +8,9 @@
 namespace kw::trx::tools {
 namespace {
 
+/// Changes when a member changes its meaning or goes.
+constexpr std::uint64_t kFormat = 1;
+
 /// The letter that stands behind a backslash for `c`; 0 when there is none.
 char escapeOf(char c) {
   switch (c) {
@@ -121,6 +124,14 @@ void JsonWriter::quote(std::string_view text) {
     at += size == 0 ? 1 : size;
   }
   out_ += '"';
+}
+
+void startOutput(const std::string& command, JsonWriter& json) {
+  json.beginObject().key("format").number(kFormat).member("command", command);
+}
+
+void writeTime(const std::string& name, std::uint64_t time_ns, JsonWriter& json) {
+  json.member(name + "Ns", std::to_string(time_ns));
 }
 
 }  // namespace kw::trx::tools

@@ -9,6 +9,8 @@
 namespace kw::trx::tools {
 namespace {
 
+constexpr std::size_t kLineWidth = 80;
+
 constexpr int kHexBase = 16;
 constexpr std::size_t kHexDigits = 8;
 
@@ -65,6 +67,14 @@ std::optional<std::uint32_t> decimalNumber(const std::string& text) {
   return whole ? std::optional<std::uint32_t>(number) : std::nullopt;
 }
 
+std::optional<std::uint32_t> wordNumber(const std::string& text) {
+  if (text.rfind("0x", 0) == 0) {
+    return hexNumber(text);
+  }
+  const bool is_clear = text.size() == 1 || text[0] != '0';
+  return is_clear ? decimalNumber(text) : std::nullopt;
+}
+
 std::string nearestOf(const std::string& word, const std::vector<std::string>& known) {
   std::string nearest;
   std::size_t least = word.size() / 3 + 1;
@@ -114,6 +124,23 @@ std::string listed(std::vector<std::string> names, std::size_t max, const std::s
     text += (i == 0 ? "" : i + 1 == names.size() ? last : ", ") + names[i];
   }
   return text;
+}
+
+std::string wrapped(const std::string& text, std::size_t first, std::size_t indent) {
+  std::string lines;
+  std::size_t column = first;
+  bool starts_line = true;
+  for (const std::string& word : partsOf(text, ' ')) {
+    if (!starts_line && column + 1 + word.size() > kLineWidth) {
+      lines.append("\n").append(indent, ' ');
+      column = indent;
+      starts_line = true;
+    }
+    lines.append(starts_line ? "" : " ").append(word);
+    column += word.size() + (starts_line ? 0 : 1);
+    starts_line = false;
+  }
+  return lines;
 }
 
 }  // namespace kw::trx::tools

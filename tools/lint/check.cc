@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lint/check.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <string>
 #include <tuple>
@@ -42,7 +44,7 @@ bool CheckedFile::has(bool errors) const {
 
 CheckedFile checkFile(const std::string& file, const Environment& around) {
   const Faults faults = findFaults(file);
-  CheckedFile checked{file, faults.findings};
+  CheckedFile checked{file, faults.findings, access(file.c_str(), R_OK) != 0};
   const auto append = [&](const std::vector<Finding>& more) {
     checked.findings.insert(checked.findings.end(), more.begin(), more.end());
   };

@@ -77,11 +77,9 @@ class FailureWriter {
     timed_.timeOrNull("wellBeforeNs", group.well_before_ns);
     timed_.timeOrNull("wellAfterNs", group.well_after_ns);
     json_.member("kind", nameOf(request.kind)).member("name", request.name);
-    json_.member("outcome", nameOf(request.ending));
-    json_.member("words", outcomeText(group.last->summary, report_.meaning));
-    const RowId row = request.first_failing.value_or(RowId());
-    json_.member("table", row.table);
-    json_.member("row", request.first_failing ? hexDigits(row.number) : "");
+    json_.member("ending", nameOf(request.ending));
+    json_.member("message", outcomeText(group.last->summary, report_.meaning));
+    tools::write(request.first_failing, json_.key("firstFailingRow"));
     json_.member("hap", failure.hap);
     json_.member("code", failure.code == 0 ? "" : hexText(failure.code));
     json_.key("thrown").boolean(failure.isThrown());
@@ -111,11 +109,11 @@ class FailureWriter {
     const auto write = [this](const TraceRecord& record) {
       json_.beginObject();
       timed_.time("timeNs", record.time_ns).member("level", levelName(record.level));
-      json_.member("id", hexText(record.id)).member("words", describe(record)).endObject();
+      json_.member("id", hexText(record.id)).member("message", describe(record)).endObject();
     };
     json_.key("last").number(static_cast<std::uint64_t>(kept - report_.kept.begin()));
     json_.texts("fileChanged", changesSince(*group.last, finder_));
-    json_.texts("detail", detailOf(failure)).member("detailText", detailText(failure));
+    json_.texts("detailWords", detailOf(failure)).member("detail", detailText(failure));
     writeAdvice(failure, records);
     json_.key("records").beginArray();
     std::for_each(records.first.begin(), records.first.end(), write);

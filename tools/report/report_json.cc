@@ -52,7 +52,7 @@ class Writer {
       : report_(report), timed_(json, report.begin_ns), json_(json) {}
 
   void write() {
-    json_.beginObject().key("format").number(1);
+    startOutput("report", json_);
     writeHead();
     writeCounts();
     writeFailures(report_, timed_);
@@ -76,7 +76,7 @@ class Writer {
     timed_.time("endNs", report_.end_ns);
     json_.key("records").number(report_.records);
     json_.key("leftOutRuns").number(report_.left_out_runs);
-    json_.key("doubtful").number(report_.losses.suspect).key("lost").number(report_.losses.lost);
+    json_.key("suspect").number(report_.losses.suspect).key("lost").number(report_.losses.lost);
     json_.texts("missing", textOf(report_.losses));
     json_.texts("leftOut", report_.left_out);
   }
@@ -101,7 +101,7 @@ class Writer {
       json_.beginObject();
       timed_.request(request->request());
       if (request->request().ending != Ending::kSucceeded) {
-        json_.member("words", outcomeText(request->summary, report_.meaning));
+        json_.member("message", outcomeText(request->summary, report_.meaning));
       }
       if (request->request().ending == Ending::kOpen) {
         writeOpen(*request);
@@ -130,8 +130,8 @@ class Writer {
     }
     json_.member("repeated", repeated);
     if (const std::optional<LongestRow> row = longestRowOf(request)) {
-      json_.key("longest").beginObject().member("table", row->row.table);
-      json_.member("row", hexDigits(row->row.number)).member("command", wordOf(row->command));
+      tools::write(row->row, json_.key("longest").beginObject().key("row"));
+      json_.member("rowCommand", wordOf(row->command));
       json_.member("name", row->name).key("runs").number(row->runs);
       json_.key("ns").number(row->time_ns).endObject();
     }
@@ -163,11 +163,11 @@ class Writer {
   void writeSpan(const Span& span, std::size_t depth) {
     json_.beginObject().member("kind", kKinds[static_cast<int>(span.kind)]);
     json_.member("name", span.name).key("depth").number(depth);
-    timed_.time("beginNs", span.start_ns);
+    timed_.time("startNs", span.start_ns);
     timed_.time("endNs", span.end_ns);
     if (span.isRow()) {
-      json_.member("table", span.row.table).member("row", hexDigits(span.row.number));
-      json_.member("command", wordOf(span.command));
+      tools::write(span.row, json_.key("row"));
+      json_.member("rowCommand", wordOf(span.command));
     }
     if (span.failed()) {
       json_.key("failed").boolean(true);
@@ -241,7 +241,7 @@ class Writer {
       json_.key(is_warning ? "warnings" : "values").beginArray();
       for (const ConfigEntry& entry : report_.configuration.entries) {
         if (entry.is_warning == is_warning) {
-          json_.beginObject().member("key", entry.key).member("words", entry.message);
+          json_.beginObject().member("key", entry.key).member("message", entry.message);
           json_.member("file", entry.line == 0 ? "" : entry.file);
           json_.key("line").number(entry.line).endObject();
         }
@@ -254,8 +254,8 @@ class Writer {
   void writeMachine() {
     json_.key("machine").beginArray();
     for (const Diagnosis& one : report_.machine) {
-      json_.beginObject().member("verdict", nameOf(one.verdict)).member("subject", one.subject);
-      json_.member("words", one.message).member("do", one.remedy).endObject();
+      json_.beginObject().member("severity", nameOf(one.verdict)).member("subject", one.subject);
+      json_.member("message", one.message).member("advice", one.remedy).endObject();
     }
     json_.endArray();
   }

@@ -130,7 +130,7 @@ class TableWriter {
     json_.beginObject().key("at").number(at);
     json_.member("label", row.label)
         .member("number", row.number)
-        .member("command", wordOf(row.command));
+        .member("rowCommand", wordOf(row.command));
     json_.member("name", row.name).member("mode", row.mode).member("error", row.error);
     json_.member("para", row.para);
     if (row.jump >= 0) {
@@ -166,7 +166,7 @@ class TableWriter {
       }
       --room_;
       json_.beginObject().member("number", hexDigits(one->first.row.number));
-      json_.member("command", wordOf(one->first.command)).member("name", one->first.name);
+      json_.member("rowCommand", wordOf(one->first.command)).member("name", one->first.name);
       json_.key("runs").number(one->second.calls);
       writeFigures(one->second, json_);
       json_.endObject();
@@ -186,10 +186,10 @@ class TableWriter {
 }  // namespace
 
 void writeDurations(const Durations& durations, JsonWriter& json) {
-  json.key("leastNs").number(durations.quantile(0));
+  json.key("minNs").number(durations.quantile(0));
   json.key("medianNs").number(durations.quantile(kMedian));
   json.key("p99Ns").number(durations.quantile(kNearlyAll));
-  json.key("mostNs").number(durations.quantile(kAll));
+  json.key("maxNs").number(durations.quantile(kAll));
   json.key("sumNs").number(durations.sum());
 }
 

@@ -14,11 +14,11 @@ JsonWriter& TimedJson::timeOrNull(const char* name, std::uint64_t time_ns) const
 void TimedJson::request(const Request& request) const {
   json_.key("ring").number(request.ring);
   writeRequest(request, json_);
-  time("beginNs", request.start_ns);
+  time("startNs", request.start_ns);
   time("endNs", request.end_ns);
-  json_.member("outcome", nameOf(request.ending));
+  json_.member("ending", nameOf(request.ending));
   if (request.start_lost) {
-    json_.key("beginLost").boolean(true);
+    json_.key("startLost").boolean(true);
   }
 }
 

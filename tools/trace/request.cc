@@ -9,7 +9,7 @@ const char* nameOf(Request::Kind kind) {
 }
 
 const char* nameOf(Ending ending) {
-  constexpr const char* names[] = {"open", "waits", "ok", "failed", "refused"};
+  constexpr const char* names[] = {"open", "waits", "succeeded", "failed", "refused"};
   return names[static_cast<std::size_t>(ending)];
 }
 

@@ -20,7 +20,7 @@ bool hasText(const Request& request, const std::string& outcome, const std::stri
 
 bool RequestFilter::takesAll() const {
   return !since_ns && !until_ns && process == 0 && thread == 0 && !request && !failed &&
-         text.empty();
+         min_start_ns == 0 && text.empty();
 }
 
 bool RequestFilter::takes(const Request& one, const std::string& outcome) const {
@@ -28,9 +28,9 @@ bool RequestFilter::takes(const Request& one, const std::string& outcome) const 
                                                     [this](const Request::Part& part) {
                                                       return part.thread_id == thread;
                                                     });
-  return !(since_ns && one.end_ns < *since_ns) && !(until_ns && one.start_ns > *until_ns) &&
-         (process == 0 || process == one.process_id) && of_thread &&
-         request.value_or(one.id) == one.id &&
+  return one.start_ns >= min_start_ns && !(since_ns && one.end_ns < *since_ns) &&
+         !(until_ns && one.start_ns > *until_ns) && (process == 0 || process == one.process_id) &&
+         of_thread && request.value_or(one.id) == one.id &&
          (request_number == 0 || request_number == one.number) && (!failed || one.hasFailed()) &&
          (text.empty() || hasText(one, outcome, text));
 }

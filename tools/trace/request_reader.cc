@@ -108,7 +108,7 @@ std::vector<std::string> textOf(const Losses& losses) {
   std::vector<std::string> all;
   if (losses.suspect != 0) {
     all.push_back(std::to_string(losses.suspect) +
-                  " records are doubtful: the ring is damaged, and what the others say may have "
+                  " records are suspect: the ring is damaged, and what the others say may have "
                   "been changed too");
   }
   if (losses.lost != 0) {

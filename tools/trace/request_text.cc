@@ -201,7 +201,7 @@ std::string outcomeText(const RequestSummary& summary, const CodeMeaning& meanin
   }
   const std::string ended_by = endedByText(request);
   text += ended_by.empty() ? "" : "; ended by " + ended_by;
-  text += request.start_lost ? "; its begin is not in the ring" : "";
+  text += request.start_lost ? "; its start is not in the ring" : "";
   return text + notesText(request);
 }
 

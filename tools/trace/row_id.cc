@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "common/json.h"
 #include "common/text.h"
 #include "zqm_trx/table_words.h"
 
@@ -31,6 +32,15 @@ Command commandFrom(const std::string& word) {
     }
   }
   return Command::kNone;
+}
+
+void write(const RowId& row, JsonWriter& json) {
+  json.beginObject().member("table", row.table).member("number", hexDigits(row.number));
+  json.endObject();
+}
+
+void write(const std::optional<RowId>& row, JsonWriter& json) {
+  row ? write(*row, json) : void(json.raw("null"));
 }
 
 }  // namespace kw::trx::tools

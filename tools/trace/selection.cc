@@ -52,7 +52,7 @@ std::string requestText(std::uint32_t request, std::uint32_t number) {
 
 std::optional<std::pair<std::uint32_t, std::uint32_t>> requestOf(const std::string& text) {
   const std::size_t dot = std::min(text.find('.'), text.size());
-  const std::optional<std::uint32_t> id = hexNumber(text.substr(0, dot));
+  const std::optional<std::uint32_t> id = wordNumber(text.substr(0, dot));
   if (!id || dot == text.size()) {
     return id ? std::make_optional(std::make_pair(*id, 0U)) : std::nullopt;
   }

@@ -36,6 +36,11 @@ function count(number) {
   return number < 10000 ? digits : digits.replace(/\B(?=(\d{3})+$)/g, '\u202f');
 }
 
+/// TABLE/NUMBER of a row.
+function rowName(row) {
+  return (row.table || '?') + '/' + row.number;
+}
+
 function times(number) {
   return number === 1 ? 'once' : count(number) + ' times';
 }
@@ -106,7 +111,7 @@ function exactly(ns) {
 
 /// "table selftest", "HAP PSU_Set, mode fast".
 function nameOf(request) {
-  if (request.beginLost) {
+  if (request.startLost) {
     return 'a table whose begin is lost';
   }
   const known = request.name === '' ? (request.kind === 'table' ? 'a table' : 'a request')

@@ -6,7 +6,7 @@ const OPEN_REQUESTS = 20;
 
 /// Where a request failed.
 function placeOf(group) {
-  return group.row === '' ? '' : (group.table || '?') + '/' + group.row;
+  return group.firstFailingRow ? rowName(group.firstFailingRow) : '';
 }
 
 /// The code and what it means, or what happened when there is no code.
@@ -58,12 +58,12 @@ function ranTable(request) {
   const rows = request.slices.map((slice) => ({
     class: slice.failed ? 'failed' : undefined,
     cells: [
-      after(slice.beginNs - request.beginNs),
+      after(slice.startNs - request.startNs),
       make('span', {class: 'code deep' + Math.min(slice.depth, 5)},
-        slice.kind === 'row' ? `${slice.table || '?'}/${slice.row} ${slice.command}`
+        slice.kind === 'row' ? `${rowName(slice.row)} ${slice.rowCommand}`
           : slice.kind === 'table' ? 'table' : 'HAP',
         slice.name === '' ? '' : ' ' + slice.name),
-      duration(slice.endNs - slice.beginNs),
+      duration(slice.endNs - slice.startNs),
       slice.failed ? 'failed' + (slice.code ? ' ' + slice.code : '') : slice.cut ? 'end not known'
         : slice.kind === 'table' ? '' : 'ok'],
   }));
@@ -77,7 +77,7 @@ function ranTable(request) {
 function recordsTable(group, request) {
   const rows = group.records.map((record) => ({
     class: record.level === 'error' ? 'failed' : undefined,
-    cells: [after(record.timeNs - request.beginNs), record.level, record.words],
+    cells: [after(record.timeNs - request.startNs), record.level, record.message],
   }));
   if (group.recordsLeftOut) {
     rows.splice(group.leftOutAt, 0, {class: 'fold', cells: ['', '', several(group.recordsLeftOut, 'record is', 'records are') + ' left out here']});
@@ -87,7 +87,7 @@ function recordsTable(group, request) {
 
 function recentTable(group) {
   const rows = group.recent.slice().reverse().map((one) =>
-    [exactly(one.beginNs), duration(one.endNs - one.beginNs), whereOf(one), idOf(one),
+    [exactly(one.startNs), duration(one.endNs - one.startNs), whereOf(one), idOf(one),
       one.units.join(', ') + (one.moreUnits ? ' and others' : '')]);
   return dataTable(group.recent.length < group.count
     ? `The last ${group.recent.length} of ${count(group.count)}; the others are only counted` : 'All of them',
@@ -103,7 +103,7 @@ function factList(facts) {
 function story(group) {
   const request = report.kept[group.last];
   const facts = [
-    ['what failed', make('strong', {class: 'bad'}, group.words)],
+    ['what failed', make('strong', {class: 'bad'}, group.message)],
     ['the table since', group.fileChanged.map((words) => make('p', {class: 'note'}, words + ' – other than what ran here'))],
     ['how often', group.count === 1 ? 'once, at ' + clock(group.lastNs)
       : `${times(group.count)}, first ${clock(group.firstNs)}, last ${clock(group.lastNs)}`],
@@ -111,9 +111,9 @@ function story(group) {
     ['row', placeOf(group)], ['HAP', group.hap],
     ['code', group.code === '' ? '' : group.code + (group.meaning === '' ? '' : ', ' + group.meaning)
       + (group.thrown ? ', thrown as an exception' : '')],
-    ['detail', group.detailText.replace(/^detail: /, '')], ['ended by', group.endedBy],
+    ['detail', group.detail.replace(/^detail: /, '')], ['ended by', group.endedBy],
     ['usual causes', group.causes], ['what to do', group.advice],
-    ['the last one', `${exactly(request.beginNs)}, took ${duration(request.endNs - request.beginNs)}, `
+    ['the last one', `${exactly(request.startNs)}, took ${duration(request.endNs - request.startNs)}, `
       + `process/thread ${whereOf(request)}, request ${idOf(request)}`],
     ['units', request.units.join(', ') + (request.moreUnits ? ' and others' : '')],
   ];
@@ -144,7 +144,7 @@ function oftenOf(request) {
 
 function longestOf({longest}) {
   return longest === undefined ? '' : [make('span', {class: 'code'},
-    `${longest.table || '?'}/${longest.row} ${longest.command}` + (longest.name === '' ? '' : ' ' + longest.name)),
+    `${rowName(longest.row)} ${longest.rowCommand}` + (longest.name === '' ? '' : ' ' + longest.name)),
     `: ${duration(longest.ns)}` + (longest.runs > 1 ? ` in ${count(longest.runs)} runs` : '')];
 }
 
@@ -154,10 +154,10 @@ function showOpen() {
   if (all === 0) {
     return;
   }
-  const rows = report.kept.filter((request) => request.outcome === 'open').slice(0, OPEN_REQUESTS).map((request) => [
-    nameOf(request), duration(report.endNs - request.beginNs),
+  const rows = report.kept.filter((request) => request.ending === 'open').slice(0, OPEN_REQUESTS).map((request) => [
+    nameOf(request), duration(report.endNs - request.startNs),
     [make('span', {class: 'time'}, exactly(request.endNs)), ': ' + request.lastRecord],
-    oftenOf(request), longestOf(request), exactly(request.beginNs), whereOf(request), idOf(request)]);
+    oftenOf(request), longestOf(request), exactly(request.startNs), whereOf(request), idOf(request)]);
   section('open', 'Not ended',
     make('p', {}, `The rings do not tell the end of ${several(all, 'request', 'requests')}: `
       + 'it still ran, hung, or its process ended.'

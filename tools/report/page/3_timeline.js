@@ -116,7 +116,7 @@ class Timeline {
 
   /// Chooses the next request that is kept, or the next one that failed.
   next(step, failed) {
-    const wanted = (request) => !failed || request.outcome === 'failed' || request.outcome === 'refused';
+    const wanted = (request) => !failed || request.ending === 'failed' || request.ending === 'refused';
     let at = this.chosen;
     if (at < 0) {
       at = step > 0 ? -1 : report.kept.length;
@@ -135,8 +135,8 @@ class Timeline {
     const request = report.kept[at];
     this.chosen = at;
     if (zoom) {
-      const span = Math.max(request.endNs - request.beginNs, NARROWEST_NS);
-      this.move(request.beginNs - span / 2, request.endNs + span / 2);
+      const span = Math.max(request.endNs - request.startNs, NARROWEST_NS);
+      this.move(request.startNs - span / 2, request.endNs + span / 2);
       const lane = this.lanes.find((one) => one.requests.includes(at));
       this.lanesBox.scrollTop = lane ? lane.top - 30 : 0;
     } else {
@@ -144,9 +144,9 @@ class Timeline {
     }
     const group = report.failures.findIndex((one) => one.last === at);
     this.told.replaceChildren(
-      make('strong', {}, nameOf(request)), ` began ${exactly(request.beginNs)}, took ${duration(request.endNs - request.beginNs)}, `
+      make('strong', {}, nameOf(request)), ` began ${exactly(request.startNs)}, took ${duration(request.endNs - request.startNs)}, `
       + `process/thread ${whereOf(request)}, request ${idOf(request)}: `,
-      make('span', {class: request.outcome === 'ok' ? 'good' : 'bad'}, request.words || request.outcome),
+      make('span', {class: request.ending === 'succeeded' ? 'good' : 'bad'}, request.message || request.ending),
       group < 0 ? '' : [' ', make('a', {href: '#failure-' + (group + 1)}, 'Its story')]);
   }
 
@@ -254,14 +254,14 @@ class Timeline {
     const narrow = new Map();
     for (const [place, at] of lane.requests.entries()) {
       const request = report.kept[at];
-      if (lane.ends[place] < this.from || request.beginNs > this.to) {
+      if (lane.ends[place] < this.from || request.startNs > this.to) {
         continue;
       }
-      const failed = request.outcome === 'failed' || request.outcome === 'refused';
+      const failed = request.ending === 'failed' || request.ending === 'refused';
       this.bar(parts, narrow, at, {...request, failed, kind: 'request', depth: 0, title: nameOf(request)}, top + LOAD + 2);
       for (const slice of request.slices) {
         if (slice.depth < DEEPEST) {
-          const title = slice.kind === 'row' ? `${slice.row} ${slice.command} ${slice.name}` : slice.name;
+          const title = slice.kind === 'row' ? `${slice.row.number} ${slice.rowCommand} ${slice.name}` : slice.name;
           this.bar(parts, narrow, at, {...slice, title}, top + LOAD + 2);
         }
       }
@@ -292,7 +292,7 @@ class Timeline {
 
   /// One request or slice; those that are narrower than a pixel are drawn together.
   bar(parts, narrow, at, slice, top) {
-    const left = Math.max(-2, this.x(slice.beginNs));
+    const left = Math.max(-2, this.x(slice.startNs));
     const width = Math.min(this.width + 2, this.x(slice.endNs)) - left;
     const y = top + slice.depth * STEP;
     const kind = slice.failed ? 'k-failed' : 'k-' + slice.kind;
@@ -309,7 +309,7 @@ class Timeline {
     const chosen = at === this.chosen && slice.kind === 'request' ? ' chosen' : '';
     parts.push(draw('rect', {class: kind + chosen, x: left.toFixed(2), y, width: width.toFixed(2),
       height: STEP - 2, rx: Math.min(2, width / 3).toFixed(1), 'data-at': at},
-    draw('title', {}, `${slice.title}, ${duration(slice.endNs - slice.beginNs)}`)));
+    draw('title', {}, `${slice.title}, ${duration(slice.endNs - slice.startNs)}`)));
     const room = Math.floor((width - 8) / 6.6);
     if (room >= 4) {
       const words = slice.title.length > room ? slice.title.slice(0, room - 1) + '…' : slice.title;

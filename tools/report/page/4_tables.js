@@ -55,10 +55,10 @@ function rowTable(table) {
       : [row.error, make('span', {class: 'soft'}, ` → ${label.get(row.jump) || '?'}`)];
     return {
       class: row.runs === 0 ? 'never' : row.failures ? 'failed' : undefined,
-      cells: [make('span', {class: 'code'}, row.number), row.label, row.command, make('span', {class: 'code'}, row.name), row.mode, jump,
+      cells: [make('span', {class: 'code'}, row.number), row.label, row.rowCommand, make('span', {class: 'code'}, row.name), row.mode, jump,
         make('span', {class: 'code'}, row.para), count(row.runs), wentOn(row),
         row.medianNs === undefined || row.runs === 0 ? '' : duration(row.medianNs),
-        row.mostNs === undefined || row.runs === 0 ? '' : duration(row.mostNs)],
+        row.maxNs === undefined || row.runs === 0 ? '' : duration(row.maxNs)],
     };
   });
   return dataTable({text: 'Rows of table ' + table.name, unseen: true}, columns, rows);
@@ -69,8 +69,8 @@ function ranRows(caption, rows) {
   return dataTable(caption, [['NUMBER'], ['COMMAND'], ['NAME', 'name'], ['runs', 'number'], ['failures'],
     ['median', 'number'], ['longest', 'number']], rows.map((row) => ({
     class: row.failures ? 'failed' : undefined,
-    cells: [make('span', {class: 'code'}, row.number), row.command, make('span', {class: 'code'}, row.name), count(row.runs), wentOn(row),
-      duration(row.medianNs), duration(row.mostNs)],
+    cells: [make('span', {class: 'code'}, row.number), row.rowCommand, make('span', {class: 'code'}, row.name), count(row.runs), wentOn(row),
+      duration(row.medianNs), duration(row.maxNs)],
   })));
 }
 

@@ -10,7 +10,7 @@ function showHead() {
   document.title = title + ' – trace report';
   const [date, from] = wall(0);
   const [lastDate, to] = wall(report.endNs);
-  const facts = [['well', requests.ok, 'good'], ['failed', requests.failed, 'bad'], ['refused', requests.refused, 'bad'],
+  const facts = [['succeeded', requests.succeeded, 'good'], ['failed', requests.failed, 'bad'], ['refused', requests.refused, 'bad'],
     ['waiting at the requester', requests.waits, ''], ['not ended', requests.open, 'odd']]
     .filter(([, number]) => number > 0)
     .map(([words, number, kind]) => make('li', {}, make('b', {class: kind}, count(number)), ' ' + words));
@@ -31,7 +31,7 @@ function figures(one) {
   const number = one.calls === undefined ? one.count : one.calls;
   const failures = one.failures === undefined ? one.failed : one.failures;
   return [count(number), failures === 0 ? '0' : make('span', {class: 'bad'}, count(failures)),
-    ...[one.leastNs, one.medianNs, one.p99Ns, one.mostNs, one.sumNs].map(duration)];
+    ...[one.minNs, one.medianNs, one.p99Ns, one.maxNs, one.sumNs].map(duration)];
 }
 
 function showStatistics() {
@@ -40,10 +40,10 @@ function showStatistics() {
   const haps = dataTable('HAPs, those with the most time of their own first',
     [['HAP', 'name'], ...FIGURE_COLUMNS, ['its own time', 'number'], ['held the lock', 'number'], ['waited for it', 'number']],
     report.haps.map((one) => [one.name, ...figures(one), duration(one.ownNs), duration(one.lockNs), duration(one.lockWaitNs)]));
-  const longest = report.kept.slice().sort((a, b) => (b.endNs - b.beginNs) - (a.endNs - a.beginNs)).slice(0, 20);
+  const longest = report.kept.slice().sort((a, b) => (b.endNs - b.startNs) - (a.endNs - a.startNs)).slice(0, 20);
   const slow = dataTable('The longest requests', [['request', 'name'], ['took', 'number'], ['began', 'time'], ['process/thread'], ['id'], ['outcome']],
-    longest.map((one) => [nameOf(one), duration(one.endNs - one.beginNs), exactly(one.beginNs), whereOf(one), idOf(one),
-      one.outcome]));
+    longest.map((one) => [nameOf(one), duration(one.endNs - one.startNs), exactly(one.startNs), whereOf(one), idOf(one),
+      one.ending]));
   section('statistics', 'Statistics', scrolled(names, 'Requests by name'),
     report.otherNames === 0 ? '' : make('p', {class: 'note'}, `${several(report.otherNames, 'request', 'requests')} of further names are only counted.`),
     scrolled(haps, 'HAPs'),
@@ -55,11 +55,11 @@ function showConfiguration() {
   const {configuration} = report;
   const origin = (entry) => entry.file === '' ? 'default' : `${entry.file}:${entry.line}`;
   const values = dataTable({text: 'Values', unseen: true}, [['key'], ['value'], ['from']],
-    configuration.values.map((entry) => [make('span', {class: 'code'}, entry.key), make('span', {class: 'code'}, entry.words), origin(entry)]), true);
+    configuration.values.map((entry) => [make('span', {class: 'code'}, entry.key), make('span', {class: 'code'}, entry.message), origin(entry)]), true);
   section('configuration', 'Configuration',
     make('p', {class: 'soft'}, `As it was on the machine of this report, ${report.made}.`),
     configuration.problem === '' ? '' : make('p', {class: 'note'}, configuration.problem),
-    configuration.warnings.map((entry) => make('p', {class: 'note'}, `${origin(entry)}: ${entry.words}`)),
+    configuration.warnings.map((entry) => make('p', {class: 'note'}, `${origin(entry)}: ${entry.message}`)),
     configuration.values.length === 0 ? '' : make('div', {class: 'box', id: 'values'}, values));
 }
 
@@ -68,7 +68,7 @@ function showMachine() {
   section('machine', 'Versions and machine',
     make('p', {class: 'soft'}, `What trxctl doctor found on the machine of this report, ${report.made}.`),
     make('div', {class: 'box'}, dataTable({text: 'Findings', unseen: true}, [['subject'], ['verdict'], ['what was found'], ['what to do']],
-      report.machine.map((one) => [one.subject, make('span', {class: kinds[one.verdict]}, one.verdict), one.words, one.do]), true)));
+      report.machine.map((one) => [one.subject, make('span', {class: kinds[one.severity]}, one.severity), one.message, one.advice]), true)));
 }
 
 /// What is not shown one by one.

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,40 +15,63 @@ class App;
 
 namespace kw::trx::tools {
 
-/// Exit statuses of the tool.
-constexpr int kExitOk = 0;
-constexpr int kExitFindings = 1;  ///< warnings with --strict, or a request that failed
-constexpr int kExitFailed = 2;    ///< errors found, or the command could not be carried out
+/// Exit statuses of the tool, the same for all commands.
+constexpr int kExitOk = 0;        ///< all is well
+constexpr int kExitFindings = 1;  ///< what was asked about is not so: findings, failures, changes
+constexpr int kExitFailed = 2;    ///< the tool was used wrongly, or could not do it
 constexpr int kExitCrashed = 3;   ///< the process of a request was taken down
 
-/// Thrown by a command whose words are not understood.
+/// Thrown by a command whose arguments are not understood.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
+/// The headings under which the help lists the commands.
+enum class Group { kTables, kModules, kRequests, kTraces, kMachine };
+
+/// What the help says of a command. Each text is wrapped to the width of the help.
+struct CommandText {
+  std::string name;
+  Group group;
+  std::string what;     ///< its line in the list of commands
+  std::string details;  ///< further sentences
+  std::string example;  ///< arguments behind "trxctl NAME"
+  std::string status_0, status_1;
+  std::string status_3 = {};  ///< empty: it runs no module
+  /// How an argument too many was probably meant, `@` standing for it; empty: not known.
+  std::string meant = {};
+};
+
 /// How an option is written and shown.
 struct OptionText {
-  std::string names;      ///< such as "-o,--output"; without a dash it is a word of the command
+  std::string names;      ///< such as "-o,--output"; without a dash it is an argument
   std::string what;       ///< its line in the help
   std::string type = {};  ///< stands for its value in the help
   std::vector<std::string> one_of = {};  ///< the values that it takes; empty: any
   bool required = false;
-  /// Tells what is wrong with a value; empty text when nothing is.
+  /// Returns what is wrong with a value; empty text when nothing is.
   std::function<std::string(const std::string& value)> problem = {};
 };
+
+struct CommandDefinition;
 
 /// One command, while it is being described. The values given must live as long as the body.
 class CommandOptions {
  public:
-  CommandOptions(CLI::App& app, int& status) : app_(app), status_(status) {}
+  /// `definition` gets the options too, for the helps.
+  CommandOptions(CLI::App& app, CommandDefinition& definition, int& status)
+      : app_(app), definition_(definition), status_(status) {}
 
   void flag(bool& value, const OptionText& option);
+  /// The flag --json.
+  void json(bool& value);
   void text(std::string& value, const OptionText& option);
-  /// An option that may be repeated, or all words behind the command.
+  /// An option that may be repeated, or all arguments.
   void texts(std::vector<std::string>& values, const OptionText& option);
-  /// A number from `least` to `most`.
-  void number(std::size_t& value, const OptionText& option, std::size_t least, std::size_t most);
+  /// A number from `min` to `max`, decimal or with 0x. The help shows `value` as the default when
+  /// it is not 0.
+  void number(std::size_t& value, const OptionText& option, std::size_t min, std::size_t max);
   /// Refuses the option `name` together with any of `others`.
   void excludes(const std::string& name, const std::vector<std::string>& others);
   /// Refuses the option `name` without `other`.
@@ -59,28 +81,21 @@ class CommandOptions {
 
  private:
   CLI::App& app_;
+  CommandDefinition& definition_;
   int& status_;
 };
 
-/// The command line as a whole.
-class CommandLine {
+/// A command. It registers itself with the tool: to be made once, before `main`.
+class RegisteredCommand {
  public:
-  CommandLine();
-  CommandLine(const CommandLine&) = delete;
-  CommandLine& operator=(const CommandLine&) = delete;
-  ~CommandLine();
+  using Describe = void (*)(CommandOptions& command);
 
-  /// Adds a command with the option --root, which takes effect as soon as it is read; `footer` is
-  /// the end of its help.
-  CommandOptions add(const std::string& name, const std::string& what, const std::string& footer);
-
-  /// Runs the command that the words name. Returns the exit status of the tool.
-  int run(int argc, char** argv);
-
- private:
-  std::unique_ptr<CLI::App> app_;
-  int status_ = kExitOk;
+  /// `describe` adds the options and the body.
+  RegisteredCommand(const CommandText& text, Describe describe);
 };
+
+/// Runs the command that the arguments name. Returns the exit status of the tool.
+int runCommandLine(int argc, char** argv);
 
 }  // namespace kw::trx::tools
 

@@ -17,18 +17,26 @@ namespace kw::trx::tools {
 /// The options that choose requests, as given.
 struct FilterOptions {
   std::string since, until, request;
+  std::size_t last = 0;
   RequestFilter filter;  ///< the other ones
 };
 
-/// Adds them to a command, all but --request. `needed`: an option that they need; null: none.
-void addFilterOptions(CommandOptions& command, FilterOptions& options,
-                      const char* needed = nullptr);
+/// Adds them to a command.
+void addFilterOptions(CommandOptions& command, FilterOptions& options);
 
-/// Adds --request.
-void addRequestOption(CommandOptions& command, FilterOptions& options);
-
-/// The filter that they make. Times that count from the end are those of `rings`.
+/// The filter that they make. Times that count from the end, and the last requests, are those of
+/// `rings`.
 RequestFilter filterOf(const FilterOptions& options, const std::vector<std::string>& rings);
+
+/// The rings that are read: `files`, or when there are none trace.ring in the system root. Throws
+/// `UsageError` when there is no system root either.
+std::vector<std::string> ringsOf(const std::vector<std::string>& files);
+
+/// Adds the argument RING...
+void addRings(CommandOptions& command, std::vector<std::string>& rings);
+
+/// Adds --tables: table files and folders of them, in the place of those of the configuration.
+void addTables(CommandOptions& command, std::vector<std::string>& tables);
 
 /// Opens rings in `reader`. Returns the exit status: on failure after saying why.
 int openRings(const std::vector<std::string>& files, RequestReader& reader);
@@ -43,8 +51,8 @@ void sayLeftOut(std::uint64_t runs);
 int readRings(RequestReader& reader, const std::vector<std::string>& files, bool follow,
               const std::function<void()>& on_pause = {});
 
-/// Waits for the ring `file` until it can be opened. False: interrupted.
-bool waitForRing(const std::string& file);
+/// Waits for each of these rings until it can be opened. False: interrupted.
+bool waitForRings(const std::vector<std::string>& files);
 
 }  // namespace kw::trx::tools
 

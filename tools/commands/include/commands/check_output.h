@@ -10,13 +10,26 @@ namespace kw::trx::tools {
 
 void print(const CheckedFile& checked);
 
+/// What was found in all files.
+struct CheckSum {
+  std::size_t good = 0;           ///< files without errors and warnings
+  std::size_t with_errors = 0;    ///< files
+  std::size_t with_warnings = 0;  ///< files that have warnings alone
+  std::size_t unreadable = 0;     ///< thereof files that cannot be read
+
+  void add(const CheckedFile& checked);
+};
+
+/// Prints a line.
+void print(const CheckSum& sum);
+
 /// A list of files.
 class CheckJson {
  public:
-  CheckJson() { json_.beginArray(); }
+  CheckJson();
   void add(const CheckedFile& checked);
   /// The whole text.
-  std::string taken() { return json_.endArray().taken(); }
+  std::string taken() { return json_.endArray().endObject().taken(); }
 
  private:
   JsonWriter json_{2};

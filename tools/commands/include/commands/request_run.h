@@ -27,6 +27,7 @@ struct RequestOptions {
   std::string crash_ring;  ///< holds the last records when no other ring does; may be empty
 
   RequestName request() const { return {kind, name}; }
+  std::string command() const { return kind == RequestKind::kHAP ? "hap" : "table"; }
 };
 
 /// The options of a request; `what` is what NAME stands for.

@@ -8,9 +8,6 @@
 
 namespace kw::trx::tools {
 
-/// A row as an object.
-void write(const RowId& row, JsonWriter& json);
-
 void writeRun(const RunReport& report, JsonWriter& json);
 void writeCrash(const CrashReport& report, JsonWriter& json);
 /// A request whose HAP ended the thread that ran it.

@@ -51,6 +51,13 @@ class JsonWriter {
   bool after_key_ = false;
 };
 
+/// Starts the object that `command` prints, with its name and the number of the format.
+void startOutput(const std::string& command, JsonWriter& json);
+
+/// A point in time: nanoseconds since 1970 as text, as many readers of JSON round such numbers.
+/// The key is `name` and Ns.
+void writeTime(const std::string& name, std::uint64_t time_ns, JsonWriter& json);
+
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_COMMON_JSON_H_

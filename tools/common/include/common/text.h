@@ -22,6 +22,10 @@ std::string hexDigits(unsigned long number);
 /// anything else.
 std::optional<std::uint32_t> hexNumber(const std::string& text);
 
+/// The number that `text` writes as people do: decimal, or hexadecimal behind 0x. A leading 0 is
+/// refused, as it could mean base 8 or, as in tables, base 16.
+std::optional<std::uint32_t> wordNumber(const std::string& text);
+
 /// The number below 2^32 that all of `text` writes in decimal digits; none when it is anything
 /// else.
 std::optional<std::uint32_t> decimalNumber(const std::string& text);
@@ -45,6 +49,10 @@ constexpr std::size_t kAllNames = std::numeric_limits<std::size_t>::max();
 /// number of the others: "a, b and 7 more".
 std::string listed(std::vector<std::string> names, std::size_t max = kAllNames,
                    const std::string& last = " and ");
+
+/// `text` in lines of at most 80 characters, cut at blanks: the first line starts at the column
+/// `first`, from 0, each further one with `indent` blanks. No line end behind the last.
+std::string wrapped(const std::string& text, std::size_t first, std::size_t indent);
 
 }  // namespace kw::trx::tools
 

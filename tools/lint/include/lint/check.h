@@ -14,6 +14,7 @@ namespace kw::trx::tools {
 struct CheckedFile {
   std::string file;
   std::vector<Finding> findings;  ///< by line and column
+  bool is_unreadable = false;     ///< nothing is known of what it holds
 
   /// Whether there are errors, or warnings.
   bool has(bool errors) const;

@@ -35,7 +35,7 @@ class TimedJson {
 /// Writes the members `failures` and `otherFailures` into the open object.
 void writeFailures(const Report& report, const TimedJson& json);
 
-/// Writes the members `leastNs` to `sumNs` into the open object.
+/// Writes the members `minNs` to `sumNs` into the open object.
 void writeDurations(const Durations& durations, JsonWriter& json);
 
 /// Writes the members `calls` to `lockWaitNs` into the open object.

@@ -70,7 +70,7 @@ struct Request {
 /// One word for a kind: hap, table or unknown.
 const char* nameOf(Request::Kind kind);
 
-/// One word for an ending: ok, failed, refused, waits or open.
+/// One word for an ending: succeeded, failed, refused, waits or open.
 const char* nameOf(Ending ending);
 
 /// Takes what a `RequestBuilder` finds, in the order in which it becomes known.

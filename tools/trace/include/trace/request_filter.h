@@ -19,6 +19,7 @@ struct RequestFilter {
   std::size_t process = 0, thread = 0;              ///< ids; 0: any
   std::optional<std::uint32_t> request;             ///< id; none: any
   std::uint32_t request_number = 0;                 ///< among those of its id; 0: any
+  std::uint64_t min_start_ns = 0;                   ///< those that started then or later
   bool failed = false;                              ///< those alone that failed or were refused
   std::string text;                                 ///< stands in what is shown of it
 

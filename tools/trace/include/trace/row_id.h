@@ -5,9 +5,12 @@
 #define KW_TRX_TOOLS_TRACE_ROW_ID_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace kw::trx::tools {
+
+class JsonWriter;
 
 /// The name of a table whose start is lost.
 constexpr char kUnknownTable[] = "?";
@@ -42,6 +45,12 @@ Command commandFrom(const std::string& word);
 
 /// What comes of the failure of a row, or of one that a CHECK row finds.
 enum class Effect { kNone, kIgnored, kKept, kJumps, kStops, kInterrupts };
+
+/// A row in JSON: its table, and its NUMBER as the cell writes it.
+void write(const RowId& row, JsonWriter& json);
+
+/// The same, or null.
+void write(const std::optional<RowId>& row, JsonWriter& json);
 
 }  // namespace kw::trx::tools
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "commands/trace_output.h"
+#include "commands/record_output.h"
 
 #include <charconv>
 #include <iostream>
@@ -25,6 +25,22 @@ constexpr std::size_t kBlockBytes = 65536;
 constexpr std::size_t kIdDigits = 8;
 constexpr std::size_t kRequestWidth = 13;
 constexpr std::size_t kLevelWidth = 6;
+constexpr std::size_t kDayWidth = 10;    // 2026-11-23
+constexpr std::size_t kClockWidth = 15;  // 10:24:03.120345
+
+std::string requestColumn(const Place& place) {
+  return place.request == 0 ? "-" : requestText(place.request, place.number);
+}
+
+/// Day and zone.
+std::string dayOf(const TraceRecord& record) {
+  const std::string time = localMicrosText(record.time_ns);
+  return time.substr(0, kDayWidth) + time.substr(kDayWidth + 1 + kClockWidth);
+}
+
+std::string suspicionText(const char* suspicion) {
+  return std::string("suspect, as ") + suspicion + ": ";
+}
 
 /// Appends `number` with at least `digits` digits.
 void addNumber(std::uint64_t number, int base, std::size_t digits, std::string& text) {
@@ -55,44 +71,68 @@ void writeNote(JsonWriter& json, const RowNote& note) {
 
 }  // namespace
 
-void TraceOutput::show(const TraceRecord& record, const Place& place, const char* suspicion,
-                       const RowNote* note) {
-  if (json_) {
-    addJson(record, place, suspicion, note);
+void RecordOutput::show(const TraceRecord& record, std::size_t ring, const Place& place,
+                        const char* suspicion, const RowNote* note) {
+  const Shown shown{record, ring, place, suspicion};
+  if (form_.json) {
+    addJson(shown, note);
   } else {
-    addLine(record, place, suspicion);
-    if (note != nullptr && !note->is_told) {
+    form_.wide ? addWide(shown) : addNarrow(shown);
+    if (note != nullptr && (last_ != 0 || !note->is_told)) {
       addNote(*note);
     }
   }
   out_ += '\n';
-  if (out_.size() >= kBlockBytes) {
-    std::cout << out_;
-    out_.clear();
+  const std::string day = form_.json || form_.wide ? "" : dayOf(record);
+  if (last_ == 0) {
+    add(day, out_);
+  } else {
+    kept_.emplace_back(day, out_);
+    if (kept_.size() > last_) {
+      kept_.pop_front();
+    }
   }
-}
-
-void TraceOutput::flush() {
-  std::cout << out_ << std::flush;
   out_.clear();
 }
 
-void TraceOutput::addLine(const TraceRecord& record, const Place& place, const char* suspicion) {
+void RecordOutput::add(const std::string& day, const std::string& text) {
+  if (day != day_) {
+    block_.append(day).append("\n");
+    day_ = day;
+  }
+  block_ += text;
+  if (block_.size() >= kBlockBytes) {
+    std::cout << block_;
+    block_.clear();
+  }
+}
+
+void RecordOutput::flush() {
+  for (const auto& [day, text] : kept_) {
+    add(day, text);
+  }
+  kept_.clear();
+  std::cout << block_ << std::flush;
+  block_.clear();
+}
+
+void RecordOutput::addWide(const Shown& shown) {
+  const TraceRecord& record = shown.record;
   out_.append(localMicrosText(record.time_ns)).append(" ");
   addNumber(record.process_id, 10, 1, out_);
   out_ += '/';
   addNumber(record.thread_id, 10, 1, out_);
   out_ += ' ';
-  addWord(place.request == 0 ? "-" : requestText(place.request, place.number), kRequestWidth, out_);
+  addWord(requestColumn(shown.place), kRequestWidth, out_);
   out_ += ' ';
   std::string head;
   addWord(levelName(record.level), kLevelWidth, head);
-  head += ' ';
+  head += " 0x";
   addNumber(record.id, 16, kIdDigits, head);
   head += ' ';
   out_ += record.level == trx::kLevelError ? paint(Colour::kRed, head) : head;
-  if (suspicion != nullptr) {
-    out_ += paint(Colour::kYellow, std::string("doubtful, as ") + suspicion + ": ");
+  if (shown.suspicion != nullptr) {
+    out_ += paint(Colour::kYellow, suspicionText(shown.suspicion));
   }
   appendDescription(record, out_);
   if (const Line* const line = findLine(record)) {
@@ -100,7 +140,26 @@ void TraceOutput::addLine(const TraceRecord& record, const Place& place, const c
   }
 }
 
-void TraceOutput::addNote(const RowNote& note) {
+void RecordOutput::addNarrow(const Shown& shown) {
+  const TraceRecord& record = shown.record;
+  out_.append(localMicrosText(record.time_ns), kDayWidth + 1, kClockWidth).append(" ");
+  addWord(requestColumn(shown.place), kRequestWidth, out_);
+  out_ += ' ';
+  std::string level;
+  addWord(levelName(record.level), kLevelWidth, level);
+  out_ += record.level == trx::kLevelError ? paint(Colour::kRed, level) : level;
+  std::string text = shown.suspicion == nullptr ? "" : suspicionText(shown.suspicion);
+  appendDescription(record, text);
+  if (record.level == trx::kLevelError) {
+    text += " [0x";
+    addNumber(record.id, 16, kIdDigits, text);
+    text += ']';
+  }
+  constexpr std::size_t column = kClockWidth + kRequestWidth + kLevelWidth + 3;
+  out_.append(" ").append(wrapped(text, column, column));
+}
+
+void RecordOutput::addNote(const RowNote& note) {
   if (note.row != nullptr) {
     const std::string place =
         visible(fileNameOf(note.table->file)) + ':' + std::to_string(note.row->line()) + " | ";
@@ -110,20 +169,25 @@ void TraceOutput::addNote(const RowNote& note) {
   }
 }
 
-void TraceOutput::addJson(const TraceRecord& record, const Place& place, const char* suspicion,
-                          const RowNote* note) {
+void RecordOutput::addJson(const Shown& shown, const RowNote* note) {
+  const TraceRecord& record = shown.record;
   JsonWriter json(-1);
-  json.beginObject().key("timeNs").number(record.time_ns);
+  startOutput("records", json);
+  writeTime("time", record.time_ns, json);
+  if (form_.with_rings) {
+    json.key("ring").number(shown.ring);
+  }
   json.key("process").number(record.process_id).key("thread").number(record.thread_id);
-  json.member("request", hexText(place.request)).key("requestNumber").number(place.number);
+  json.member("request", hexText(shown.place.request));
+  json.key("requestNumber").number(shown.place.number);
   json.member("level", levelName(record.level));
   const Line* const line = findLine(record);
   json.member("id", hexText(record.id))
       .member("origin", line == nullptr ? "" : line->point->origin);
-  if (suspicion != nullptr) {
-    json.member("doubtful", suspicion);
+  if (shown.suspicion != nullptr) {
+    json.member("suspect", shown.suspicion);
   }
-  json.member("words", describe(record));
+  json.member("message", describe(record));
   const std::vector<Value> values = valuesOf(record);
   if (!values.empty()) {
     json.key("values").beginObject();
