@@ -98,7 +98,6 @@ TEST(SimulationTest, RunThatNeverEndsIsStopped) {
 TEST(SimulationTest, ProcessesGiveResultsInOrderAndTellHowOneEnded) {
   const std::vector<tools::Texts> results = tools::inProcesses(7, 3, [](std::size_t number) {
     if (number == 3) std::raise(SIGKILL);
-    if (number == 4) throw std::runtime_error("on purpose");
     return tools::Texts(number, std::to_string(number));
   });
   std::string text;
@@ -107,8 +106,17 @@ TEST(SimulationTest, ProcessesGiveResultsInOrderAndTellHowOneEnded) {
     text += '|';
   }
   EXPECT_EQ(text,
-            "|1 |2 2 |its process ended by the signal Killed |its process ended with the status 1 "
+            "|1 |2 2 |its process ended by the signal Killed |4 4 4 4 "
             "|5 5 5 5 5 |its process ended by the signal Killed |");
+  const auto fails = [](std::size_t number) -> tools::Texts {
+    throw std::runtime_error("on purpose " + std::to_string(number));
+  };
+  try {
+    tools::inProcesses(2, 1, fails);
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "on purpose 0");
+  }
 }
 
 TEST(SimulationTest, EveryWrongCellIsNamed) {

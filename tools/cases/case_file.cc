@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cases/case_file.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
@@ -344,6 +348,10 @@ CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptio
   CaseFile result;
   result.file = file;
   trx::TableData data;
+  if (access(file.c_str(), R_OK) != 0) {
+    result.findings.push_back({true, 0, "", std::strerror(errno) + nearFileHint(file)});
+    return result;
+  }
   {
     const RecordCollector quiet;
     if (data.load(absolutePath(file)) != 0) {

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <stdexcept>
 #include <system_error>
 
+#include "command_line/text_output.h"
 #include "common/characters.h"
 #include "common/text.h"
 #include "common/whole_file.h"
@@ -80,7 +80,7 @@ bool OutputFile::isStandardOutput() const { return options_.path == kStandardOut
 void OutputFile::write(const std::string& content) const {
   const std::string& path = options_.path;
   if (isStandardOutput()) {
-    std::cout << content;
+    dataOutput() << content;
     return;
   }
   const std::string start = isRegularFile(path) ? startOf(path) : std::string();

@@ -22,7 +22,8 @@ void print(const ConfigEntry& entry) {
               << '\n';
     return;
   }
-  const std::string origin = entry.line == 0 ? "default" : place;
+  const std::string origin = (entry.line == 0 ? "default" : place) +
+                             (entry.found.empty() ? "" : "; read from " + entry.found);
   std::cout << entry.key << " = " << entry.message << "  "
             << paint(Colour::kGrey, "(" + origin + ")") << '\n';
 }
@@ -33,6 +34,9 @@ void write(const ConfigEntry& entry, JsonWriter& json) {
     json.member("key", entry.key).member("value", entry.message);
   } else {
     json.member("message", entry.message);
+  }
+  if (!entry.found.empty()) {
+    json.member("found", entry.found);
   }
   if (entry.line != 0) {
     json.member("file", entry.file).key("line").number(entry.line);

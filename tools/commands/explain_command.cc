@@ -101,6 +101,9 @@ std::vector<Explanation> explanationsOfHAPs(std::uint32_t number) {
 
 /// All that is known of `code`. Throws `std::runtime_error` when it is no code.
 std::vector<Explanation> explanationsOf(const std::string& code) {
+  if (const CodeText* const text = findCode(code)) {
+    return {explanationOf(*text)};
+  }
   const bool has_prefix = code.rfind("0x", 0) == 0;
   const std::optional<std::uint32_t> number = hexNumber(code);
   std::vector<Explanation> found = number ? explanationsOf(*number) : std::vector<Explanation>();
@@ -190,7 +193,8 @@ void describeExplain(CommandOptions& command) {
     bool json = false;
   };
   auto options = std::make_shared<Options>();
-  command.texts(options->codes, {"CODE", "Codes such as 7000b or 0x7000b"});
+  command.texts(options->codes,
+                {"CODE", "Codes such as 0x7000b, or names of constants such as kCodeLock"});
   command.flag(options->all, {"--all", "Print a page with every trace id instead"});
   command.json(options->json);
   command.excludes("--all", {"CODE", "--json"});

@@ -8,6 +8,7 @@
 #include "cases/case_writer.h"
 #include "command_line/text_output.h"
 #include "common/json.h"
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -15,6 +16,7 @@ namespace {
 /// A case expects the rows of its run up to so many: longer lists are read by nobody.
 constexpr std::size_t kRowsShown = 100;
 constexpr int kIndent = 2;
+constexpr std::size_t kMaxDeniedShown = 20;
 
 const std::string& tableName(const ExplorationResult& result, const Exploration& exploration) {
   return result.program.tables[static_cast<std::size_t>(exploration.table)].flow->name;
@@ -75,13 +77,13 @@ void printSummary(const ExplorationResult& result, const Exploration& exploratio
   const bool ends =
       std::none_of(exploration.claims.begin(), exploration.claims.end(),
                    [](const Claim& claim) { return claim.kind == Claim::Kind::kEndless; });
-  std::cout << "\n# table " << tableName(result, exploration) << ": " << exploration.states
-            << " states; " << (ends ? "every run ends" : "a run need not end") << "; HAP calls "
-            << text(exploration.calls, "") << "; waits " << text(exploration.wait_ms, " ms")
-            << '\n';
+  dataOutput() << "\n# table " << tableName(result, exploration) << ": " << exploration.states
+               << " states; " << (ends ? "every run ends" : "a run need not end") << "; HAP calls "
+               << text(exploration.calls, "") << "; waits " << text(exploration.wait_ms, " ms")
+               << '\n';
   if (!exploration.is_complete) {
-    std::cout << "# " << paint(Colour::kYellow, "left open")
-              << ": there are more states; what is said of all runs holds for these alone\n";
+    dataOutput() << "# " << paint(Colour::kYellow, "left open")
+                 << ": there are more states; what is said of all runs holds for these alone\n";
   }
 }
 
@@ -105,20 +107,28 @@ void writeClaim(JsonWriter& json, const Claim& claim, bool denied, const std::st
 }  // namespace
 
 std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result) {
-  std::size_t count = 0;
-  std::cout << tablesRows(options.files, static_cast<unsigned int>(options.nest_limit));
+  std::vector<std::string> denied_claims;
+  dataOutput() << tablesRows(options.files, static_cast<unsigned int>(options.nest_limit));
   for (const Exploration& exploration : result.explorations) {
     printSummary(result, exploration);
     for (const Claim& claim : claimsOf(result, exploration)) {
       const bool denied = isDenied(options, result, exploration, claim);
       const std::string kind = nameOf(claim.kind);
-      count += denied ? 1 : 0;
-      std::cout << "\n# " << (denied ? paint(Colour::kRed, "error: " + kind) : kind) << ": "
-                << claim.message << '\n'
-                << rowsOfWitness(options, result, exploration, claim);
+      if (denied) {
+        denied_claims.push_back(kind + (claim.subject.empty() ? "" : "=" + claim.subject));
+      }
+      dataOutput() << "\n# " << (denied ? paint(Colour::kRed, "error: " + kind) : kind) << ": "
+                   << claim.message << '\n'
+                   << rowsOfWitness(options, result, exploration, claim);
     }
   }
-  return count;
+  if (!options.denied.empty() || !denied_claims.empty()) {
+    dataOutput() << "\n# denied: "
+                 << (denied_claims.empty() ? "nothing was found"
+                                           : listed(denied_claims, kMaxDeniedShown))
+                 << '\n';
+  }
+  return denied_claims.size();
 }
 
 std::size_t printExplorationJson(const ExploreOptions& options, const ExplorationResult& result) {

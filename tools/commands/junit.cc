@@ -3,13 +3,16 @@
 
 #include <algorithm>
 
+#include "common/characters.h"
+
 namespace kw::trx::tools {
 namespace {
 
-/// `text` within an attribute. XML has no way to write other control characters.
+/// `text` within an attribute, with what does not show as \x and two digits: XML has no way to write
+/// most control characters, nor bytes that are no character.
 std::string escaped(const std::string& text) {
   std::string out;
-  for (const char c : text) {
+  for (const char c : visible(text)) {
     switch (c) {
       case '&':
         out += "&amp;";
@@ -20,11 +23,8 @@ std::string escaped(const std::string& text) {
       case '"':
         out += "&quot;";
         break;
-      case '\n':
-        out += "&#10;";
-        break;
       default:
-        out += static_cast<unsigned char>(c) < ' ' ? '?' : c;
+        out += c;
     }
   }
   return out;

@@ -37,7 +37,7 @@ void print(const ListedModule& listed, bool describe) {
   } else if (loads && module.haps.empty()) {
     std::cout << "  exports no HAP"
               << (module.others.empty()
-                      ? ""
+                      ? "; modules are called libzq_hap_KEY.so, and their HAPs KEY_..."
                       : ": names of HAPs begin with " + module.key + "_, and it exports " +
                             tools::listed(module.others, kMaxNamed))
               << '\n';

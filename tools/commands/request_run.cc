@@ -14,6 +14,7 @@
 #include "commands/run_json.h"
 #include "commands/run_output.h"
 #include "common/paths.h"
+#include "common/temp_folder.h"
 #include "engine/child_process.h"
 #include "engine/engine_start.h"
 #include "engine/failure.h"
@@ -53,28 +54,6 @@ void stopEngine(int number) {
   noteEndOfWork(kExitFindings);
   std::_Exit(kExitFindings);
 }
-
-/// A folder for the ring of a process that may be taken down, removed at the end.
-class CrashFolder {
- public:
-  CrashFolder() {
-    std::error_code error;
-    std::string path = std::filesystem::temp_directory_path(error) / "trxctl.XXXXXX";
-    path_ = mkdtemp(path.data()) == nullptr ? "" : path;
-  }
-  CrashFolder(const CrashFolder&) = delete;
-  CrashFolder& operator=(const CrashFolder&) = delete;
-  ~CrashFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-
-  /// Empty when there is no folder.
-  std::string ring() const { return path_.empty() ? path_ : path_ + "/trace.ring"; }
-
- private:
-  std::string path_;
-};
 
 int tellCrash(const RequestOptions& options, const ChildEnd& end) {
   const CrashReport report{
@@ -117,8 +96,8 @@ int runApart(RequestOptions& options, const std::function<int()>& body) {
   if (options.in_process) {
     return body();
   }
-  const CrashFolder folder;
-  options.crash_ring = folder.ring();
+  const TempFolder folder;
+  options.crash_ring = folder.path() + "/trace.ring";
   std::cout.flush();
   const ChildEnd end = runInChild([&body] {
     try {
@@ -145,7 +124,7 @@ bool beginRun(const RequestOptions& options) {
     fail(options.ring + ": " + std::strerror(errno) + "; choose another place for the ring");
     return false;
   }
-  if (options.ring.empty() && !options.crash_ring.empty()) {
+  if (options.ring.empty()) {
     // Without it a crash is told without records.
     static_cast<void>(kw::platform::openTraceRing(options.crash_ring, kCrashRingRecords));
   }

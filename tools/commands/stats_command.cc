@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cstdio>
-#include <iomanip>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 #include "command_line/command_line.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
+#include "common/characters.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -20,6 +21,7 @@ namespace {
 
 constexpr unsigned int kMin = 0, kMedian = 50, kTail = 99, kMax = 100;
 constexpr double kPercent = 100;
+constexpr std::size_t kCountWidth = 8, kTimeWidth = 11;
 
 struct StatsOptions {
   std::vector<std::string> rings, against;
@@ -59,6 +61,12 @@ int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
   if (!options.split.empty()) {
     split_ns = *timeOf(options.split, endOfRings(options.rings));
   }
+  const std::uint64_t end_ns = options.split.empty() ? 0 : endOfRings(options.rings);
+  if (split_ns > end_ns) {
+    throw std::runtime_error("--split: nothing in the rings is as late as " +
+                             localMicrosText(split_ns) + "; they end at " +
+                             localMicrosText(end_ns));
+  }
   SplitRequests split(split_ns, before, now);
   const RequestFilter filter = filterOf(options.requests, options.rings);
   int status = readAllOf(options.rings, filter, split);
@@ -70,7 +78,9 @@ int readAll(const StatsOptions& options, Statistics& before, Statistics& now) {
 
 void printColumns(const std::vector<std::string>& columns, const std::string& name) {
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    std::cout << std::setw(i < 2 ? 8 : 11) << columns[i];
+    const std::size_t width = i < 2 ? kCountWidth : kTimeWidth;
+    const std::size_t size = charactersOf(columns[i]).size();
+    std::cout << std::string(width > size ? width - size : 0, ' ') << columns[i];
   }
   std::cout << "  " << name << '\n';
 }
@@ -85,23 +95,30 @@ void printFigures(const Statistics::Entry& entry) {
   std::vector<std::string> columns = {std::to_string(figures.calls),
                                       std::to_string(figures.failures)};
   for (const unsigned int percent : {kMin, kMedian, kTail, kMax}) {
-    columns.push_back(total.count() == 0 ? "-" : millisText(total.quantile(percent)));
+    columns.push_back(total.count() == 0 ? "-" : durationText(total.quantile(percent)));
   }
-  columns.push_back(figures.own.count() == 0 ? "-" : millisText(figures.own.quantile(kMedian)));
+  columns.push_back(figures.own.count() == 0 ? "-" : durationText(figures.own.quantile(kMedian)));
   for (const std::uint64_t sum :
        {figures.own.sum(), figures.wait_ns, figures.lock_ns, figures.lock_wait_ns}) {
-    columns.push_back(sum == 0 ? "-" : millisText(sum));
+    columns.push_back(sum == 0 ? "-" : durationText(sum));
   }
   printColumns(columns, name);
+}
+
+/// False for rows that do nothing themselves.
+bool takesTime(Command command) {
+  return command == Command::kHAP || command == Command::kTable || command == Command::kWait;
 }
 
 void printStatistics(const Statistics& statistics) {
   printColumns({"calls", "failed", "min", "median", "99 %", "max", "own median", "own sum",
                 "waits sum", "lock sum", "lock wait"},
-               "(times in ms)");
+               "");
   for (const bool haps : {true, false}) {
     for (const Statistics::Entry* entry : statistics.byOwnTime(haps)) {
-      printFigures(*entry);
+      if (haps || takesTime(entry->first.command)) {
+        printFigures(*entry);
+      }
     }
   }
 }
@@ -135,8 +152,8 @@ void printChange(const Change& change, const CodeMeaning& meaning) {
     default:
       for (const unsigned int percent : {kMedian, kTail}) {
         text += (percent == kMedian ? "median " : ", 99 % ") +
-                millisText(change.before->own.quantile(percent)) + " ms -> " +
-                millisText(change.now->own.quantile(percent)) + " ms";
+                durationText(change.before->own.quantile(percent)) + " -> " +
+                durationText(change.now->own.quantile(percent));
       }
       text += ", " + callsText(change.before) + " -> " + callsText(change.now) + " calls";
   }
@@ -276,7 +293,7 @@ void describeStats(CommandOptions& command) {
 const RegisteredCommand kStatsCommand(
     {"stats", Group::kTraces,
      "Tells how often and how long HAPs and rows ran, and what became slower",
-     "Several rings are read together. Times are in milliseconds; own times are without nested "
+     "Several rings are read together. Own times are without nested "
      "HAPs, called tables and the wait for other holders of the lock.",
      "trace.ring --against yesterday.ring", "it is told", "something became slower or fails more"},
     describeStats);

@@ -124,7 +124,7 @@ int test(const TestOptions& options) {
   }
   if (options.json || is_junit) {
     const std::string text = options.json ? jsonOf(tested) : junitOf(tested.files);
-    output ? output.write(text) : void(std::cout << text);
+    output ? output.write(text) : void(dataOutput() << text);
   }
   return !tested.unreadable.empty() ? kExitFailed : tested.failed != 0 ? kExitFindings : kExitOk;
 }

@@ -216,8 +216,10 @@ int watchTop(TopOptions options) {
     }
     const std::uint64_t now_ns = nowNs();
     const std::vector<LiveRequest> running = live.running(reader);
-    std::cout << (redraws ? kClearScreen : "")
-              << (options.json ? jsonOf(running, live, now_ns) + '\n'
+    if (redraws) {
+      control(kClearScreen);
+    }
+    std::cout << (options.json ? jsonOf(running, live, now_ns) + '\n'
                                : screenOf(running, live, view, now_ns))
               << (redraws ? "\ns: sort, p: pause, f: failures only, q: quit\n" : "") << std::flush;
     ++update;

@@ -106,6 +106,7 @@ void JsonWriter::newLine() {
 void JsonWriter::quote(std::string_view text) {
   constexpr char digits[] = "0123456789abcdef";
   constexpr unsigned char first_printable = ' ';
+  constexpr unsigned char delete_character = 0x7f;
   out_ += '"';
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t size = characterAt(text, at);
@@ -115,9 +116,13 @@ void JsonWriter::quote(std::string_view text) {
       out_ += {digits[byte / 16], digits[byte % 16]};
     } else if (const char letter = escapeOf(text[at]); letter != 0) {
       out_ += {'\\', letter};
-    } else if (byte < first_printable) {
+    } else if (byte < first_printable || byte == delete_character) {
       out_ += "\\u00";
       out_ += {digits[byte / 16], digits[byte % 16]};
+    } else if (const auto next = size == 2 ? static_cast<unsigned char>(text[at + 1]) : 0;
+               byte == 0xc2 && next < 0xa0) {  // a control character, too
+      out_ += "\\u00";
+      out_ += {digits[next / 16], digits[next % 16]};
     } else {
       out_ += text.substr(at, size);
     }

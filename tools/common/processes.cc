@@ -24,6 +24,9 @@ struct FileCloser {
 using File = std::unique_ptr<std::FILE, FileCloser>;
 using Work = std::function<Texts(std::size_t number)>;
 
+/// Stands for the count when an exception came out of the work; its message follows.
+const std::string kProblem = "!";
+
 /// A process, and what it writes: for each number the count of its texts and these, each text with
 /// a NUL behind it.
 struct Worker {
@@ -47,9 +50,12 @@ std::optional<std::string> readText(std::FILE* in) {
   return text;
 }
 
-/// The texts of the next number; none when the process ended before.
+/// The texts of the next number; none when the process ended before. Throws what the work threw.
 std::optional<Texts> readTexts(std::FILE* in) {
   const std::optional<std::string> count = readText(in);
+  if (count == kProblem) {
+    throw std::runtime_error(readText(in).value_or(""));
+  }
   Texts texts(count ? std::stoul(*count) : 0);
   for (std::string& text : texts) {
     const std::optional<std::string> read = readText(in);
@@ -64,9 +70,8 @@ std::optional<Texts> readTexts(std::FILE* in) {
 /// Ends without what the parent has to do at its end.
 [[noreturn]] void runWorker(const std::vector<std::size_t>& numbers, int descriptor,
                             const Work& work) {
-  int status = 0;
+  const File out(fdopen(descriptor, "w"));
   try {
-    const File out(fdopen(descriptor, "w"));
     for (const std::size_t number : numbers) {
       const Texts texts = work(number);
       writeText(out.get(), std::to_string(texts.size()));
@@ -76,10 +81,11 @@ std::optional<Texts> readTexts(std::FILE* in) {
       std::fflush(out.get());
     }
   } catch (const std::exception& problem) {
-    std::fprintf(stderr, "trxctl: %s\n", problem.what());
-    status = 1;
+    writeText(out.get(), kProblem);
+    writeText(out.get(), problem.what());
+    std::fflush(out.get());
   }
-  _exit(status);
+  _exit(0);
 }
 
 Worker start(const std::vector<std::size_t>& numbers, const Work& work) {

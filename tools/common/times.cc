@@ -118,6 +118,28 @@ std::string millisText(std::uint64_t duration_ns) {
   return std::to_string(micros / 1000) + "." + padded(micros % 1000, kMilliDigits);
 }
 
+std::string durationText(std::uint64_t duration_ns) {
+  struct Unit {
+    const char* name;
+    std::uint64_t size_ns;
+  };
+  constexpr Unit units[] = {{"s", kNanosPerSecond}, {"ms", 1000000}, {"µs", kNanosPerMicro}};
+  constexpr double few = 10, many = 100;
+  for (const Unit& unit : units) {
+    if (duration_ns >= unit.size_ns || unit.size_ns == kNanosPerMicro) {
+      const double value = static_cast<double>(duration_ns) / static_cast<double>(unit.size_ns);
+      char text[32];
+      std::snprintf(text, sizeof(text), "%.*f %s",
+                    value < few    ? 2
+                    : value < many ? 1
+                                   : 0,
+                    value, unit.name);
+      return text;
+    }
+  }
+  return {};
+}
+
 std::optional<std::uint64_t> timeOf(const std::string& text, std::uint64_t end_ns) {
   if (const auto relative = relativeTime(text, end_ns)) {
     return relative;

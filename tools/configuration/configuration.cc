@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "common/paths.h"
+#include "configuration/board_copy.h"
 #include "kw/platform.h"
 #include "kw/trx/errors.h"
 #include "kw/trx/trx_config.h"
@@ -15,6 +16,7 @@
 namespace kw::trx::tools {
 
 std::string loadConfiguration() {
+  const BoardCopy copy;
   RecordCollector collector;
   try {
     trx::TRXConfig::getInstance().load();

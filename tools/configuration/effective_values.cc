@@ -5,6 +5,7 @@
 #include <set>
 #include <system_error>
 
+#include "configuration/board_copy.h"
 #include "configuration/report_writer.h"
 #include "kw/trx/trx_config.h"
 #include "zqm_trx/config_keys.h"
@@ -84,13 +85,14 @@ class ValueWriter {
       return;
     }
     const std::string value = file_.values.getProperty(key);
-    writer_.value(key, value, file_, file_.lineOf(key));
+    const std::string found = boardFile(value);
+    writer_.value(key, value, file_, file_.lineOf(key), found == value ? "" : found);
     std::error_code error;
     if (value.empty()) {
       writer_.warn(file_, file_.lineOf(key), key + " is empty");
-    } else if (!std::filesystem::exists("/" + value, error)) {
+    } else if (!std::filesystem::exists("/" + found, error)) {
       writer_.warn(file_, file_.lineOf(key), "the file " + value + " does not exist");
-    } else if (!std::filesystem::is_regular_file("/" + value, error)) {
+    } else if (!std::filesystem::is_regular_file("/" + found, error)) {
       writer_.warn(file_, file_.lineOf(key), value + " is no file");
     }
   }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "configuration/board_copy.h"
 #include "configuration/configuration.h"
 #include "configuration/report_writer.h"
 #include "kw/platform.h"
@@ -28,7 +29,7 @@ std::string writeReport(ReportWriter& writer) {
     return problem + "; correct " + paths.path;
   }
   PropertiesFile engine;
-  engine.path = kw::platform::resolvePath(path);
+  engine.path = boardFile(kw::platform::resolvePath(path));
   if (const std::string why = engine.read(); !why.empty()) {
     return "the engine configuration '" + engine.path + "' cannot be read: " + why +
            "; correct it or " + paths.path;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/engine_start.h"
 
+#include "configuration/board_copy.h"
 #include "configuration/configuration.h"
 #include "engine/failure_reason.h"
 #include "kw/trx/trx.h"
@@ -40,6 +41,7 @@ std::string platformProblem() {
 }  // namespace
 
 std::string startEngine(bool with_debug_modules) {
+  const BoardCopy copy;  // the engine loads the configuration again
   const std::string problem = loadConfiguration();
   if (!problem.empty()) {
     return problem + "; name the system root with --root, and see trxctl config";

@@ -33,7 +33,7 @@ struct ConditionText {
 
 constexpr ConditionText kTexts[] = {
     {LockCondition::kFree, "free", "free: the next HAP gets it at once", ""},
-    {LockCondition::kHeld, "held", "held: HAPs of other processes wait for it", ""},
+    {LockCondition::kHeld, "held", "held; others would wait", ""},
     {LockCondition::kMissing, "missing",
      "it does not exist: outermost HAPs are refused with 0x7000c",
      "trxctl lock --create, as TRX::startUp does; hosts that have loaded already load again"},
@@ -187,6 +187,9 @@ const char* nameOf(LockCondition condition) { return textOf(condition).name; }
 
 std::string meaningOf(const LockState& state) {
   const std::string& shortage = state.shortage.message;
+  if (state.condition == LockCondition::kHeld && state.waiting > 0) {
+    return "held: HAPs of other processes wait for it";
+  }
   return textOf(state.condition).meaning +
          (shortage.empty() ? "" : "; the kernel has no semaphores left to make it: " + shortage);
 }

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/simulator.h"
 
-#include <stdlib.h>
-
-#include <filesystem>
-#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "common/paths.h"
+#include "common/temp_folder.h"
 #include "common/text.h"
 #include "engine/engine_start.h"
 #include "engine/failure_reason.h"
@@ -23,24 +21,13 @@
 namespace kw::trx::tools {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr unsigned int kForeign = 1;
 
 /// A system root with the configuration of a simulation, as long as the engine reads it.
 class SimulationRoot {
  public:
   SimulationRoot(const std::vector<std::string>& tables, unsigned int nest_limit) {
-    std::string folder = (fs::temp_directory_path() / "zqm_trx_simulation_XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr) {
-      throw std::runtime_error("cannot make a folder like " + folder);
-    }
-    folder_ = folder;
-    fs::create_directories(folder_ / "kw/etc");
-    const fs::path configuration = folder_ / "trx.conf";
-    std::ofstream(folder_ / "kw/etc/kwpath.conf")
-        << trx::kKeyTRXConf << '=' << configuration.string() << '\n';
-    std::ofstream out(configuration);
+    std::ostringstream out;
     out << trx::kKeyHAPNumber << "=0\n"
         << trx::kKeyTableNestLimit << '=' << nest_limit << '\n'
         << trx::kKeyWaitHandler << '=' << trx::kWordRequester << '\n'
@@ -48,19 +35,18 @@ class SimulationRoot {
     for (std::size_t i = 0; i < tables.size(); ++i) {
       out << trx::kPrefixTableFile << i << '=' << absolutePath(tables[i]) << '\n';
     }
-    out.close();
-    kw::platform::setSystemRoot(folder_);
+    folder_.write("trx.conf", out.str());
+    folder_.write(std::string(trx::kPathFile).substr(1),
+                  std::string(trx::kKeyTRXConf) + '=' + folder_.path() + "/trx.conf\n");
+    kw::platform::setSystemRoot(folder_.path());
   }
   SimulationRoot(const SimulationRoot&) = delete;
   SimulationRoot& operator=(const SimulationRoot&) = delete;
-  ~SimulationRoot() {
-    kw::platform::setSystemRoot("");
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
-  }
+  ~SimulationRoot() { kw::platform::setSystemRoot(root_); }
 
  private:
-  fs::path folder_;
+  const std::string root_ = kw::platform::getSystemRoot();
+  const TempFolder folder_;
 };
 
 /// The run in progress.

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace/codes.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "kw/trx/errors.h"
 
 namespace kw::trx::tools {
@@ -71,6 +74,12 @@ const CodeText* findCode(unsigned int code) {
     }
   }
   return nullptr;
+}
+
+const CodeText* findCode(const std::string& name) {
+  const auto found = std::find_if(std::begin(kCodes), std::end(kCodes),
+                                  [&name](const CodeText& text) { return name == text.name; });
+  return found == std::end(kCodes) ? nullptr : &*found;
 }
 
 std::string recordCodeMeaning(unsigned int code) {

@@ -21,6 +21,9 @@ std::string localMicrosText(std::uint64_t time_ns);
 /// A duration in milliseconds, with microseconds: 31.037.
 std::string millisText(std::uint64_t duration_ns);
 
+/// A duration with three digits or more and its unit, such as 470 µs, 61.0 ms or 312 s.
+std::string durationText(std::uint64_t duration_ns);
+
 /// The point in time, in nanoseconds since 1970, that `text` names; none when it names none. It is
 /// one such as the above, zone, fraction, seconds or time of day left out at will; a time of day on
 /// the day of `end_ns`; or a number with s, m, h or d, so long before `end_ns`.

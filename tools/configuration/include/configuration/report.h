@@ -15,6 +15,7 @@ struct ConfigEntry {
   std::string message;  ///< the value, or what is odd
   std::string file;     ///< where it stands
   unsigned int line;    ///< from 1; 0 in a value: it is the default
+  std::string found;    ///< the file below the system root that a value stands for; empty: none
 };
 
 struct ConfigReport {

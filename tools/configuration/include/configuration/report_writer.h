@@ -15,12 +15,12 @@ namespace kw::trx::tools {
 class ReportWriter {
  public:
   void value(const std::string& key, const std::string& value, const PropertiesFile& file,
-             unsigned int line) {
-    report.entries.push_back({false, key, value, file.path, line});
+             unsigned int line, const std::string& found = "") {
+    report.entries.push_back({false, key, value, file.path, line, found});
   }
 
   void warn(const PropertiesFile& file, unsigned int line, const std::string& message) {
-    report.entries.push_back({true, "", message, file.path, line});
+    report.entries.push_back({true, "", message, file.path, line, ""});
   }
 
   ConfigReport report;

@@ -19,6 +19,9 @@ struct CodeText {
 /// The words for an exception code or a record code of the engine; null for any other.
 const CodeText* findCode(unsigned int code);
 
+/// The same for the name of its constant.
+const CodeText* findCode(const std::string& name);
+
 /// What the error code of a request means: the engine's own words, or what its class bits tell.
 std::string recordCodeMeaning(unsigned int code);
 
