@@ -67,7 +67,8 @@ void copyHalves(unsigned char* to, const void* data, std::size_t bytes) noexcept
 }
 
 /// Copies the data of a record. The usual lengths get a copy without a call.
-void copyData(unsigned char* to, const void* data, std::size_t bytes) noexcept {
+inline __attribute__((always_inline)) void copyData(unsigned char* to, const void* data,
+                                                    std::size_t bytes) noexcept {
   if (bytes >= 16 && bytes <= 32) {
     copyHalves<16>(to, data, bytes);
   } else if (bytes >= 8 && bytes < 16) {
