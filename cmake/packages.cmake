@@ -11,11 +11,24 @@ if(ZQM_TRX_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
 
+set(CPACK_PACKAGE_CONTACT "zqm_trx maintainers <zqm_trx@example.invalid>")
+
 # The folders of README, guides and examples stay as they are here, so that links among them hold.
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
   install(FILES cmake/copyright COMPONENT ${component}
     DESTINATION ${doc_dir}/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  install(CODE "execute_process(COMMAND ${CMAKE_COMMAND} -DVERSION=${PROJECT_VERSION}
+    \"-DCONTACT=${CPACK_PACKAGE_CONTACT}\" \"-DFILE=${CMAKE_CURRENT_BINARY_DIR}/changelog\"
+    -P \"${CMAKE_CURRENT_SOURCE_DIR}/cmake/changelog.cmake\" COMMAND_ERROR_IS_FATAL ANY)"
+    COMPONENT ${component})
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz COMPONENT ${component}
+    DESTINATION ${doc_dir}/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  set(overrides ${CMAKE_CURRENT_SOURCE_DIR}/cmake/lintian/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  if(EXISTS ${overrides})
+    install(FILES ${overrides} COMPONENT ${component}
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
+  endif()
 endforeach()
 set(guides ${doc_dir}/${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME})
 install(FILES README.md CHANGELOG.md DESTINATION ${guides} COMPONENT development)
@@ -23,13 +36,17 @@ install(DIRECTORY docs examples DESTINATION ${guides} COMPONENT development)
 if(ZQM_TRX_TOOLS)
   install(FILES docs/trxctl.md docs/table-guide.md docs/trace-reference.md COMPONENT tools
     DESTINATION ${doc_dir}/${CPACK_DEBIAN_TOOLS_PACKAGE_NAME})
+  install(CODE "file(GLOB pages \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1/trxctl*.1\")
+    if(pages)
+      execute_process(COMMAND gzip -9nf \${pages} COMMAND_ERROR_IS_FATAL ANY)
+    endif()" COMPONENT tools)
 endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zqm-trx)
-set(CPACK_PACKAGE_CONTACT "zqm_trx maintainers <zqm_trx@example.invalid>")
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/packages_check.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/packages_finish.cmake)
 # Installed below a folder of CPack's own as for /usr: the files of pkg-config name their prefix.
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX /usr)
@@ -49,7 +66,11 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
 set(shlibs ${CMAKE_CURRENT_BINARY_DIR}/shlibs)
 file(WRITE ${shlibs} "libzqm_trx ${PROJECT_VERSION_MAJOR} ${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} "
   "(>= ${PROJECT_VERSION})\n")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${shlibs})
+set(triggers ${CMAKE_CURRENT_BINARY_DIR}/triggers)
+file(WRITE ${triggers} "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${shlibs} ${triggers})
+set(CPACK_DEBIAN_PLATFORM_PACKAGE_CONTROL_EXTRA ${triggers})
+set(CPACK_DEBIAN_RECORDER_PACKAGE_CONTROL_EXTRA ${triggers})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PLATFORM_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RECORDER_PACKAGE_SECTION libs)

@@ -31,6 +31,8 @@ for package in "$work"/packages/*.deb; do
   dpkg-deb -x "$package" "$work/unpacked"
   echo "package $(basename "$package")"
 done
+"$tree/scripts/bill_of_materials.py" "$work"/packages/*.deb
+"$tree/scripts/check_hardening.sh" "$work"/packages/*.deb
 build_rig_against "$work/unpacked/usr" "$work/rig-unpacked"
 
 # Libraries of a board in its hosts' path, which the tool must not even look at.

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/setup.sh
 
-install_missing "${packages_build[@]}" "${packages_armhf[@]}"
+install_missing "${packages_build[@]}" "${packages_armhf[@]}" lintian python3
 scripts/armhf_root.sh
 step "building into build/armhf-release"
 build_quietly armhf-release
@@ -27,3 +27,5 @@ for package in build/armhf-release/packages/*.deb; do
 done
 dpkg-deb -x build/armhf-release/packages/zqm-trx-tools_*.deb "$unpacked"
 echo "its tool, alone, is $(qemu-arm -L "$root" "$unpacked/usr/bin/trxctl" --version)"
+DPKG_ADMINDIR=$root/var/lib/dpkg scripts/bill_of_materials.py build/armhf-release/packages/*.deb
+scripts/check_hardening.sh build/armhf-release/packages/*.deb
