@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Builds and runs the tests: ./test.sh; with --all also the format check, the demo, the packages (as
-# root also on a bare machine), clang-tidy, the sanitizers, the device build under emulation, the fuzz
-# targets, the instruction counts and the binary interface, with warnings as errors; with --soak
-# MINUTES a long run under reloads and kills, and its figures; with --fuzz MINUTES a long run of each
-# fuzz target.
+# root also on a bare machine), clang-tidy, the sanitizers, the device build under emulation, what
+# --board does, the fuzz targets, the instruction counts and the binary interface, with warnings as
+# errors; with --board the packages and tests of the device build on an emulated machine of that
+# kind; with --soak MINUTES a long run under reloads and kills, and its figures; with --fuzz MINUTES
+# a long run of each fuzz target.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . scripts/setup.sh
 
-usage() { echo "usage: ./test.sh [--all | --soak MINUTES | --fuzz MINUTES]"; }
+usage() { echo "usage: ./test.sh [--all | --board | --soak MINUTES | --fuzz MINUTES]"; }
 
 # Ends the script unless $1 is a number of minutes.
 check_minutes() {
@@ -35,6 +36,12 @@ run_tests() {
   ctest --preset "$preset" -j "$(nproc)" --progress
 }
 
+# On the board: packages and tests of build/armhf-release and build/armhf.
+run_board() {
+  step "trying the packages and the tests of the device build on the board"
+  scripts/board_suite.sh
+}
+
 check_format() {
   step "checking the format"
   git ls-files -z '*.h' '*.cc' '*.c' | xargs -0 clang-format --dry-run --Werror
@@ -47,13 +54,14 @@ case "${1:-}" in
     ;;
   --all)
     install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_fuzz[@]}" \
-      "${packages_armhf[@]}" "${packages_abi[@]}" "${packages_all[@]}"
+      "${packages_armhf[@]}" "${packages_abi[@]}" "${packages_board[@]}" "${packages_all[@]}"
     check_format
     ./demo.sh
     step "checking the installed files, the packages, and another platform library"
     scripts/check_packages.sh build/release
     scripts/check_platform_swap.sh
     scripts/check_bare_machine.sh build/release
+    scripts/check_reproducible.sh build/release
     scripts/package_armhf.sh
     step "building with clang, its thread safety analysis and clang-tidy"
     build_quietly tidy -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
@@ -63,6 +71,7 @@ case "${1:-}" in
     for preset in asan tsan armhf; do
       run_tests "$preset" "${together[@]}"
     done
+    run_board
     fuzz 30
     scripts/check_instructions.sh
     step "comparing the trace records of this machine and of the device, and their decoding"
@@ -71,6 +80,14 @@ case "${1:-}" in
     step "comparing the binary interface with that of the last release"
     scripts/check_abi.sh
     run_tests dev "${together[@]}"
+    ;;
+  --board)
+    install_missing "${packages_build[@]}" "${packages_test[@]}" "${packages_armhf[@]}" \
+      "${packages_board[@]}" lintian
+    scripts/package_armhf.sh
+    step "building into build/armhf"
+    build_quietly armhf -DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DZQM_TRX_UNITY=ON
+    run_board
     ;;
   --soak)
     check_minutes "${2:-}"

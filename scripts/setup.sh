@@ -33,8 +33,9 @@ packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)
 packages_armhf=(g++-arm-linux-gnueabihf qemu-user)
+packages_board=(qemu-system-arm cpio kmod e2fsprogs)
 packages_abi=(abigail-tools)
-packages_all=(clang-format clang-tidy googletest pkg-config git debootstrap chromium)
+packages_all=(lintian clang-format clang-tidy googletest pkg-config git debootstrap chromium)
 
 # The name of this machine's Debian release.
 debian_release() { sed -n 's/^VERSION_CODENAME=//p' /etc/os-release; }
