@@ -74,6 +74,7 @@ case "${1:-}" in
     run_board
     fuzz 30
     scripts/check_instructions.sh
+    scripts/check_board_instructions.sh
     step "comparing the trace records of this machine and of the device, and their decoding"
     build_quietly dev "${together[@]}"
     scripts/compare_architectures.sh build/dev build/armhf

@@ -7,6 +7,7 @@
 
 #include "support/bench_engine.h"
 #include "support/count_allocations.h"
+#include "support/log_record.h"
 #include "support/reference.h"
 
 namespace {

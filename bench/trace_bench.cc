@@ -4,6 +4,7 @@
 
 #include "kw/platform.h"
 #include "support/bench_engine.h"
+#include "support/log_record.h"
 #include "support/pair_of_threads.h"
 #include "support/reference.h"
 

@@ -7,14 +7,13 @@
 #include <ctime>
 
 #include "kw/trace.h"
-#include "kw/trx/logger.h"
 #include "support/clock.h"
+#include "support/log_record.h"
 
 namespace bench {
 namespace {
 
 constexpr unsigned int kLevelDebug = 0x801;
-constexpr unsigned long kRecordId = 0x1000;
 constexpr std::size_t kBlocks = 21;
 constexpr int kCallsPerBlock = 1000;
 
@@ -31,8 +30,6 @@ void writeRecord() {
   benchmark::DoNotOptimize(
       kw_trace_write(101, kLevelDebug, 7, kRecordId, words, static_cast<int>(sizeof(words))));
 }
-
-void logRecord() { kw::clib_trx::Logger::getLogger()->debug(-1, kRecordId, 1UL, 2UL, 3UL, 4UL); }
 
 double costOf(void (*call)()) {
   std::array<double, kBlocks> costs{};

@@ -14,9 +14,6 @@ void readClock();
 /// One record of four words (16 bytes) to the trace facility.
 void writeRecord();
 
-/// One record of four words by way of the engine's logger.
-void logRecord();
-
 /// Median over short blocks of what one call costs in nanoseconds. The median leaves out blocks in
 /// which the thread was interrupted.
 double costOf(void (*call)());
