@@ -65,6 +65,17 @@ bool setRights(const OpenFile& file, const struct stat* replaced) {
   return fchmod(file.descriptor(), replaced->st_mode & 07777) == 0;
 }
 
+/// Waits until the new name of a file is on the disk: a power cut would bring the former one back.
+/// A folder that may not be read, or whose file system knows no such thing, cannot be waited for.
+void syncFolderOf(const std::string& path) {
+  const std::size_t end = path.rfind('/');
+  const std::string folder = end == std::string::npos ? "." : path.substr(0, end + 1);
+  const OpenFile names(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (names.descriptor() >= 0) {
+    static_cast<void>(fsync(names.descriptor()));
+  }
+}
+
 }  // namespace
 
 void writeWhole(const std::string& path, const std::string& content) {
@@ -92,6 +103,7 @@ void writeWhole(const std::string& path, const std::string& content) {
     errno = error;
     refuse(path);
   }
+  syncFolderOf(path);
 }
 
 }  // namespace kw::trx::tools
