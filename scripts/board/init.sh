@@ -7,6 +7,7 @@ mount -t tmpfs tmpfs /run
 mount -t tmpfs -o mode=1777 tmpfs /tmp
 mkdir -p /dev/shm
 mount -t tmpfs -o mode=1777 tmpfs /dev/shm
+ln -s /proc/self/fd /dev/fd
 busybox hostname board
 ldconfig
 cd /root
