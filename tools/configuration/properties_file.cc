@@ -76,6 +76,7 @@ void findKeys(PropertiesFile& file) {
     const std::string key = keyOf(whole);
     if ((!continued || begin >= text.size()) && !whole.empty() && file.values.exist(key)) {
       file.keys.emplace_back(key, first);
+      file.lines[key] = first;
     }
   }
 }
@@ -95,11 +96,8 @@ std::string PropertiesFile::read() {
 }
 
 unsigned int PropertiesFile::lineOf(const std::string& key) const {
-  unsigned int line = 0;
-  for (const auto& entry : keys) {
-    line = entry.first == key ? entry.second : line;
-  }
-  return line;
+  const auto line = lines.find(key);
+  return line == lines.end() ? 0 : line->second;
 }
 
 bool endsWithBlank(const std::string& value) {

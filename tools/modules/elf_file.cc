@@ -26,12 +26,15 @@ constexpr char kDescriptionSection[] = ".zqm_haps";
 class ElfHandle {
  public:
   /// Does not wait for the writer of a pipe.
-  explicit ElfHandle(const std::string& path)
-      : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
-    if (fd_ < 0 || fstat(fd_, &status_) != 0) {
+  explicit ElfHandle(const std::string& path) {
+    // To open a device may do something.
+    if (stat(path.c_str(), &status_) != 0) {
       problem_ = std::strerror(errno);
     } else if (!S_ISREG(status_.st_mode)) {
       problem_ = trx::kNotRegularWords;
+    } else if (fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+               fd_ < 0 || fstat(fd_, &status_) != 0) {
+      problem_ = std::strerror(errno);
     } else {
       elf_version(EV_CURRENT);
       elf_ = elf_begin(fd_, ELF_C_READ, nullptr);
@@ -52,24 +55,43 @@ class ElfHandle {
   unsigned long long size() const { return static_cast<unsigned long long>(status_.st_size); }
 
  private:
-  int fd_;
+  int fd_ = -1;
   struct stat status_ = {};
   std::string problem_;
   Elf* elf_ = nullptr;
 };
 
-/// Offsets have 64 bits in files of any machine; there is no text where none can be addressed here.
-std::string textAt(Elf* elf, std::size_t section, std::uint64_t offset) {
-  const auto place = static_cast<std::size_t>(offset);
-  const char* text = place == offset ? elf_strptr(elf, section, place) : nullptr;
-  return text == nullptr ? std::string() : text;
-}
+/// The texts of a file. Its entries may share them, and stand inside one another, so that a small
+/// file can name more than memory holds: beyond what any library names there is none.
+class Texts {
+ public:
+  explicit Texts(Elf* elf) : elf_(elf) {}
 
-void readDynamic(Elf* elf, Elf_Data* data, std::size_t strings, const std::string& path,
+  /// Offsets have 64 bits in files of any machine; there is no text where none can be addressed
+  /// here.
+  std::string at(std::size_t section, std::uint64_t offset) {
+    const auto place = static_cast<std::size_t>(offset);
+    const char* text = place == offset && hasRoom() ? elf_strptr(elf_, section, place) : nullptr;
+    std::string found = text == nullptr ? std::string() : text;
+    bytes_ += found.size() + 1;
+    return found;
+  }
+
+  bool hasRoom() const { return bytes_ < kMaxBytes; }
+
+ private:
+  static constexpr std::size_t kMaxBytes = 64000000;
+
+  Elf* const elf_;
+  std::size_t bytes_ = 0;
+};
+
+void readDynamic(Texts& texts, Elf_Data* data, std::size_t strings, const std::string& path,
                  ElfFile& file) {
   GElf_Dyn entry;
-  for (int i = 0; gelf_getdyn(data, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
-    const std::string text = textAt(elf, strings, entry.d_un.d_val);
+  for (int i = 0;
+       texts.hasRoom() && gelf_getdyn(data, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
+    const std::string text = texts.at(strings, entry.d_un.d_val);
     if (entry.d_tag == DT_NEEDED) {
       file.needed.push_back(text);
     } else if (entry.d_tag == DT_SONAME) {
@@ -85,10 +107,10 @@ void readDynamic(Elf* elf, Elf_Data* data, std::size_t strings, const std::strin
   }
 }
 
-void readSymbols(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
+void readSymbols(Texts& texts, Elf_Data* data, std::size_t strings, ElfFile& file) {
   GElf_Sym symbol;
-  for (int i = 1; gelf_getsym(data, i, &symbol) != nullptr; ++i) {
-    const std::string name = textAt(elf, strings, symbol.st_name);
+  for (int i = 1; texts.hasRoom() && gelf_getsym(data, i, &symbol) != nullptr; ++i) {
+    const std::string name = texts.at(strings, symbol.st_name);
     const int visibility = GELF_ST_VISIBILITY(symbol.st_other);
     if (symbol.st_shndx == SHN_UNDEF) {
       if (GELF_ST_BIND(symbol.st_info) == STB_GLOBAL) {
@@ -106,17 +128,18 @@ void readSymbols(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
 }
 
 /// Names the versions that the loader insists on, of each library.
-void readNeededVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
+void readNeededVersions(Texts& texts, Elf_Data* data, std::size_t strings, ElfFile& file) {
   GElf_Verneed library;
   std::uint64_t at = 0;
-  while (at < data->d_size && gelf_getverneed(data, static_cast<int>(at), &library) != nullptr) {
+  while (texts.hasRoom() && at < data->d_size &&
+         gelf_getverneed(data, static_cast<int>(at), &library) != nullptr) {
     GElf_Vernaux version;
     std::uint64_t next = at + library.vn_aux;
-    while (next < data->d_size &&
+    while (texts.hasRoom() && next < data->d_size &&
            gelf_getvernaux(data, static_cast<int>(next), &version) != nullptr) {
+      const std::string name = texts.at(strings, version.vna_name);
       if ((version.vna_flags & VER_FLG_WEAK) == 0) {
-        file.needed_versions[textAt(elf, strings, library.vn_file)].insert(
-            textAt(elf, strings, version.vna_name));
+        file.needed_versions[texts.at(strings, library.vn_file)].insert(name);
       }
       next = version.vna_next == 0 ? data->d_size : next + version.vna_next;
     }
@@ -124,14 +147,15 @@ void readNeededVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& 
   }
 }
 
-void readOwnVersions(Elf* elf, Elf_Data* data, std::size_t strings, ElfFile& file) {
+void readOwnVersions(Texts& texts, Elf_Data* data, std::size_t strings, ElfFile& file) {
   GElf_Verdef version;
   std::uint64_t at = 0;
-  while (at < data->d_size && gelf_getverdef(data, static_cast<int>(at), &version) != nullptr) {
+  while (texts.hasRoom() && at < data->d_size &&
+         gelf_getverdef(data, static_cast<int>(at), &version) != nullptr) {
     GElf_Verdaux name;
     const std::uint64_t first = at + version.vd_aux;
     if (first < data->d_size && gelf_getverdaux(data, static_cast<int>(first), &name) != nullptr) {
-      file.versions.insert(textAt(elf, strings, name.vda_name));
+      file.versions.insert(texts.at(strings, name.vda_name));
     }
     at = version.vd_next == 0 ? data->d_size : at + version.vd_next;
   }
@@ -155,16 +179,18 @@ bool isCutShort(const ElfHandle& handle) {
 }
 
 /// Keeps the content of the section that holds the descriptions of HAPs.
-void readDescriptions(Elf* elf, const GElf_Shdr& section, const Elf_Data* data, ElfFile& file) {
+void readDescriptions(Elf* elf, Texts& texts, const GElf_Shdr& section, const Elf_Data* data,
+                      ElfFile& file) {
   std::size_t names = 0;
   if (section.sh_type == SHT_PROGBITS && data->d_buf != nullptr &&
       elf_getshdrstrndx(elf, &names) == 0 &&
-      textAt(elf, names, section.sh_name) == kDescriptionSection) {
+      texts.at(names, section.sh_name) == kDescriptionSection) {
     file.descriptions.append(static_cast<const char*>(data->d_buf), data->d_size);
   }
 }
 
 void readSections(Elf* elf, const std::string& path, ElfFile& file) {
+  Texts texts(elf);
   for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf, section)) != nullptr;) {
     GElf_Shdr info;
     Elf_Data* data = elf_getdata(section, nullptr);
@@ -172,17 +198,20 @@ void readSections(Elf* elf, const std::string& path, ElfFile& file) {
       continue;
     }
     if (info.sh_type == SHT_DYNAMIC) {
-      readDynamic(elf, data, info.sh_link, path, file);
+      readDynamic(texts, data, info.sh_link, path, file);
     } else if (info.sh_type == SHT_DYNSYM) {
       file.has_sections = true;
-      readSymbols(elf, data, info.sh_link, file);
+      readSymbols(texts, data, info.sh_link, file);
     } else if (info.sh_type == SHT_GNU_verneed) {
-      readNeededVersions(elf, data, info.sh_link, file);
+      readNeededVersions(texts, data, info.sh_link, file);
     } else if (info.sh_type == SHT_GNU_verdef) {
-      readOwnVersions(elf, data, info.sh_link, file);
+      readOwnVersions(texts, data, info.sh_link, file);
     } else {
-      readDescriptions(elf, info, data, file);
+      readDescriptions(elf, texts, info, data, file);
     }
+  }
+  if (!texts.hasRoom()) {
+    file.problem = "names more than any library does";
   }
 }
 

@@ -4,6 +4,7 @@
 #define KW_TRX_TOOLS_CONFIGURATION_PROPERTIES_FILE_H_
 
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct PropertiesFile {
   std::string path;
   kw::util::config::CppProperties values{false};
   std::vector<std::pair<std::string, unsigned int>> keys;  ///< in file order, lines from 1
+  std::unordered_map<std::string, unsigned int> lines;     ///< where the value that counts stands
 
   /// Reads the file at `path`. Returns why it cannot be read; empty when it can.
   std::string read();
