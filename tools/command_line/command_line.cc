@@ -222,7 +222,7 @@ void CommandOptions::number(std::size_t& value, const OptionText& option, std::s
   added->check(CLI::Validator(
       [min, max](const std::string& text) { return numberProblem(text, min, max); }, ""));
   definition_.options.push_back(
-      {option, false, false, value == 0 ? std::string() : std::to_string(value)});
+      {option, false, false, value == 0 || value == max ? std::string() : std::to_string(value)});
 }
 
 void CommandOptions::excludes(const std::string& name, const std::vector<std::string>& others) {

@@ -245,7 +245,7 @@ void describeReplay(CommandOptions& command) {
                                   {},
                                   true,
                                   requestIdProblem});
-  addOutputOptions(command, options->output, {"-o,--output", "Write it as a case file", "CASES"});
+  addOutputOptions(command, options->output, {"-o,--output", "Write it as a case file", "FILE"});
   command.json(options->json);
   command.run([options] { return replayRequest(*options); });
 }

@@ -22,7 +22,7 @@ struct TestOptions {
   std::string format = kText;
   OutputOptions output;
   bool json = false;
-  std::size_t jobs = usualJobs();
+  std::size_t jobs = 0;  ///< 0: one for each processor
 };
 
 void print(const CaseFile& file, std::ostream& out) {
@@ -58,7 +58,7 @@ Tested runFiles(const TestOptions& options) {
     CaseFile file = readCaseFile(name);
     (file.findings.empty() ? files : tested.unreadable).push_back(std::move(file));
   }
-  const auto results = runCases(files, options.jobs);
+  const auto results = runCases(files, options.jobs == 0 ? usualJobs() : options.jobs);
   for (std::size_t i = 0; i < files.size(); ++i) {
     tested.files.push_back({files[i].file, results[i]});
     const auto failed =

@@ -34,6 +34,7 @@ constexpr char kClearScreen[] = "\x1b[H\x1b[2J";
 
 struct TopOptions {
   std::vector<std::string> rings;
+  FilterOptions requests;
   std::size_t updates = 0;
   bool json = false;
 };
@@ -195,13 +196,25 @@ bool waitForTick(const Keys& keys, View& view) {
   return !view.over;
 }
 
+/// Those that are wanted, of requests that run.
+std::vector<LiveRequest> wantedOf(std::vector<LiveRequest> running, const RequestFilter& filter) {
+  running.erase(std::remove_if(running.begin(), running.end(),
+                               [&filter](const LiveRequest& live) {
+                                 return !filter.takes(live.request, doesText(live));
+                               }),
+                running.end());
+  return running;
+}
+
 int watchTop(TopOptions options) {
   options.rings = ringsOf(options.rings);
   if (!waitForRings(options.rings)) {
     return kExitOk;
   }
   LiveView live(configuredMeanings());
-  RequestReader reader(live);
+  const RequestFilter filter = filterOf(options.requests, options.rings);
+  FilteredRequests filtered(filter, live);
+  RequestReader reader(filtered);
   if (const int status = openRings(options.rings, reader); status != kExitOk) {
     return status;
   }
@@ -215,7 +228,7 @@ int watchTop(TopOptions options) {
       reader.switchOver();
     }
     const std::uint64_t now_ns = nowNs();
-    const std::vector<LiveRequest> running = live.running(reader);
+    const std::vector<LiveRequest> running = wantedOf(live.running(reader), filter);
     if (redraws) {
       control(kClearScreen);
     }
@@ -233,6 +246,7 @@ int watchTop(TopOptions options) {
 void describeTop(CommandOptions& command) {
   auto options = std::make_shared<TopOptions>();
   addRings(command, options->rings);
+  addFilterOptions(command, options->requests);
   command.number(options->updates, {"--max-updates", "End after so many updates", "COUNT"}, 1,
                  kMaxUpdates);
   command.json(options->json);

@@ -69,8 +69,8 @@ class CommandOptions {
   void text(std::string& value, const OptionText& option);
   /// An option that may be repeated, or all arguments.
   void texts(std::vector<std::string>& values, const OptionText& option);
-  /// A number from `min` to `max`, decimal or with 0x. The help shows `value` as the default when
-  /// it is not 0.
+  /// A number from `min` to `max`, decimal or with 0x. The help shows `value` as the default
+  /// when it is neither 0 nor `max`, which stand for none.
   void number(std::size_t& value, const OptionText& option, std::size_t min, std::size_t max);
   /// Refuses the option `name` together with any of `others`.
   void excludes(const std::string& name, const std::vector<std::string>& others);
