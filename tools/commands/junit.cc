@@ -8,8 +8,8 @@
 namespace kw::trx::tools {
 namespace {
 
-/// `text` within an attribute, with what does not show as \x and two digits: XML has no way to write
-/// most control characters, nor bytes that are no character.
+/// `text` within an attribute, with what does not show as \x and two digits: XML has no way to
+/// write most control characters, nor bytes that are no character.
 std::string escaped(const std::string& text) {
   std::string out;
   for (const char c : visible(text)) {
