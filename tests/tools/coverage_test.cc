@@ -53,14 +53,16 @@ TEST(CoverageTest, CountsRowsAndHowTheyWentOn) {
   EXPECT_EQ(tools::lcovOf(read), written);
   EXPECT_EQ(partly.unknown(), (std::map<std::string, std::uint64_t>{{"sub", 29}}));
 
-  // Runs, onward and by error of each row; the table that failed below did not come back.
+  // Runs, onward, by error and failures of each row; the table that failed below did not return.
   std::string counts;
   const tools::GraphCounts graph = tools::graphCountsOf(simulator.tables(), read);
   for (const tools::RowCounts& row : graph.at("main")) {
     counts += std::to_string(row.runs) + "/" + std::to_string(row.onward) + "/" +
-              std::to_string(row.errors) + " ";
+              std::to_string(row.errors) + "/" + std::to_string(row.failures) + " ";
   }
-  EXPECT_EQ(counts, "8/8/0 10/10/0 10/10/0 10/9/0 9/7/2 7/6/1 6/6/0 6/4/1 4/4/0 1/0/1 0/0/0 ");
+  EXPECT_EQ(counts,
+            "8/8/0/0 10/10/0/2 10/10/0/1 10/9/0/0 9/7/2/2 7/6/1/1 6/6/0/0 6/4/1/1 4/4/0/0 1/0/1/1 "
+            "0/0/0/0 ");
   tools::Coverage twice = read;
   tools::merge(twice, read);
   EXPECT_EQ(twice.at(main).at(10).runs, 12U);
@@ -80,34 +82,35 @@ TEST(CoverageTest, TellsTheWayOfOneRequest) {
   for (const tools::TableCase& one : file.cases) {
     tools::differencesOf(one, simulator, &keeper);
   }
-  // Each row that ran of main: runs, onward, by error, its note; ! for one that failed.
+  // Each row that ran of main: runs, onward, by error, failures, its note.
   const auto told = [&](const tools::RingRuns& runs) {
     std::string all;
     const tools::GraphCounts counts = runs.counts();
     for (const tools::RowCounts& row : counts.at("main")) {
       all += row.runs == 0 ? ""
                            : std::to_string(row.runs) + "/" + std::to_string(row.onward) + "/" +
-                                 std::to_string(row.errors) + (row.failed ? "!" : "") + " " +
-                                 row.note.substr(0, row.note.find('\n')) + "; ";
+                                 std::to_string(row.errors) + "/" + std::to_string(row.failures) +
+                                 " " + row.note.substr(0, row.note.find('\n')) + "; ";
     }
     return all;
   };
   tools::RingRuns whole(simulator.tables(), false);
   readRecords(keeper.records, whole);
   EXPECT_EQ(told(whole),
-            "9/9/0 9 runs; 15/15/0! 15 runs, 2 failed; 15/15/0! 15 runs, 1 failed; "
-            "15/14/0 15 runs, 1 failed; 14/8/6! 14 runs, 6 failed; 8/7/1! 8 runs, 1 failed; "
-            "7/7/0 7 runs; 7/5/1! 7 runs, 2 failed; 5/0/0 5 runs; 1/0/1! 1 run, failed; ");
+            "9/9/0/0 9 runs; 15/15/0/2 15 runs, 2 failed; 15/15/0/1 15 runs, 1 failed; "
+            "15/14/0/1 15 runs, 1 failed; 14/8/6/6 14 runs, 6 failed; "
+            "8/7/1/1 8 runs, 1 found a failure; 7/7/0/0 7 runs; 7/5/1/2 7 runs, 2 failed; "
+            "5/0/0/0 5 runs; 1/0/1/1 1 run, found a failure; ");
   const std::pair<std::uint32_t, const char*> ways[] = {
       {5,
-       "1/1/0 #1; 3/3/0 #2 #9 #16; 3/3/0 #3 #10 #17; 3/3/0 #4 #11 #18; "
-       "3/1/2! #8 #15 #22, 2 failed; 1/1/0 #23; 1/1/0 #24; "
-       "1/1/0 #25; 1/0/0 #26; "},
-      {7, "1/1/0 #1; 1/1/0 #2; 1/1/0 #3; 1/0/0 #4, failed; "},
+       "1/1/0/0 #1; 3/3/0/0 #2 #9 #16; 3/3/0/0 #3 #10 #17; 3/3/0/0 #4 #11 #18; "
+       "3/1/2/2 #8 #15 #22, 2 failed; 1/1/0/0 #23; 1/1/0/0 #24; "
+       "1/1/0/0 #25; 1/0/0/0 #26; "},
+      {7, "1/1/0/0 #1; 1/1/0/0 #2; 1/1/0/0 #3; 1/0/0/1 #4, failed; "},
       {9,
-       "1/1/0 #1; 5/5/0 #2 #9 #16 #23 ...; 5/5/0 #3 #10 #17 #24 ...; 5/5/0 #4 #11 #18 #25 ...; "
-       "5/1/4! #8 #15 #22 #29 ..., 4 failed; 1/1/0 #37; 1/1/0 #38; "
-       "1/1/0 #39; 1/0/0 #40; "}};
+       "1/1/0/0 #1; 5/5/0/0 #2 #9 #16 #23 ...; 5/5/0/0 #3 #10 #17 #24 ...; "
+       "5/5/0/0 #4 #11 #18 #25 ...; 5/1/4/4 #8 #15 #22 #29 ..., 4 failed; 1/1/0/0 #37; "
+       "1/1/0/0 #38; 1/1/0/0 #39; 1/0/0/0 #40; "}};
   tools::RequestFilter filter;
   filter.request = tools::eventOf(keeper.records.at(0)).request;
   for (const auto& [number, expected] : ways) {
@@ -132,7 +135,8 @@ TEST(CoverageTest, TellsTheWayOfOneRequest) {
     ring.finish();
   }
   EXPECT_EQ(both.rings().size(), 2U);
-  EXPECT_EQ(told(both), "2/2/0 #1 #7; 2/2/0 #2 #8; 2/2/0 #3 #9; 2/0/0 #4 #10, failed; ");
+  EXPECT_EQ(told(both),
+            "2/2/0/0 #1 #7; 2/2/0/0 #2 #8; 2/2/0/0 #3 #9; 2/0/0/2 #4 #10, all failed; ");
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ COMMANDS = {
     "stats": ["stats", "--json", "RINGS"],
     "report": ["report", "--json", "RINGS", "--tables", "TABLES", "--root", "ROOT"],
     "coverage": ["coverage", "RINGS", "--tables", "TABLES", "-o", "OUT"],
-    "graph": ["graph", "FILES", "RINGS"],
+    "graph": ["graph", "--json", "FILES", "RINGS"],
     "way": ["graph", "FILES", "RINGS", "--request", "REQUEST"],
     "replay": ["replay", "--json", "RING", "--tables", "TABLES", "--request", "REQUEST"],
 }
@@ -160,8 +160,10 @@ class Trxctl:
         return runs, ways
 
     def graph(self):
-        """Runs and failures by table and place of the row, from the texts of the boxes."""
-        return self.boxes(self.run("graph", nothing=""), r"(\d+) runs?(?:, (?:(\d+) )?(failed))?")
+        """Runs and failures by table and place of the row."""
+        printed = json.loads(self.run("graph", nothing='{"tables": []}'))
+        return {(plain(table["name"]), at): Counts(row["runs"], row["failures"])
+                for table in printed["tables"] for at, row in enumerate(table["rows"])}
 
     def way(self, said):
         """How often rows ran in one request, by table and place of the row, up to MORE_TURNS."""
@@ -174,16 +176,6 @@ class Trxctl:
         pattern = r'^ *"(.*):(\d+)" \[label="((?:[^"\\]|\\.)*)"'
         return [((plain(table), int(at)), label) for table, at, label in
                 re.findall(pattern, text, re.M)]
-
-    def boxes(self, text, pattern):
-        found = {}
-        for key, label in self.labels(text):
-            match = re.search(r"\\n" + pattern, label)
-            if match:
-                runs = int(match[1])
-                failures = int(match[2]) if match[2] else runs if match[3] else 0
-                found[key] = Counts(runs, failures)
-        return found
 
     def replay(self, said):
         """Rows of a request, its end, its first failing row; None when it says that it cannot."""

@@ -17,11 +17,13 @@
 #include "command_line/output_file.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
+#include "common/json.h"
 #include "configuration/configuration.h"
 #include "graph/graph.h"
 #include "graph/ring_runs.h"
 #include "kw/ring_reader.h"
 #include "kw/trx/file_path.h"
+#include "modules/listed_modules.h"
 #include "table/named_files.h"
 #include "trace/selection.h"
 
@@ -36,17 +38,10 @@ const std::vector<std::string> kFormats = {"dot", "svg", "png", "pdf"};
 struct GraphOptions {
   std::vector<std::string> files;
   std::string format;  ///< empty: as the extension of `output` tells
+  bool is_dark = false, is_json = false;
   OutputOptions output;
   std::vector<std::string> coverage, rings;  // among the files
   FilterOptions requests;
-};
-
-/// What is drawn.
-struct Picture {
-  KnownTables tables;
-  std::vector<std::string> names;
-  GraphCounts counts;
-  GraphView view = GraphView::kRuns;
 };
 
 /// All that can be read from `file`.
@@ -115,7 +110,7 @@ std::string formatOf(const std::string& output) {
   return kFormats[0];
 }
 
-/// Reads the files that are drawn. Throws in words when the engine does not load one.
+/// Reads the files that are drawn. Throws `std::runtime_error` when the engine does not load one.
 std::vector<std::string> namesOf(const std::vector<std::string>& files) {
   std::vector<std::string> names;
   TableFlow flow;
@@ -165,10 +160,14 @@ int addRuns(const GraphOptions& options, Picture& picture) {
     std::cerr << "trxctl: " << problem << '\n';
   }
   picture.counts = runs.counts();
+  picture.sources = options.rings;
+  picture.requests = runs.requests();
+  picture.start_ns = runs.startNs();
+  picture.end_ns = runs.endNs();
   return status;
 }
 
-/// Takes rings and coverage out of the files.
+/// Moves rings and coverage out of the files.
 void sortFiles(GraphOptions& options) {
   std::vector<std::string> tables;
   for (const std::string& file : options.files) {
@@ -181,53 +180,82 @@ void sortFiles(GraphOptions& options) {
   options.files = tables;
 }
 
-int graphTables(GraphOptions options) {
-  sortFiles(options);
-  if (!options.coverage.empty() && !options.rings.empty()) {
-    throw UsageError("what ran is told by rings or by files of trxctl coverage, not by both");
+/// Adds what ran by files of coverage.
+void addCoverage(const GraphOptions& options, Picture& picture) {
+  Coverage coverage;
+  for (const std::string& file : options.coverage) {
+    merge(coverage, readCoverage(file));
   }
-  if (options.files.empty() && options.rings.empty()) {
-    throw UsageError("FILE is required: a table, or a ring that tells what ran");
-  }
-  options.format = options.format.empty() ? formatOf(options.output.path) : options.format;
-  if (options.format != "dot" && options.output.path.empty()) {
-    return fail("a picture needs a file to be written to: add -o FILE." + options.format);
-  }
-  options.files = namedFiles(options.files);
+  picture.counts = graphCountsOf(picture.tables.flows, coverage);
+  picture.sources = options.coverage;
+}
+
+/// The file to be written, of a name that fits what is written.
+OutputFile outputOf(const GraphOptions& options) {
   std::vector<std::string> inputs = options.files;
   inputs.insert(inputs.end(), options.rings.begin(), options.rings.end());
   inputs.insert(inputs.end(), options.coverage.begin(), options.coverage.end());
   std::vector<std::string> extensions;
-  extensions.reserve(kFormats.size());
-  for (const std::string& format : kFormats) {
+  for (const std::string& format : options.is_json ? std::vector<std::string>{"json"} : kFormats) {
     extensions.push_back('.' + format);
   }
-  const OutputFile output(options.output, extensions, inputs);
+  return {options.output, extensions, inputs};
+}
+
+std::string textOf(const Picture& picture, const GraphOptions& options) {
+  if (options.is_json) {
+    JsonWriter json(2);
+    startOutput("graph", json);
+    writeGraph(picture, json);
+    return json.endObject().taken() + '\n';
+  }
+  const std::string dot = dotOf(picture, options.is_dark);
+  return options.format == "dot" ? dot : drawn(dot, options.format);
+}
+
+void checkUse(const GraphOptions& options) {
+  if (!options.coverage.empty() && !options.rings.empty()) {
+    throw UsageError("counts come from rings or from files of trxctl coverage, not from both");
+  }
+  if (options.files.empty() && options.rings.empty()) {
+    throw UsageError("FILE is required: a table, or a ring with what ran");
+  }
+  if (options.is_json && !options.format.empty()) {
+    throw UsageError("--json has a format of its own, without --format");
+  }
+}
+
+int graphTables(GraphOptions options) {
+  sortFiles(options);
+  checkUse(options);
+  options.format = options.format.empty() ? formatOf(options.output.path) : options.format;
+  if (!options.is_json && options.format != "dot" && options.output.path.empty()) {
+    return fail("a picture needs a file to be written to: add -o FILE." + options.format);
+  }
+  options.files = namedFiles(options.files);
+  const OutputFile output = outputOf(options);
+  const Configured found = configured();
   Picture picture;
   picture.names = namesOf(options.files);
-  picture.tables = readTables(options.files, configured().tables);
+  picture.tables = readTables(options.files, found.tables);
   if (picture.tables.flows.empty()) {
     return fail(
         "which tables? Name files, or the system root of the host, whose configuration names them, "
         "with --root");
   }
+  picture.descriptions = hapsOf(found.modules).descriptions;
   if (!options.coverage.empty()) {
-    Coverage coverage;
-    for (const std::string& file : options.coverage) {
-      merge(coverage, readCoverage(file));
-    }
-    picture.counts = graphCountsOf(picture.tables.flows, coverage);
+    addCoverage(options, picture);
   } else if (!options.rings.empty()) {
     if (const int status = addRuns(options, picture); status != kExitOk) {
       return status;
     }
   }
-  const std::string graph = graphOf(picture.tables, picture.names, picture.counts, picture.view);
-  const std::string picture_text = options.format == "dot" ? graph : drawn(graph, options.format);
+  const std::string text = textOf(picture, options);
   if (output) {
-    output.write(picture_text);
+    output.write(text);
   } else {
-    std::cout << picture_text;
+    std::cout << text;
   }
   return kExitOk;
 }
@@ -237,11 +265,13 @@ void describeGraph(CommandOptions& command) {
   command.texts(options->files,
                 {"FILE",
                  "Table files or names of configured tables; rings, or files of trxctl coverage, "
-                 "which tell how often rows ran and failed"});
+                 "for how often rows ran and failed"});
   command.text(
       options->format,
       {"--format", "Pictures need Graphviz; without it as the file of -o is named, else dot",
        "FORMAT", kFormats});
+  command.flag(options->is_dark, {"--dark", "Light on dark"});
+  command.json(options->is_json);
   addOutputOptions(
       command, options->output,
       {"-o,--output", "Where to write; else standard output, which takes no picture", "FILE"});
@@ -251,8 +281,8 @@ void describeGraph(CommandOptions& command) {
 
 const RegisteredCommand kGraphCommand(
     {"graph", Group::kTables, "Draws the flow of tables and of the tables that they call",
-     "Red dashed arrows are errors, blue dotted ones calls; rows that nothing reaches are grey. "
-     "Called tables are looked for among the files and in the configuration. With a ring, the "
+     "A legend tells what colours and arrows mean. Called tables are looked for among the "
+     "files and in the configuration. With a ring, the "
      "tables may be left out: what ran is drawn, by the configuration.",
      "selftest.csv rails.csv -o selftest.svg", "the graph is written", ""},
     describeGraph);

@@ -55,6 +55,7 @@ std::vector<RowCounts> countsOf(const TableFlow& flow, const FileCoverage& file)
       const auto& [well, badly] = *line->second.branches;
       counts[at].onward = well + (row.goesOnAfterFailure() ? badly : 0);
       counts[at].errors = row.goesOnAfterFailure() ? 0 : badly;
+      counts[at].failures = badly;
     }
   }
   return counts;

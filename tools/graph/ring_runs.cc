@@ -13,10 +13,27 @@ namespace {
 constexpr std::size_t kTurnsShown = 4;
 /// A damaged ring may name any number of rows and tables.
 constexpr std::size_t kMaxProblems = 20;
-constexpr unsigned int kMedian = 50, kGreatest = 100;
+constexpr unsigned int kMedian = 50, kMax = 100;
 
 std::string countText(std::uint64_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+/// The others only choose what follows.
+bool takesTime(Command command) {
+  return command == Command::kHAP || command == Command::kWait || command == Command::kTable;
+}
+
+/// How many runs failed, or of a CHECK row found a failure: ", 2 failed". Empty: none did.
+std::string failureText(Command command, const WorkFigures& figures) {
+  if (figures.failures == 0) {
+    return "";
+  }
+  const std::string count = figures.failures < figures.calls
+                                ? std::to_string(figures.failures) + " "
+                            : figures.calls == 1 ? ""
+                                                 : "all ";
+  return ", " + count + (command == Command::kCheck ? "found a failure" : "failed");
 }
 
 }  // namespace
@@ -47,8 +64,12 @@ void RingRuns::spanEnded(const Request& request, const Span& span) {
 }
 
 void RingRuns::requestEnded(const Request& request) {
-  ended_last_.erase(request.serial);
   rings_.insert(request.ring);
+  if (ended_last_.erase(request.serial) != 0) {
+    start_ns_ = requests_ == 0 ? request.start_ns : std::min(start_ns_, request.start_ns);
+    end_ns_ = std::max(end_ns_, request.end_ns);
+    ++requests_;
+  }
 }
 
 GraphCounts RingRuns::counts() const {
@@ -63,12 +84,11 @@ GraphCounts RingRuns::counts() const {
     }
     RowCounts& row = counts.at(
         found.table->name)[static_cast<std::size_t>(found.row - found.table->rows.data())];
-    // Runs whose HAP is not told, as they were cut off, are another entry.
+    // Runs that were cut off before the record of their HAP are another entry.
     WorkFigures& of_row = figures_of[found.row];
     of_row.add(figures);
     row.note = row.runs == 0 ? "" : noteOf(work, of_row);
-    const bool fails_below = work.command == Command::kTable && tables_.count(work.name) != 0;
-    row.failed = row.failed || (figures.failures != 0 && !fails_below);
+    row.failures = of_row.failures;
   }
   return counts;
 }
@@ -94,15 +114,12 @@ std::string RingRuns::noteOf(const Work& work, const WorkFigures& figures) const
     }
     note += turns->second.size() > kTurnsShown ? " ..." : "";
   }
-  if (figures.failures != 0) {
-    note += figures.failures == figures.calls ? ", failed"
-                                              : ", " + std::to_string(figures.failures) + " failed";
-  }
+  note += failureText(work.command, figures);
   const Durations& total = figures.total;
-  if (total.count() != 0) {
+  if (takesTime(work.command) && total.count() != 0) {
     note += total.count() == 1 ? "\n" : "\nmedian ";
     note += millisText(total.quantile(kMedian)) + " ms";
-    note += total.count() == 1 ? "" : ", at most " + millisText(total.quantile(kGreatest)) + " ms";
+    note += total.count() == 1 ? "" : ", max " + millisText(total.quantile(kMax)) + " ms";
   }
   return note;
 }
@@ -134,7 +151,7 @@ std::vector<std::string> RingRuns::problems(const std::set<std::string>& tables)
     const std::size_t more = problems.size() - kMaxProblems;
     problems.resize(kMaxProblems);
     problems.push_back("of " + std::to_string(more) +
-                       " more rows or tables there would be the same to say");
+                       " more rows or tables the same could be said");
   }
   return problems;
 }

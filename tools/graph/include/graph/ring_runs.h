@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What rings tell of the runs of tables, for the picture of these. One thread.
+// Counts the runs of tables in rings, for the picture of these. One thread.
 #ifndef KW_TRX_TOOLS_GRAPH_RING_RUNS_H_
 #define KW_TRX_TOOLS_GRAPH_RING_RUNS_H_
 
@@ -42,6 +42,11 @@ class RingRuns : public RequestListener {
   const std::set<std::size_t>& rings() const { return rings_; }
   std::uint64_t leftOut() const { return counter_.leftOut(); }
 
+  /// How many requests ran a row, the start of the first and the end of the last of them.
+  std::uint64_t requests() const { return requests_; }
+  std::uint64_t startNs() const { return start_ns_; }
+  std::uint64_t endNs() const { return end_ns_; }
+
  private:
   void countOnward(GraphCounts& counts) const;
   std::string noteOf(const Work& work, const WorkFigures& figures) const;
@@ -56,6 +61,7 @@ class RingRuns : public RequestListener {
   /// When rows ran first, as counts of the rows of the request; one more than are shown.
   std::map<RowId, std::vector<std::uint64_t>> turns_of_;
   std::set<std::size_t> rings_;
+  std::uint64_t requests_ = 0, start_ns_ = 0, end_ns_ = 0;
 };
 
 }  // namespace kw::trx::tools
