@@ -16,6 +16,7 @@ from browser import Browser
 
 FEW, MANY = 3000, 100000
 MIN_CONTRAST, MAX_BYTES = 4.5, 5_000_000
+PHONE, MAX_PHONE_HEIGHT = 390, 8000
 TABLE = """FORMAT,0
 VERSION,2
 ,1,START,,,,,,
@@ -75,6 +76,20 @@ class Expected:
         return [[count(group["count"]) + "×", "table " + group["name"], self.place(group), group["hap"],
                  self.cause(group), self.clock(group["firstNs"]), self.clock(group["lastNs"]), ""]
                 for group in self.report["failures"]]
+
+    def facts(self):
+        group = self.report["failures"][0]
+        last, after = self.clock(group["lastNs"]), group["succeededAfterNs"]
+        return [f"not known to be over: no such request has succeeded since the last failure at {last}" if after is None
+                else f"not since {last}: such a request succeeded again, last at {self.clock(after)}",
+                "0xce4 (3300) 0x1267 (4711)"]
+
+    def status(self):
+        group = self.report["failures"][0]
+        last = self.report["kept"][group["last"]]
+        return (f"table {last['name']} started {self.exactly(last['startNs'])}, took {duration(last['endNs'] - last['startNs'])}, "
+                f"process/thread {last['process']}/{last['thread']}, request {last['request']}.{last['requestNumber']}: "
+                f"{group['message']} Its story")
 
     def stories(self):
         return [[[record["level"], record["message"]] for record in group["records"]] for group in self.report["failures"]]
@@ -155,17 +170,22 @@ def check_content(browser, report):
     wanted = Expected(report)
     bad = report["requests"]["failed"]
     expect("title", browser.run("document.title"),
-           f"{count(bad)} of {count(report['requests']['all'])} requests failed – trace report")
+           f"{count(bad)} of {count(report['requests']['all'])} requests failed; 1 has not ended – trace report")
     expect("counts", browser.run("document.getElementById('counts').textContent"),
-           f"{count(report['requests']['succeeded'])} succeeded{count(bad)} failed")
+           f"{count(report['requests']['succeeded'])} succeeded{count(bad)} failed1 not ended")
+    expect("sections", browser.run("[...document.querySelectorAll('section')].map(e => e.id)"),
+           ["failures", "open", "stories", "timeline", "tables", "statistics", "configuration", "machine", "left-out"])
+    expect("the first story alone is open", browser.run("[...document.querySelectorAll('.story')].map(e => e.open)"),
+           [at == 0 for at in range(len(report["failures"]))])
     expect("kinds of failures", len(report["failures"]), 9)
     expect("failures", rows_of(browser, "#overview"), wanted.overview())
     expect("records of the stories", [[row[1:] for row in rows_of(browser, f"#failure-{at + 1} [aria-label='Its records']")]
                                       for at in range(len(report["failures"]))], wanted.stories())
     expect("steps of the stories", [[row[1:] for row in rows_of(browser, f"#failure-{at + 1} [aria-label='What ran in it']")]
                                     for at in range(len(report["failures"]))], wanted.steps())
-    detail = browser.run("[...document.querySelectorAll('#failure-1 dt')].find(e => e.textContent === 'detail').nextSibling.textContent")
-    expect("detail", detail, "0xce4 (3300) 0x1267 (4711)")
+    facts = browser.run("[...document.querySelectorAll('#failure-1 dt')].map(e => [e.textContent, e.nextSibling.textContent])")
+    expect("what stands first", [term for term, _ in facts[:5]], ["what failed", "since", "still happening?", "unit", "what to do"])
+    expect("facts of the story", [dict(facts)[term] for term in ("still happening?", "detail")], wanted.facts())
     expect("rows of the table", rows_of(browser, "#tables .flow"), wanted.table_rows(report["tables"][0]))
     expect("rows of another file", rows_of(browser, "#tables .foreign"), wanted.foreign_rows(report["tables"][0]))
     expect("jumps", browser.run("[document.querySelectorAll('#tables .flow path.head').length,"
@@ -203,11 +223,17 @@ def check_keys(browser, report):
     expect("there is no more than all", part(), whole)
     browser.press("n", 78, "n")
     failed = next(one for one in report["kept"] if one["ending"] == "failed")
-    expect("n shows the first failure", failed["message"] in browser.run("document.querySelector('#timeline .told').textContent"), True)
+    expect("n shows the first failure", failed["message"] in browser.run("document.querySelector('#timeline .status').textContent"), True)
     expect("and where it is", part()[0] <= failed["startNs"] and part()[1] >= failed["endNs"] and part() != whole, True)
 
 
-# The contrast of each text with what lies behind it, least first.
+def check_story_in_timeline(browser, report):
+    browser.run("document.querySelector('#failure-1 button').click()")
+    expect("the story in the timeline", browser.run("document.querySelector('#timeline .status').textContent"),
+           Expected(report).status())
+
+
+# The contrast of each text with what lies behind it, when it is too low.
 CONTRAST = """(() => {
   const light = (colour) => {
     const part = colour.match(/[\\d.]+/g).slice(0, 3).map((c) => c / 255).map((c) => c <= 0.03928 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
@@ -227,17 +253,31 @@ CONTRAST = """(() => {
     const ratio = (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05);
     found.set(e.tagName + '.' + e.className, Math.min(ratio, found.get(e.tagName + '.' + e.className) || 99));
   }
-  return [...found].filter(([, ratio]) => ratio < LEAST);
-})()""".replace("LEAST", str(MIN_CONTRAST))
+  return [...found].filter(([, ratio]) => ratio < MIN);
+})()""".replace("MIN", str(MIN_CONTRAST))
+
+
+# Cells whose text stands in columns of a few letters, with all that is closed opened.
+TOO_NARROW = """(() => {
+  document.querySelectorAll('details').forEach((e) => { e.open = true; });
+  return [...document.querySelectorAll('tbody th, tbody td, caption:not(.unseen)')]
+    .filter((e) => e.textContent.length > 12 && e.offsetWidth > 1 && e.offsetWidth < 60)
+    .map((e) => e.textContent.slice(0, 40));
+})()"""
 
 
 def check_looks(browser, page):
-    for width, scheme in ((390, "light"), (390, "dark"), (1280, "dark"), (1280, "light")):
+    for width, scheme in ((PHONE, "light"), (PHONE, "dark"), (1280, "dark"), (1280, "light")):
         browser.resize(width, 844)
         browser.colours(scheme)
         browser.open(page)
         browser.wait("document.body.dataset.whole === 'yes'")
         expect(f"the page is no wider than {width}", browser.run("document.documentElement.scrollWidth") <= width, True)
+        if width == PHONE:
+            height = browser.run("document.documentElement.scrollHeight")
+            expect(f"the page is not too long for a phone: {height}", height < MAX_PHONE_HEIGHT, True)
+        expect(f"narrow cells at {width}", browser.run(TOO_NARROW), [])
+        expect(f"the page is no wider than {width} when all is open", browser.run("document.documentElement.scrollWidth") <= width, True)
         expect(f"pictures are not stretched at {width}", browser.run(
             "[...document.querySelectorAll('#line svg')].every(e => Math.abs(e.getBoundingClientRect().width - e.viewBox.baseVal.width) < 1)"), True)
         expect(f"contrasts, {scheme}, {width}", browser.run(CONTRAST), [])
@@ -252,7 +292,7 @@ def main():
         for requests in (FEW, MANY):
             subprocess.run([write_ring, path("trace.ring"), str(requests)], check=True)
             report, seconds = make_page(trxctl, path("trace.ring"), path("page.html"), "--tables", folder)
-            expect("requests", report["requests"]["all"], requests)
+            expect("requests", report["requests"]["all"], requests + 1)
             size = os.path.getsize(path("page.html"))
             _, drawn = browser.open(path("page.html"))
             browser.wait("document.body.dataset.whole === 'yes'")
@@ -260,6 +300,7 @@ def main():
             expect("the page is small", size < MAX_BYTES, True)
             check_content(browser, report)
             check_keys(browser, report)
+            check_story_in_timeline(browser, report)
         check_looks(browser, path("page.html"))
         expect("what the browser complains of", browser.complaints, [])
     return 1 if problems else 0

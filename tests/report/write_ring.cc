@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes a ring as hosts with many requests do: write_ring FILE REQUESTS. Four threads run a table
-// of two HAPs; a few requests fail, some of them with names that a page could take for markup.
+// of two HAPs; a few requests fail, some of them with names that a page could take for markup, and
+// one does not end.
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -63,17 +64,21 @@ void failHAP(unsigned long request, const std::string& name) {
   words(trx::kDriverErrorEnd, request);
 }
 
-void runRequest(unsigned long request, unsigned long number) {
-  const bool fails = number % kFailsAt == 5;
-  const std::size_t strange = number % (kFailsAt * kFailsStrangelyAt) / kFailsAt;
-  const std::string hap =
-      fails && strange < std::size(kStrangeNames) ? kStrangeNames[strange] : "ADC_Read";
+void startTable(unsigned long request) {
   words(trx::kTrxTableAdmitted, request);
   text(trx::kTrxTableName, "desk");
   text(trx::kDriverStart, "desk");
   words(trx::kCmdStart, request, 1);
   words(trx::kCmdHAP, request, 2);
   text(trx::kHAPExecNested, "PSU_Set");
+}
+
+void runRequest(unsigned long request, unsigned long number) {
+  const bool fails = number % kFailsAt == 5;
+  const std::size_t strange = number % (kFailsAt * kFailsStrangelyAt) / kFailsAt;
+  const std::string hap =
+      fails && strange < std::size(kStrangeNames) ? kStrangeNames[strange] : "ADC_Read";
+  startTable(request);
   text(trx::kHAPExecNestedUnit, "rack/rail" + std::to_string(number % 3));
   text(trx::kHAPExecNestedEnd, "PSU_Set");
   words(trx::kCmdHAP, request, 0x1f);
@@ -108,6 +113,7 @@ int main(int argc, char** argv) {
   for (std::thread& thread : threads) {
     thread.join();
   }
+  startTable(0x1000 + kThreads);
   kw::platform::closeTraceRing();
   return 0;
 }

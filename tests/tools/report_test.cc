@@ -35,18 +35,18 @@ class ReportTest : public ::testing::Test {
     rings.try_emplace(ring, gatherer, ring).first->second.take(tools::eventOf(record));
   }
 
-  void begin(const std::string& hap, std::uint32_t request) {
+  void start(const std::string& hap, std::uint32_t request) {
     write(trx::kTrxHAPName, {}, hap);
     write(trx::kTrxHAPAdmitted, {request});
   }
 
-  void runWell(const std::string& hap, std::uint32_t request) {
-    begin(hap, request);
+  void runThatSucceeds(const std::string& hap, std::uint32_t request) {
+    start(hap, request);
     write(trx::kTrxHAPDone, {}, hap);
   }
 
-  void runBadly(const std::string& hap, std::uint32_t request, std::uint32_t code) {
-    begin(hap, request);
+  void runThatFails(const std::string& hap, std::uint32_t request, std::uint32_t code) {
+    start(hap, request);
     write(trx::kHAPErrRequest, {request});
     write(trx::kHAPErrName, {}, hap);
     write(trx::kHAPErrDetail, {code, 8, 8, 8, 8});
@@ -58,7 +58,7 @@ class ReportTest : public ::testing::Test {
       builder.finish();
     }
     gatherer.finish(report);
-    report.begin_ns = kStartNs + 1000;
+    report.start_ns = kStartNs + 1000;
     report.end_ns = now_ns;
   }
 
@@ -93,41 +93,41 @@ TEST(TimeBucketsTest, FoldWithoutLosingACount) {
     EXPECT_GT(buckets.cells()[static_cast<std::size_t>(far / buckets.widthNs())], 0U) << far;
   }
   ++buckets.at(kStartNs - 1);
-  EXPECT_EQ(buckets.cells()[0], added) << "all but the last one, and the one before the begin";
+  EXPECT_EQ(buckets.cells()[0], added) << "all but the last one, and the one before the start";
 }
 
 TEST_F(ReportTest, EqualFailuresAreOneWithTheStoryOfTheLast) {
-  runBadly("PSU_Set", 0x11, 0x20003);
-  runWell("PSU_Set", 0x12);
-  const std::uint64_t well_ns = now_ns;
-  runBadly("PSU_Set", 0x13, 0x20003);
-  runBadly("PSU_Set", 0x14, 0x20004);
-  runWell("ADC_Read", 0x15);
+  runThatFails("PSU_Set", 0x11, 0x20003);
+  runThatSucceeds("PSU_Set", 0x12);
+  const std::uint64_t success_ns = now_ns;
+  runThatFails("PSU_Set", 0x13, 0x20003);
+  runThatFails("PSU_Set", 0x14, 0x20004);
+  runThatSucceeds("ADC_Read", 0x15);
   write(trx::kTrxContextRunning, {0x21});
   write(trx::kTrxContextRunning, {0x22});
   thread = 2;
-  runBadly("PSU_Set", 0x16, 0x20003);
+  runThatFails("PSU_Set", 0x16, 0x20003);
   const std::uint64_t last_ns = now_ns;
-  const json told = finished();
+  const json shown = finished();
   EXPECT_EQ(
-      told["requests"],
+      shown["requests"],
       (json{
           {"all", 8}, {"succeeded", 2}, {"failed", 4}, {"refused", 2}, {"waits", 0}, {"open", 0}}));
-  ASSERT_EQ(told["failures"].size(), 3U);
-  const json& first = told["failures"][0];
+  ASSERT_EQ(shown["failures"].size(), 3U);
+  const json& first = shown["failures"][0];
   EXPECT_EQ(first["count"], 3);
   EXPECT_EQ(first["lastNs"], last_ns - kStartNs - 1000);
-  EXPECT_EQ(first["wellBeforeNs"], nullptr);
-  EXPECT_EQ(first["wellAfterNs"], nullptr);
+  EXPECT_EQ(first["succeededBeforeNs"], nullptr);
+  EXPECT_EQ(first["succeededAfterNs"], nullptr);
   EXPECT_EQ(first["detailWords"], (json{"0xce4", "0x5"}));
   EXPECT_EQ(first["records"].size(), 6U);
-  EXPECT_EQ(told["kept"][first["last"].get<std::size_t>()]["request"], "0x16");
-  const json& refused = told["failures"][1];
+  EXPECT_EQ(shown["kept"][first["last"].get<std::size_t>()]["request"], "0x16");
+  const json& refused = shown["failures"][1];
   EXPECT_EQ(refused["count"], 2) << refused;
   EXPECT_EQ(refused["records"].size(), 1U);
-  const json& other = told["failures"][2];
+  const json& other = shown["failures"][2];
   EXPECT_EQ(other["code"], "0x20004");
-  EXPECT_EQ(other["wellBeforeNs"], well_ns - kStartNs - 1000);
+  EXPECT_EQ(other["succeededBeforeNs"], success_ns - kStartNs - 1000);
 }
 
 TEST_F(ReportTest, WhatDoesNotFitIsCounted) {
@@ -136,7 +136,7 @@ TEST_F(ReportTest, WhatDoesNotFitIsCounted) {
   for (int round = 0; round < rounds; ++round) {
     for (int kind = 0; kind < kinds; ++kind) {
       thread = static_cast<std::uint32_t>(1 + kind);
-      runBadly("A_" + std::to_string(kind * 5), 0x100, 0x20000);
+      runThatFails("A_" + std::to_string(kind * 5), 0x100, 0x20000);
     }
   }
   thread = 1;
@@ -147,17 +147,17 @@ TEST_F(ReportTest, WhatDoesNotFitIsCounted) {
     write(trx::kCmdStart, {0x100, row});
   }
   write(trx::kDriverNestLimit, {}, "long");
-  const json told = finished();
-  std::uint64_t failures = told["otherFailures"].get<std::uint64_t>();
-  for (const json& group : told["failures"]) {
+  const json shown = finished();
+  std::uint64_t failures = shown["otherFailures"].get<std::uint64_t>();
+  for (const json& group : shown["failures"]) {
     failures += group["count"].get<std::uint64_t>();
     EXPECT_LE(group["recent"].size(), 10U);
   }
   EXPECT_EQ(failures, kinds * rounds + 1);
-  EXPECT_EQ(told["requests"]["failed"], kinds * rounds + 1);
-  EXPECT_LT(told["kept"].size(), kinds * rounds / 2U);
+  EXPECT_EQ(shown["requests"]["failed"], kinds * rounds + 1);
+  EXPECT_LT(shown["kept"].size(), kinds * rounds / 2U);
   std::uint64_t requests = 0;
-  for (const json& lane : told["threads"]) {
+  for (const json& lane : shown["threads"]) {
     requests += lane["requests"].get<std::uint64_t>();
     for (const json& cell : lane["load"]) {
       failures -= cell[2].get<std::uint64_t>();
@@ -165,22 +165,22 @@ TEST_F(ReportTest, WhatDoesNotFitIsCounted) {
   }
   EXPECT_EQ(requests, kinds * rounds + 1);
   EXPECT_EQ(failures, 0U) << "each is in one bucket of the timeline";
-  EXPECT_EQ(told["threads"].size(), 65U);
-  const json& longest = told["kept"].back();
+  EXPECT_EQ(shown["threads"].size(), 65U);
+  const json& longest = shown["kept"].back();
   EXPECT_EQ(longest["slices"].size() + longest["slicesLeftOut"].get<std::size_t>(), 2001U);
 }
 
 TEST_F(ReportTest, EqualThreadsOfTwoRingsAreTwo) {
-  begin("A_Run", 0x11);
+  start("A_Run", 0x11);
   ring = 1;
-  runWell("B_Run", 0x11);
+  runThatSucceeds("B_Run", 0x11);
   ring = 0;
   write(trx::kTrxHAPDone, {}, "A_Run");
-  const json told = finished();
-  EXPECT_EQ(told["requests"]["succeeded"], 2);
-  EXPECT_EQ(told["threads"].size(), 2U);
-  EXPECT_EQ(told["kept"][0]["name"], "A_Run");
-  EXPECT_EQ(told["kept"][1]["ring"], 1);
+  const json shown = finished();
+  EXPECT_EQ(shown["requests"]["succeeded"], 2);
+  EXPECT_EQ(shown["threads"].size(), 2U);
+  EXPECT_EQ(shown["kept"][0]["name"], "A_Run");
+  EXPECT_EQ(shown["kept"][1]["ring"], 1);
 }
 
 TEST_F(ReportTest, NoNamesMakeThePageTooLarge) {
@@ -200,23 +200,23 @@ TEST_F(ReportTest, NoNamesMakeThePageTooLarge) {
     }
   }
   finish();
-  ASSERT_GT(tools::jsonOf(report).size(), 2 * tools::kPageMostBytes);
+  ASSERT_GT(tools::jsonOf(report).size(), 2 * tools::kMaxPageBytes);
   const auto bounded = [this] {
     const std::string text = tools::boundedJsonOf(report);
-    EXPECT_LT(tools::pageOf(text).size(), tools::kPageMostBytes);
+    EXPECT_LT(tools::pageOf(text).size(), tools::kMaxPageBytes);
     return json::parse(text);
   };
-  const json told = bounded();
-  EXPECT_EQ(told["leftOut"].size(), 1U);
-  std::uint64_t failures = told["otherFailures"].get<std::uint64_t>();
-  ASSERT_FALSE(told["failures"].empty());
-  for (const json& group : told["failures"]) {
+  const json shown = bounded();
+  EXPECT_EQ(shown["leftOut"].size(), 1U);
+  std::uint64_t failures = shown["otherFailures"].get<std::uint64_t>();
+  ASSERT_FALSE(shown["failures"].empty());
+  for (const json& group : shown["failures"]) {
     failures += group["count"].get<std::uint64_t>();
-    const json& last = told["kept"].at(group["last"].get<std::size_t>());
+    const json& last = shown["kept"].at(group["last"].get<std::size_t>());
     EXPECT_EQ(last["name"], group["name"]);
     EXPECT_EQ(last["slices"].size() + last["slicesLeftOut"].get<std::size_t>(), 601U);
   }
-  EXPECT_EQ(failures, told["requests"]["failed"].get<std::uint64_t>());
+  EXPECT_EQ(failures, shown["requests"]["failed"].get<std::uint64_t>());
 
   // Neither do lists of lines, or a single text.
   const std::string far_too_long(4000, '<');
@@ -229,8 +229,8 @@ TEST_F(ReportTest, NoNamesMakeThePageTooLarge) {
   EXPECT_EQ(bounded()["leftOut"].size(), 2U);
 }
 
-TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
-  const auto beginTable = [this](std::uint32_t request, const trx::TracePoint& row) {
+TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreShown) {
+  const auto startTable = [this](std::uint32_t request, const trx::TracePoint& row) {
     write(trx::kTrxTableAdmitted, {request});
     write(trx::kTrxTableName, {}, "desk");
     write(trx::kDriverStart, {}, "desk");
@@ -238,14 +238,14 @@ TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
     write(row, {request, 0x1f});
   };
   sequence = 1;
-  beginTable(0x11, trx::kCmdTable);
+  startTable(0x11, trx::kCmdTable);
   write(trx::kCmdTableName, {}, "desk");
   write(trx::kDriverNestLimit, {}, "desk");
-  beginTable(0x12, trx::kCmdHAP);
+  startTable(0x12, trx::kCmdHAP);
   sequence = 5;  // records are missing
-  runBadly("ADC_Read", 0x13, 0x20003);
+  runThatFails("ADC_Read", 0x13, 0x20003);
   thread = 2;
-  beginTable(0x14, trx::kCmdHAP);
+  startTable(0x14, trx::kCmdHAP);
   write(trx::kHAPExecNested, {}, "ADC_Read");
   now_ns += 5000000;
   write(trx::kHAPExecNestedEnd, {}, "ADC_Read");
@@ -256,17 +256,17 @@ TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
   row.id.number = 0x1f;
   row.command = tools::Command::kEnd;
   report.tables["desk"] = {"desk", "/board/desk.csv", {row}};
-  const json told = json::parse(tools::jsonOf(report));
+  const json shown = json::parse(tools::jsonOf(report));
   std::map<std::string, json> changes;
-  for (const json& group : told["failures"]) {
-    changes[told["kept"][group["last"].get<std::size_t>()]["request"]] = group["fileChanged"];
+  for (const json& group : shown["failures"]) {
+    changes[shown["kept"][group["last"].get<std::size_t>()]["request"]] = group["fileChanged"];
   }
   EXPECT_EQ(changes["0x11"][0], "desk.csv has changed since: it has no row 1 now");
   EXPECT_EQ(changes["0x11"][1].get<std::string>().find("desk.csv has changed since: row 1f is now"),
             0U);
   EXPECT_EQ(changes["0x13"].size(), 0U);
-  const json& open = told["kept"].back();
-  ASSERT_EQ(open["ending"], "open") << told["kept"];
+  const json& open = shown["kept"].back();
+  ASSERT_EQ(open["ending"], "open") << shown["kept"];
   EXPECT_EQ(open["lastRecord"], "0x14 runs row 0x20: HAP");
   EXPECT_EQ(
       open["message"].get<std::string>().find("its end is not in the ring; row desk/20 has not"),
@@ -278,7 +278,7 @@ TEST_F(ReportTest, ChangedTablesAndOpenRequestsAreTold) {
 
 TEST_F(ReportTest, NoNameEndsTheElementThatHoldsTheReport) {
   const std::string name = "</script><!--&\xe2\x80\xa8\xe2\x80\xa9\xe2\x80\xaa\xff\"\\";
-  runBadly(name, 0x11, 0x20003);
+  runThatFails(name, 0x11, 0x20003);
   finish();
   const std::string text = tools::jsonOf(report);
   EXPECT_EQ(text.find_first_of("<>&"), std::string::npos);

@@ -26,14 +26,14 @@ struct ReportOptions {
   FilterOptions requests;
 };
 
-/// The tables of `paths` and of the configuration, if that can be read: a report is most wanted
-/// when something is wrong.
+/// The tables of `paths` and of the configuration, if that can be read: a report is wanted above
+/// all when something is wrong.
 TableFlows tablesOf(const std::vector<std::string>& paths) {
   Configured found;
   try {
     found = configured();
   } catch (const std::runtime_error&) {
-    // The page tells what is wrong with the configuration.
+    // The page says what is wrong with the configuration.
   }
   return readTables(tableFilesOf(paths), found.tables).flows;
 }
@@ -57,7 +57,7 @@ int report(ReportOptions options) {
   const int status = readRings(reader, options.rings, false);
   gatherer.finish(report);
   report.records = reader.records();
-  report.begin_ns = reader.startNs();
+  report.start_ns = reader.startNs();
   report.end_ns = reader.endNs();
   report.threads = reader.threads();
   report.losses = reader.losses();
@@ -88,10 +88,10 @@ void describeReport(CommandOptions& command) {
 }
 
 const RegisteredCommand kReportCommand(
-    {"report", Group::kTraces, "Writes what trace rings tell as one page for a browser",
+    {"report", Group::kTraces, "Writes what happened in trace rings as one page for a browser",
      "The page needs nothing but itself: it can be sent by mail. It starts with the requests that "
-     "failed, equal ones as one; behind them stand a timeline, the tables with what ran of them, "
-     "figures, and the configuration of this machine.",
+     "failed, equal ones as one, and those that have not ended; then come what happened in each, a "
+     "timeline, the tables with what ran of them, figures, and the configuration of this machine.",
      "/var/board/trace.ring -o report.html", "the page is written", ""},
     describeReport);
 

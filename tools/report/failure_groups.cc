@@ -10,7 +10,7 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kTimesMost = 64;
+constexpr std::size_t kMaxTimes = 64;
 constexpr std::size_t kMaxSuccesses = 16;  // remembered of a name
 
 /// What equal failures have in common: all but the id of the request, which some events name.
@@ -34,33 +34,33 @@ std::string keyOf(const Request& request) {
 
 }  // namespace
 
-void FailureGroups::take(const KeptRequestPtr& request, KeptRecords&& records,
-                         std::uint64_t start_ns) {
+void FailureGroups::add(const KeptRequestPtr& request, KeptRecords&& records,
+                        std::uint64_t start_ns) {
   const Request& ended = request->request();
   const std::string key = keyOf(ended);
   auto found = groups_.find(key);
   if (found == groups_.end()) {
-    if (groups_.size() == kGroupsMost) {
+    if (groups_.size() == kMaxGroups) {
       ++others_;
       return;
     }
-    found = groups_.emplace(key, FailureGroup(start_ns, kTimesMost)).first;
+    found = groups_.emplace(key, FailureGroup(start_ns, kMaxTimes)).first;
     found->second.first_ns = ended.end_ns;
-    found->second.well_before_ns = lastSuccessNs(ended, ended.start_ns);
+    found->second.succeeded_before_ns = lastSuccessNs(ended, ended.start_ns);
   }
   FailureGroup& group = found->second;
   ++group.count;
   group.last_ns = ended.end_ns;
   ++group.times.at(ended.end_ns);
   group.recent.push_back(ended);
-  if (group.recent.size() > kRecentMost) {
+  if (group.recent.size() > kMaxRecent) {
     group.recent.pop_front();
   }
   group.last = request;
   group.records = std::move(records);
 }
 
-void FailureGroups::takeSuccess(const Request& request) {
+void FailureGroups::addSuccess(const Request& request) {
   std::deque<std::uint64_t>& ends_ns = successes_ns_[{request.kind, request.name}];
   ends_ns.push_back(request.end_ns);
   if (ends_ns.size() > kMaxSuccesses) {
@@ -79,12 +79,12 @@ std::uint64_t FailureGroups::lastSuccessNs(const Request& request, std::uint64_t
   return last_ns;
 }
 
-std::vector<FailureGroup> FailureGroups::taken() {
+std::vector<FailureGroup> FailureGroups::groups() {
   std::vector<FailureGroup> all;
   for (auto& [key, group] : groups_) {
-    const std::uint64_t well_ns =
+    const std::uint64_t success_ns =
         lastSuccessNs(group.last->request(), std::numeric_limits<std::uint64_t>::max());
-    group.well_after_ns = well_ns > group.last_ns ? well_ns : 0;
+    group.succeeded_after_ns = success_ns > group.last_ns ? success_ns : 0;
     all.push_back(std::move(group));
   }
   groups_.clear();

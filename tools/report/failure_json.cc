@@ -17,19 +17,19 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-/// The words of the detail of an error record, or of the data of the HAP API.
+/// The numbers of the detail of an error record, or of the data of the HAP API.
 std::vector<std::string> detailOf(const Failure& failure) {
-  std::vector<std::string> words;
-  for (const std::uint32_t word : failure.detail) {
-    words.push_back(hexText(word));
+  std::vector<std::string> numbers;
+  for (const std::uint32_t number : failure.detail) {
+    numbers.push_back(hexText(number));
   }
-  return words;
+  return numbers;
 }
 
-constexpr std::size_t kChangesMost = 5;
+constexpr std::size_t kMaxChanges = 5;
 
-/// How tables have changed since the request ran, in words as `changeText` has them, each once and
-/// the first few alone. None for a request of whose records some are missing or damaged: a damaged
+/// How tables have changed since the request ran, as `changeText` says it, each once and the first
+/// few alone. None for a request of whose records some are missing or damaged: a damaged
 /// record looks like another row.
 std::vector<std::string> changesSince(const KeptRequest& request, const RowFinder& finder) {
   std::vector<std::string> changes;
@@ -40,7 +40,7 @@ std::vector<std::string> changesSince(const KeptRequest& request, const RowFinde
     if (span.is_incomplete) {
       return {};
     }
-    if (!span.isRow() || changes.size() == kChangesMost) {
+    if (!span.isRow() || changes.size() == kMaxChanges) {
       continue;
     }
     const std::string change = changeText(finder.find(span), span);
@@ -74,8 +74,8 @@ class FailureWriter {
     json_.key("count").number(group.count);
     timed_.time("firstNs", group.first_ns);
     timed_.time("lastNs", group.last_ns);
-    timed_.timeOrNull("wellBeforeNs", group.well_before_ns);
-    timed_.timeOrNull("wellAfterNs", group.well_after_ns);
+    timed_.timeOrNull("succeededBeforeNs", group.succeeded_before_ns);
+    timed_.timeOrNull("succeededAfterNs", group.succeeded_after_ns);
     json_.member("kind", nameOf(request.kind)).member("name", request.name);
     json_.member("ending", nameOf(request.ending));
     json_.member("message", outcomeText(group.last->summary, report_.meaning));
@@ -122,7 +122,7 @@ class FailureWriter {
     json_.key("leftOutAt").number(records.first.size());
   }
 
-  /// What to do: by the code, or by the record that tells of a refusal.
+  /// What to do: by the code, or by the record of a refusal.
   void writeAdvice(const Failure& failure, const KeptRecords& records) {
     const CodeText* const code = findCode(failure.code);
     const TraceRecord& last = records.last.empty() ? records.first.back() : records.last.back();

@@ -9,22 +9,22 @@ namespace {
 
 using kw::platform::TraceRecord;
 
-constexpr std::size_t kLanesMost = 64;
-constexpr std::size_t kBucketsMost = 256;
+constexpr std::size_t kMaxLanes = 64;
+constexpr std::size_t kMaxBuckets = 256;
 
 /// Spreads a part of a request over the buckets that it was busy in.
 void addTo(TimeBuckets<ThreadLoad>& load, const Request::Part& part) {
   load.at(part.end_ns);  // from now on buckets are as wide as they have to be
   const std::uint64_t width_ns = load.widthNs();
-  for (std::uint64_t at_ns = std::max(part.start_ns, load.beginNs()); at_ns < part.end_ns;) {
-    const std::uint64_t bucket_end_ns = at_ns + width_ns - (at_ns - load.beginNs()) % width_ns;
+  for (std::uint64_t at_ns = std::max(part.start_ns, load.startNs()); at_ns < part.end_ns;) {
+    const std::uint64_t bucket_end_ns = at_ns + width_ns - (at_ns - load.startNs()) % width_ns;
     const std::uint64_t until_ns = std::min(bucket_end_ns, part.end_ns);
     load.at(at_ns).busy_ns += until_ns - at_ns;
     at_ns = until_ns;
   }
 }
 
-/// The first record of a request, or another one.
+/// Adds a further record of a request.
 void add(KeptRecords& records, const TraceRecord& record) {
   if (records.first.size() < kFirstRecords) {
     records.first.push_back(record);
@@ -45,7 +45,7 @@ void ReportGatherer::Figures::spanEnded(const Request& request, const Span& span
 }
 
 ReportGatherer::ReportGatherer(const TableFlows& tables, const RequestFilter& filter)
-    : RequestSummaries([this](const RequestSummary& summary) { takeSummary(summary); }),
+    : RequestSummaries([this](const RequestSummary& summary) { addSummary(summary); }),
       tables_(tables),
       filter_(filter),
       figures_(tables),
@@ -67,9 +67,9 @@ void ReportGatherer::spanEnded(const Request& request, const Span& span) {
   filtered_.spanEnded(request, span);
   RequestSummaries::spanEnded(request, span);
   Running& running = running_[request.serial];
-  if (running.spans.size() == kSlicesOfRequest) {
-    running.spans.erase(running.spans.begin(), running.spans.begin() + kSlicesOfRequest / 2);
-    running.spans_left_out += kSlicesOfRequest / 2;
+  if (running.spans.size() == kMaxSlices) {
+    running.spans.erase(running.spans.begin(), running.spans.begin() + kMaxSlices / 2);
+    running.spans_left_out += kMaxSlices / 2;
   }
   running.spans.push_back(span);
 }
@@ -79,7 +79,7 @@ void ReportGatherer::requestEnded(const Request& request) {
   RequestSummaries::requestEnded(request);
 }
 
-void ReportGatherer::takeSummary(const RequestSummary& summary) {
+void ReportGatherer::addSummary(const RequestSummary& summary) {
   const Request& request = summary.request;
   Running running = std::move(running_[request.serial]);
   running_.erase(request.serial);
@@ -93,11 +93,11 @@ void ReportGatherer::takeSummary(const RequestSummary& summary) {
   }
   const auto kept = std::make_shared<const KeptRequest>(
       KeptRequest{summary, std::move(running.spans), running.spans_left_out});
-  keeper_.take(kept);
+  keeper_.add(kept);
   if (request.hasFailed()) {
-    failures_.take(kept, std::move(running.records), start_ns_);
+    failures_.add(kept, std::move(running.records), start_ns_);
   } else if (request.ending == Ending::kSucceeded) {
-    failures_.takeSuccess(request);
+    failures_.addSuccess(request);
   }
 }
 
@@ -111,7 +111,7 @@ void ReportGatherer::count(const Request& request) {
     addTo(laneOf(request, part.thread_id).load, part);
   }
   const std::pair<Request::Kind, std::string> name{request.kind, request.name};
-  if (names_.size() == kNamesMost && names_.count(name) == 0) {
+  if (names_.size() == kMaxNames && names_.count(name) == 0) {
     ++other_names_;
     return;
   }
@@ -125,10 +125,10 @@ void ReportGatherer::count(const Request& request) {
 
 ThreadLane& ReportGatherer::laneOf(const Request& request, std::uint32_t thread_id) {
   ThreadId id{request.ring, request.process_id, thread_id};
-  if (lanes_.size() >= kLanesMost && lanes_.count(id) == 0) {
+  if (lanes_.size() >= kMaxLanes && lanes_.count(id) == 0) {
     id = {0, 0, 0};
   }
-  ThreadLane& lane = lanes_.emplace(id, ThreadLane(start_ns_, kBucketsMost)).first->second;
+  ThreadLane& lane = lanes_.emplace(id, ThreadLane(start_ns_, kMaxBuckets)).first->second;
   std::tie(lane.ring, lane.process_id, lane.thread_id) = id;
   return lane;
 }
@@ -137,13 +137,13 @@ void ReportGatherer::finish(Report& report) {
   report.unknown_rows = figures_.rows.unknown();
   report.left_out_runs = figures_.statistics.leftOut();
   report.requests = counts_;
-  report.failures = failures_.taken();
+  report.failures = failures_.groups();
   report.other_failures = failures_.others();
-  std::vector<KeptRequestPtr> told;
+  std::vector<KeptRequestPtr> last_failures;
   for (const FailureGroup& group : report.failures) {
-    told.push_back(group.last);
+    last_failures.push_back(group.last);
   }
-  report.kept = keeper_.taken(told);
+  report.kept = keeper_.requests(last_failures);
   for (auto& lane : lanes_) {
     report.lanes.push_back(std::move(lane.second));
   }

@@ -13,7 +13,7 @@ constexpr unsigned char kBefore[] = {
 constexpr unsigned char kBehind[] = {
 #include "report/page_behind.inc"
 };
-static_assert(sizeof(kBefore) + sizeof(kBehind) < kPageOwnBytes);
+static_assert(sizeof(kBefore) + sizeof(kBehind) < kMaxPageOwnBytes);
 
 }  // namespace
 

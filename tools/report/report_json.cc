@@ -25,7 +25,7 @@ struct LongestRow {
   std::uint64_t time_ns = 0;  ///< without that of tables which it called
 };
 
-/// The row that took most time, of the spans that are kept; none when no row is.
+/// The row that took the longest time, of the spans that are kept; none when no row is.
 std::optional<LongestRow> longestRowOf(const KeptRequest& request) {
   std::map<RowId, LongestRow> rows;
   std::optional<LongestRow> longest;
@@ -49,7 +49,7 @@ std::optional<LongestRow> longestRowOf(const KeptRequest& request) {
 class Writer {
  public:
   Writer(const Report& report, JsonWriter& json)
-      : report_(report), timed_(json, report.begin_ns), json_(json) {}
+      : report_(report), timed_(json, report.start_ns), json_(json) {}
 
   void write() {
     startOutput("report", json_);
@@ -71,8 +71,8 @@ class Writer {
     json_.member("tool", "trxctl " + report_.version);
     json_.member("made", localTimeText(static_cast<std::int64_t>(report_.made_s)));
     json_.texts("rings", report_.rings);
-    json_.member("originNs", std::to_string(report_.begin_ns));
-    json_.member("origin", localMicrosText(report_.begin_ns));
+    json_.member("originNs", std::to_string(report_.start_ns));
+    json_.member("origin", localMicrosText(report_.start_ns));
     timed_.time("endNs", report_.end_ns);
     json_.key("records").number(report_.records);
     json_.key("leftOutRuns").number(report_.left_out_runs);
@@ -196,7 +196,8 @@ class Writer {
       json_.key("process").number(lane.process_id);
       json_.key("thread").number(lane.thread_id).key("requests").number(all.requests);
       json_.key("failed").number(all.failed).key("bucketNs").number(lane.load.widthNs());
-      // Each: its place, requests that began in it, those of them that failed, time with a request.
+      // Each: its place, requests that started in it, those of them that failed, time with a
+      // request.
       json_.key("load").beginArray();
       for (std::size_t i = 0; i < cells.size(); ++i) {
         if (cells[i].requests != 0 || cells[i].busy_ns != 0) {
@@ -223,15 +224,15 @@ class Writer {
 
   /// Those with the longest time together first.
   void writeHAPs() {
-    const std::size_t most = report_.bounds.haps;
+    const std::size_t max = report_.bounds.haps;
     const auto haps = report_.statistics.byOwnTime(true);
     json_.key("haps").beginArray();
-    for (std::size_t i = 0; i < std::min(haps.size(), most); ++i) {
+    for (std::size_t i = 0; i < std::min(haps.size(), max); ++i) {
       json_.beginObject().member("name", haps[i]->first.name);
       writeFigures(haps[i]->second, json_);
       json_.endObject();
     }
-    json_.endArray().key("otherHaps").number(haps.size() - std::min(haps.size(), most));
+    json_.endArray().key("otherHaps").number(haps.size() - std::min(haps.size(), max));
   }
 
   void writeConfiguration() {

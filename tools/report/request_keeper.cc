@@ -13,19 +13,19 @@ constexpr std::size_t kMaxLongest = 20;
 
 }  // namespace
 
-void RequestKeeper::Newest::take(const KeptRequestPtr& request, std::size_t most) {
+void RequestKeeper::Newest::add(const KeptRequestPtr& request, std::size_t max_spans) {
   requests.push_back(request);
   spans += request->spans.size() + 1;
-  while (spans > most && requests.size() > 1) {
+  while (spans > max_spans && requests.size() > 1) {
     spans -= requests.front()->spans.size() + 1;
     requests.pop_front();
   }
 }
 
-void RequestKeeper::take(const KeptRequestPtr& request) {
-  all_.take(request, kMaxSpans);
+void RequestKeeper::add(const KeptRequestPtr& request) {
+  all_.add(request, kMaxSpans);
   if (request->request().hasFailed()) {
-    failed_.take(request, kMaxFailedSpans);
+    failed_.add(request, kMaxFailedSpans);
   }
   const std::uint64_t duration_ns = request->request().durationNs();
   if (longest_.size() < kMaxLongest || duration_ns > longest_.begin()->first) {
@@ -36,7 +36,7 @@ void RequestKeeper::take(const KeptRequestPtr& request) {
   }
 }
 
-std::vector<KeptRequestPtr> RequestKeeper::taken(const std::vector<KeptRequestPtr>& others) {
+std::vector<KeptRequestPtr> RequestKeeper::requests(const std::vector<KeptRequestPtr>& others) {
   std::vector<KeptRequestPtr> kept = others;
   kept.insert(kept.end(), all_.requests.begin(), all_.requests.end());
   kept.insert(kept.end(), failed_.requests.begin(), failed_.requests.end());

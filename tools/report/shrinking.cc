@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Keeps the page of a report below its greatest size.
+// Keeps the page of a report below its maximum size.
 #include <algorithm>
 #include <memory>
 #include <set>
@@ -11,11 +11,11 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kAllSlicesMost = 32768;  ///< of all requests together
-constexpr std::size_t kLinesMost = 2048;
+constexpr std::size_t kMaxAllSlices = 32768;  ///< of all requests together
+constexpr std::size_t kMaxLines = 2048;
 constexpr std::size_t kProblemBytes = 4000;
 /// With so many halvings nothing is left of any list.
-constexpr unsigned int kStepsMost = 20;
+constexpr unsigned int kMaxSteps = 20;
 
 /// Halves the bounds of one report, again with each step.
 class Shrinker {
@@ -26,7 +26,7 @@ class Shrinker {
     ++steps_;
     keepLessFailures();
     keepLessRequests();
-    while (report_.names.size() > bound(kNamesMost)) {
+    while (report_.names.size() > bound(kMaxNames)) {
       report_.other_names += report_.names.back().durations.count();
       report_.names.pop_back();
     }
@@ -36,25 +36,25 @@ class Shrinker {
     lines_ += cut(report_.configuration.entries) + cut(report_.machine) + cut(report_.rings);
     std::string& problem = report_.configuration.problem;
     problem.resize(std::min(problem.size(), kProblemBytes));
-    report_.left_out = words();
+    report_.left_out = sentences();
   }
 
-  bool isDone() const { return steps_ == kStepsMost; }
+  bool isDone() const { return steps_ == kMaxSteps; }
 
  private:
-  std::size_t bound(std::size_t most) const { return most >> steps_; }
+  std::size_t bound(std::size_t max) const { return max >> steps_; }
 
-  /// Leaves the first ones; returns how many it takes away.
+  /// Leaves the first ones; returns how many it removes.
   template <typename Line>
   std::size_t cut(std::vector<Line>& lines) const {
-    const std::size_t left = std::min(lines.size(), bound(kLinesMost));
-    const std::size_t taken = lines.size() - left;
+    const std::size_t left = std::min(lines.size(), bound(kMaxLines));
+    const std::size_t removed = lines.size() - left;
     lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(left), lines.end());
-    return taken;
+    return removed;
   }
 
   void keepLessFailures() {
-    while (report_.failures.size() > bound(kGroupsMost)) {
+    while (report_.failures.size() > bound(kMaxGroups)) {
       report_.other_failures += report_.failures.back().count;
       report_.failures.pop_back();
     }
@@ -67,7 +67,7 @@ class Shrinker {
       records.first.resize(first);
       records.last.erase(records.last.begin(),
                          records.last.end() - static_cast<std::ptrdiff_t>(last));
-      while (group.recent.size() > bound(kRecentMost)) {
+      while (group.recent.size() > bound(kMaxRecent)) {
         group.recent.pop_front();
       }
     }
@@ -79,13 +79,13 @@ class Shrinker {
     for (const FailureGroup& group : report_.failures) {
       chosen.insert(group.last);
     }
-    std::size_t room = bound(kAllSlicesMost);
+    std::size_t slices_left = bound(kMaxAllSlices);
     for (const bool is_open : {true, false}) {
       for (auto at = report_.kept.rbegin(); at != report_.kept.rend(); ++at) {
-        const std::size_t size = 1 + std::min((*at)->spans.size(), bound(kSlicesOfRequest));
-        if (((*at)->request().ending == Ending::kOpen) == is_open && size <= room &&
+        const std::size_t size = 1 + std::min((*at)->spans.size(), bound(kMaxSlices));
+        if (((*at)->request().ending == Ending::kOpen) == is_open && size <= slices_left &&
             chosen.insert(*at).second) {
-          room -= size;
+          slices_left -= size;
         }
       }
     }
@@ -103,31 +103,32 @@ class Shrinker {
 
   /// With its last slices alone.
   KeptRequestPtr trimmed(const KeptRequestPtr& request) const {
-    const std::size_t most = bound(kSlicesOfRequest);
-    if (request->spans.size() <= most) {
+    const std::size_t max = bound(kMaxSlices);
+    if (request->spans.size() <= max) {
       return request;
     }
-    const std::size_t cut = request->spans.size() - most;
+    const std::size_t cut = request->spans.size() - max;
     const auto first = request->spans.begin() + static_cast<std::ptrdiff_t>(cut);
     return std::make_shared<const KeptRequest>(KeptRequest{
         request->summary, {first, request->spans.end()}, request->spans_left_out + cut});
   }
 
-  std::vector<std::string> words() const {
+  std::vector<std::string> sentences() const {
     const auto text = [](std::size_t number) { return std::to_string(number); };
-    std::vector<std::string> words{
+    std::vector<std::string> sentences{
         "With all that it could show the page would be larger than 5 MB. So it shows at most " +
-        text(bound(kGroupsMost)) + " kinds of failures, " + text(bound(kSlicesOfRequest)) +
+        text(bound(kMaxGroups)) + " kinds of failures, " + text(bound(kMaxSlices)) +
         " steps of a request, " + text(bound(kFirstRecords) + bound(kLastRecords)) +
-        " records of a failure, " + text(bound(kAllSlicesMost)) + " steps of all requests, " +
-        text(bound(kNamesMost)) + " names of requests, " + text(report_.bounds.haps) + " HAPs, " +
+        " records of a failure, " + text(bound(kMaxAllSlices)) + " steps of all requests, " +
+        text(bound(kMaxNames)) + " names of requests, " + text(report_.bounds.haps) + " HAPs, " +
         text(report_.bounds.tables) + " tables and " + text(report_.bounds.rows) +
         " rows of tables."};
     if (lines_ != 0) {
-      words.push_back("Left out of the lists of the configuration, the machine and the rings: " +
-                      text(lines_) + " lines.");
+      sentences.push_back(
+          "Left out of the lists of the configuration, the machine and the rings: " + text(lines_) +
+          " lines.");
     }
-    return words;
+    return sentences;
   }
 
   Report& report_;
@@ -138,9 +139,9 @@ class Shrinker {
 }  // namespace
 
 std::string boundedJsonOf(Report& report) {
-  constexpr std::size_t most = kPageMostBytes - kPageOwnBytes;
+  constexpr std::size_t max = kMaxPageBytes - kMaxPageOwnBytes;
   std::string json = jsonOf(report);
-  for (Shrinker shrinker(report); json.size() > most && !shrinker.isDone();) {
+  for (Shrinker shrinker(report); json.size() > max && !shrinker.isDone();) {
     shrinker.step();
     json = jsonOf(report);
   }

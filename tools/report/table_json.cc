@@ -19,11 +19,11 @@ constexpr unsigned int kAll = 100;
 using Figures = std::map<Work, WorkFigures>;
 using Entries = std::vector<const Figures::value_type*>;
 
-/// Writes the tables as long as there is room for rows.
+/// Writes the tables until there are as many rows as the report may have.
 class TableWriter {
  public:
   TableWriter(const Report& report, JsonWriter& json)
-      : report_(report), json_(json), room_(report.bounds.rows) {
+      : report_(report), json_(json), rows_left_(report.bounds.rows) {
     const RowFinder finder(report.tables);
     for (const auto& one : report.statistics.all()) {
       const Work& work = one.first;
@@ -42,9 +42,9 @@ class TableWriter {
 
   void write() {
     const std::vector<std::string> names = drawn();
-    const std::size_t most = report_.bounds.tables;
+    const std::size_t max = report_.bounds.tables;
     json_.key("tables").beginArray();
-    for (std::size_t i = 0; i < std::min(names.size(), most); ++i) {
+    for (std::size_t i = 0; i < std::min(names.size(), max); ++i) {
       const std::string& name = names[i];
       const auto flow = report_.tables.find(name);
       json_.beginObject().member("name", name);
@@ -64,14 +64,14 @@ class TableWriter {
         others.push_back(name);
       }
     }
-    std::size_t left_out = names.size() - std::min(names.size(), most);
-    left_out += others.size() - std::min(others.size(), most);
-    others.resize(std::min(others.size(), most));
+    std::size_t left_out = names.size() - std::min(names.size(), max);
+    left_out += others.size() - std::min(others.size(), max);
+    others.resize(std::min(others.size(), max));
     json_.texts("tablesNotRun", others).key("tablesLeftOut").number(left_out);
   }
 
  private:
-  /// Those that ran and those that they call; those that failed most first.
+  /// Those that ran and those that they call; by their failures, downwards.
   std::vector<std::string> drawn() const {
     std::vector<std::string> names;
     std::set<std::string> all;
@@ -107,15 +107,15 @@ class TableWriter {
     const auto runs = [&](std::size_t at) {
       return counts == report_.counts.end() ? 0 : counts->second[at].runs;
     };
-    const bool all = flow.rows.size() <= room_;
+    const bool all = flow.rows.size() <= rows_left_;
     std::uint64_t left_out = 0;
     json_.member("file", absolutePath(flow.file)).key("rows").beginArray();
     for (std::size_t at = 0; at < flow.rows.size(); ++at) {
-      if ((!all && runs(at) == 0) || room_ == 0) {
+      if ((!all && runs(at) == 0) || rows_left_ == 0) {
         ++left_out;
         continue;
       }
-      --room_;
+      --rows_left_;
       writeRow(flow, at, counts == report_.counts.end() ? RowCounts() : counts->second[at]);
     }
     json_.endArray().key("foreign").beginArray();
@@ -156,15 +156,15 @@ class TableWriter {
     json_.key("foreign").beginArray().endArray();
   }
 
-  /// Rows as their runs told of them. Returns how many have no room.
+  /// Rows as they ran. Returns how many are left out.
   std::uint64_t writeRows(const Entries& entries) {
     std::uint64_t left_out = 0;
     for (const Figures::value_type* const one : entries) {
-      if (room_ == 0) {
+      if (rows_left_ == 0) {
         ++left_out;
         continue;
       }
-      --room_;
+      --rows_left_;
       json_.beginObject().member("number", hexDigits(one->first.row.number));
       json_.member("rowCommand", wordOf(one->first.command)).member("name", one->first.name);
       json_.key("runs").number(one->second.calls);
@@ -178,9 +178,9 @@ class TableWriter {
   JsonWriter& json_;
   std::map<std::string, Entries> by_table_;
   std::map<std::string, Entries> foreign_;  // rows that do not stand so in the file
-  /// Runs of a row whose HAP is not told, as they were cut off, are figures of their own.
+  /// Runs that were cut off before the record of their HAP are figures of their own.
   std::map<const FlowRow*, std::vector<const WorkFigures*>> figures_;
-  std::size_t room_;
+  std::size_t rows_left_;
 };
 
 }  // namespace

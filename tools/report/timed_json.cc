@@ -4,7 +4,7 @@
 namespace kw::trx::tools {
 
 JsonWriter& TimedJson::time(const char* name, std::uint64_t time_ns) const {
-  return json_.key(name).number(time_ns > begin_ns_ ? time_ns - begin_ns_ : 0);
+  return json_.key(name).number(time_ns > start_ns_ ? time_ns - start_ns_ : 0);
 }
 
 JsonWriter& TimedJson::timeOrNull(const char* name, std::uint64_t time_ns) const {

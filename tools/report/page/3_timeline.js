@@ -14,17 +14,17 @@ function keyOf({ring, process, thread}) {
   return `${ring}/${process}/${thread}`;
 }
 
-/// The least step of times that people count in which is not below `least`.
-function stepOf(least) {
+/// The smallest step of times that people count in which is at least `min`.
+function stepOf(min) {
   const minute = 60e9;
   const day = 86400e9;
   const long = [1e9, 2e9, 5e9, 10e9, 15e9, 30e9, minute, 2 * minute, 5 * minute, 10 * minute, 15 * minute, 30 * minute,
     60 * minute, 120 * minute, 180 * minute, 360 * minute, 720 * minute, day];
-  if (least > 0.5e9) {
-    return long.find((step) => step >= least) || day * Math.ceil(least / day);
+  if (min > 0.5e9) {
+    return long.find((step) => step >= min) || day * Math.ceil(min / day);
   }
-  const power = 10 ** Math.floor(Math.log10(Math.max(1, least)));
-  return [1, 2, 5, 10].map((factor) => power * factor).find((step) => step >= least);
+  const power = 10 ** Math.floor(Math.log10(Math.max(1, min)));
+  return [1, 2, 5, 10].map((factor) => power * factor).find((step) => step >= min);
 }
 
 class Timeline {
@@ -55,7 +55,7 @@ class Timeline {
   make() {
     this.axis = draw('svg', {height: 24, 'aria-hidden': 'true'});
     this.picture = draw('svg', {height: this.height, role: 'img'});
-    this.told = make('div', {class: 'told', role: 'status', 'aria-live': 'polite'});
+    this.status = make('div', {class: 'status', role: 'status', 'aria-live': 'polite'});
     this.lanesBox = make('div', {class: 'lanes'}, this.picture);
     this.box = make('div', {
       id: 'line', tabindex: '0', role: 'group', 'aria-label': 'Timeline of the threads',
@@ -88,7 +88,7 @@ class Timeline {
 
   say() {
     if (this.chosen < 0) {
-      this.told.replaceChildren(`Shows ${exactly(this.from)} to ${exactly(this.to)}, ${duration(this.to - this.from)}.`);
+      this.status.replaceChildren(`Shows ${exactly(this.from)} to ${exactly(this.to)}, ${duration(this.to - this.from)}.`);
     }
   }
 
@@ -127,7 +127,7 @@ class Timeline {
     if (at >= 0 && at < report.kept.length) {
       this.choose(at, true);
     } else {
-      this.told.replaceChildren(`There is no ${step > 0 ? 'later' : 'earlier'} ${failed ? 'failure' : 'request'} here.`);
+      this.status.replaceChildren(`There is no ${step > 0 ? 'later' : 'earlier'} ${failed ? 'failure' : 'request'} here.`);
     }
   }
 
@@ -143,11 +143,11 @@ class Timeline {
       this.render();
     }
     const group = report.failures.findIndex((one) => one.last === at);
-    this.told.replaceChildren(
-      make('strong', {}, nameOf(request)), ` began ${exactly(request.startNs)}, took ${duration(request.endNs - request.startNs)}, `
+    this.status.replaceChildren(
+      make('strong', {}, nameOf(request)), ` started ${exactly(request.startNs)}, took ${duration(request.endNs - request.startNs)}, `
       + `process/thread ${whereOf(request)}, request ${idOf(request)}: `,
       make('span', {class: request.ending === 'succeeded' ? 'good' : 'bad'}, request.message || request.ending),
-      group < 0 ? '' : [' ', make('a', {href: '#failure-' + (group + 1)}, 'Its story')]);
+      ...(group < 0 ? [] : [' ', make('a', {href: '#failure-' + (group + 1)}, 'Its story')]));
   }
 
   show(at) {
@@ -222,8 +222,8 @@ class Timeline {
   /// Times at the top and their lines.
   ticks() {
     const span = this.to - this.from;
-    const most = Math.max(2, Math.floor(this.width / 130));
-    const step = stepOf(span / most);
+    const labelsMax = Math.max(2, Math.floor(this.width / 130));
+    const step = stepOf(span / labelsMax);
     const offset = (originMicros % MICROS_PER_DAY * 1000 + originNanos) % step;
     const lines = [];
     const labels = [];
@@ -232,9 +232,9 @@ class Timeline {
       const x = this.x(at);
       lines.push(draw('line', {class: 'grid', x1: x, x2: x, y1: 0, y2: this.height}));
       const [date, time, nanos] = wall(Math.max(0, Math.round(at)));
-      const words = step >= 86400e9 ? date : (time + nanos).slice(0, digits);
+      const text = step >= 86400e9 ? date : (time + nanos).slice(0, digits);
       if (x > 2 && x < this.width - 80) {
-        labels.push(draw('line', {class: 'grid', x1: x, x2: x, y1: 16, y2: 24}), draw('text', {class: 'soft', x: x + 3, y: 16}, words));
+        labels.push(draw('line', {class: 'grid', x1: x, x2: x, y1: 16, y2: 24}), draw('text', {class: 'soft', x: x + 3, y: 16}, text));
       }
     }
     this.axis.replaceChildren(...labels);
@@ -310,10 +310,10 @@ class Timeline {
     parts.push(draw('rect', {class: kind + chosen, x: left.toFixed(2), y, width: width.toFixed(2),
       height: STEP - 2, rx: Math.min(2, width / 3).toFixed(1), 'data-at': at},
     draw('title', {}, `${slice.title}, ${duration(slice.endNs - slice.startNs)}`)));
-    const room = Math.floor((width - 8) / 6.6);
-    if (room >= 4) {
-      const words = slice.title.length > room ? slice.title.slice(0, room - 1) + '…' : slice.title;
-      parts.push(draw('text', {class: 'in on-' + (slice.failed ? 'failed' : slice.kind), x: Math.max(left, 0) + 4, y: y + 11}, words));
+    const letters = Math.floor((width - 8) / 6.6);
+    if (letters >= 4) {
+      const text = slice.title.length > letters ? slice.title.slice(0, letters - 1) + '…' : slice.title;
+      parts.push(draw('text', {class: 'in on-' + (slice.failed ? 'failed' : slice.kind), x: Math.max(left, 0) + 4, y: y + 11}, text));
     }
   }
 }
@@ -322,8 +322,8 @@ let timeline = null;
 
 function showTimeline() {
   timeline = new Timeline();
-  const button = (words, label, action) => {
-    const made = make('button', {type: 'button', 'aria-label': label}, words);
+  const button = (text, label, action) => {
+    const made = make('button', {type: 'button', 'aria-label': label}, text);
     made.addEventListener('click', action);
     return made;
   };
@@ -338,14 +338,14 @@ function showTimeline() {
     ' move, ', key('0'), ' all, ', key('n'), ' ', key('p'), ' next and previous failure, ', key('.'), ' ', key(','),
     ' next and previous request. A drag moves; two fingers or Ctrl with the wheel zoom.');
   const legend = make('div', {class: 'legend'}, [['load', 'how busy'], ['request', 'request'], ['table', 'table'], ['row', 'row'],
-    ['hap', 'HAP'], ['failed', 'failed']].map(([kind, words]) =>
-    make('span', {}, draw('svg', {viewBox: '0 0 12 12', 'aria-hidden': 'true'}, draw('rect', {class: 'k-' + kind, width: 12, height: 12, rx: 2})), words)));
+    ['hap', 'HAP'], ['failed', 'failed']].map(([kind, text]) =>
+    make('span', {}, draw('svg', {viewBox: '0 0 12 12', 'aria-hidden': 'true'}, draw('rect', {class: 'k-' + kind, width: 12, height: 12, rx: 2})), text)));
   const folded = report.requests.all - report.kept.length;
   section('timeline', 'Timeline',
     make('p', {class: 'soft'}, folded <= 0 ? 'All requests are here with what ran in them.'
-      : `The bars at the top of each thread tell of all ${count(report.requests.all)} requests. ${count(report.kept.length)} are kept with what `
+      : `The bars at the top of each thread count all ${count(report.requests.all)} requests. ${count(report.kept.length)} are kept with what `
         + `ran in them: the last ones, the last that failed, and the longest. The other ${count(folded)} are folded into the bars.`),
-    keys, make('div', {class: 'box'}, tools, timeline.box, legend, timeline.told));
+    keys, make('div', {class: 'box'}, tools, timeline.box, legend, timeline.status));
   timeline.render();
   timeline.say();
 }

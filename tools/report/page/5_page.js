@@ -11,21 +11,21 @@ function showHead() {
   const [date, from] = wall(0);
   const [lastDate, to] = wall(report.endNs);
   const facts = [['succeeded', requests.succeeded, 'good'], ['failed', requests.failed, 'bad'], ['refused', requests.refused, 'bad'],
-    ['waiting at the requester', requests.waits, ''], ['not ended', requests.open, 'odd']]
+    ['waiting at the requester', requests.waits, ''], ['not ended', requests.open, 'suspect']]
     .filter(([, number]) => number > 0)
-    .map(([words, number, kind]) => make('li', {}, make('b', {class: kind}, count(number)), ' ' + words));
+    .map(([text, number, kind]) => make('li', {}, make('b', {class: kind}, count(number)), ' ' + text));
   document.getElementById('head').append(
-    make('h1', {class: bad > 0 ? 'bad' : requests.open > 0 ? 'odd' : requests.all > 0 ? 'good' : undefined}, title),
+    make('h1', {class: bad > 0 ? 'bad' : requests.open > 0 ? 'suspect' : requests.all > 0 ? 'good' : undefined}, title),
     make('p', {}, make('strong', {}, report.rings.join(', '))),
     report.records === 0 ? make('p', {class: 'soft'}, 'There is no record in it.')
       : make('p', {class: 'soft'}, `${date} ${from.slice(0, 8)} to ${date === lastDate ? '' : lastDate + ' '}${to.slice(0, 8)} ${zone}, `
         + `${duration(report.endNs)}, ${several(report.records, 'record', 'records')}`),
     make('ul', {class: 'facts', id: 'counts'}, facts),
-    ...report.missing.concat(report.leftOut).map((words) => make('p', {class: 'note', role: 'note'}, words)));
+    ...report.missing.concat(report.leftOut).map((text) => make('p', {class: 'note', role: 'note'}, text)));
 }
 
-const FIGURE_COLUMNS = [['calls', 'number'], ['failures', 'number'], ['least', 'number'], ['median', 'number'], ['99 %', 'number'],
-  ['longest', 'number'], ['together', 'number']];
+const FIGURE_COLUMNS = [['calls', 'number'], ['failures', 'number'], ['min', 'number'], ['median', 'number'], ['99 %', 'number'],
+  ['max', 'number'], ['sum', 'number']];
 
 function figures(one) {
   const number = one.calls === undefined ? one.count : one.calls;
@@ -35,40 +35,41 @@ function figures(one) {
 }
 
 function showStatistics() {
-  const names = dataTable('Requests by name', [['request', 'name'], ...FIGURE_COLUMNS],
+  const names = () => dataTable({text: 'Requests by name', unseen: true}, [['request', 'name'], ...FIGURE_COLUMNS],
     report.names.map((one) => [nameOf({...one, mode: ''}), ...figures(one)]));
-  const haps = dataTable('HAPs, those with the most time of their own first',
+  const haps = () => dataTable({text: 'HAPs', unseen: true},
     [['HAP', 'name'], ...FIGURE_COLUMNS, ['its own time', 'number'], ['held the lock', 'number'], ['waited for it', 'number']],
     report.haps.map((one) => [one.name, ...figures(one), duration(one.ownNs), duration(one.lockNs), duration(one.lockWaitNs)]));
   const longest = report.kept.slice().sort((a, b) => (b.endNs - b.startNs) - (a.endNs - a.startNs)).slice(0, 20);
-  const slow = dataTable('The longest requests', [['request', 'name'], ['took', 'number'], ['began', 'time'], ['process/thread'], ['id'], ['outcome']],
+  const slow = () => dataTable({text: 'The longest requests', unseen: true}, [['request', 'name'], ['took', 'number'], ['started', 'time'], ['process/thread'], ['id'], ['outcome']],
     longest.map((one) => [nameOf(one), duration(one.endNs - one.startNs), exactly(one.startNs), whereOf(one), idOf(one),
       one.ending]));
-  section('statistics', 'Statistics', scrolled(names, 'Requests by name'),
+  const part = (title, label, table) => closedWhenNarrow(title, () => [scrolled(table(), label)]);
+  section('statistics', 'Statistics', part('Requests by name', 'Requests by name', names),
     report.otherNames === 0 ? '' : make('p', {class: 'note'}, `${several(report.otherNames, 'request', 'requests')} of further names are only counted.`),
-    scrolled(haps, 'HAPs'),
+    part('HAPs, the longest time of their own first', 'HAPs', haps),
     report.otherHaps === 0 ? '' : make('p', {class: 'note'}, `${several(report.otherHaps, 'further HAP is', 'further HAPs are')} left out.`),
-    scrolled(slow, 'The longest requests'));
+    part('The longest requests', 'The longest requests', slow));
 }
 
 function showConfiguration() {
   const {configuration} = report;
   const origin = (entry) => entry.file === '' ? 'default' : `${entry.file}:${entry.line}`;
-  const values = dataTable({text: 'Values', unseen: true}, [['key'], ['value'], ['from']],
+  const values = () => dataTable({text: 'Values', unseen: true}, [['key'], ['value'], ['from']],
     configuration.values.map((entry) => [make('span', {class: 'code'}, entry.key), make('span', {class: 'code'}, entry.message), origin(entry)]), true);
   section('configuration', 'Configuration',
     make('p', {class: 'soft'}, `As it was on the machine of this report, ${report.made}.`),
     configuration.problem === '' ? '' : make('p', {class: 'note'}, configuration.problem),
     configuration.warnings.map((entry) => make('p', {class: 'note'}, `${origin(entry)}: ${entry.message}`)),
-    configuration.values.length === 0 ? '' : make('div', {class: 'box', id: 'values'}, values));
+    configuration.values.length === 0 ? '' : closedWhenNarrow('Values', () => [values()]));
 }
 
 function showMachine() {
-  const kinds = {ok: 'good', warning: 'odd', error: 'bad'};
+  const kinds = {ok: 'good', warning: 'suspect', error: 'bad'};
   section('machine', 'Versions and machine',
     make('p', {class: 'soft'}, `What trxctl doctor found on the machine of this report, ${report.made}.`),
-    make('div', {class: 'box'}, dataTable({text: 'Findings', unseen: true}, [['subject'], ['verdict'], ['what was found'], ['what to do']],
-      report.machine.map((one) => [one.subject, make('span', {class: kinds[one.severity]}, one.severity), one.message, one.advice]), true)));
+    closedWhenNarrow('Findings', () => [dataTable({text: 'Findings', unseen: true}, [['subject'], ['verdict'], ['what was found'], ['what to do']],
+      report.machine.map((one) => [one.subject, make('span', {class: kinds[one.severity]}, one.severity), one.message, one.advice]), true)]));
 }
 
 /// What is not shown one by one.
@@ -81,8 +82,8 @@ function showLeftOut() {
     report.tablesLeftOut > 0 ? `${several(report.tablesLeftOut, 'table is', 'tables are')} not shown.` : '',
     ...report.leftOut,
     ...report.missing,
-  ].filter((words) => words !== '');
-  section('left-out', 'Left out', facts.length === 0 ? make('p', {}, 'Nothing.') : make('ul', {}, facts.map((words) => make('li', {}, words))));
+  ].filter((text) => text !== '');
+  section('left-out', 'Left out', facts.length === 0 ? make('p', {}, 'Nothing.') : make('ul', {}, facts.map((text) => make('li', {}, text))));
 }
 
 function makeRest() {
@@ -112,6 +113,7 @@ function openTarget() {
 showHead();
 showFailures();
 showOpen();
+showStories();
 showTimeline();
 showTables();
 showStatistics();

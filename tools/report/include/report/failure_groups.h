@@ -15,14 +15,14 @@ namespace kw::trx::tools {
 
 class FailureGroups {
  public:
-  /// Takes a request that failed or was refused. `start_ns`: of all records.
-  void take(const KeptRequestPtr& request, KeptRecords&& records, std::uint64_t start_ns);
+  /// Adds a request that failed or was refused. `start_ns`: of all records.
+  void add(const KeptRequestPtr& request, KeptRecords&& records, std::uint64_t start_ns);
 
-  /// Takes one that succeeded.
-  void takeSuccess(const Request& request);
+  /// Adds one that succeeded.
+  void addSuccess(const Request& request);
 
   /// The groups, the most frequent ones first; to be called once.
-  std::vector<FailureGroup> taken();
+  std::vector<FailureGroup> groups();
 
   /// Failures of no group, as there are too many of these.
   std::uint64_t others() const { return others_; }

@@ -21,10 +21,10 @@
 
 namespace kw::trx::tools {
 
-/// Keeps a bounded part of what rings tell.
+/// Keeps a bounded part of what rings hold.
 class ReportGatherer : public RequestSummaries {
  public:
-  /// `tables`: those that the records may tell of. They and `filter` must outlive it.
+  /// `tables`: those that the records may be of. They and `filter` must outlive it.
   ReportGatherer(const TableFlows& tables, const RequestFilter& filter);
   ReportGatherer(const ReportGatherer&) = delete;
   ReportGatherer& operator=(const ReportGatherer&) = delete;
@@ -35,7 +35,7 @@ class ReportGatherer : public RequestSummaries {
   void spanEnded(const Request& request, const Span& span) override;
   void requestEnded(const Request& request) override;
 
-  /// Writes into `report` what was told; to be called once, behind the end of all.
+  /// Writes into `report` what was gathered; to be called once, behind the end of all.
   void finish(Report& report);
 
  private:
@@ -49,7 +49,7 @@ class ReportGatherer : public RequestSummaries {
     KeptRecords records;
   };
 
-  void takeSummary(const RequestSummary& summary);
+  void addSummary(const RequestSummary& summary);
   void count(const Request& request);
   ThreadLane& laneOf(const Request& request, std::uint32_t thread_id);
 

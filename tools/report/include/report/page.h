@@ -16,12 +16,12 @@ namespace kw::trx::tools {
 /// written by their numbers.
 std::string jsonOf(const Report& report);
 
-/// The greatest size of a page, and what its own parts around the report may take of it.
-constexpr std::size_t kPageMostBytes = 5000000;
-constexpr std::size_t kPageOwnBytes = 100000;
+/// The maximum size of a page, and how much of it its own parts around the report may have.
+constexpr std::size_t kMaxPageBytes = 5000000;
+constexpr std::size_t kMaxPageOwnBytes = 100000;
 
-/// The report as `jsonOf` writes it, so small that its page is below `kPageMostBytes`. As long as
-/// it would not be, the bounds of what the report holds are halved; `report` then tells what is
+/// The report as `jsonOf` writes it, so small that its page is below `kMaxPageBytes`. As long as
+/// it would not be, the bounds of what the report holds are halved; `report` then says what is
 /// left out.
 std::string boundedJsonOf(Report& report);
 

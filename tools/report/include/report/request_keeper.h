@@ -16,10 +16,10 @@ namespace kw::trx::tools {
 /// Keeps the last requests, the last ones that failed, and the longest.
 class RequestKeeper {
  public:
-  void take(const KeptRequestPtr& request);
+  void add(const KeptRequestPtr& request);
 
-  /// Those kept, and `others`, each once, in the order of their begins.
-  std::vector<KeptRequestPtr> taken(const std::vector<KeptRequestPtr>& others);
+  /// Those kept, and `others`, each once, in the order of their starts.
+  std::vector<KeptRequestPtr> requests(const std::vector<KeptRequestPtr>& others);
 
  private:
   /// The newest requests with so many spans together.
@@ -27,7 +27,7 @@ class RequestKeeper {
     std::deque<KeptRequestPtr> requests;
     std::size_t spans = 0;
 
-    void take(const KeptRequestPtr& request, std::size_t most);
+    void add(const KeptRequestPtr& request, std::size_t max_spans);
   };
 
   Newest all_, failed_;

@@ -14,14 +14,14 @@ namespace kw::trx::tools {
 template <typename Cell>
 class TimeBuckets {
  public:
-  /// At most `most` buckets, from 1, of which the first begins at `begin_ns`.
-  TimeBuckets(std::uint64_t begin_ns, std::size_t most) : begin_ns_(begin_ns), most_(most) {}
+  /// At most `max` buckets, from 1, of which the first starts at `start_ns`.
+  TimeBuckets(std::uint64_t start_ns, std::size_t max) : start_ns_(start_ns), max_(max) {}
 
-  /// The bucket of this time; earlier times than the begin are in the first one. Valid until the
+  /// The bucket of this time; times before the start are in the first one. Valid until the
   /// next call.
   Cell& at(std::uint64_t time_ns) {
-    const std::uint64_t offset_ns = time_ns > begin_ns_ ? time_ns - begin_ns_ : 0;
-    while (offset_ns / width_ns_ >= most_) {
+    const std::uint64_t offset_ns = time_ns > start_ns_ ? time_ns - start_ns_ : 0;
+    while (offset_ns / width_ns_ >= max_) {
       fold();
     }
     const auto index = static_cast<std::size_t>(offset_ns / width_ns_);
@@ -33,7 +33,7 @@ class TimeBuckets {
 
   /// Time that a bucket covers. It is the same for all that have counted up to the same time.
   std::uint64_t widthNs() const { return width_ns_; }
-  std::uint64_t beginNs() const { return begin_ns_; }
+  std::uint64_t startNs() const { return start_ns_; }
   const std::vector<Cell>& cells() const { return cells_; }
 
  private:
@@ -47,8 +47,8 @@ class TimeBuckets {
     width_ns_ *= 2;
   }
 
-  std::uint64_t begin_ns_;
-  std::size_t most_;
+  std::uint64_t start_ns_;
+  std::size_t max_;
   std::uint64_t width_ns_ = 1 << 17;
   std::vector<Cell> cells_;
 };

@@ -10,15 +10,15 @@
 
 namespace kw::trx::tools {
 
-/// Writes times as nanoseconds since a begin.
+/// Writes times as nanoseconds since a start.
 class TimedJson {
  public:
   /// `json` must outlive it.
-  TimedJson(JsonWriter& json, std::uint64_t begin_ns) : json_(json), begin_ns_(begin_ns) {}
+  TimedJson(JsonWriter& json, std::uint64_t start_ns) : json_(json), start_ns_(start_ns) {}
 
   JsonWriter& json() const { return json_; }
 
-  /// The member `name`; a time before the begin counts as the begin.
+  /// The member `name`; a time before the start counts as the start.
   JsonWriter& time(const char* name, std::uint64_t time_ns) const;
 
   /// The same of a time that may not be known: 0 is written as null.
@@ -29,7 +29,7 @@ class TimedJson {
 
  private:
   JsonWriter& json_;
-  std::uint64_t begin_ns_;
+  std::uint64_t start_ns_;
 };
 
 /// Writes the members `failures` and `otherFailures` into the open object.

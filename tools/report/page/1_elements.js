@@ -112,7 +112,7 @@ function exactly(ns) {
 /// "table selftest", "HAP PSU_Set, mode fast".
 function nameOf(request) {
   if (request.startLost) {
-    return 'a table whose begin is lost';
+    return 'a table whose start is lost';
   }
   const known = request.name === '' ? (request.kind === 'table' ? 'a table' : 'a request')
     : (request.kind === 'table' ? 'table ' : 'HAP ') + request.name;
@@ -129,7 +129,8 @@ function idOf(request) {
 }
 
 /// A table of data. `columns`: [title, class]; `rows`: lists of cells, or {cells, class}. The first
-/// cell of a row names it. With `cards` a narrow screen shows each row as a card.
+/// cell of a row names it. On a narrow screen a row becomes a card with `cards`: a line a cell, or
+/// with `cards` of 'flow' one cell behind the other.
 function dataTable(caption, columns, rows, cards) {
   const body = make('tbody', cards ? {role: 'rowgroup'} : {});
   for (const row of rows) {
@@ -145,18 +146,21 @@ function dataTable(caption, columns, rows, cards) {
   }
   const heads = columns.map(([title, kind]) =>
     make('th', {scope: 'col', class: kind, role: cards ? 'columnheader' : undefined}, title));
-  const table = make('table', cards ? {class: 'cards', role: 'table'} : {},
+  const table = make('table', cards ? {class: cards === 'flow' ? 'flow-cards' : 'cards', role: 'table'} : {},
     make('caption', {class: caption.unseen ? 'unseen' : undefined}, caption.text || caption),
     make('thead', cards ? {role: 'rowgroup'} : {}, make('tr', cards ? {role: 'row'} : {}, heads)), body);
   return table;
 }
+
+/// Whether the screen is as narrow as that of a phone, where what is not urgent starts closed.
+const isNarrow = matchMedia('(max-width: 46rem)').matches;
 
 /// A table that scrolls by itself where it is too wide.
 function scrolled(table, label) {
   return make('div', {class: 'wide box', tabindex: '0', role: 'region', 'aria-label': label}, table);
 }
 
-/// A part that can be opened. What is inside is made when it is opened first, or when the browser
+/// A part that can be opened. Its content is made when it is opened first, or when the browser
 /// has nothing else to do, so that a search of the page finds it.
 const notMade = [];
 function folding(attributes, head, content) {
@@ -176,6 +180,11 @@ function folding(attributes, head, content) {
     notMade.push(once);
   }
   return part;
+}
+
+/// A part that starts closed on a narrow screen.
+function closedWhenNarrow(title, content) {
+  return folding({class: 'box', open: !isNarrow}, make('h3', {}, title), content);
 }
 
 /// Adds a section with its heading.
