@@ -137,6 +137,12 @@ TEST(CoverageTest, TellsTheWayOfOneRequest) {
   EXPECT_EQ(both.rings().size(), 2U);
   EXPECT_EQ(told(both),
             "2/2/0/0 #1 #7; 2/2/0/0 #2 #8; 2/2/0/0 #3 #9; 2/0/0/2 #4 #10, all failed; ");
+  // A row whose end is missing is not known to have succeeded.
+  const std::vector<kw::platform::TraceRecord> cut(keeper.records.begin(),
+                                                   keeper.records.begin() + 6);
+  tools::RingRuns open(simulator.tables(), false);
+  readRecords(cut, open);
+  EXPECT_EQ(told(open), "1/1/0/0 1 run; 1/0/0/0 1 run, 1 not ended; ");
 }
 
 }  // namespace

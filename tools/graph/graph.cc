@@ -136,10 +136,11 @@ class GraphWriter {
   }
 
   std::string fillOf(const RowCounts& counts) const {
-    const char* const fill = counts.runs == 0                ? palette_.never
-                             : counts.failures == 0          ? palette_.succeeded
-                             : counts.failures < counts.runs ? palette_.some_failed
-                                                             : palette_.all_failed;
+    const char* const fill = counts.runs == 0                 ? palette_.never
+                             : counts.failures >= counts.runs ? palette_.all_failed
+                             : counts.failures == 0 && counts.unfinished == 0
+                                 ? palette_.succeeded
+                                 : palette_.some_failed;
     return is_way_ && counts.runs == 0 ? ""
                                        : std::string(" style=filled fillcolor=\"") + fill + '"';
   }

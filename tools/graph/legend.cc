@@ -50,7 +50,7 @@ std::string sourceLines(const Picture& picture) {
   std::string lines = line(cell(markup(listed(picture.sources, kMaxSources)) + blanks));
   if (picture.requests != 0) {
     lines += line(cell(std::to_string(picture.requests) +
-                       (picture.requests == 1 ? " request, " : " requests, ") +
+                       (picture.requests == 1 ? " table request, " : " table requests, ") +
                        localMicrosText(picture.start_ns) + " to " +
                        localMicrosText(picture.end_ns) + blanks + blanks));
   }
@@ -61,8 +61,8 @@ std::string fillLine(const Picture& picture, const Palette& palette) {
   const bool is_way = picture.view == GraphView::kWay;
   return line(
       filled(palette.succeeded, "ran, never failed") +
-      filled(palette.some_failed, "some runs failed, or found a failure") +
-      filled(palette.all_failed, "all runs did") +
+      filled(palette.some_failed, "some runs failed, found a failure, or have not ended") +
+      filled(palette.all_failed, "all failed, or found one") +
       (is_way ? cell(coloured(palette.grey, "did not run")) : filled(palette.never, "never ran")));
 }
 

@@ -89,6 +89,7 @@ GraphCounts RingRuns::counts() const {
     of_row.add(figures);
     row.note = row.runs == 0 ? "" : noteOf(work, of_row);
     row.failures = of_row.failures;
+    row.unfinished = of_row.unfinished;
   }
   return counts;
 }
@@ -115,6 +116,7 @@ std::string RingRuns::noteOf(const Work& work, const WorkFigures& figures) const
     note += turns->second.size() > kTurnsShown ? " ..." : "";
   }
   note += failureText(work.command, figures);
+  note += figures.unfinished == 0 ? "" : ", " + std::to_string(figures.unfinished) + " not ended";
   const Durations& total = figures.total;
   if (takesTime(work.command) && total.count() != 0) {
     note += total.count() == 1 ? "\n" : "\nmedian ";

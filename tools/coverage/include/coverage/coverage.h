@@ -55,10 +55,11 @@ bool isCoverageFile(const std::string& file);
 /// What is known of the runs of a row, for a picture of its table.
 struct RowCounts {
   std::uint64_t runs = 0;
-  std::uint64_t onward = 0;    ///< to the next row
-  std::uint64_t errors = 0;    ///< by a jump, or to the error end
-  std::uint64_t failures = 0;  ///< runs that failed, or of a CHECK row found a failure
-  std::string note = {};       ///< further lines of its box
+  std::uint64_t onward = 0;      ///< to the next row
+  std::uint64_t errors = 0;      ///< by a jump, or to the error end
+  std::uint64_t failures = 0;    ///< runs that failed, or of a CHECK row found a failure
+  std::uint64_t unfinished = 0;  ///< runs whose end is not known
+  std::string note = {};         ///< further lines of its box
 };
 
 /// By table, for each of its rows.
