@@ -41,6 +41,11 @@ function rowName(row) {
   return (row.table || '?') + '/' + row.number;
 }
 
+/// A CHECK row finds a failure; any other row fails itself.
+function failedText(row) {
+  return row.rowCommand === 'CHECK' ? 'found a failure' : 'failed';
+}
+
 function times(number) {
   return number === 1 ? 'once' : count(number) + ' times';
 }

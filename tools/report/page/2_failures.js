@@ -83,7 +83,7 @@ function ranTable(request) {
           : slice.kind === 'table' ? 'table' : 'HAP',
         slice.name === '' ? '' : ' ' + slice.name),
       duration(slice.endNs - slice.startNs),
-      slice.failed ? 'failed' + (slice.code ? ' ' + slice.code : '') : slice.cut ? 'end not known'
+      slice.failed ? failedText(slice) + (slice.code ? ' ' + slice.code : '') : slice.cut ? 'end not known'
         : slice.kind === 'table' ? '' : 'ok'],
   }));
   if (request.slicesLeftOut) {
