@@ -8,13 +8,14 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <stdexcept>
+#include <utility>
 
 #include "cases/case_words.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "engine/units.h"
-#include "table/environment.h"
 #include "table/named_files.h"
 #include "trace/record_collector.h"
 
@@ -57,8 +58,13 @@ class CaseReader {
   CaseReader(CaseFile& file, const CellLines& lines, const HAPDescriptions& descriptions)
       : file_(file), lines_(lines), descriptions_(descriptions) {}
 
+  /// Throws `Refusal`.
   void read(const Cells& cells, unsigned int row);
-  const TableFlows& tables() const { return tables_.flows; }
+  /// Drops what a refused row makes of no use.
+  void refused(const Cells& cells);
+  /// Drops the cases that cannot be run.
+  void finish();
+  const TableFlows& tables() const { return tables_; }
 
  private:
   using Read = void (CaseReader::*)(const Cells& cells);
@@ -91,11 +97,34 @@ class CaseReader {
   CaseFile& file_;
   const CellLines& lines_;
   const HAPDescriptions& descriptions_;
-  KnownTables tables_;
+  TableFlows tables_;
   unsigned int row_ = 0;
   unsigned int line_ = 0;
+  std::map<std::string, unsigned int> case_lines_;  // by name
+  bool is_nest_limit_read_ = false;
+  bool skips_ = false;       // the CASE row of these rows is refused
+  bool is_useless_ = false;  // what holds for all cases is not known
+  std::set<std::size_t> refused_cases_;
 };
 
+/// Refuses a second row of a kind that can only hold once.
+void refuseSecond(bool is_read, const Cells& cells) {
+  if (is_read) {
+    throw Refusal{0, "a second row " + cells[0]};
+  }
+}
+
+/// The rest of the file stands in such a cell when its quote is not closed.
+void refuseLineEnds(const Cells& cells) {
+  for (unsigned int column = 0; column < cells.size(); ++column) {
+    if (cells[column].find_first_of("\r\n") != std::string::npos) {
+      throw Refusal{column, "the cell begins with a quote that is not closed before the line ends"};
+    }
+  }
+}
+
+/// A number of so many digits has 64 bits.
+constexpr std::size_t kWaitDigits = 19;
 constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
 const std::map<std::string, CaseReader::Kind>& CaseReader::kinds() {
@@ -117,6 +146,10 @@ const std::map<std::string, CaseReader::Kind>& CaseReader::kinds() {
 void CaseReader::read(const Cells& cells, unsigned int row) {
   row_ = row;
   line_ = lines_.lineOf(row, 0);
+  refuseLineEnds(cells);
+  if (saysNothing(cells)) {
+    return;
+  }
   const auto kind = kinds().find(cells[0]);
   if (kind == kinds().end()) {
     std::vector<std::string> names;
@@ -125,6 +158,9 @@ void CaseReader::read(const Cells& cells, unsigned int row) {
     }
     throw Refusal{0,
                   "'" + cells[0] + "' begins no row of a case file" + didYouMean(cells[0], names)};
+  }
+  if (kind->second.in_case && skips_) {
+    return;
   }
   if (kind->second.in_case && file_.cases.empty()) {
     throw Refusal{0, cells[0] + " stands before the first " + kCaseBegin};
@@ -142,12 +178,14 @@ void CaseReader::read(const Cells& cells, unsigned int row) {
 
 void CaseReader::readTables(const Cells& cells) {
   const std::filesystem::path folder = std::filesystem::path(file_.file).parent_path();
+  refuseSecond(!file_.tables.empty(), cells);
   for (unsigned int column = 1; column < cells.size(); ++column) {
     const std::string file = (folder / cells[column]).string();
     file_.tables.push_back(file);
-    const std::size_t before = tables_.refused.size();
-    tables_ = tools::readTables(file_.tables, {});
-    if (tables_.refused.size() != before) {
+    TableFlow flow;
+    if (readFlow(file, flow)) {
+      tables_[flow.name] = std::move(flow);
+    } else {
       throw Refusal{column, "the engine does not load " + file + "; see trxctl check"};
     }
   }
@@ -158,6 +196,7 @@ void CaseReader::readNestLimit(const Cells& cells) {
     throw Refusal{0,
                   std::string("it holds for all cases, and stands before the first ") + kCaseBegin};
   }
+  refuseSecond(std::exchange(is_nest_limit_read_, true), cells);
   const std::uint64_t limit = numberFrom(cells, 1);
   if (limit > kMaxNestLimit) {
     throw Refusal{1, "'" + cells[1] + "' is more than " + std::to_string(kMaxNestLimit)};
@@ -166,6 +205,7 @@ void CaseReader::readNestLimit(const Cells& cells) {
 }
 
 void CaseReader::beginCase(const Cells& cells) {
+  skips_ = true;
   if (file_.tables.empty()) {
     throw Refusal{0, std::string("a row ") + kCaseTables + " with the table files comes first"};
   }
@@ -178,11 +218,11 @@ void CaseReader::beginCase(const Cells& cells) {
     throw Refusal{2, "there is no table '" + table + "' among those of " + kCaseTables +
                          tableHint(table, names)};
   }
-  for (const TableCase& other : file_.cases) {
-    if (other.name == cells[1]) {
-      throw Refusal{1, "the case in line " + std::to_string(other.line) + " has this name too"};
-    }
+  const auto [first, is_new] = case_lines_.insert({cells[1], line_});
+  if (!is_new) {
+    throw Refusal{1, "the case in line " + std::to_string(first->second) + " has this name too"};
   }
+  skips_ = false;
   TableCase added;
   added.name = cells[1];
   added.line = line_;
@@ -259,6 +299,7 @@ void CaseReader::readRows(const Cells& cells) {
 }
 
 void CaseReader::readEnd(const Cells& cells) {
+  refuseSecond(current().end.has_value(), cells);
   ExpectedEnd end;
   if (cells[1] == kEndNever && cells.size() == 2) {
     end.kind = ExpectedEnd::Kind::kNever;
@@ -284,6 +325,7 @@ void CaseReader::readEnd(const Cells& cells) {
 }
 
 void CaseReader::readFirst(const Cells& cells) {
+  refuseSecond(current().first_failing.has_value(), cells);
   current().first_failing = cells[1] == kFirstNone ? cells[1] : rowOf(cells, 1);
 }
 
@@ -304,7 +346,41 @@ void CaseReader::readNotCalled(const Cells& cells) {
   }
 }
 
-void CaseReader::readWait(const Cells& cells) { current().wait_ms = numberFrom(cells, 1); }
+void CaseReader::readWait(const Cells& cells) {
+  refuseSecond(current().wait_ms.has_value(), cells);
+  const std::string& digits = cells[1];
+  if (digits.size() > kWaitDigits || digits.find_first_not_of("0123456789") != std::string::npos) {
+    throw Refusal{1, "'" + digits + "' is no decimal number"};
+  }
+  current().wait_ms = std::stoull(digits);
+}
+
+void CaseReader::refused(const Cells& cells) {
+  const auto kind = cells.empty() ? kinds().end() : kinds().find(cells[0]);
+  const bool is_case_row = !cells.empty() && cells[0] == kCaseBegin;
+  const bool is_of_case =
+      kind == kinds().end() ? !file_.cases.empty() || skips_ : kind->second.in_case;
+  is_useless_ = is_useless_ || !(is_of_case || is_case_row);
+  if (is_of_case && !skips_) {
+    refused_cases_.insert(file_.cases.size() - 1);
+  }
+}
+
+void CaseReader::finish() {
+  std::vector<TableCase> cases;
+  for (std::size_t i = 0; i < file_.cases.size(); ++i) {
+    const TableCase& one = file_.cases[i];
+    const bool is_refused = is_useless_ || refused_cases_.count(i) != 0;
+    if (!is_refused && one.expectsSomething()) {
+      cases.push_back(one);
+    } else if (!is_refused) {
+      file_.findings.push_back({true, one.line, columnTitle(0, false),
+                                "the case expects nothing, not even an " + std::string(kCaseEnd)});
+    }
+  }
+  file_.refused = case_lines_.size() - cases.size();
+  file_.cases = std::move(cases);
+}
 
 CallPattern CaseReader::callPatternOf(const Cells& cells, unsigned int column) const {
   try {
@@ -363,27 +439,20 @@ CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptio
   CaseReader reader(result, lines, descriptions);
   for (unsigned int row = 0; row < data.rowSize(); ++row) {
     const Cells cells = cellsOf(data, row);
-    if (saysNothing(cells)) {
-      continue;
-    }
     try {
       reader.read(cells, row);
     } catch (const Refusal& refusal) {
       result.findings.push_back({true, lines.lineOf(row, refusal.column),
                                  columnTitle(refusal.column, false), refusal.message});
+      reader.refused(cells);
       if (cells[0] == kCaseTables) {
-        return result;  // what names rows and HAPs of them cannot be judged
+        break;  // what names rows and HAPs of them cannot be judged
       }
     }
   }
+  reader.finish();
   if (result.cases.empty() && result.findings.empty()) {
     result.findings.push_back({true, 0, "", std::string("no row begins with ") + kCaseBegin});
-  }
-  for (const TableCase& one : result.cases) {
-    if (!one.expectsSomething()) {
-      result.findings.push_back({true, one.line, columnTitle(0, false),
-                                 "the case expects nothing, not even an " + std::string(kCaseEnd)});
-    }
   }
   return result;
 }

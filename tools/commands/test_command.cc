@@ -46,9 +46,10 @@ void print(const std::string& file, const CaseResult& result) {
 
 /// What came of all files.
 struct Tested {
-  std::vector<CaseFile> unreadable;
+  std::vector<CaseFile> unreadable;  ///< with rows that are refused
   std::vector<TestedFile> files;
   std::size_t passed = 0, failed = 0;
+  std::size_t refused = 0;  ///< cases that could not be read
 };
 
 Tested runFiles(const TestOptions& options) {
@@ -56,7 +57,11 @@ Tested runFiles(const TestOptions& options) {
   std::vector<CaseFile> files;
   for (const std::string& name : options.files) {
     CaseFile file = readCaseFile(name);
-    (file.findings.empty() ? files : tested.unreadable).push_back(std::move(file));
+    tested.refused += file.refused;
+    if (!file.findings.empty()) {
+      tested.unreadable.push_back(file);
+    }
+    files.push_back(std::move(file));
   }
   const auto results = runCases(files, options.jobs == 0 ? usualJobs() : options.jobs);
   for (std::size_t i = 0; i < files.size(); ++i) {
@@ -76,7 +81,11 @@ void print(const Tested& tested) {
       print(file.file, result);
     }
   }
-  std::cout << tested.passed << " of " << tested.passed + tested.failed << " cases passed\n";
+  std::cout << tested.passed << " of " << tested.passed + tested.failed + tested.refused
+            << " cases passed"
+            << (tested.refused == 0 ? ""
+                                    : ", " + std::to_string(tested.refused) + " could not be read")
+            << '\n';
 }
 
 std::string jsonOf(const Tested& tested) {

@@ -22,6 +22,17 @@ std::vector<std::string> calledHAPs(const TableFlows& tables) {
   return {haps.begin(), haps.end()};
 }
 
+bool isCalled(const std::string& hap, const TableFlows& tables) {
+  for (const auto& [name, table] : tables) {
+    for (const FlowRow& row : table.rows) {
+      if (row.command == Command::kHAP && row.name == hap) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
 /// Null: the table has no such row.
 const FlowRow* findRow(const TableFlow& table, unsigned int number) {
   for (const FlowRow& row : table.rows) {
@@ -78,15 +89,12 @@ std::optional<CallPattern> rowPatternFrom(const std::string& text, const std::st
 
 CallPattern patternFrom(const std::string& text, const std::string& table,
                         const TableFlows& tables) {
-  const std::vector<std::string> haps = calledHAPs(tables);
-  for (const std::string& hap : haps) {
-    if (hap == text) {
-      return {text, "", std::nullopt};
-    }
+  if (isCalled(text, tables)) {
+    return {text, "", std::nullopt};
   }
   const std::optional<CallPattern> row = rowPatternFrom(text, table, tables);
   if (!row) {
-    refuse("no row calls a HAP '" + text + "'" + didYouMean(text, haps));
+    refuse("no row calls a HAP '" + text + "'" + didYouMean(text, calledHAPs(tables)));
   }
   return *row;
 }

@@ -55,8 +55,9 @@ struct CaseFile {
   std::string file;
   std::vector<std::string> tables;  ///< files, from the working folder
   unsigned int nest_limit = kTableNestLimit;
-  std::vector<TableCase> cases;
-  std::vector<Finding> findings;  ///< errors: there are no cases then
+  std::vector<TableCase> cases;   ///< those of whose rows none is refused
+  std::size_t refused = 0;        ///< other cases
+  std::vector<Finding> findings;  ///< errors
   std::vector<Finding> warnings;
 };
 
