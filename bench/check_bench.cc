@@ -67,8 +67,9 @@ double secondsFor(const Work& work, std::size_t size, std::size_t& findings) {
   const auto begin = std::chrono::steady_clock::now();
   const tools::Environment around = tools::environmentOf(files);
   findings = 0;
+  const tools::TableChecker checker(around);
   for (const std::string& file : files) {
-    findings += tools::checkFile(file, around).findings.size();
+    findings += checker.check(file).findings.size();
   }
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }

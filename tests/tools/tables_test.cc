@@ -32,8 +32,9 @@ std::string checked(const TempDir& dir, const std::vector<std::string>& files) {
   fs::current_path(dir.path());
   const tools::Environment around = tools::environmentOf(files);
   std::ostringstream out;
+  const tools::TableChecker checker(around);
   for (const std::string& file : files) {
-    for (const tools::Finding& finding : tools::checkFile(file, around).findings) {
+    for (const tools::Finding& finding : checker.check(file).findings) {
       out << file;
       if (finding.line != 0) {
         out << ':' << std::dec << finding.line << " (" << finding.column << ')';

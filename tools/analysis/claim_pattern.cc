@@ -18,6 +18,9 @@ constexpr char kSubjectSeparator = '=';
 bool isOfRow(Claim::Kind kind) {
   switch (kind) {
     case Claim::Kind::kEndless:
+    case Claim::Kind::kStuck:
+    case Claim::Kind::kFinds:
+    case Claim::Kind::kFindsOther:
     case Claim::Kind::kUnreached:
     case Claim::Kind::kSwallowed:
     case Claim::Kind::kRecovered:
@@ -64,13 +67,13 @@ std::string rowSubject(const std::string& text, const TableFlows& tables,
 /// What a claim of a kind that names no row can be of, by all rows of `tables`.
 std::set<std::string> subjectsOf(Claim::Kind kind, const TableFlows& tables) {
   if (kind == Claim::Kind::kCalls || kind == Claim::Kind::kWait) {
-    return {kLeast, kMost};
+    return {kMin, kMax};
   }
   const Command command = kind == Claim::Kind::kMessage ? Command::kEnd : Command::kTable;
   std::set<std::string> subjects;
   for (const auto& [name, flow] : tables) {
     for (const FlowRow& row : flow.rows) {
-      if (row.command == command && !row.name.empty() && kind != Claim::Kind::kNeverWell) {
+      if (row.command == command && !row.name.empty() && kind != Claim::Kind::kNeverSucceeds) {
         subjects.insert(row.name);
       }
     }
@@ -87,13 +90,12 @@ std::string plainSubject(Claim::Kind kind, const std::string& text, const TableF
   switch (kind) {
     case Claim::Kind::kMessage:
       throw std::invalid_argument("no END row has the message " + inQuotes(text) + hint);
-    case Claim::Kind::kNeverWell:
+    case Claim::Kind::kNeverSucceeds:
       throw std::invalid_argument(std::string(nameOf(kind)) +
                                   " is said of whole tables: write it alone");
     case Claim::Kind::kCalls:
     case Claim::Kind::kWait:
-      throw std::invalid_argument(inQuotes(text) + " is neither " + kLeast + " nor " + kMost +
-                                  hint);
+      throw std::invalid_argument(inQuotes(text) + " is neither " + kMin + " nor " + kMax + hint);
     default:
       throw std::invalid_argument("no TABLE row calls a table " + inQuotes(text) + hint);
   }

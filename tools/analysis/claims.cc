@@ -6,22 +6,26 @@
 #include <utility>
 
 #include "analysis/longest_runs.h"
+#include "analysis/mark_claims.h"
 #include "analysis/row_claims.h"
 #include "analysis/shortest_runs.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::array<std::pair<Claim::Kind, const char*>, 11> kKindNames = {
+constexpr std::array<std::pair<Claim::Kind, const char*>, 14> kKindNames = {
     {{Claim::Kind::kEndless, "endless"},
+     {Claim::Kind::kStuck, "stuck"},
      {Claim::Kind::kUnreached, "unreached"},
      {Claim::Kind::kSwallowed, "swallowed"},
      {Claim::Kind::kRecovered, "recovered"},
+     {Claim::Kind::kFinds, "finds"},
+     {Claim::Kind::kFindsOther, "finds-other"},
      {Claim::Kind::kMessage, "message"},
      {Claim::Kind::kNestLimit, "nest-limit"},
      {Claim::Kind::kMissing, "missing"},
      {Claim::Kind::kFails, "fails"},
-     {Claim::Kind::kNeverWell, "never-well"},
+     {Claim::Kind::kNeverSucceeds, "never-succeeds"},
      {Claim::Kind::kCalls, "calls"},
      {Claim::Kind::kWait, "wait"}}};
 
@@ -111,7 +115,7 @@ class GoodRun {
 class Explorer {
  public:
   Explorer(const Program& program, int entry, unsigned int nest_limit, std::size_t max_states)
-      : graph_(program, entry, nest_limit, max_states), shortest_(graph_, Measure::kRows) {
+      : graph_(program, {entry}, nest_limit, max_states), shortest_(graph_, Measure::kRows) {
     result_.table = entry;
   }
 
@@ -119,12 +123,20 @@ class Explorer {
     result_.states = graph_.states();
     result_.is_complete = graph_.isComplete();
     noteReached();
-    add(endlessClaims(graph_, shortest_, witnesses_));
+    const RowCycles cycles = rowCyclesOf(graph_);
+    result_.has_all_cycles = cycles.is_complete;
+    add(endlessClaims(graph_, cycles, shortest_, witnesses_));
+    if (result_.is_complete) {
+      add(stuckClaims(graph_, shortest_, witnesses_));
+    }
     claimGoodRun();
-    if (wellOf(shortest_).second == kNoLength) {
-      result_.claims.push_back({Claim::Kind::kNeverWell, "", "no run ends well", std::nullopt});
+    if (result_.is_complete && successOf(shortest_).second == kNoLength) {
+      result_.claims.push_back({Claim::Kind::kNeverSucceeds, "", "no run succeeds", std::nullopt});
     }
     add(rowClaims(graph_, shortest_, witnesses_));
+    if (result_.is_complete) {
+      add(markClaims(graph_));
+    }
     result_.calls = measure(Measure::kHAPCalls, Claim::Kind::kCalls, "HAP calls", "");
     result_.wait_ms = measure(Measure::kWaitMs, Claim::Kind::kWait, "waiting", " ms");
     return result_;
@@ -160,8 +172,8 @@ class Explorer {
     }
   }
 
-  /// The goal of the shortest run that ends well, and its length.
-  static std::pair<Goal, std::uint64_t> wellOf(const ShortestRuns& shortest) {
+  /// The goal of the shortest run that succeeds, and its length.
+  static std::pair<Goal, std::uint64_t> successOf(const ShortestRuns& shortest) {
     const std::uint64_t unmarked = shortest.ofRequest(Goal::kReturnUnmarked);
     const std::uint64_t marked = shortest.ofRequest(Goal::kReturnMarked);
     return unmarked <= marked ? std::make_pair(Goal::kReturnUnmarked, unmarked)
@@ -171,25 +183,37 @@ class Explorer {
   Bounds measure(Measure measure, Claim::Kind kind, const std::string& what,
                  const std::string& unit) {
     Bounds bounds;
+    const LongestRuns longest(graph_, measure);
+    bounds.is_unbounded = longest.isUnbounded();
+    if (bounds.is_unbounded) {
+      result_.claims.push_back({kind, kMax, "max " + what + ": no bound", std::nullopt});
+    }
+    if (!result_.is_complete) {
+      return bounds;
+    }
     const ShortestRuns shortest(graph_, measure);
-    const auto [goal, length] = wellOf(shortest);
+    const auto [goal, length] = successOf(shortest);
     if (length < kNoLength) {
-      bounds.least = ShortestRuns::amountOf(length);
-      claimBound(kind, kLeast, what + " of a run that ends well", *bounds.least, unit,
+      bounds.min = ShortestRuns::amountOf(length);
+      claimBound(kind, kMin, what + " of a run that succeeds", *bounds.min, unit,
                  [&, goal = goal] { return shortest.pathOfRequest(goal); });
     }
-    const LongestRuns longest(graph_, measure);
-    Goal most = Goal::kFailure;
-    for (const Goal other : {Goal::kReturnMarked, Goal::kReturnUnmarked}) {
-      most = longest.ofRequest(other) >= longest.ofRequest(most) ? other : most;
-    }
-    bounds.is_unbounded = longest.ofRequest(most) == kNoBound;
-    if (!bounds.is_unbounded && longest.ofRequest(most) != kNoRun) {
-      bounds.most = static_cast<std::uint64_t>(longest.ofRequest(most));
-      claimBound(kind, kMost, what, *bounds.most, unit,
-                 [&] { return longest.pathOfRequest(most); });
+    if (!bounds.is_unbounded) {
+      measureMax(longest, bounds, kind, what, unit);
     }
     return bounds;
+  }
+
+  void measureMax(const LongestRuns& longest, Bounds& bounds, Claim::Kind kind,
+                  const std::string& what, const std::string& unit) {
+    Goal max = Goal::kFailure;
+    for (const Goal other : {Goal::kReturnMarked, Goal::kReturnUnmarked}) {
+      max = longest.ofRequest(other) >= longest.ofRequest(max) ? other : max;
+    }
+    if (longest.ofRequest(max) != kNoRun) {
+      bounds.max = static_cast<std::uint64_t>(longest.ofRequest(max));
+      claimBound(kind, kMax, what, *bounds.max, unit, [&] { return longest.pathOfRequest(max); });
+    }
   }
 
   void claimBound(Claim::Kind kind, const std::string& which, const std::string& what,
@@ -255,19 +279,20 @@ Exploration explore(const Program& program, int entry, unsigned int nest_limit,
 
 std::vector<Claim> unreachedRows(const Program& program,
                                  const std::vector<Exploration>& explorations) {
-  std::vector<Claim> claims;
-  for (std::size_t table = 0; table < program.tables.size(); ++table) {
-    std::vector<bool> reached(program.tables[table].flow->rows.size());
-    for (const Exploration& exploration : explorations) {
-      for (std::size_t row = 0; row < reached.size(); ++row) {
-        reached[row] = reached[row] || exploration.reached[table][row];
-      }
+  std::vector<int> entries;
+  for (const Exploration& exploration : explorations) {
+    entries.push_back(exploration.table);
+    if (!exploration.is_complete) {
+      return {};
     }
-    const bool runs = std::count(reached.begin(), reached.end(), true) != 0;
-    for (std::size_t row = 0; runs && row < reached.size(); ++row) {
-      if (!reached[row]) {
-        const std::string name = rowNameOf(program, static_cast<int>(table), row,
-                                           explorations.empty() ? 0 : explorations[0].table);
+  }
+  std::vector<Claim> claims;
+  for (const int table : withCallees(program, entries)) {
+    const auto at = static_cast<std::size_t>(table);
+    for (std::size_t row = 0; row < program.tables[at].flow->rows.size(); ++row) {
+      const auto reaches = [&](const Exploration& one) { return one.reached[at][row]; };
+      if (std::none_of(explorations.begin(), explorations.end(), reaches)) {
+        const std::string name = rowNameOf(program, table, row, explorations[0].table);
         claims.push_back(
             {Claim::Kind::kUnreached, name, "no run gets to row " + name, std::nullopt});
       }

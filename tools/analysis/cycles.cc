@@ -2,7 +2,6 @@
 #include "analysis/cycles.h"
 
 #include <algorithm>
-#include <deque>
 
 namespace kw::trx::tools {
 namespace {
@@ -88,39 +87,6 @@ class ComponentFinder {
 
 std::vector<std::vector<std::size_t>> componentsOf(const Activation& activation) {
   return ComponentFinder(activation).find();
-}
-
-bool isCycle(const Activation& activation, const std::vector<std::size_t>& component) {
-  const auto& steps = activation.steps[component[0]];
-  return component.size() > 1 || std::any_of(steps.begin(), steps.end(), [&](const Step& step) {
-           return step.to == static_cast<int>(component[0]);
-         });
-}
-
-std::vector<std::pair<std::size_t, std::size_t>> cycleThrough(const Activation& activation,
-                                                              std::size_t state) {
-  constexpr auto unseen = static_cast<std::size_t>(-1);
-  std::vector<std::pair<std::size_t, std::size_t>> from(activation.steps.size(), {unseen, 0});
-  std::deque<std::size_t> open = {state};
-  while (from[state].first == unseen) {
-    const std::size_t at = open.front();
-    open.pop_front();
-    for (std::size_t nth = 0; nth < activation.steps[at].size(); ++nth) {
-      const int to = activation.steps[at][nth].to;
-      if (to >= 0 && from[static_cast<std::size_t>(to)].first == unseen) {
-        from[static_cast<std::size_t>(to)] = {at, nth};
-        open.push_back(static_cast<std::size_t>(to));
-      }
-    }
-  }
-  std::vector<std::pair<std::size_t, std::size_t>> way;
-  std::size_t at = state;
-  do {
-    way.push_back(from[at]);
-    at = from[at].first;
-  } while (at != state);
-  std::reverse(way.begin(), way.end());
-  return way;
 }
 
 }  // namespace kw::trx::tools

@@ -32,6 +32,7 @@ LongestRuns::LongestRuns(const RunGraph& graph, Measure measure)
     std::vector<bool> is_inside(at.steps.size());
     for (const Component& component : componentsOf(at)) {
       for (const std::size_t state : component) is_inside[state] = true;
+      is_unbounded_ = is_unbounded_ || grows(activation, component, is_inside);
       for (const Goal goal : {Goal::kReturnUnmarked, Goal::kReturnMarked, Goal::kFailure}) {
         measureComponent(activation, component, is_inside, goal);
       }

@@ -2,6 +2,7 @@
 #include "analysis/program.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "common/closure.h"
@@ -67,6 +68,27 @@ void findRecursion(Program& program) {
   }
 }
 
+/// The tables of circles that no table outside of them calls; `others` are in none.
+std::vector<int> uncalledCircles(const std::vector<std::set<int>>& calls,
+                                 const std::set<int>& others) {
+  std::map<int, std::set<int>> below_of;
+  for (std::size_t table = 0; table < calls.size(); ++table) {
+    if (others.count(static_cast<int>(table)) == 0) {
+      below_of[static_cast<int>(table)] = below(calls, table);
+    }
+  }
+  std::vector<int> tables;
+  for (const auto& [table, own] : below_of) {
+    const auto calls_it_alone = [&, called = table, &own = own](const auto& caller) {
+      return caller.second.count(called) != 0 && own.count(caller.first) == 0;
+    };
+    if (std::none_of(below_of.begin(), below_of.end(), calls_it_alone)) {
+      tables.push_back(table);
+    }
+  }
+  return tables;
+}
+
 }  // namespace
 
 int Program::find(const std::string& name) const {
@@ -93,6 +115,14 @@ Program programOf(const TableFlows& flows) {
   return program;
 }
 
+std::set<int> withCallees(const Program& program, const std::vector<int>& tables) {
+  return closureOf(tables, [&program](int table) {
+    std::vector<int> callees = program.tables[static_cast<std::size_t>(table)].callees;
+    callees.erase(std::remove(callees.begin(), callees.end(), kAbsent), callees.end());
+    return callees;
+  });
+}
+
 std::vector<int> entriesOf(const Program& program) {
   const std::vector<std::set<int>> calls = callsOf(program);
   std::vector<bool> is_called(calls.size());
@@ -108,11 +138,9 @@ std::vector<int> entriesOf(const Program& program) {
       entries.push_back(static_cast<int>(table));
     }
   }
-  if (entries.empty()) {
-    for (std::size_t table = 0; table < calls.size(); ++table) {
-      entries.push_back(static_cast<int>(table));
-    }
-  }
+  const std::vector<int> in_circles = uncalledCircles(calls, withCallees(program, entries));
+  entries.insert(entries.end(), in_circles.begin(), in_circles.end());
+  std::sort(entries.begin(), entries.end());
   return entries;
 }
 

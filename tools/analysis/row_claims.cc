@@ -7,13 +7,12 @@
 #include <tuple>
 #include <utility>
 
-#include "analysis/cycles.h"
-#include "cases/case_file.h"
+#include "common/text.h"
 
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::size_t kRowsNamed = 8;
+constexpr std::size_t kStretchesNamed = 12;
 
 /// A place in a run, and how long the shortest run is that shows something there.
 struct Best {
@@ -31,8 +30,9 @@ struct Best {
 
 /// What the runs show of one row.
 struct RowEvidence {
-  Best quiet;   ///< it fails, no CHECK row comes behind it, and the run ends well
-  Best well;    ///< it fails, and the run ends well
+  Best quiet;   ///< it fails, no CHECK row comes behind it, and the run succeeds
+  Best found;   ///< it fails, a CHECK row finds it, and the run succeeds
+  Best any;     ///< it fails, and the run succeeds
   Best ending;  ///< the request ends with error in it, other than by a failure of its HAP
 };
 
@@ -62,44 +62,51 @@ class RowClaims {
   }
 
  private:
-  using Place = std::pair<int, std::size_t>;  // table and row
+  using Checks = ShortestRuns::Checks;
 
   void takeStep(int activation, std::size_t state, const Step& step) {
     const Activation& at = graph_.at(activation);
     const FlowRow& row = graph_.rowOf(at, state);
     RowEvidence& events = events_[{at.table, Activation::rowOf(state)}];
     if (step.choice == Step::Choice::kFailure) {
-      events.quiet.take(
-          {shortest_.throughStep(activation, state, step, true), activation, state, &step});
-      events.well.take(
-          {shortest_.throughStep(activation, state, step, false), activation, state, &step});
+      const auto take = [&](Best& best, Checks checks) {
+        best.take(
+            {shortest_.throughStep(activation, state, step, checks), activation, state, &step});
+      };
+      take(events.quiet, Checks::kNone);
+      take(events.found, Checks::kFinding);
+      take(events.any, Checks::kAny);
     } else if (step.to == kToFailure && step.callee == kAbsent && row.command != Command::kCheck) {
       events.ending.take({shortest_.upTo(activation, state), activation, state, &step});
     }
   }
 
-  void claimFailures(const Place& place, const FlowRow& row, const RowEvidence& events) {
+  void claimFailures(const RowPlace& place, const FlowRow& row, const RowEvidence& events) {
     const std::string name = nameOf(place);
-    const bool is_kept = row.on_failure == Effect::kKept;
-    const Best& unseen = is_kept ? events.quiet : events.well;
-    const bool is_ignored = row.on_failure == Effect::kIgnored;
-    if ((is_kept || is_ignored) && unseen.length < kNoLength) {
-      add(Claim::Kind::kSwallowed, name,
-          "row " + name +
-              " fails unseen: " + (is_kept ? "no CHECK row comes behind it" : "NOP ignores it"),
-          [&] {
-            return shortest_.pathThroughStep(unseen.activation, unseen.state, *unseen.step,
-                                             is_kept);
-          });
-    } else if (events.well.length < kNoLength) {
-      add(Claim::Kind::kRecovered, name, "row " + name + " fails and the run ends well", [&] {
-        return shortest_.pathThroughStep(events.well.activation, events.well.state,
-                                         *events.well.step, false);
+    if (row.on_failure == Effect::kKept) {
+      claimThrough(events.quiet, Checks::kNone, Claim::Kind::kSwallowed, name,
+                   "row " + name + " fails unseen: no CHECK row comes behind it");
+      claimThrough(events.found, Checks::kFinding, Claim::Kind::kRecovered, name,
+                   "row " + name + " fails, a CHECK row finds it and the run succeeds");
+    } else if (row.on_failure == Effect::kIgnored) {
+      claimThrough(events.any, Checks::kAny, Claim::Kind::kSwallowed, name,
+                   "row " + name + " fails unseen: NOP ignores it");
+    } else {
+      claimThrough(events.any, Checks::kAny, Claim::Kind::kRecovered, name,
+                   "row " + name + " fails and the run succeeds");
+    }
+  }
+
+  void claimThrough(const Best& best, Checks checks, Claim::Kind kind, const std::string& name,
+                    const std::string& message) {
+    if (best.length < kNoLength) {
+      add(kind, name, message, [&] {
+        return shortest_.pathThroughStep(best.activation, best.state, *best.step, checks);
       });
     }
   }
 
-  void claimEnding(const Place& place, const FlowRow& row, const Best& best) {
+  void claimEnding(const RowPlace& place, const FlowRow& row, const Best& best) {
     if (best.length >= kNoLength) {
       return;
     }
@@ -127,7 +134,7 @@ class RowClaims {
     claims_.push_back(witnesses_.give({kind, subject, message, std::nullopt}, witness));
   }
 
-  std::string nameOf(const Place& place) const {
+  std::string nameOf(const RowPlace& place) const {
     return rowNameOf(graph_.program(), place.first, place.second, entry_);
   }
 
@@ -135,36 +142,124 @@ class RowClaims {
   const ShortestRuns& shortest_;
   Witnesses& witnesses_;
   const int entry_;
-  std::map<Place, RowEvidence> events_;
+  std::map<RowPlace, RowEvidence> events_;
   std::vector<Claim> claims_;
 };
 
-/// The steps of a cycle, as pairs of a state and the place of its step.
-using Cycle = std::vector<std::pair<std::size_t, std::size_t>>;
+/// Rows that a run gets to and then cannot end any more.
+class StuckRows {
+ public:
+  StuckRows(const RunGraph& graph, const ShortestRuns& shortest)
+      : graph_(graph), shortest_(shortest) {
+    takeFirst(RunGraph::kRoot);
+    for (const int activation : graph.calleesFirst()) {
+      const Activation& at = graph.at(activation);
+      for (std::size_t state = 0; state < at.steps.size(); ++state) {
+        for (const Step& step : at.steps[state]) {
+          if (step.to >= 0 && !isStuck(activation, state)) {
+            take(activation, static_cast<std::size_t>(step.to));
+          }
+        }
+      }
+      for (const auto& [state, callee] : at.calls) {
+        if (!isStuck(activation, state)) {
+          takeFirst(callee);
+        }
+      }
+    }
+  }
 
-/// A run up to a state and round from there.
-RunPath endlessPath(const RunGraph& graph, const ShortestRuns& shortest, const Best& best,
-                    const Cycle& cycle) {
-  RunPath path = shortest.pathUpTo(best.activation, best.state);
+  std::vector<Claim> claims(Witnesses& witnesses) const {
+    std::vector<Claim> claims;
+    for (const auto& [place, best] : rows_) {
+      const std::string name =
+          rowNameOf(graph_.program(), place.first, place.second, graph_.at(RunGraph::kRoot).table);
+      claims.push_back(
+          witnesses.give({Claim::Kind::kStuck, name,
+                          "from row " + name + " on the run cannot end any more", std::nullopt},
+                         [&, &best = best] { return path(best); }));
+    }
+    return claims;
+  }
+
+ private:
+  bool isStuck(int activation, std::size_t state) const {
+    return shortest_.toGoal(activation, state, Goal::kFailure) >= kNoLength &&
+           shortest_.toGoal(activation, state, Goal::kReturnUnmarked) >= kNoLength &&
+           shortest_.toGoal(activation, state, Goal::kReturnMarked) >= kNoLength;
+  }
+
+  void takeFirst(int activation) { take(activation, graph_.at(activation).first()); }
+
+  void take(int activation, std::size_t state) {
+    if (isStuck(activation, state)) {
+      rows_[{graph_.at(activation).table, Activation::rowOf(state)}].take(
+          {shortest_.upTo(activation, state), activation, state});
+    }
+  }
+
+  /// The run up to the row, and on until it comes to a state again.
+  RunPath path(const Best& best) const {
+    RunPath path = shortest_.pathUpTo(best.activation, best.state);
+    std::map<std::pair<int, std::size_t>, std::size_t> met;
+    std::pair<int, std::size_t> at = {best.activation, best.state};
+    while (!path.is_cut && met.insert({at, path.rows.size()}).second) {
+      const auto [activation, state] = at;
+      const Activation& around = graph_.at(activation);
+      if (around.steps[state].empty()) {  // what it calls does not end
+        const auto call =
+            std::find_if(around.calls.begin(), around.calls.end(),
+                         [from = state](const auto& one) { return one.first == from; });
+        shortest_.writer().writeRow(path, activation, state, Step::Choice::kNone);
+        at = {call->second, graph_.at(call->second).first()};
+        continue;
+      }
+      const Step& step = around.steps[state][0];
+      shortest_.writer().writeStep(path, activation, state, step, returnWith(step.mark));
+      at = {activation, static_cast<std::size_t>(step.to)};
+    }
+    path.repeats_from = path.is_cut ? RunPath::kEnds : met.at(at);
+    return path;
+  }
+
+  const RunGraph& graph_;
+  const ShortestRuns& shortest_;
+  std::map<RowPlace, Best> rows_;
+};
+
+/// A run up to the start of a cycle and round from there.
+RunPath endlessPath(const RunGraph& graph, const ShortestRuns& shortest, const RowCycle& cycle,
+                    int activation) {
+  const Activation& at = graph.at(activation);
+  auto steps = stepsOf(cycle, at);
+  std::rotate(steps.begin(),
+              std::min_element(steps.begin(), steps.end(),
+                               [&](const auto& a, const auto& b) {
+                                 return shortest.upTo(activation, a.first) <
+                                        shortest.upTo(activation, b.first);
+                               }),
+              steps.end());
+  RunPath path = shortest.pathUpTo(activation, steps[0].first);
   path.repeats_from = path.rows.size();
-  const Activation& at = graph.at(best.activation);
-  for (const auto& [state, nth] : cycle) {
+  for (const auto& [state, nth] : steps) {
     const Step& step = at.steps[state][nth];
-    shortest.writer().writeStep(path, best.activation, state, step, returnWith(step.mark));
+    shortest.writer().writeStep(path, activation, state, step, returnWith(step.mark));
   }
   return path;
 }
 
-/// The rows of the table itself that a cycle goes through, in their order.
-std::string rowsOfCycle(const RunGraph& graph, int table, const Cycle& cycle) {
-  std::string names;
-  for (std::size_t i = 0; i < cycle.size() && i < kRowsNamed; ++i) {
-    names += " " + rowNameOf(graph.program(), table, Activation::rowOf(cycle[i].first),
-                             graph.at(RunGraph::kRoot).table);
+/// The activation in which the shortest run gets to a cycle.
+int nearestOf(const RowCycle& cycle, const RunGraph& graph, const ShortestRuns& shortest) {
+  Best best;
+  for (const int activation : graph.calleesFirst()) {
+    if (graph.at(activation).table != cycle.table) {
+      continue;
+    }
+    for (const auto& [state, nth] : stepsOf(cycle, graph.at(activation))) {
+      best.take({shortest.upTo(activation, state), activation, state});
+    }
   }
-  return (cycle.size() == 1 ? "row" : "rows") + names +
-         (cycle.size() > kRowsNamed ? " and " + std::to_string(cycle.size() - kRowsNamed) + " more"
-                                    : "");
+  return best.activation;
 }
 
 }  // namespace
@@ -179,30 +274,28 @@ std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest
   return RowClaims(graph, shortest, witnesses).run();
 }
 
-std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest,
-                                 Witnesses& witnesses) {
-  std::map<std::pair<int, std::size_t>, Best> cycles;  // by table and first row
-  for (const int activation : graph.calleesFirst()) {
-    const Activation& at = graph.at(activation);
-    for (const std::vector<std::size_t>& component : componentsOf(at)) {
-      if (!isCycle(at, component)) {
-        continue;
-      }
-      const std::size_t first = *std::min_element(component.begin(), component.end());
-      Best& best = cycles[{at.table, Activation::rowOf(first)}];
-      for (const std::size_t state : component) {
-        best.take({shortest.upTo(activation, state), activation, state});
-      }
-    }
-  }
+std::vector<Claim> stuckClaims(const RunGraph& graph, const ShortestRuns& shortest,
+                               Witnesses& witnesses) {
+  return StuckRows(graph, shortest).claims(witnesses);
+}
+
+std::vector<Claim> endlessClaims(const RunGraph& graph, const RowCycles& cycles,
+                                 const ShortestRuns& shortest, Witnesses& witnesses) {
+  const Program& program = graph.program();
+  const int entry = graph.at(RunGraph::kRoot).table;
   std::vector<Claim> claims;
-  for (const auto& [place, best] : cycles) {
-    const Cycle cycle = cycleThrough(graph.at(best.activation), best.state);
-    claims.push_back(witnesses.give(
-        {Claim::Kind::kEndless,
-         rowNameOf(graph.program(), place.first, place.second, graph.at(RunGraph::kRoot).table),
-         rowsOfCycle(graph, place.first, cycle) + " can run for ever", std::nullopt},
-        [&, &best = best] { return endlessPath(graph, shortest, best, cycle); }));
+  std::set<std::string> messages;
+  for (const RowCycle& cycle : cycles.found) {
+    const std::string subject = rowNameOf(program, cycle.table, cycle.jump(), entry);
+    const RowId& row = program.rowOf(cycle.table, cycle.jump()).id;
+    const std::string prefix = cycle.table == entry ? "" : row.table + kRowSeparator;
+    std::string message = cycleText(cycle, program, kStretchesNamed, prefix);
+    if (!messages.insert(message).second) {
+      message = cycleText(cycle, program, kAllNames, prefix);
+    }
+    claims.push_back(witnesses.give({Claim::Kind::kEndless, subject, message, std::nullopt}, [&] {
+      return endlessPath(graph, shortest, cycle, nearestOf(cycle, graph, shortest));
+    }));
   }
   return claims;
 }

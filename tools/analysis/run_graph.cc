@@ -5,11 +5,25 @@
 #include <iterator>
 
 namespace kw::trx::tools {
+namespace {
 
-RunGraph::RunGraph(const Program& program, int entry, unsigned int nest_limit,
+/// An activation takes as much memory as so many states, beside its own.
+constexpr std::size_t kStatesOfActivation = 8;
+
+}  // namespace
+
+RunGraph::RunGraph(const Program& program, const std::vector<int>& entries, unsigned int nest_limit,
                    std::size_t max_states)
     : program_(program), nest_limit_(nest_limit), max_states_(max_states) {
-  std::vector<Open> stack = {{activationFor(entry, false, nullptr), {0}}};
+  std::for_each(entries.begin(), entries.end(), [this](int entry) { follow(entry); });
+}
+
+void RunGraph::follow(int entry) {
+  const int first = activationFor(entry, false, nullptr);
+  if (finished_[static_cast<std::size_t>(first)]) {
+    return;
+  }
+  std::vector<Open> stack = {{first, {0}}};
   while (!stack.empty()) {
     // A callee that is opened moves the stack: nothing of it may be held across `expand`.
     if (stack.back().states.empty()) {
@@ -61,10 +75,11 @@ int RunGraph::activationFor(int table, bool mark, const Activation* caller) {
   const auto added = known_.insert({{table, mark, depth}, static_cast<int>(activations_.size())});
   if (added.second) {
     Activation activation{table, mark, depth, {}, {}, {}};
-    activation.is_left_out = !activations_.empty() && states_ >= max_states_;
+    activation.is_left_out = !activations_.empty() && allocated_ >= max_states_;
     is_complete_ = is_complete_ && !activation.is_left_out;
     activation.steps.resize(activation.is_left_out ? 0 : called.flow->rows.size() * 2);
     activation.reached.resize(activation.steps.size());
+    allocated_ += activation.steps.size() + kStatesOfActivation;
     activations_.push_back(std::move(activation));
     finished_.push_back(activations_.back().is_left_out);
   }

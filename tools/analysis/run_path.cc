@@ -20,16 +20,21 @@ void PathWriter::writeToGoal(RunPath& path, int activation, std::size_t state, G
   while (!stack.empty() && !path.is_cut) {
     const Open at = stack.back();
     const ChosenSteps& chosen = chosen_[static_cast<std::size_t>(at.activation)];
-    const auto nth = static_cast<std::size_t>(chosen[indexOf(at.goal)][at.state]);
+    const int choice = chosen[indexOf(at.goal)][at.state];
+    const bool may_see = at.goal == Goal::kSeenReturn;
+    const bool sees = may_see && choice % 2 != 0;
+    const auto nth = static_cast<std::size_t>(may_see ? choice / 2 : choice);
     const Step& step = graph_.at(at.activation).steps[at.state][nth];
     writeRow(path, at.activation, at.state, step.choice);
     if (step.to < 0) {
       stack.pop_back();
     } else {
       stack.back().state = static_cast<std::size_t>(step.to);
+      stack.back().goal = sees ? Goal::kReturnMarked : at.goal;
     }
     if (step.callee != kAbsent) {
-      stack.push_back({step.callee, graph_.at(step.callee).first(), goalOfCallee(step, at.goal)});
+      stack.push_back({step.callee, graph_.at(step.callee).first(),
+                       sees ? at.goal : goalOfCallee(step, at.goal)});
     }
   }
 }

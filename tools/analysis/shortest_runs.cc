@@ -40,8 +40,8 @@ ShortestRuns::ShortestRuns(const RunGraph& graph, Measure measure)
       origins_(chosen_.size()),
       callers_(chosen_.size()) {
   for (const int activation : graph.calleesFirst()) {
-    for (const Goal goal :
-         {Goal::kReturnUnmarked, Goal::kReturnMarked, Goal::kFailure, Goal::kQuietReturn}) {
+    for (const Goal goal : {Goal::kReturnUnmarked, Goal::kReturnMarked, Goal::kFailure,
+                            Goal::kQuietReturn, Goal::kSeenReturn}) {
       measureBackwards(activation, goal);
     }
     measureForwards(activation);
@@ -49,6 +49,7 @@ ShortestRuns::ShortestRuns(const RunGraph& graph, Measure measure)
   for (Caller& caller : callers_[RunGraph::kRoot]) {
     caller.length = 0;
   }
+  callers_[RunGraph::kRoot][indexOf(Goal::kSeenReturn)].length = kNoLength;
   const std::vector<int>& order = graph.calleesFirst();
   std::for_each(order.rbegin(), order.rend(), [this](int one) { measureCallers(one); });
 }
@@ -68,6 +69,53 @@ std::uint64_t ShortestRuns::lengthOfStep(int activation, std::size_t state, cons
                                         goalOfCallee(step, goal)));
 }
 
+/// Whether a way to the goal may lead through a state without getting to it there.
+bool ShortestRuns::isOnWay(int activation, std::size_t state, Goal goal) const {
+  return (goal != Goal::kQuietReturn && goal != Goal::kSeenReturn) ||
+         (Activation::markOf(state) &&
+          graph_.rowOf(graph_.at(activation), state).command != Command::kCheck);
+}
+
+/// Steps in which a CHECK row finds the mark, in the activation itself or in one that it calls.
+void ShortestRuns::addFindingSteps(int activation, std::size_t state,
+                                   std::vector<LastStep>& last) const {
+  const Activation& at = graph_.at(activation);
+  const bool is_check = graph_.rowOf(at, state).command == Command::kCheck;
+  for (std::size_t nth = 0; Activation::markOf(state) && nth < at.steps[state].size(); ++nth) {
+    const Step& step = at.steps[state][nth];
+    if (step.to >= 0 && (is_check || step.callee != kAbsent)) {
+      const std::uint64_t found =
+          is_check ? 0 : toGoal(step.callee, graph_.at(step.callee).first(), Goal::kSeenReturn);
+      const std::uint64_t behind =
+          toGoal(activation, static_cast<std::size_t>(step.to), Goal::kReturnMarked);
+      last.push_back({state, chosenSeen(static_cast<int>(nth), true),
+                      lengthOfBoth(weight(activation, state), lengthOfBoth(found, behind))});
+    }
+  }
+}
+
+std::vector<ShortestRuns::LastStep> ShortestRuns::lastSteps(int activation, Goal goal) const {
+  const Activation& at = graph_.at(activation);
+  std::vector<LastStep> last;
+  for (std::size_t state = 0; state < at.steps.size(); ++state) {
+    if (goal == Goal::kSeenReturn) {
+      addFindingSteps(activation, state, last);
+      continue;
+    }
+    for (std::size_t nth = 0; nth < at.steps[state].size(); ++nth) {
+      const Step& step = at.steps[state][nth];
+      const bool ends = step.to == kToFailure
+                            ? goal == Goal::kFailure
+                            : step.to == kToReturn &&
+                                  (goal == Goal::kQuietReturn || goal == returnWith(step.mark));
+      if (ends && isOnWay(activation, state, goal)) {
+        last.push_back({state, static_cast<int>(nth), lengthOfStep(activation, state, step, goal)});
+      }
+    }
+  }
+  return last;
+}
+
 void ShortestRuns::measureBackwards(int activation, Goal goal) {
   const Activation& at = graph_.at(activation);
   auto& after = after_[static_cast<std::size_t>(activation)][indexOf(goal)];
@@ -76,28 +124,23 @@ void ShortestRuns::measureBackwards(int activation, Goal goal) {
   chosen.assign(at.steps.size(), kAbsent);
   std::vector<std::vector<std::pair<std::size_t, int>>> into(at.steps.size());
   Nearest open;
-  const auto offer = [&](std::size_t state, int nth, std::uint64_t length) {
+  const auto offer = [&](std::size_t state, int choice, std::uint64_t length) {
     if (length < after[state]) {
       after[state] = length;
-      chosen[state] = nth;
+      chosen[state] = choice;
       open.push({length, state});
     }
   };
-  const bool quiet = goal == Goal::kQuietReturn;
   for (std::size_t state = 0; state < at.steps.size(); ++state) {
-    if (quiet &&
-        (!Activation::markOf(state) || graph_.rowOf(at, state).command == Command::kCheck)) {
-      continue;
-    }
     for (std::size_t nth = 0; nth < at.steps[state].size(); ++nth) {
-      const Step& step = at.steps[state][nth];
-      if (step.to >= 0) {
-        into[static_cast<std::size_t>(step.to)].push_back({state, static_cast<int>(nth)});
-      } else if (step.to == kToFailure ? goal == Goal::kFailure
-                                       : quiet || goal == returnWith(step.mark)) {
-        offer(state, static_cast<int>(nth), lengthOfStep(activation, state, step, goal));
+      const int to = at.steps[state][nth].to;
+      if (to >= 0 && isOnWay(activation, state, goal)) {
+        into[static_cast<std::size_t>(to)].push_back({state, static_cast<int>(nth)});
       }
     }
+  }
+  for (const LastStep& last : lastSteps(activation, goal)) {
+    offer(last.state, last.chosen, last.length);
   }
   while (!open.empty()) {
     const auto [length, state] = open.top();
@@ -107,7 +150,8 @@ void ShortestRuns::measureBackwards(int activation, Goal goal) {
     }
     for (const auto& [from, nth] : into[state]) {
       const Step& step = at.steps[from][static_cast<std::size_t>(nth)];
-      offer(from, nth, lengthOfBoth(length, lengthOfStep(activation, from, step, goal)));
+      offer(from, goal == Goal::kSeenReturn ? chosenSeen(nth, false) : nth,
+            lengthOfBoth(length, lengthOfStep(activation, from, step, goal)));
     }
   }
 }
@@ -159,45 +203,50 @@ void ShortestRuns::measureCallers(int activation) {
                                              weight(activation, state));
     offer(callee, Goal::kFailure,
           {lengthOfBoth(callerOf(activation, Goal::kFailure).length, up_to), activation, state,
-           kAbsent, Goal::kFailure});
+           kAbsent, Goal::kFailure, Goal::kFailure});
     for (const Step& step : at.steps[state]) {
       if (step.to < 0) {
         continue;
       }
-      const Goal goal = goalAfter(activation, step.to, false);
-      offer(
-          callee, returnWith(step.mark),
-          {lengthOfBoth(up_to, rest(activation, step.to, goal)), activation, state, step.to, goal});
-      offer(callee, Goal::kQuietReturn,
-            {lengthOfBoth(up_to, rest(activation, step.to, Goal::kQuietReturn)), activation, state,
-             step.to, Goal::kQuietReturn});
+      for (const auto& [goal, checks] : {std::pair(returnWith(step.mark), Checks::kAny),
+                                         std::pair(Goal::kQuietReturn, Checks::kNone),
+                                         std::pair(Goal::kSeenReturn, Checks::kFinding)}) {
+        const Rest rest = restAfter(activation, step.to, checks);
+        offer(
+            callee, goal,
+            {lengthOfBoth(up_to, rest.length), activation, state, step.to, rest.goal, rest.around});
+      }
     }
   }
 }
 
-/// Of what comes after a step of an activation, around it included.
-std::uint64_t ShortestRuns::rest(int activation, int to, Goal goal) const {
-  return lengthOfBoth(toGoal(activation, static_cast<std::size_t>(to), goal),
-                      callerOf(activation, goal).length);
+ShortestRuns::Rest ShortestRuns::restTo(int activation, int to, Goal goal, Goal around) const {
+  return {lengthOfBoth(toGoal(activation, static_cast<std::size_t>(to), goal),
+                       callerOf(activation, around).length),
+          goal, around};
 }
 
-Goal ShortestRuns::goalAfter(int activation, int to, bool quietly) const {
-  if (quietly) {
-    return Goal::kQuietReturn;
+ShortestRuns::Rest ShortestRuns::restAfter(int activation, int to, Checks checks) const {
+  if (checks == Checks::kNone) {
+    return restTo(activation, to, Goal::kQuietReturn, Goal::kQuietReturn);
   }
-  return rest(activation, to, Goal::kReturnUnmarked) < rest(activation, to, Goal::kReturnMarked)
-             ? Goal::kReturnUnmarked
-             : Goal::kReturnMarked;
+  const bool finds = checks == Checks::kFinding;
+  const Goal one_goal = finds ? Goal::kSeenReturn : Goal::kReturnUnmarked;
+  const Rest one =
+      restTo(activation, to, one_goal, finds ? Goal::kReturnMarked : Goal::kReturnUnmarked);
+  const Rest other =
+      restTo(activation, to, Goal::kReturnMarked, finds ? Goal::kSeenReturn : Goal::kReturnMarked);
+  return one.length < other.length ? one : other;
 }
 
 std::uint64_t ShortestRuns::throughStep(int activation, std::size_t state, const Step& step,
-                                        bool quietly) const {
+                                        Checks checks) const {
   if (step.to < 0) {
     return kNoLength;
   }
   return lengthOfBoth(
       lengthOfBoth(before_[static_cast<std::size_t>(activation)][state], weight(activation, state)),
-      rest(activation, step.to, goalAfter(activation, step.to, quietly)));
+      restAfter(activation, step.to, checks).length);
 }
 
 std::uint64_t ShortestRuns::upTo(int activation, std::size_t state) const {
@@ -229,7 +278,7 @@ void ShortestRuns::writeAround(RunPath& path, int activation, Goal goal, const I
     }
     callers.push_back(caller);
     at = caller.activation;
-    goal = caller.goal;
+    goal = caller.around;
   }
   std::for_each(callers.rbegin(), callers.rend(), [&](const Caller& caller) {
     writeWithin(path, caller.activation, caller.state);
@@ -251,13 +300,13 @@ RunPath ShortestRuns::pathOfRequest(Goal goal) const {
 }
 
 RunPath ShortestRuns::pathThroughStep(int activation, std::size_t state, const Step& step,
-                                      bool quietly) const {
+                                      Checks checks) const {
   RunPath path;
-  const Goal goal = goalAfter(activation, step.to, quietly);
-  writeAround(path, activation, goal, [&] {
+  const Rest rest = restAfter(activation, step.to, checks);
+  writeAround(path, activation, rest.around, [&] {
     writeWithin(path, activation, state);
     writer().writeRow(path, activation, state, step.choice);
-    writer().writeToGoal(path, activation, static_cast<std::size_t>(step.to), goal);
+    writer().writeToGoal(path, activation, static_cast<std::size_t>(step.to), rest.goal);
   });
   return path;
 }

@@ -77,12 +77,13 @@ int check(CheckOptions options) {
                [](const std::string& file) { return !isCaseFile(file); });
   const Environment around = environmentOf(tables);
   const bool is_sarif = options.format == kSarif;
+  const TableChecker checker(around);
   CheckJson json;
   CheckSarif sarif;
   CheckSum sum;
   for (const std::string& file : options.files) {
     const CheckedFile checked =
-        isCaseFile(file) ? checkCases(file, around) : checkFile(file, around);
+        isCaseFile(file) ? checkCases(file, around) : checker.check(file);
     sum.add(checked);
     if (options.json) {
       json.add(checked);

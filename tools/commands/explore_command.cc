@@ -75,6 +75,13 @@ std::vector<int> entriesAmong(const std::set<std::string>& given, const Program&
   return entries;
 }
 
+/// Whether there may be more claims than those that were found.
+bool isLeftOpen(const ExplorationResult& result) {
+  return std::any_of(
+      result.explorations.begin(), result.explorations.end(),
+      [](const Exploration& one) { return !one.is_complete || !one.has_all_cycles; });
+}
+
 int exploreTables(ExploreOptions options) {
   options.files = namedFiles(options.files);
   std::set<std::string> given;
@@ -111,7 +118,7 @@ int exploreTables(ExploreOptions options) {
   confirm(result, options);
   const std::size_t denied =
       options.json ? printExplorationJson(options, result) : printExploration(options, result);
-  return denied == 0 ? kExitOk : kExitFindings;
+  return denied != 0 ? kExitFindings : isLeftOpen(result) ? kExitFailed : kExitOk;
 }
 
 void describeExplore(CommandOptions& command) {

@@ -23,8 +23,8 @@ const std::string& tableName(const ExplorationResult& result, const Exploration&
 }
 
 /// True when there is more of something than an option allows.
-bool isAbove(const Bounds& bounds, std::size_t most) {
-  return most != ExploreOptions::kUnlimited && bounds.most.value_or(0) > most;
+bool isAbove(const Bounds& bounds, std::size_t max) {
+  return max != ExploreOptions::kUnlimited && (bounds.is_unbounded || bounds.max.value_or(0) > max);
 }
 
 bool isDenied(const ExploreOptions& options, const ExplorationResult& result,
@@ -40,7 +40,7 @@ bool isDenied(const ExploreOptions& options, const ExplorationResult& result,
       (claim.kind == Claim::Kind::kCalls && isAbove(exploration.calls, options.max_calls)) ||
       (claim.kind == Claim::Kind::kWait && isAbove(exploration.wait_ms, options.max_wait_ms));
   return (is_named(result.denied) && !is_named(result.allowed)) ||
-         (too_much && claim.subject == kMost);
+         (too_much && claim.subject == kMax);
 }
 
 /// The claims of an exploration; the rows that none of them reaches come behind those of the last.
@@ -66,11 +66,11 @@ std::string rowsOfWitness(const ExploreOptions& options, const ExplorationResult
 }
 
 std::string text(const Bounds& bounds, const std::string& unit) {
-  const std::string least = bounds.least ? amountText(*bounds.least) + unit : "-";
-  const std::string most = bounds.is_unbounded ? "any number"
-                           : bounds.most       ? amountText(*bounds.most) + unit
-                                               : "-";
-  return least + " to " + most;
+  const std::string min = bounds.min ? amountText(*bounds.min) + unit : "-";
+  const std::string max = bounds.is_unbounded ? "any number"
+                          : bounds.max        ? amountText(*bounds.max) + unit
+                                              : "-";
+  return min + " to " + max;
 }
 
 void printSummary(const ExplorationResult& result, const Exploration& exploration) {
@@ -78,22 +78,28 @@ void printSummary(const ExplorationResult& result, const Exploration& exploratio
       std::none_of(exploration.claims.begin(), exploration.claims.end(),
                    [](const Claim& claim) { return claim.kind == Claim::Kind::kEndless; });
   dataOutput() << "\n# table " << tableName(result, exploration) << ": " << exploration.states
-               << " states; " << (ends ? "every run ends" : "a run need not end") << "; HAP calls "
+               << " states; ";
+  if (!exploration.is_complete) {
+    dataOutput() << paint(Colour::kYellow, "left open")
+                 << ": there are more; what follows is what single runs do\n";
+    return;
+  }
+  dataOutput() << (ends ? "every run ends" : "a run need not end") << "; HAP calls "
                << text(exploration.calls, "") << "; waits " << text(exploration.wait_ms, " ms")
                << '\n';
-  if (!exploration.is_complete) {
+  if (!exploration.has_all_cycles) {
     dataOutput() << "# " << paint(Colour::kYellow, "left open")
-                 << ": there are more states; what is said of all runs holds for these alone\n";
+                 << ": more rows than these may run for ever\n";
   }
 }
 
 void writeBounds(JsonWriter& json, const std::string& name, const Bounds& bounds) {
   json.key(name).beginObject();
-  if (bounds.least) {
-    json.key("min").number(*bounds.least);
+  if (bounds.min) {
+    json.key("min").number(*bounds.min);
   }
-  if (bounds.most) {
-    json.key("max").number(*bounds.most);
+  if (bounds.max) {
+    json.key("max").number(*bounds.max);
   }
   json.key("unbounded").boolean(bounds.is_unbounded).endObject();
 }
@@ -139,7 +145,7 @@ std::size_t printExplorationJson(const ExploreOptions& options, const Exploratio
   for (const Exploration& exploration : result.explorations) {
     json.beginObject().member("table", tableName(result, exploration));
     json.key("states").number(exploration.states);
-    json.key("complete").boolean(exploration.is_complete);
+    json.key("complete").boolean(exploration.is_complete && exploration.has_all_cycles);
     writeBounds(json, "calls", exploration.calls);
     writeBounds(json, "waitMs", exploration.wait_ms);
     json.key("claims").beginArray();

@@ -136,8 +136,9 @@ class Examiner {
   }
 
   void examineTables(const std::vector<std::string>& tables, const Environment& around) {
+    const TableChecker checker(around);
     for (const std::string& file : tables) {
-      const CheckedFile checked = checkFile(file, around);
+      const CheckedFile checked = checker.check(file);
       if (checked.findings.empty()) {
         add(Verdict::kGood, "table", file);
       }

@@ -16,41 +16,52 @@
 namespace kw::trx::tools {
 namespace {
 
-std::vector<Finding> warningsOf(const TableFlow& flow, const Environment& around) {
-  std::vector<Finding> warnings = flowWarnings(flow, around);
-  for (const Finding& finding : descriptionWarnings(flow, around.haps.descriptions)) {
-    warnings.push_back(finding);
-  }
-  return warnings;
-}
-
-/// The warnings of a file that the engine loads; `around` holds it already, unless another file has
-/// its name.
-std::vector<Finding> warningsOfFlow(const std::string& file, const Environment& around) {
-  const auto known = around.tables.flows.find(tableNameOf(file));
-  if (known != around.tables.flows.end() && known->second.file == file) {
-    return warningsOf(known->second, around);
-  }
-  TableFlow flow;
-  return readFlow(file, flow) ? warningsOf(flow, around) : std::vector<Finding>();
+void append(std::vector<Finding>& findings, const std::vector<Finding>& more) {
+  findings.insert(findings.end(), more.begin(), more.end());
 }
 
 }  // namespace
+
+TableChecker::TableChecker(const Environment& around)
+    : around_(around), cycles_(cycleWarnings(around.tables.flows)) {}
+
+std::vector<Finding> TableChecker::warningsOf(const TableFlow& flow,
+                                              const CycleWarnings& cycles) const {
+  std::vector<Finding> warnings = flowWarnings(flow, around_);
+  if (const auto found = cycles.find(flow.name); found != cycles.end()) {
+    append(warnings, found->second);
+  }
+  append(warnings, descriptionWarnings(flow, around_.haps.descriptions));
+  return warnings;
+}
+
+/// The warnings of a file that the engine loads; the tables around hold it already, unless another
+/// file has its name.
+std::vector<Finding> TableChecker::warningsOfFlow(const std::string& file) const {
+  const auto known = around_.tables.flows.find(tableNameOf(file));
+  if (known != around_.tables.flows.end() && known->second.file == file) {
+    return warningsOf(known->second, cycles_);
+  }
+  TableFlow flow;
+  if (!readFlow(file, flow)) {
+    return {};
+  }
+  TableFlows flows = around_.tables.flows;
+  flows[flow.name] = flow;
+  return warningsOf(flow, cycleWarnings(flows));
+}
 
 bool CheckedFile::has(bool errors) const {
   return std::any_of(findings.begin(), findings.end(),
                      [errors](const Finding& finding) { return finding.is_error == errors; });
 }
 
-CheckedFile checkFile(const std::string& file, const Environment& around) {
+CheckedFile TableChecker::check(const std::string& file) const {
   const Faults faults = findFaults(file);
   CheckedFile checked{file, faults.findings, access(file.c_str(), R_OK) != 0};
-  const auto append = [&](const std::vector<Finding>& more) {
-    checked.findings.insert(checked.findings.end(), more.begin(), more.end());
-  };
-  append(spreadsheetWarnings(file));
+  append(checked.findings, spreadsheetWarnings(file));
   if (!checked.has(true)) {
-    append(warningsOfFlow(file, around));
+    append(checked.findings, warningsOfFlow(file));
   }
   std::stable_sort(checked.findings.begin(), checked.findings.end(),
                    [](const Finding& a, const Finding& b) {
@@ -63,6 +74,10 @@ CheckedFile checkFile(const std::string& file, const Environment& around) {
          faults.findings.back().id});
   }
   return checked;
+}
+
+CheckedFile checkFile(const std::string& file, const Environment& around) {
+  return TableChecker(around).check(file);
 }
 
 }  // namespace kw::trx::tools

@@ -3,72 +3,55 @@
 
 #include <algorithm>
 
-#include "common/text.h"
-#include "lint/flow_cycles.h"
-#include "zqm_trx/table_words.h"
+#include "analysis/row_cycles.h"
+#include "simulator/simulator.h"
 
 namespace kw::trx::tools {
 namespace {
 
 /// The longest list that is written out.
 constexpr std::size_t kMaxListed = 12;
+/// Of all tables together: a table has two for each row, and as often as it is called otherwise.
+constexpr std::size_t kMaxStates = 1000000;
 
-std::string numberOf(const FlowRow& row) { return row.number.empty() ? "0" : row.number; }
-
-/// "row 5", "rows 2 to 5 and 9".
-std::string rowsText(const std::vector<std::string>& rows, bool is_one) {
-  return (is_one ? "row " : "rows ") + listed(rows, kMaxListed);
+Finding findingOf(const RowCycle& cycle, const Program& program) {
+  const FlowRow& jump = program.rowOf(cycle.table, cycle.jump());
+  return {false, jump.lines[trx::kPlaceError], columnTitle(trx::kPlaceError, true),
+          cycleText(cycle, program, kMaxListed)};
 }
 
-std::string messageFor(const Cycle& cycle, const TableFlow& flow) {
-  std::vector<std::string> stretches;
-  std::vector<std::string> failing;
-  bool is_checked = false;
-  for (const auto& [first, last] : cycle) {
-    const std::string end = numberOf(flow.rows[last]);
-    if (last > first + 1) {
-      stretches.push_back(numberOf(flow.rows[first]) + " to " + end);
-    } else {
-      if (last != first) {
-        stretches.push_back(numberOf(flow.rows[first]));
-      }
-      stretches.push_back(end);
-    }
-    if (flow.rows[last].command == Command::kCheck) {
-      is_checked = true;
-    } else {
-      failing.push_back(end);
+bool jumpsBack(const TableFlow& flow) {
+  for (std::size_t at = 0; at < flow.rows.size(); ++at) {
+    if (flow.rows[at].jump >= 0 && static_cast<std::size_t>(flow.rows[at].jump) <= at) {
+      return true;
     }
   }
-  const bool is_row = cycle.size() == 1 && cycle[0].first == cycle[0].second;
-  const bool is_one = failing.size() == 1;
-  std::string message = rowsText(stretches, is_row) + (is_row ? " runs" : " run") + " for ever" +
-                        (is_checked ? " once a failure is kept for CHECK" : "");
-  if (is_row && is_one) {
-    message += " when it fails each time";
-  } else if (!failing.empty()) {
-    message += std::string(is_checked ? " and " : " when ") + rowsText(failing, is_one) +
-               " alone " + (is_one ? "fails" : "fail") + " each time";
-  }
-  return message;
+  return false;
 }
 
 }  // namespace
 
-std::vector<Finding> cycleWarnings(const TableFlow& flow, const Calls& calls) {
-  std::vector<Finding> findings;
-  const Cycles cycles = cyclesOf(flow, calls);
-  for (const Cycle& cycle : cycles.found) {
-    const FlowRow& jump = flow.rows[cycle.back().second];
-    findings.push_back({false, jump.lines[trx::kPlaceError], columnTitle(trx::kPlaceError, true),
-                        messageFor(cycle, flow)});
+CycleWarnings cycleWarnings(const TableFlows& flows) {
+  const Program program = programOf(flows);
+  std::vector<int> tables(program.tables.size());
+  for (std::size_t table = 0; table < tables.size(); ++table) {
+    tables[table] = static_cast<int>(table);
   }
-  if (!cycles.is_complete) {
-    findings.push_back({false, 0, "",
-                        "more rows than these may run for ever: there are too many jumps to follow "
-                        "all ways back"});
+  const RunGraph graph(program, tables, kTableNestLimit, kMaxStates);
+  const RowCycles cycles = rowCyclesOf(graph);
+  CycleWarnings warnings;
+  for (const RowCycle& cycle : cycles.found) {
+    const std::string& table = program.tables[static_cast<std::size_t>(cycle.table)].flow->name;
+    warnings[table].push_back(findingOf(cycle, program));
   }
-  return findings;
+  for (const auto& [name, flow] : flows) {
+    if (!cycles.is_complete && jumpsBack(flow)) {
+      warnings[name].push_back(
+          {false, 0, "",
+           "more rows than these may run for ever: there are too many ways to follow"});
+    }
+  }
+  return warnings;
 }
 
 }  // namespace kw::trx::tools

@@ -3,7 +3,6 @@
 
 #include "common/characters.h"
 #include "common/text.h"
-#include "lint/cycle_warnings.h"
 #include "table/cell_number.h"
 #include "zqm_trx/module_key.h"
 #include "zqm_trx/table_words.h"
@@ -41,8 +40,6 @@ class FlowWarner {
       warnOfWait(row);
     }
     warnOfEndlessCalls();
-    const std::vector<Finding> cycles = cycleWarnings(flow_, around_.calls);
-    findings_.insert(findings_.end(), cycles.begin(), cycles.end());
     return findings_;
   }
 
@@ -110,7 +107,7 @@ class FlowWarner {
 
   /// Every run of such a table calls a table that cannot end either, until the nest limit.
   void warnOfEndlessCalls() {
-    const std::set<std::string>& endless = around_.calls.endless;
+    const std::set<std::string>& endless = around_.endless;
     if (endless.count(flow_.name) == 0) {
       return;
     }

@@ -3,8 +3,6 @@
 
 #include <utility>
 
-#include "common/closure.h"
-
 namespace kw::trx::tools {
 namespace {
 
@@ -12,11 +10,9 @@ namespace {
 /// known to end, so each row is looked at once.
 class EndFinder {
  public:
-  EndFinder(const TableFlows& flows, bool with_messages)
-      : flows_(flows), with_messages_(with_messages) {}
+  explicit EndFinder(const TableFlows& flows) : flows_(flows) {}
 
-  /// The tables that never get to an END row, or to one without a message.
-  std::set<std::string> endless() {
+  std::set<std::string> find() {
     for (const auto& [name, flow] : flows_) {
       runs_[name].resize(flow.rows.size());
       endless_.insert(name);
@@ -41,9 +37,7 @@ class EndFinder {
     seen[at] = true;
     const FlowRow& row = flow.rows[at];
     if (row.endsTable()) {
-      if (with_messages_ || !row.endsWithMessage()) {
-        noteEnd(flow.name);
-      }
+      noteEnd(flow.name);
     } else if (row.command == Command::kTable && endless_.count(row.name) != 0) {
       waiting_[row.name].emplace_back(&flow, at);
     } else {
@@ -65,52 +59,14 @@ class EndFinder {
   }
 
   const TableFlows& flows_;
-  const bool with_messages_;
   std::map<std::string, std::vector<bool>> runs_;  // the rows seen of each table
   std::map<std::string, std::vector<Place>> waiting_;
   std::set<std::string> endless_;
   std::vector<Place> open_;
 };
 
-using Names = std::map<std::string, std::vector<std::string>>;
-
-/// Adds to `names` all that `next` leads to from them.
-void spread(const Names& next, std::set<std::string>& names) {
-  names = closureOf(std::vector<std::string>(names.begin(), names.end()),
-                    [&next](const std::string& name) {
-                      const auto found = next.find(name);
-                      return found == next.end() ? std::vector<std::string>() : found->second;
-                    });
-}
-
-/// Finds the tables that leave or find a failure kept for CHECK: those with a HAP row of mode STACK
-/// and their callers leave one, and all that these call may find it.
-void findKeeping(const TableFlows& flows, Calls& calls) {
-  Names callers;
-  Names called;
-  for (const auto& [name, flow] : flows) {
-    for (const FlowRow& row : flow.rows) {
-      if (row.on_failure == Effect::kKept) {
-        calls.kept_after.insert(name);
-      } else if (row.command == Command::kTable) {
-        callers[row.name].push_back(name);
-        called[name].push_back(row.name);
-      }
-    }
-  }
-  spread(callers, calls.kept_after);
-  for (const std::string& name : calls.kept_after) {
-    calls.kept_before.insert(called[name].begin(), called[name].end());
-  }
-  spread(called, calls.kept_before);
-}
-
 }  // namespace
 
-Calls callsOf(const TableFlows& flows) {
-  Calls calls{EndFinder(flows, true).endless(), EndFinder(flows, false).endless(), {}, {}};
-  findKeeping(flows, calls);
-  return calls;
-}
+std::set<std::string> endlessTables(const TableFlows& flows) { return EndFinder(flows).find(); }
 
 }  // namespace kw::trx::tools

@@ -106,7 +106,7 @@ Environment environmentOf(const std::vector<std::string>& files) {
   const Configured found = configured();
   around.tables = readTables(files, found.tables);
   around.meant_tables = meantTables(around.tables);
-  around.calls = callsOf(around.tables.flows);
+  around.endless = endlessTables(around.tables.flows);
   if (found.is_there) {
     around.haps = hapsOf(found.modules);
   }

@@ -22,9 +22,9 @@ struct ClaimPattern {
 };
 
 /// The pattern written as KIND, or as KIND=SUBJECT, where `tables` are known and runs of `entries`
-/// are looked at. Throws `std::invalid_argument` in words when that is no kind, or claims of it can
-/// have no such subject: a row that is in no table, a message that no END row has, a name that no
-/// TABLE row calls.
+/// are looked at. Throws `std::invalid_argument` with a message when that is no kind, or claims of
+/// it can have no such subject: a row that is in no table, a message that no END row has, a name
+/// that no TABLE row calls.
 ClaimPattern claimPatternFrom(const std::string& text, const TableFlows& tables,
                               const std::vector<std::string>& entries);
 

@@ -15,17 +15,20 @@ namespace kw::trx::tools {
 
 struct Claim {
   enum class Kind {
-    kEndless,    ///< a run can go on for ever
-    kUnreached,  ///< no run gets to a row
-    kSwallowed,  ///< a failure is ignored, or kept for a CHECK row that does not come
-    kRecovered,  ///< a run ends well after a failure that the table looked at
-    kMessage,    ///< a run ends with error and this message
-    kNestLimit,  ///< a call is refused, as its table runs too often already
-    kMissing,    ///< a call gets to a table that is not there
-    kFails,      ///< a run in which every HAP succeeds ends with error
-    kNeverWell,  ///< no run ends well
-    kCalls,      ///< least or most HAP calls
-    kWait,       ///< least or most waiting time
+    kEndless,        ///< a run can go on for ever
+    kStuck,          ///< a run gets to a row from which it cannot end any more
+    kUnreached,      ///< no run gets to a row
+    kSwallowed,      ///< a failure is ignored, or kept for a CHECK row that does not come
+    kRecovered,      ///< a run succeeds after a failure that the table looked at
+    kFinds,          ///< a CHECK row finds failures of rows of its own table
+    kFindsOther,     ///< it finds those of rows of other tables
+    kMessage,        ///< a run ends with error and this message
+    kNestLimit,      ///< a call is refused, as its table runs too often already
+    kMissing,        ///< a call gets to a table that is not there
+    kFails,          ///< a run in which every HAP succeeds ends with error
+    kNeverSucceeds,  ///< no run succeeds
+    kCalls,          ///< min or max of HAP calls
+    kWait,           ///< min or max of waiting time
   };
 
   Kind kind;
@@ -39,7 +42,7 @@ struct Claim {
 /// together can be the square of those of the tables.
 class Witnesses {
  public:
-  /// The claim with its witness, or else with words that say that it has none.
+  /// The claim with its witness, or else with a message that says that it has none.
   Claim give(Claim claim, const std::function<RunPath()>& witness);
 
  private:
@@ -49,8 +52,8 @@ class Witnesses {
 };
 
 /// The subjects of claims of bounds.
-constexpr char kLeast[] = "least";
-constexpr char kMost[] = "most";
+constexpr char kMin[] = "min";
+constexpr char kMax[] = "max";
 
 /// The word for a kind, as options take it.
 const char* nameOf(Claim::Kind kind);
@@ -62,26 +65,30 @@ std::string amountText(std::uint64_t amount);
 
 /// What runs take of something.
 struct Bounds {
-  std::optional<std::uint64_t> least;  ///< of those that end well; none: none does
-  std::optional<std::uint64_t> most;   ///< of those that end; none: none does, or there is no bound
-  bool is_unbounded = false;
+  std::optional<std::uint64_t> min;  ///< of those that succeed; none: none does, or it is not known
+  std::optional<std::uint64_t> max;  ///< of those that end; none: none does, there is no bound, or
+                                     ///< it is not known
+  bool is_unbounded = false;         ///< there is always one that takes more, or one without an end
 };
 
 /// What was found out of one table.
 struct Exploration {
   int table;
   std::size_t states = 0;
-  bool is_complete = true;  ///< false: what holds for all runs holds for those looked at alone
+  bool is_complete = true;  ///< false: nothing is known of further runs, and `claims` are those of
+                            ///< single runs alone
+  bool has_all_cycles = true;  ///< false: there may be more rows that run for ever than claimed
   Bounds calls, wait_ms;
   std::vector<Claim> claims;
   std::vector<std::vector<bool>> reached;  ///< rows, by table
 };
 
-/// Explores all runs of the table at `entry`. `most_states`: where it gives up looking at more.
+/// Explores all runs of the table at `entry`. `max_states`: where it gives up looking at more.
 Exploration explore(const Program& program, int entry, unsigned int nest_limit,
                     std::size_t max_states);
 
-/// A claim for each row that no run of any of them gets to, of tables that one gets to.
+/// A claim for each row that no run of any of them gets to, of their tables and those that these
+/// call. None when one of them is not complete.
 std::vector<Claim> unreachedRows(const Program& program,
                                  const std::vector<Exploration>& explorations);
 

@@ -13,14 +13,6 @@ namespace kw::trx::tools {
 /// lead to it. (R. Tarjan, Depth-first search and linear graph algorithms, 1972.)
 std::vector<std::vector<std::size_t>> componentsOf(const Activation& activation);
 
-/// True when a run can stay in the component for ever.
-bool isCycle(const Activation& activation, const std::vector<std::size_t>& component);
-
-/// The steps of the shortest way by number of steps from `state` back to itself, as pairs of a
-/// state and the place of its step. It must be in a cycle.
-std::vector<std::pair<std::size_t, std::size_t>> cycleThrough(const Activation& activation,
-                                                              std::size_t state);
-
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_ANALYSIS_CYCLES_H_

@@ -27,6 +27,10 @@ class LongestRuns {
     return toGoal(RunGraph::kRoot, graph_.at(RunGraph::kRoot).first(), goal);
   }
 
+  /// Whether a run can go on for ever and take more and more of the measure, or has an end, but
+  /// always one behind that of another.
+  bool isUnbounded() const { return is_unbounded_; }
+
   /// The run of that length, when there is a longest one.
   RunPath pathOfRequest(Goal goal) const;
 
@@ -45,6 +49,7 @@ class LongestRuns {
 
   const RunGraph& graph_;
   const Measure measure_;
+  bool is_unbounded_ = false;
   std::vector<ChosenSteps> chosen_;
   std::vector<std::array<std::vector<std::int64_t>, kGoals>> after_;
 };

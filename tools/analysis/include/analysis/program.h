@@ -3,7 +3,9 @@
 #ifndef KW_TRX_TOOLS_ANALYSIS_PROGRAM_H_
 #define KW_TRX_TOOLS_ANALYSIS_PROGRAM_H_
 
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "table/flow.h"
@@ -11,6 +13,9 @@
 namespace kw::trx::tools {
 
 constexpr int kAbsent = -1;
+
+/// A row by its table and its place there.
+using RowPlace = std::pair<int, std::size_t>;
 
 struct ProgramTable {
   const TableFlow* flow = nullptr;
@@ -38,8 +43,11 @@ struct Program {
 /// `flows` must outlive the result.
 Program programOf(const TableFlows& flows);
 
-/// The tables that no other one calls, so that hosts must be the ones that run them; all when each
-/// is called.
+/// `tables`, and all that these call, directly or through others.
+std::set<int> withCallees(const Program& program, const std::vector<int>& tables);
+
+/// The tables that hosts must be the ones to run: those that no other one calls, and of tables that
+/// call each other all, when no further one calls them.
 std::vector<int> entriesOf(const Program& program);
 
 }  // namespace kw::trx::tools

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analysis/claims.h"
+#include "analysis/row_cycles.h"
 #include "analysis/shortest_runs.h"
 
 namespace kw::trx::tools {
@@ -18,9 +19,13 @@ std::string rowNameOf(const Program& program, int table, std::size_t row, int en
 std::vector<Claim> rowClaims(const RunGraph& graph, const ShortestRuns& shortest,
                              Witnesses& witnesses);
 
+/// A claim for each row from which on a run, that can end until then, cannot end any more.
+std::vector<Claim> stuckClaims(const RunGraph& graph, const ShortestRuns& shortest,
+                               Witnesses& witnesses);
+
 /// A claim for each cycle of rows that a run can stay in.
-std::vector<Claim> endlessClaims(const RunGraph& graph, const ShortestRuns& shortest,
-                                 Witnesses& witnesses);
+std::vector<Claim> endlessClaims(const RunGraph& graph, const RowCycles& cycles,
+                                 const ShortestRuns& shortest, Witnesses& witnesses);
 
 }  // namespace kw::trx::tools
 

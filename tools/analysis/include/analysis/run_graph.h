@@ -49,12 +49,14 @@ struct Activation {
   std::size_t first() const { return mark ? 1 : 0; }
 };
 
-/// The runs of one table. Callees stand behind their callers in no order, but each activation is
-/// in `callees_first` behind those that it calls.
+/// The runs of one table, or of several. Callees stand behind their callers in no order, but each
+/// activation is in `callees_first` behind those that it calls.
 class RunGraph {
  public:
-  /// `most_states`: where it stops to look at further activations. `program` must outlive it.
-  RunGraph(const Program& program, int entry, unsigned int nest_limit, std::size_t max_states);
+  /// `max_states`: beyond so many, looked at or not, it enters no further activations. `program`
+  /// must outlive it.
+  RunGraph(const Program& program, const std::vector<int>& entries, unsigned int nest_limit,
+           std::size_t max_states);
 
   const Program& program() const { return program_; }
   const std::vector<Activation>& activations() const { return activations_; }
@@ -69,7 +71,7 @@ class RunGraph {
     return program_.rowOf(activation.table, Activation::rowOf(state));
   }
 
-  /// The first activation: that of the request.
+  /// The first activation: that of the request, where there is one entry.
   static constexpr int kRoot = 0;
 
   /// What the stack says of a call.
@@ -81,6 +83,7 @@ class RunGraph {
     std::vector<int> states;
   };
 
+  void follow(int entry);
   int activationFor(int table, bool mark, const Activation* caller);
   /// False when a callee must be looked at first, which is then open.
   bool expand(Open& open, std::size_t state, std::vector<Open>& stack);
@@ -92,6 +95,7 @@ class RunGraph {
   const unsigned int nest_limit_;
   const std::size_t max_states_;
   std::size_t states_ = 0;
+  std::size_t allocated_ = 0;  // states of all activations, reached or not
   bool is_complete_ = true;
   std::vector<Activation> activations_;
   std::vector<bool> finished_;

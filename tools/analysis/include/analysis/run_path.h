@@ -16,15 +16,20 @@ enum class Goal {
   kReturnMarked,    ///< its table ends well, and one has
   kFailure,         ///< the request ends with error
   kQuietReturn,     ///< its table ends well without a CHECK row on the way, with the mark set
+  kSeenReturn,      ///< its table ends well after a CHECK row that found the mark
 };
-constexpr std::size_t kGoals = 4;
+constexpr std::size_t kGoals = 5;
 
 constexpr std::size_t indexOf(Goal goal) { return static_cast<std::size_t>(goal); }
 constexpr Goal returnWith(bool mark) { return mark ? Goal::kReturnMarked : Goal::kReturnUnmarked; }
 
 /// For one activation: which of its steps each state takes on its way to a goal; kAbsent: there is
-/// no such way.
+/// no such way. For `kSeenReturn`, which changes to `kReturnMarked` once a CHECK row has found the
+/// mark, it is made by `chosenSeen`.
 using ChosenSteps = std::array<std::vector<int>, kGoals>;
+
+/// The step at the place `nth`; `here`: a CHECK row finds the mark in it.
+constexpr int chosenSeen(int nth, bool here) { return nth * 2 + (here ? 1 : 0); }
 
 /// One row of a run.
 struct PathRow {
@@ -70,7 +75,8 @@ class PathWriter {
   const std::vector<ChosenSteps>& chosen_;
 };
 
-/// What the callee of a step must get to when the whole is to get to `goal`.
+/// What the callee of a step must get to when the whole is to get to `goal`; of `kSeenReturn`, when
+/// the mark is found later.
 Goal goalOfCallee(const Step& step, Goal goal);
 
 }  // namespace kw::trx::tools

@@ -35,30 +35,41 @@ class ShortestRuns {
     return toGoal(RunGraph::kRoot, graph_.at(RunGraph::kRoot).first(), goal);
   }
 
-  /// Of whole runs that get to a state, take `step` there and end well; quietly: no CHECK row comes
-  /// behind.
+  /// Which CHECK rows come behind a step: any; none; or one that finds a mark.
+  enum class Checks { kAny, kNone, kFinding };
+
+  /// Of whole runs that get to a state, take `step` there and end well.
   std::uint64_t throughStep(int activation, std::size_t state, const Step& step,
-                            bool quietly) const;
+                            Checks checks) const;
 
   /// Of runs as far as a state.
   std::uint64_t upTo(int activation, std::size_t state) const;
 
   /// Those runs.
   RunPath pathOfRequest(Goal goal) const;
-  RunPath pathThroughStep(int activation, std::size_t state, const Step& step, bool quietly) const;
+  RunPath pathThroughStep(int activation, std::size_t state, const Step& step, Checks checks) const;
   RunPath pathUpTo(int activation, std::size_t state) const;
 
   PathWriter writer() const { return PathWriter(graph_, chosen_); }
 
  private:
   /// The call through which an activation is entered in the shortest run around it, by the goal of
-  /// the activation: what comes behind it is part of that run, but for a failure.
+  /// the activation: what comes behind it is part of that run, but for a failure. For `kSeenReturn`
+  /// a CHECK row behind the activation finds its mark.
   struct Caller {
     std::uint64_t length = kNoLength;  ///< of the run before and after the activation
     int activation = kAbsent;          ///< kAbsent: it is the request itself
     std::size_t state = 0;
-    int to = kAbsent;                   ///< where the caller goes on
-    Goal goal = Goal::kReturnUnmarked;  ///< of the caller then
+    int to = kAbsent;                     ///< where the caller goes on
+    Goal goal = Goal::kReturnUnmarked;    ///< of the caller then
+    Goal around = Goal::kReturnUnmarked;  ///< of the callers around that one
+  };
+
+  /// What comes behind a step, around its activation included.
+  struct Rest {
+    std::uint64_t length;
+    Goal goal;    ///< of the activation
+    Goal around;  ///< of those around it
   };
 
   /// How a state was got to within its activation.
@@ -67,6 +78,16 @@ class ShortestRuns {
     int step = kAbsent;
   };
 
+  /// The last choice on the way to a goal.
+  struct LastStep {
+    std::size_t state;
+    int chosen;
+    std::uint64_t length;
+  };
+
+  bool isOnWay(int activation, std::size_t state, Goal goal) const;
+  std::vector<LastStep> lastSteps(int activation, Goal goal) const;
+  void addFindingSteps(int activation, std::size_t state, std::vector<LastStep>& last) const;
   void measureBackwards(int activation, Goal goal);
   void measureForwards(int activation);
   void measureCallers(int activation);
@@ -76,9 +97,8 @@ class ShortestRuns {
   const Caller& callerOf(int activation, Goal goal) const {
     return callers_[static_cast<std::size_t>(activation)][indexOf(goal)];
   }
-  /// The best goal of the rest of an activation after a step.
-  Goal goalAfter(int activation, int to, bool quietly) const;
-  std::uint64_t rest(int activation, int to, Goal goal) const;
+  Rest restTo(int activation, int to, Goal goal, Goal around) const;
+  Rest restAfter(int activation, int to, Checks checks) const;
   void writeWithin(RunPath& path, int activation, std::size_t state) const;
 
   /// Writes the run around an activation; `inner` writes what is within it.

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "lint/cycle_warnings.h"
 #include "table/environment.h"
 #include "table/finding.h"
 
@@ -20,8 +21,24 @@ struct CheckedFile {
   bool has(bool errors) const;
 };
 
-/// Checks `file`, as it is called in words, with the tables and HAPs around it. The engine loads it
-/// exactly when no error is found.
+/// Checks files with the tables and HAPs around them. Any thread.
+class TableChecker {
+ public:
+  /// `around` must outlive it.
+  explicit TableChecker(const Environment& around);
+
+  /// Checks `file`, as it is called in words. The engine loads it exactly when no error is found.
+  CheckedFile check(const std::string& file) const;
+
+ private:
+  std::vector<Finding> warningsOfFlow(const std::string& file) const;
+  std::vector<Finding> warningsOf(const TableFlow& flow, const CycleWarnings& cycles) const;
+
+  const Environment& around_;
+  const CycleWarnings cycles_;  // of all tables around
+};
+
+/// The same for one file.
 CheckedFile checkFile(const std::string& file, const Environment& around);
 
 }  // namespace kw::trx::tools

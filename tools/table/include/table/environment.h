@@ -37,7 +37,7 @@ struct Environment {
   KnownTables tables;  ///< those among the files and the configuration
   /// What was probably meant by names of tables that are not there, as `didYouMean` says it.
   std::map<std::string, std::string> meant_tables;
-  Calls calls;     ///< among these
+  std::set<std::string> endless;  ///< those of which no run gets to an END row
   KnownHAPs haps;  ///< of the listed modules
 };
 
