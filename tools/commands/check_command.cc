@@ -82,8 +82,7 @@ int check(CheckOptions options) {
   CheckSarif sarif;
   CheckSum sum;
   for (const std::string& file : options.files) {
-    const CheckedFile checked =
-        isCaseFile(file) ? checkCases(file, around) : checker.check(file);
+    const CheckedFile checked = isCaseFile(file) ? checkCases(file, around) : checker.check(file);
     sum.add(checked);
     if (options.json) {
       json.add(checked);

@@ -191,9 +191,26 @@ void RequestRecording::requestEnded(const Request& request) {
   }
 }
 
-RecordedRequest RequestRecording::result() {
+RecordedRequest RequestRecording::result() { return recordedOf(find()); }
+
+std::vector<RequestRecording::Recorded> RequestRecording::results() {
+  std::vector<Recorded> results;
+  for (const Request& request : ended_) {
+    if (!isWanted(request)) {
+      continue;
+    }
+    try {
+      results.push_back({recordedOf(request), ""});
+    } catch (const NotReplayable& problem) {
+      results.push_back({{request, {}, {}, 0, {}}, problem.what()});
+    }
+  }
+  return results;
+}
+
+RecordedRequest RequestRecording::recordedOf(const Request& wanted) {
   RecordedRequest recorded;
-  recorded.request = find();
+  recorded.request = wanted;
   const Request& request = recorded.request;
   if (!request.isTable()) {
     refuse("request " + nameOf(request) + " is one of HAP " + request.name +

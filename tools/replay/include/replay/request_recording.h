@@ -27,6 +27,14 @@ class RequestRecording : public RequestListener {
   /// Throws `NotReplayable`.
   RecordedRequest result();
 
+  /// A request, or why it cannot be replayed.
+  struct Recorded {
+    RecordedRequest request;
+    std::string problem;  ///< empty: it can
+  };
+  /// All table requests of its id, in the order of their ends; to be called behind the last.
+  std::vector<Recorded> results();
+
   /// The rows of all requests, those of one in the order of their starts.
   std::vector<Span> rows() const;
 
@@ -39,6 +47,7 @@ class RequestRecording : public RequestListener {
 
   bool isWanted(const Request& request) const;
   const Request& find() const;
+  RecordedRequest recordedOf(const Request& wanted);
 
   const std::uint32_t id_, number_;
   std::map<std::uint64_t, Rows> rows_;  // by serial
