@@ -26,18 +26,23 @@ function(zqm_trx_add_table_test name)
   add_test(NAME ${name} COMMAND ${tool} test ${ARGN} WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
-# zqm_trx_explore_tables(<name> <table file>... DENY <kind>... [ALLOW <kind=subject>...])
+# zqm_trx_explore_tables(<name> <table file>... DENY <kind>... [ALLOW <kind=subject>...]
+#   [RULES <case file>])
 #
-# Registers with ctest a test that fails when a run of the tables can do what DENY says, by
-# `trxctl explore`.
+# Registers with ctest a test that fails when a run of the tables can do what DENY says, or breaks a
+# rule of the case file, or when no run puts one of them to the test, by `trxctl explore`.
 function(zqm_trx_explore_tables name)
-  cmake_parse_arguments(arg "" "" "DENY;ALLOW" ${ARGN})
+  cmake_parse_arguments(arg "" "RULES" "DENY;ALLOW" ${ARGN})
   if(NOT arg_UNPARSED_ARGUMENTS OR NOT arg_DENY)
     message(FATAL_ERROR "zqm_trx_explore_tables(${name}): table files and DENY are needed")
   endif()
   zqm_trx_find_tool(tool)
   list(TRANSFORM arg_DENY PREPEND --deny=)
   list(TRANSFORM arg_ALLOW PREPEND --allow=)
-  add_test(NAME ${name} COMMAND ${tool} explore ${arg_UNPARSED_ARGUMENTS} ${arg_DENY} ${arg_ALLOW}
+  set(rules)
+  if(arg_RULES)
+    set(rules --rules=${arg_RULES} --strict)
+  endif()
+  add_test(NAME ${name} COMMAND ${tool} explore ${arg_UNPARSED_ARGUMENTS} ${arg_DENY} ${arg_ALLOW} ${rules}
     WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()

@@ -82,6 +82,9 @@ std::set<std::string> subjectsOf(Claim::Kind kind, const TableFlows& tables) {
 }
 
 std::string plainSubject(Claim::Kind kind, const std::string& text, const TableFlows& tables) {
+  if (kind == Claim::Kind::kRule || kind == Claim::Kind::kUntested) {
+    return text;  // its rules are not among the tables
+  }
   const std::set<std::string> subjects = subjectsOf(kind, tables);
   if (subjects.count(text) != 0) {
     return text;

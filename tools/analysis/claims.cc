@@ -13,7 +13,7 @@
 namespace kw::trx::tools {
 namespace {
 
-constexpr std::array<std::pair<Claim::Kind, const char*>, 14> kKindNames = {
+constexpr std::array<std::pair<Claim::Kind, const char*>, 16> kKindNames = {
     {{Claim::Kind::kEndless, "endless"},
      {Claim::Kind::kStuck, "stuck"},
      {Claim::Kind::kUnreached, "unreached"},
@@ -27,7 +27,9 @@ constexpr std::array<std::pair<Claim::Kind, const char*>, 14> kKindNames = {
      {Claim::Kind::kFails, "fails"},
      {Claim::Kind::kNeverSucceeds, "never-succeeds"},
      {Claim::Kind::kCalls, "calls"},
-     {Claim::Kind::kWait, "wait"}}};
+     {Claim::Kind::kWait, "wait"},
+     {Claim::Kind::kRule, "rule"},
+     {Claim::Kind::kUntested, "untested"}}};
 
 /// The run in which every HAP succeeds that can.
 class GoodRun {

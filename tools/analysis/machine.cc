@@ -41,10 +41,12 @@ Machine::Action Machine::next(MachineState& at, const OnRow& on_row) {
     if (row.wait_ms != 0) {
       return {Action::Kind::kWaits, &row};
     }
-    const MachineState before = at;
-    const Action end = step(at, on_row);
-    if (end.kind != Action::Kind::kOpen) {
-      at = before;
+    const bool fails = row.command == Command::kHAP;
+    if (on_row) {
+      on_row(row, fails);
+    }
+    const Action end = step(at, fails);
+    if (end.kind != Action::Kind::kGoesOn) {
       return end;
     }
     if (at == met) {
@@ -58,12 +60,8 @@ Machine::Action Machine::next(MachineState& at, const OnRow& on_row) {
   return {Action::Kind::kOpen};
 }
 
-Machine::Action Machine::step(MachineState& at, const OnRow& on_row) {
+Machine::Action Machine::step(MachineState& at, bool fails) {
   const FlowRow& row = rowOf(at);
-  const bool fails = row.command == Command::kHAP;
-  if (on_row) {
-    on_row(row, fails);
-  }
   if (row.endsTable()) {
     return stepEnd(at, row);
   }
@@ -75,10 +73,12 @@ Machine::Action Machine::step(MachineState& at, const OnRow& on_row) {
       return {Action::Kind::kFails};
     }
     at.row = static_cast<std::uint32_t>(row.jump);
+  } else if (fails && row.on_failure == Effect::kStops) {
+    return {Action::Kind::kFails};
   } else {
     goOn(at, fails);
   }
-  return {Action::Kind::kOpen};
+  return {Action::Kind::kGoesOn};
 }
 
 Machine::Action Machine::stepEnd(MachineState& at, const FlowRow& row) {
@@ -91,7 +91,7 @@ Machine::Action Machine::stepEnd(MachineState& at, const FlowRow& row) {
   }
   at.frame = frame.parent;
   at.row = frame.row + 1;
-  return {Action::Kind::kOpen};
+  return {Action::Kind::kGoesOn};
 }
 
 Machine::Action Machine::stepCall(MachineState& at) {
@@ -106,7 +106,7 @@ Machine::Action Machine::stepCall(MachineState& at) {
   }
   at.frame = known->second;
   at.row = 0;
-  return {Action::Kind::kOpen};
+  return {Action::Kind::kGoesOn};
 }
 
 bool Machine::isRefused(const MachineState& at, int callee) const {

@@ -106,8 +106,8 @@ std::string endText(const SimulatedRun& run) {
   return kEndException + (" " + run.failure);
 }
 
-std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
-                                       RequestListener* listener) {
+SimulatedRun runCase(const TableCase& expected, const Simulator& simulator,
+                     RequestListener* listener) {
   OutcomePlan plan(expected.outcomes);
   SimulationRequest request;
   request.table = expected.table;
@@ -115,7 +115,15 @@ std::vector<std::string> differencesOf(const TableCase& expected, const Simulato
   request.max_rows = expected.max_rows;
   request.listener = listener;
   request.choose = [&plan](const HAPCall& call) { return plan.choose(call); };
-  const SimulatedRun run = simulator.run(request);
+  return simulator.run(request);
+}
+
+std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
+                                       RequestListener* listener) {
+  return differencesOf(expected, runCase(expected, simulator, listener));
+}
+
+std::vector<std::string> differencesOf(const TableCase& expected, const SimulatedRun& run) {
   Lines differences;
   if (expected.rows) {
     compareRows(expected, run, differences);

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <set>
 #include <stdexcept>
 #include <utility>
 
+#include "analysis/rule_claims.h"
 #include "analysis/witness.h"
 #include "cases/case_run.h"
 #include "command_line/command_line.h"
@@ -77,9 +79,60 @@ std::vector<int> entriesAmong(const std::set<std::string>& given, const Program&
 
 /// Whether there may be more claims than those that were found.
 bool isLeftOpen(const ExplorationResult& result) {
-  return std::any_of(
-      result.explorations.begin(), result.explorations.end(),
-      [](const Exploration& one) { return !one.is_complete || !one.has_all_cycles; });
+  return result.are_rules_open ||
+         std::any_of(
+             result.explorations.begin(), result.explorations.end(),
+             [](const Exploration& one) { return !one.is_complete || !one.has_all_cycles; });
+}
+
+/// The rules of the case file that --rules names. Throws with a message.
+std::vector<LineOfRule> rulesOf(const ExploreOptions& options) {
+  if (options.rules.empty()) {
+    return {};
+  }
+  CaseFile file = readCaseFile(options.rules);
+  if (!file.findings.empty()) {
+    throw std::runtime_error(options.rules + ": " + file.findings[0].message +
+                             "; see trxctl check");
+  }
+  return file.rules;
+}
+
+/// Refuses patterns of rules that are not there: what allows a rule must not go quiet.
+void requireRules(const std::vector<ClaimPattern>& patterns, const std::vector<LineOfRule>& rules) {
+  for (const ClaimPattern& pattern : patterns) {
+    const bool is_of_rule =
+        pattern.kind == Claim::Kind::kRule || pattern.kind == Claim::Kind::kUntested;
+    const auto has_name = [&](const LineOfRule& one) { return one.rule.name == pattern.subject; };
+    if (is_of_rule && pattern.subject && std::none_of(rules.begin(), rules.end(), has_name)) {
+      throw std::invalid_argument("there is no rule '" + *pattern.subject + "'");
+    }
+  }
+}
+
+/// Judges the rules by all runs. Broken ones are denied, untested ones with --strict.
+void judgeRules(ExplorationResult& result, const ExploreOptions& options,
+                const std::vector<LineOfRule>& rules) {
+  requireRules(result.denied, rules);
+  requireRules(result.allowed, rules);
+  std::vector<bool> tested(rules.size());
+  for (Exploration& exploration : result.explorations) {
+    const RuleClaims judged =
+        ruleClaims(result.program, exploration, static_cast<unsigned int>(options.nest_limit),
+                   options.max_states, rules);
+    exploration.claims.insert(exploration.claims.end(), judged.claims.begin(), judged.claims.end());
+    result.are_rules_open = result.are_rules_open || !judged.is_complete;
+    std::transform(tested.begin(), tested.end(), judged.tested.begin(), tested.begin(),
+                   std::logical_or<>());
+  }
+  if (!result.are_rules_open) {
+    const std::vector<Claim> untested = untestedClaims(rules, tested);
+    result.unreached.insert(result.unreached.end(), untested.begin(), untested.end());
+  }
+  result.denied.push_back({Claim::Kind::kRule, std::nullopt});
+  if (options.strict) {
+    result.denied.push_back({Claim::Kind::kUntested, std::nullopt});
+  }
 }
 
 int exploreTables(ExploreOptions options) {
@@ -94,6 +147,7 @@ int exploreTables(ExploreOptions options) {
     return fail("the engine does not load the table " + *tables.refused.begin() +
                 "; trxctl check tells why");
   }
+  const std::vector<LineOfRule> rules = rulesOf(options);
   ExplorationResult result;
   result.program = programOf(tables.flows);
   std::vector<int> entries = entriesAmong(given, result.program);
@@ -115,6 +169,7 @@ int exploreTables(ExploreOptions options) {
         result.program, entry, static_cast<unsigned int>(options.nest_limit), options.max_states));
   }
   result.unreached = unreachedRows(result.program, result.explorations);
+  judgeRules(result, options, rules);
   confirm(result, options);
   const std::size_t denied =
       options.json ? printExplorationJson(options, result) : printExploration(options, result);
@@ -148,6 +203,9 @@ void describeExplore(CommandOptions& command) {
   command.number(options->max_states,
                  {"--max-states", "Look at no further calls beyond so many states", "COUNT"}, 1,
                  kMaxStates);
+  command.text(options->rules, {"--rules", "Judge the rules of this case file", "FILE"});
+  command.flag(options->strict,
+               {"--strict", "Take a rule that no run puts to the test for an error"});
   command.json(options->json);
   command.run([options] { return exploreTables(*options); });
 }

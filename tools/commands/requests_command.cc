@@ -6,6 +6,7 @@
 #include "command_line/command_line.h"
 #include "command_line/ring_reading.h"
 #include "command_line/text_output.h"
+#include "commands/request_rules.h"
 #include "common/json.h"
 #include "common/text.h"
 #include "common/times.h"
@@ -22,6 +23,7 @@ constexpr int kDurationWidth = 10;
 struct RequestsOptions {
   std::vector<std::string> rings;
   FilterOptions requests;
+  std::string rules;
   bool follow = false;
   bool json = false;
 };
@@ -123,10 +125,15 @@ void describeRequests(CommandOptions& command) {
   addFilterOptions(command, options->requests);
   command.flag(options->follow,
                {"--follow", "Wait for the ring, and go on with new requests until interrupted"});
+  command.text(options->rules,
+               {"--rules", "Print which rules of this case file they break, all of them", "CASES"});
+  command.excludes("--rules", {"--follow", "--since", "--until", "--process", "--thread",
+                               "--request", "--failed", "--text", "-n"});
   command.json(options->json);
   command.run([options] {
     options->rings = ringsOf(options->rings);
-    return RequestsShow(*options).run();
+    return options->rules.empty() ? RequestsShow(*options).run()
+                                  : showRules(options->rings, options->rules, options->json);
   });
 }
 
@@ -138,7 +145,7 @@ const RegisteredCommand kRequestsCommand(
      "the low half of its process id and that of the thread that made its context, and by its "
      "number among those of that id in the ring. A table that goes on behind a WAIT is one "
      "request.",
-     "/var/board/trace.ring --failed", "the rings were read", ""},
+     "/var/board/trace.ring --failed", "the rings were read", "a rule is broken"},
     describeRequests);
 
 }  // namespace

@@ -23,6 +23,7 @@ struct TestOptions {
   OutputOptions output;
   bool json = false;
   std::size_t jobs = 0;  ///< 0: one for each processor
+  bool strict = false;
 };
 
 void print(const CaseFile& file, std::ostream& out) {
@@ -49,8 +50,23 @@ struct Tested {
   std::vector<CaseFile> unreadable;  ///< with rows that are refused
   std::vector<TestedFile> files;
   std::size_t passed = 0, failed = 0;
-  std::size_t refused = 0;  ///< cases that could not be read
+  std::size_t refused = 0;            ///< cases that could not be read
+  std::vector<std::string> untested;  ///< rules that no case puts to the test
 };
+
+/// Adds the rules of a file that no case puts to the test.
+void addUntested(const CaseFile& file, const std::vector<CaseResult>& results, Tested& tested) {
+  for (std::size_t rule = 0; rule < file.rules.size(); ++rule) {
+    const auto tests = [rule](const CaseResult& result) {
+      return rule < result.tested_rules.size() && result.tested_rules[rule];
+    };
+    if (std::none_of(results.begin(), results.end(), tests)) {
+      tested.untested.push_back(file.file + ":" + std::to_string(file.rules[rule].line) +
+                                ": no case puts the rule " + file.rules[rule].rule.name +
+                                " to the test");
+    }
+  }
+}
 
 Tested runFiles(const TestOptions& options) {
   Tested tested;
@@ -66,6 +82,7 @@ Tested runFiles(const TestOptions& options) {
   const auto results = runCases(files, options.jobs == 0 ? usualJobs() : options.jobs);
   for (std::size_t i = 0; i < files.size(); ++i) {
     tested.files.push_back({files[i].file, results[i]});
+    addUntested(files[i], results[i], tested);
     const auto failed =
         std::count_if(results[i].begin(), results[i].end(),
                       [](const CaseResult& result) { return !result.differences.empty(); });
@@ -81,6 +98,9 @@ void print(const Tested& tested) {
       print(file.file, result);
     }
   }
+  for (const std::string& rule : tested.untested) {
+    std::cout << paint(Colour::kYellow, "open") << ' ' << rule << '\n';
+  }
   std::cout << tested.passed << " of " << tested.passed + tested.failed + tested.refused
             << " cases passed"
             << (tested.refused == 0 ? ""
@@ -92,7 +112,7 @@ std::string jsonOf(const Tested& tested) {
   JsonWriter json(2);
   startOutput("test", json);
   json.key("passed").number(tested.passed).key("failed").number(tested.failed);
-  json.key("files").beginArray();
+  json.texts("untested", tested.untested).key("files").beginArray();
   for (const CaseFile& file : tested.unreadable) {
     json.beginObject().member("file", file.file).key("errors").beginArray();
     for (const Finding& finding : file.findings) {
@@ -135,7 +155,8 @@ int test(const TestOptions& options) {
     const std::string text = options.json ? jsonOf(tested) : junitOf(tested.files);
     output ? output.write(text) : void(dataOutput() << text);
   }
-  return !tested.unreadable.empty() ? kExitFailed : tested.failed != 0 ? kExitFindings : kExitOk;
+  const bool has_findings = tested.failed != 0 || (options.strict && !tested.untested.empty());
+  return !tested.unreadable.empty() ? kExitFailed : has_findings ? kExitFindings : kExitOk;
 }
 
 void describeTest(CommandOptions& command) {
@@ -150,6 +171,8 @@ void describeTest(CommandOptions& command) {
   command.number(options->jobs,
                  {"-j,--jobs", "Run so many processes; else one a processor", "COUNT"}, 1,
                  kMaxJobs);
+  command.flag(options->strict,
+               {"--strict", "Take a rule that no case puts to the test for an error"});
   command.run([options] { return test(*options); });
 }
 
@@ -157,7 +180,7 @@ const RegisteredCommand kTestCommand(
     {"test", Group::kTables,
      "Runs the cases of case files: what a table does when its HAPs do this",
      "A case file is a CSV file beside the tables; the table guide tells its rows.",
-     "selftest.cases.csv", "all cases passed", "a case failed"},
+     "selftest.cases.csv", "all cases passed", "a case failed, or broke a rule"},
     describeTest);
 
 }  // namespace

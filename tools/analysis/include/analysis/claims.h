@@ -29,6 +29,8 @@ struct Claim {
     kNeverSucceeds,  ///< no run succeeds
     kCalls,          ///< min or max of HAP calls
     kWait,           ///< min or max of waiting time
+    kRule,           ///< a run breaks a rule
+    kUntested,       ///< no run puts a rule to the test
   };
 
   Kind kind;

@@ -41,6 +41,7 @@ class Machine {
       kFails,     ///< the request; `row`: with the message of this one
       kNever,     ///< it goes round in rows without doing anything any more
       kOpen,      ///< too many rows do nothing: it is not known
+      kGoesOn,    ///< nothing that can be seen
     };
     Kind kind;
     const FlowRow* row = nullptr;
@@ -51,6 +52,10 @@ class Machine {
 
   /// Runs rows until there is something to be done: `at` is then in that row, or at the end.
   Action next(MachineState& at, const OnRow& on_row = {});
+
+  /// Runs one row of any kind, as its HAP fails or not. `kGoesOn`, or the end; `at` is then still
+  /// in the row that ends it.
+  Action step(MachineState& at, bool fails);
 
   /// Goes on from a row that calls a HAP, or waits, as its HAP fails or not.
   void goOn(MachineState& at, bool fails = false) const;
@@ -68,8 +73,6 @@ class Machine {
   };
 
   bool isRefused(const MachineState& at, int callee) const;
-  /// One row that does nothing visible. The action that ends the run; `kOpen`: it goes on.
-  Action step(MachineState& at, const OnRow& on_row);
   Action stepEnd(MachineState& at, const FlowRow& row);
   Action stepCall(MachineState& at);
 

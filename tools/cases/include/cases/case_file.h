@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cases/rule.h"
 #include "modules/descriptions.h"
 #include "simulator/rules.h"
 #include "table/finding.h"
@@ -51,10 +52,17 @@ struct TableCase {
   }
 };
 
+/// A rule, and where it stands.
+struct LineOfRule {
+  Rule rule;
+  unsigned int line;
+};
+
 struct CaseFile {
   std::string file;
   std::vector<std::string> tables;  ///< files, from the working folder
   unsigned int nest_limit = kTableNestLimit;
+  std::vector<LineOfRule> rules;  ///< for the runs of all cases
   std::vector<TableCase> cases;   ///< those of whose rows none is refused
   std::size_t refused = 0;        ///< other cases
   std::vector<Finding> findings;  ///< errors

@@ -12,7 +12,13 @@
 namespace kw::trx::tools {
 
 /// Runs a case on a simulator with its tables; `listener`, which may be null, hears what ran.
-/// Returns what was not as expected, a line each; empty when all was.
+SimulatedRun runCase(const TableCase& expected, const Simulator& simulator,
+                     RequestListener* listener = nullptr);
+
+/// What of its run is not as the case expects it, a line each; empty when all is.
+std::vector<std::string> differencesOf(const TableCase& expected, const SimulatedRun& run);
+
+/// Both one after the other.
 std::vector<std::string> differencesOf(const TableCase& expected, const Simulator& simulator,
                                        RequestListener* listener = nullptr);
 

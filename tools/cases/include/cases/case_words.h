@@ -8,6 +8,7 @@
 namespace kw::trx::tools {
 
 constexpr char kCaseNest[] = "NEST";            // nest limit of tables
+constexpr char kCaseRule[] = "RULE";            // name, pattern of what must always hold
 constexpr char kCaseUnit[] = "UNIT";            // units
 constexpr char kCaseHAP[] = "HAP";              // HAP or row, outcomes of its calls in their order
 constexpr char kCaseRows[] = "ROWS";            // rows that run, in their order

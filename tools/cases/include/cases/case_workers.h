@@ -14,6 +14,7 @@ struct CaseResult {
   std::string name;
   unsigned int line;
   std::vector<std::string> differences;  ///< empty: it passed
+  std::vector<bool> tested_rules;        ///< of its file, which its run puts to the test
 };
 
 /// Runs all cases of `files` in `jobs` processes, each with an engine of its own. Returns the

@@ -17,12 +17,14 @@ struct ExploreOptions {
 
   std::vector<std::string> files;
   std::string table;
+  std::string rules;
   std::vector<std::string> denied;
   std::vector<std::string> allowed;
   std::size_t max_calls = kUnlimited;
   std::size_t max_wait_ms = kUnlimited;
   std::size_t nest_limit = kTableNestLimit;
   std::size_t max_states = 2000000;
+  bool strict = false;
   bool json = false;
 };
 
@@ -30,7 +32,8 @@ struct ExploreOptions {
 struct ExplorationResult {
   Program program;
   std::vector<Exploration> explorations;
-  std::vector<Claim> unreached;
+  std::vector<Claim> unreached;  ///< rows, and rules that are not put to the test
+  bool are_rules_open = false;   ///< a rule could not be judged by all runs
   std::vector<ClaimPattern> denied, allowed;
 };
 
