@@ -216,15 +216,15 @@ void CaseReader::readOutcomes(const Cells& cells) {
     // The last one holds for all further calls.
     rule.outcome = *outcome;
     ++rule.first;
-    warnOfCode(rule.where, *outcome, column);
+    refuseUndescribed(rule.where, *outcome, column);
     current().outcomes.push_back(rule);
   }
 }
 
 /// A failure with a code that none of the HAPs it is for can have tries what never happens.
-void CaseReader::warnOfCode(const CallPattern& where, const HAPOutcome& outcome,
-                            unsigned int column) {
-  if (outcome.kind != HAPOutcome::Kind::kFailure || outcome.code == 0) {
+void CaseReader::refuseUndescribed(const CallPattern& where, const HAPOutcome& outcome,
+                                   unsigned int column) const {
+  if (outcome.kind != HAPOutcome::Kind::kFailure || outcome.code == 0 || outcome.is_undescribed) {
     return;
   }
   std::string hap = where.hap;
@@ -239,9 +239,9 @@ void CaseReader::warnOfCode(const CallPattern& where, const HAPOutcome& outcome,
     for (const auto& [code, about] : found->second.errors) {
       codes.push_back(hexDigits(code));
     }
-    file_.warnings.push_back({false, lines_.lineOf(row_, column), columnTitle(column, false),
-                              hap + " does not record the error " + hexDigits(outcome.code) +
-                                  (codes.empty() ? "" : ", but " + listed(codes))});
+    throw Refusal{column, hap + " does not record the error " + hexDigits(outcome.code) +
+                              (codes.empty() ? "" : ", but " + listed(codes)) +
+                              "; write undescribed behind it if it does"};
   }
 }
 

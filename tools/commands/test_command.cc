@@ -9,6 +9,7 @@
 #include "commands/junit.h"
 #include "common/json.h"
 #include "common/processes.h"
+#include "table/code_meanings.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -71,8 +72,9 @@ void addUntested(const CaseFile& file, const std::vector<CaseResult>& results, T
 Tested runFiles(const TestOptions& options) {
   Tested tested;
   std::vector<CaseFile> files;
+  const HAPDescriptions descriptions = configuredDescriptions().value_or(HAPDescriptions());
   for (const std::string& name : options.files) {
-    CaseFile file = readCaseFile(name);
+    CaseFile file = readCaseFile(name, descriptions);
     tested.refused += file.refused;
     if (!file.findings.empty()) {
       tested.unreadable.push_back(file);

@@ -11,6 +11,7 @@ namespace {
 
 constexpr char kOk[] = "ok";
 constexpr char kFail[] = "fail";
+constexpr char kUndescribed[] = "undescribed";
 constexpr char kThrow[] = "throw";
 constexpr std::size_t kDetailMax = std::size(trx::HAP_ERR_T{}.detail);
 
@@ -18,7 +19,11 @@ constexpr std::size_t kDetailMax = std::size(trx::HAP_ERR_T{}.detail);
 
 std::optional<HAPOutcome> outcomeFrom(const std::string& text) {
   HAPOutcome outcome;
-  const std::vector<std::string> words = partsOf(text, ' ');
+  std::vector<std::string> words = partsOf(text, ' ');
+  if (words.size() > 2 && words[0] == kFail && words.back() == kUndescribed) {
+    outcome.is_undescribed = true;
+    words.pop_back();
+  }
   if (words[0] == kFail) {
     outcome.kind = HAPOutcome::Kind::kFailure;
   } else if (words[0] == kThrow) {
@@ -54,7 +59,7 @@ std::string textOf(const HAPOutcome& outcome) {
   for (const unsigned int word : outcome.detail) {
     text += " " + hexDigits(word);
   }
-  return text;
+  return text + (outcome.is_undescribed ? std::string(" ") + kUndescribed : "");
 }
 
 }  // namespace kw::trx::tools

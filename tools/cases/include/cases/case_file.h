@@ -66,14 +66,13 @@ struct CaseFile {
   std::vector<TableCase> cases;   ///< those of whose rows none is refused
   std::size_t refused = 0;        ///< other cases
   std::vector<Finding> findings;  ///< errors
-  std::vector<Finding> warnings;
 };
 
 /// True when `file` can be read and its first row with text is one of a case file.
 bool isCaseFile(const std::string& file);
 
-/// Reads a case file and the tables that it names. Warns of error codes that a HAP, by its
-/// description, does not record.
+/// Reads a case file and the tables that it names. Refuses error codes that a HAP, by its
+/// description, does not record, unless they are written as undescribed.
 CaseFile readCaseFile(const std::string& file, const HAPDescriptions& descriptions = {});
 
 }  // namespace kw::trx::tools

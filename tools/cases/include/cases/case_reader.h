@@ -68,7 +68,8 @@ class CaseReader {
   std::string rowOf(const Cells& cells, unsigned int column) const;
   TableCase& current() { return file_.cases.back(); }
 
-  void warnOfCode(const CallPattern& where, const HAPOutcome& outcome, unsigned int column);
+  void refuseUndescribed(const CallPattern& where, const HAPOutcome& outcome,
+                         unsigned int column) const;
 
   CaseFile& file_;
   const CellLines& lines_;

@@ -15,14 +15,16 @@ struct HAPOutcome {
   Kind kind = Kind::kSuccess;
   unsigned int code = 0;             ///< of the failure or the exception; 0: it gives none
   std::vector<unsigned int> detail;  ///< words behind the code of a failure, at most 31
+  bool is_undescribed = false;       ///< the description of the HAP need not have the code
 
   bool operator==(const HAPOutcome& other) const {
     return kind == other.kind && code == other.code && detail == other.detail;
   }
 };
 
-/// The outcome written as "ok", "fail", "fail CODE", "fail CODE WORD...", "throw CODE" or, for an
-/// exception that is not the engine's, "throw"; numbers in hexadecimal. None for anything else.
+/// The outcome written as "ok", "fail", "fail CODE", "fail CODE WORD...", both also with
+/// "undescribed" behind them, "throw CODE" or, for an exception that is not the engine's, "throw";
+/// numbers in hexadecimal. None for anything else.
 std::optional<HAPOutcome> outcomeFrom(const std::string& text);
 
 /// The same the other way round.
