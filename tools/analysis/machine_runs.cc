@@ -87,4 +87,17 @@ RunPath MachineRuns::path() const {
   return path;
 }
 
+bool addWayToEnd(Machine& machine, const MachineState& from, std::size_t max_states,
+                 RunPath& path) {
+  MachineRuns runs(machine, max_states);
+  bool ends = false;
+  runs.follow(from, 0, [&ends](const MachineRuns::Ran& ran, std::uint64_t&) {
+    ends = ran.end != Machine::Action::Kind::kGoesOn;
+    return !ends;
+  });
+  const RunPath rest = runs.path();
+  path.rows.insert(path.rows.end(), rest.rows.begin(), rest.rows.end());
+  return ends && path.rows.size() <= RunPath::kMaxRows;
+}
+
 }  // namespace kw::trx::tools

@@ -10,20 +10,6 @@ namespace {
 
 using ActionKind = Machine::Action::Kind;
 
-/// Adds to a run the shortest way to an end. False: there is none, or it is too far.
-bool addWayToEnd(Machine& machine, const MachineState& from, std::size_t max_states,
-                 RunPath& path) {
-  MachineRuns runs(machine, max_states);
-  bool ends = false;
-  runs.follow(from, 0, [&ends](const MachineRuns::Ran& ran, std::uint64_t&) {
-    ends = ran.end != ActionKind::kGoesOn;
-    return !ends;
-  });
-  const RunPath rest = runs.path();
-  path.rows.insert(path.rows.end(), rest.rows.begin(), rest.rows.end());
-  return ends && path.rows.size() <= RunPath::kMaxRows;
-}
-
 /// Looks at all runs for one rule.
 class RuleSearch {
  public:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "analysis/visible_run.h"
 
-#include <algorithm>
+#include "cases/ran_rows.h"
 
 namespace kw::trx::tools {
 namespace {
@@ -62,12 +62,6 @@ class VisibleLines {
   std::string first_failing_;
   std::vector<std::string> lines_;
 };
-
-const FlowRow& rowOf(const TableFlows& tables, const RowId& id) {
-  const std::vector<FlowRow>& rows = tables.at(id.table).rows;
-  return *std::find_if(rows.begin(), rows.end(),
-                       [&id](const FlowRow& row) { return row.id == id; });
-}
 
 }  // namespace
 
@@ -133,16 +127,14 @@ std::vector<std::string> visibleRun(const Simulator& simulator, const std::strin
   };
   const SimulatedRun run = simulator.run(request);
   VisibleLines lines(rows);
-  std::size_t call = 0;
-  for (const RowId& id : run.rows) {
-    const FlowRow& row = rowOf(simulator.tables(), id);
+  std::size_t calls = 0;
+  for (const RanRow& ran : ranRows(run, simulator.tables())) {
+    const FlowRow& row = *ran.row;
     lines.addRow(row);
-    if (row.command == Command::kHAP && row.can_succeed) {
-      if (call < run.calls.size()) {
-        lines.addCall(row, run.calls[call++].outcome.kind != HAPOutcome::Kind::kSuccess);
-      }
-    } else if (row.command == Command::kHAP) {
+    if (row.command == Command::kHAP && !row.can_succeed) {
       lines.addFailure(row);
+    } else if (row.command == Command::kHAP && calls++ < run.calls.size()) {
+      lines.addCall(row, ran.fails);
     } else if (row.wait_ms != 0) {
       lines.addWait(row);
     }

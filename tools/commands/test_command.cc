@@ -2,11 +2,14 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 #include "command_line/command_line.h"
 #include "command_line/output_file.h"
 #include "command_line/text_output.h"
 #include "commands/junit.h"
+#include "commands/missing_output.h"
+#include "commands/mutants_output.h"
 #include "common/json.h"
 #include "common/processes.h"
 #include "table/code_meanings.h"
@@ -15,6 +18,7 @@ namespace kw::trx::tools {
 namespace {
 
 constexpr std::size_t kMaxJobs = 1000;
+constexpr std::size_t kMaxPairsOfMutants = 1000000000;
 constexpr char kText[] = "text";
 constexpr char kJunit[] = "junit";
 
@@ -25,6 +29,9 @@ struct TestOptions {
   bool json = false;
   std::size_t jobs = 0;  ///< 0: one for each processor
   bool strict = false;
+  bool mutants = false;
+  bool write_missing = false;
+  std::size_t max_states = 200000;
 };
 
 void print(const CaseFile& file, std::ostream& out) {
@@ -49,6 +56,7 @@ void print(const std::string& file, const CaseResult& result) {
 /// What came of all files.
 struct Tested {
   std::vector<CaseFile> unreadable;  ///< with rows that are refused
+  std::vector<CaseFile> case_files;  ///< all
   std::vector<TestedFile> files;
   std::size_t passed = 0, failed = 0;
   std::size_t refused = 0;            ///< cases that could not be read
@@ -91,6 +99,7 @@ Tested runFiles(const TestOptions& options) {
     tested.failed += static_cast<std::size_t>(failed);
     tested.passed += results[i].size() - static_cast<std::size_t>(failed);
   }
+  tested.case_files = std::move(files);
   return tested;
 }
 
@@ -135,7 +144,34 @@ std::string jsonOf(const Tested& tested) {
   return json.endArray().endObject().taken() + '\n';
 }
 
+/// Puts faults into the tables of files whose cases all pass. Returns the exit status.
+int testMutantsOf(const Tested& tested, const TestOptions& options) {
+  int status = kExitOk;
+  for (const CaseFile& file : tested.case_files) {
+    const int of_file = printMutants(file, {options.jobs, options.max_states});
+    status = status == kExitOk || of_file == kExitFindings ? of_file : status;
+  }
+  return status;
+}
+
+/// Prints the cases that are missing in the only file. Returns the exit status.
+int writeMissing(const TestOptions& options) {
+  if (options.files.size() != 1) {
+    throw UsageError("--write-missing is for one case file");
+  }
+  const CaseFile file =
+      readCaseFile(options.files[0], configuredDescriptions().value_or(HAPDescriptions()));
+  if (!file.findings.empty()) {
+    throw std::runtime_error(options.files[0] + ": " + file.findings[0].message +
+                             "; see trxctl check");
+  }
+  return printMissing(file, options.max_states);
+}
+
 int test(const TestOptions& options) {
+  if (options.write_missing) {
+    return writeMissing(options);
+  }
   const bool is_junit = options.format == kJunit;
   const OutputFile output(options.output,
                           {options.json ? ".json"
@@ -157,6 +193,9 @@ int test(const TestOptions& options) {
     const std::string text = options.json ? jsonOf(tested) : junitOf(tested.files);
     output ? output.write(text) : void(dataOutput() << text);
   }
+  if (options.mutants && tested.unreadable.empty() && tested.failed == 0) {
+    return testMutantsOf(tested, options);
+  }
   const bool has_findings = tested.failed != 0 || (options.strict && !tested.untested.empty());
   return !tested.unreadable.empty() ? kExitFailed : has_findings ? kExitFindings : kExitOk;
 }
@@ -175,6 +214,17 @@ void describeTest(CommandOptions& command) {
                  kMaxJobs);
   command.flag(options->strict,
                {"--strict", "Take a rule that no case puts to the test for an error"});
+  command.flag(options->mutants,
+               {"--mutants", "Put faults into the tables one by one; is each noticed by a case?"});
+  command.flag(options->write_missing,
+               {"--write-missing",
+                "Print, as a case file, cases for the rows and branches that those there do not "
+                "take"});
+  command.excludes("--write-missing", {"--mutants", "--format", "--output", "--strict", "--json"});
+  command.excludes("--mutants", {"--json", "--format"});
+  command.number(options->max_states,
+                 {"--max-states", "Look at no more states of a table, or pairs of them", "COUNT"},
+                 1, kMaxPairsOfMutants);
   command.run([options] { return test(*options); });
 }
 
@@ -182,7 +232,7 @@ const RegisteredCommand kTestCommand(
     {"test", Group::kTables,
      "Runs the cases of case files: what a table does when its HAPs do this",
      "A case file is a CSV file beside the tables; the table guide tells its rows.",
-     "selftest.cases.csv", "all cases passed", "a case failed, or broke a rule"},
+     "selftest.cases.csv", "all cases passed", "a case failed, broke a rule, or missed a fault"},
     describeTest);
 
 }  // namespace

@@ -67,6 +67,9 @@ class MachineRuns {
   MachineState last_;
 };
 
+/// Adds to `path` the shortest run from `from` to an end. False: there is none, or it is too far.
+bool addWayToEnd(Machine& machine, const MachineState& from, std::size_t max_states, RunPath& path);
+
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_ANALYSIS_MACHINE_RUNS_H_
