@@ -42,6 +42,26 @@ if "$trxctl" explore examples/tables/selftest.csv examples/tables/rails.csv --de
   exit 1
 fi
 
+step "what must hold for every run, judged by all of them"
+"$trxctl" explore examples/tables/selftest.csv examples/tables/rails.csv --strict \
+  --rules examples/tables/selftest.cases.csv | grep '^# table'
+
+step "what an edit changes in all runs: the wait of the selftest, and its mark"
+rm -rf "$rig/edited" && mkdir "$rig/edited" && cp examples/tables/*.csv "$rig/edited"
+sed -i -e 's/,4,WAIT,,100/,4,WAIT,,150/' -e 's/,5,HAP,ADC_Expect,,STACK/,5,HAP,ADC_Expect,,NOP/' \
+  "$rig/edited/selftest.csv"
+if "$trxctl" compare examples/tables "$rig/edited"; then
+  exit 1
+fi
+
+step "how good the cases are: faults put into the tables one by one"
+if "$trxctl" test examples/tables/init.cases.csv --mutants; then
+  exit 1
+fi
+
+step "cases for what those there do not take"
+"$trxctl" test examples/tables/init.cases.csv --write-missing
+
 step "what the cases run, coloured in $rig/coverage.svg"
 "$trxctl" coverage examples/tables/*.cases.csv -o "$rig/tables.info"
 "$trxctl" graph examples/tables/selftest.csv examples/tables/rails.csv "$rig/tables.info" \
