@@ -74,6 +74,7 @@ class MarkSources {
     auto& within = within_[static_cast<std::size_t>(activation)];
     within.assign(at.steps.size(), Rows(words_));
     std::vector<std::size_t> open;
+    open.reserve(at.steps.size());
     for (std::size_t state = 0; state < at.steps.size(); ++state) {
       open.push_back(state);
     }

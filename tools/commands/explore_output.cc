@@ -128,6 +128,10 @@ std::size_t printExploration(const ExploreOptions& options, const ExplorationRes
                    << rowsOfWitness(options, result, exploration, claim);
     }
   }
+  if (result.are_rules_open) {
+    dataOutput() << "\n# " << paint(Colour::kYellow, "left open")
+                 << ": there are more states than those by which the rules are judged\n";
+  }
   if (!options.denied.empty() || !denied_claims.empty()) {
     dataOutput() << "\n# denied: "
                  << (denied_claims.empty() ? "nothing was found"

@@ -64,7 +64,9 @@ VisibleReplay visibleReplay(const RecordedRequest& recorded, const Simulator& si
   };
   const SimulatedRun run = simulator.run(simulated);
   std::vector<RecordedRow> rows;
-  for (const Span& row : recording.rows()) {
+  const std::vector<Span> ran = recording.rows();
+  rows.reserve(ran.size());
+  for (const Span& row : ran) {
     rows.push_back({row, {}});
   }
   VisibleReplay result{visibleRows(recorded.rows), visibleRows(rows)};
