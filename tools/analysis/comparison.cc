@@ -263,6 +263,24 @@ class Lockstep {
         return;
       }
     }
+    if (before.goesOn() && after.goesOn()) {
+      followOther(node, sides, before, after);
+    }
+  }
+
+  /// Goes on where each does something else, when both do the same then.
+  void followOther(std::size_t node, const Sides& sides, const Deed& before, const Deed& after) {
+    Sides both = {goneOn(sides, 0, false), goneOn(sides, 1, false)};
+    const Deed old_then = next(both[0], machines_[0]);
+    const Deed new_then = next(both[1], machines_[1]);
+    if (old_then.goesOn() && new_then.goesOn() && doTheSame(old_then, new_then)) {
+      const bool old_calls = before.action.kind == ActionKind::kCalls;
+      const bool new_calls = after.action.kind == ActionKind::kCalls;
+      push(both, node,
+           old_calls && new_calls ? Choice::kSuccess
+           : old_calls            ? Choice::kOldAlone
+                                  : Choice::kNewAlone);
+    }
   }
 
   Side goneOn(const Sides& sides, std::size_t which, bool fails) {

@@ -42,7 +42,8 @@ struct Comparison {
   std::size_t states = 0;
   bool is_complete = true;  ///< false: there may be more differences
   /// The shortest run, by what it does, to each pair of rows that differ in a kind. What comes
-  /// behind a call or wait that one of both has alone is compared when both do the same then.
+  /// behind a call or wait that one of both has alone, or has in place of another, is compared when
+  /// both do the same then.
   std::vector<Difference> differences;
 };
 
