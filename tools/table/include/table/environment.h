@@ -38,7 +38,7 @@ struct Environment {
   /// What was probably meant by names of tables that are not there, as `didYouMean` says it.
   std::map<std::string, std::string> meant_tables;
   std::set<std::string> endless;  ///< those of which no run gets to an END row
-  KnownHAPs haps;  ///< of the listed modules
+  KnownHAPs haps;                 ///< of the listed modules
 };
 
 /// What is known around the tables `files`: with a configuration, the tables and modules that it
