@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "coverage/coverage.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -56,6 +57,9 @@ std::vector<RowCounts> countsOf(const TableFlow& flow, const FileCoverage& file)
       counts[at].onward = well + (row.goesOnAfterFailure() ? badly : 0);
       counts[at].errors = row.goesOnAfterFailure() ? 0 : badly;
       counts[at].failures = badly;
+      counts[at].unfinished = counts[at].runs - std::min(counts[at].runs, well + badly);
+    } else if (row.endsWithMessage()) {
+      counts[at].failures = counts[at].runs;
     }
   }
   return counts;
@@ -74,6 +78,7 @@ void countReturns(const TableFlow& flow, std::vector<RowCounts>& counts) {
     if (flow.rows[at].command == Command::kTable) {
       counts[at].onward =
           counts[at + 1].runs > jumps[at + 1] ? counts[at + 1].runs - jumps[at + 1] : 0;
+      counts[at].unfinished = counts[at].runs - std::min(counts[at].runs, counts[at].onward);
     }
   }
 }

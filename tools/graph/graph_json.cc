@@ -76,9 +76,7 @@ class GraphJson {
       if (counts != nullptr) {
         json_.key("runs").number((*counts)[at].runs);
         json_.key("failures").number((*counts)[at].failures);
-        if (picture_.requests != 0) {
-          json_.key("unfinished").number((*counts)[at].unfinished);
-        }
+        json_.key("unfinished").number((*counts)[at].unfinished);
       }
       json_.endObject();
     }

@@ -35,7 +35,7 @@ std::string cell(const std::string& content, const std::string& attributes = "")
 }
 
 std::string filled(const char* colour, const std::string& text) {
-  return cell(text, std::string(" bgcolor=\"") + colour + '"');
+  return cell(text + "&#160;", std::string(" bgcolor=\"") + colour + '"');
 }
 
 std::string line(const std::string& cells) {
@@ -61,7 +61,7 @@ std::string fillLine(const Picture& picture, const Palette& palette) {
   const bool is_way = picture.view == GraphView::kWay;
   return line(
       filled(palette.succeeded, "ran, never failed") +
-      filled(palette.some_failed, "some runs failed, found a failure, or have not ended") +
+      filled(palette.some_failed, "some failed, found a failure, or have not ended") +
       filled(palette.all_failed, "all failed, or found one") +
       (is_way ? cell(coloured(palette.grey, "did not run")) : filled(palette.never, "never ran")));
 }
