@@ -77,14 +77,6 @@ std::vector<int> entriesAmong(const std::set<std::string>& given, const Program&
   return entries;
 }
 
-/// Whether there may be more claims than those that were found.
-bool isLeftOpen(const ExplorationResult& result) {
-  return result.are_rules_open ||
-         std::any_of(
-             result.explorations.begin(), result.explorations.end(),
-             [](const Exploration& one) { return !one.is_complete || !one.has_all_cycles; });
-}
-
 /// The rules of the case file that --rules names. Throws with a message.
 std::vector<LineOfRule> rulesOf(const ExploreOptions& options) {
   if (options.rules.empty()) {

@@ -112,6 +112,13 @@ void writeClaim(JsonWriter& json, const Claim& claim, bool denied, const std::st
 
 }  // namespace
 
+bool isLeftOpen(const ExplorationResult& result) {
+  return result.are_rules_open ||
+         std::any_of(
+             result.explorations.begin(), result.explorations.end(),
+             [](const Exploration& one) { return !one.is_complete || !one.has_all_cycles; });
+}
+
 std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result) {
   std::vector<std::string> denied_claims;
   dataOutput() << tablesRows(options.files, static_cast<unsigned int>(options.nest_limit));
@@ -134,8 +141,11 @@ std::size_t printExploration(const ExploreOptions& options, const ExplorationRes
   }
   if (!options.denied.empty() || !denied_claims.empty()) {
     dataOutput() << "\n# denied: "
-                 << (denied_claims.empty() ? "nothing was found"
-                                           : listed(denied_claims, kMaxDeniedShown))
+                 << (denied_claims.empty()
+                         ? isLeftOpen(result)
+                               ? "nothing was found so far, and the rest is left open"
+                               : "nothing was found"
+                         : listed(denied_claims, kMaxDeniedShown))
                  << '\n';
   }
   return denied_claims.size();

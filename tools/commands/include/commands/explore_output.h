@@ -37,6 +37,9 @@ struct ExplorationResult {
   std::vector<ClaimPattern> denied, allowed;
 };
 
+/// Whether there may be more claims than those that were found.
+bool isLeftOpen(const ExplorationResult& result);
+
 /// Both print all claims, with their witnesses as cases, and return how many were denied.
 std::size_t printExploration(const ExploreOptions& options, const ExplorationResult& result);
 std::size_t printExplorationJson(const ExploreOptions& options, const ExplorationResult& result);
