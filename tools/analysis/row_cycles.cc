@@ -187,7 +187,7 @@ std::string cycleText(const RowCycle& cycle, const Program& program, std::size_t
     const std::string from = prefix + numberOf(program.rowOf(cycle.table, first));
     const std::string to = prefix + numberOf(end);
     if (last > first + 1) {
-      stretches.push_back(from + " to " + to);
+      stretches.push_back(std::string(from).append(" to ").append(to));
     } else {
       if (last != first) {
         stretches.push_back(from);
