@@ -287,7 +287,8 @@ void addFolders(const std::string& paths, const std::string& file,
     for (const std::string origin : {"$ORIGIN", "${ORIGIN}"}) {
       const std::size_t at = folder.find(origin);
       if (at != std::string::npos) {
-        folder.replace(at, origin.size(), fs::absolute(file).parent_path().string());
+        folder.replace(at, origin.size(),
+                       fs::absolute(file).lexically_normal().parent_path().string());
       }
     }
     folders.push_back(folder);
