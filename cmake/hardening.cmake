@@ -11,8 +11,14 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(zqm_trx_hardening "")
 # A sanitizer has checks of its own, and instruments what these flags would change.
 if(ZQM_TRX_HARDENING AND NOT ZQM_TRX_SANITIZE)
-  foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection
-      -mbranch-protection=standard)
+  set(flags -fstack-protector-strong -fstack-clash-protection)
+  # Of other processors some compilers take such a flag, and say that it does nothing.
+  if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+    list(APPEND flags -fcf-protection)
+  elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+    list(APPEND flags -mbranch-protection=standard)
+  endif()
+  foreach(flag ${flags})
     string(MAKE_C_IDENTIFIER "zqm_trx_has${flag}" has_flag)
     check_cxx_compiler_flag(${flag} ${has_flag})
     if(${has_flag})

@@ -28,7 +28,7 @@ install_missing() {
 
 packages_build=(g++ cmake ninja-build make libcli11-dev nlohmann-json3-dev libelf-dev help2man graphviz
   dpkg-dev file)
-packages_test=(libgtest-dev python3)
+packages_test=(libgtest-dev python3 python3-jsonschema)
 packages_count=(libbenchmark-dev valgrind)
 packages_fuzz=(clang libclang-rt-dev)
 packages_coverage=(clang libclang-rt-dev llvm)

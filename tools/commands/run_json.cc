@@ -54,7 +54,7 @@ void writeRun(const RunReport& report, JsonWriter& json) {
   std::snprintf(time, sizeof(time), "%.3f", report.outcome.time_ms);
   json.key("timeMs").raw(time);
   if (!is_well) {
-    json.member("exception", report.outcome.failure).member("reason", report.reason);
+    json.member("failure", report.outcome.failure).member("reason", report.reason);
     write(report.failure, json);
   }
 }
