@@ -27,18 +27,17 @@ class ElfHandle {
  public:
   /// Does not wait for the writer of a pipe.
   explicit ElfHandle(const std::string& path) {
-    // To open a device may do something.
-    if (stat(path.c_str(), &status_) != 0) {
-      problem_ = std::strerror(errno);
-    } else if (!S_ISREG(status_.st_mode)) {
-      problem_ = trx::kNotRegularWords;
-    } else if (fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-               fd_ < 0 || fstat(fd_, &status_) != 0) {
-      problem_ = std::strerror(errno);
-    } else {
-      elf_version(EV_CURRENT);
-      elf_ = elf_begin(fd_, ELF_C_READ, nullptr);
+    if (stat(path.c_str(), &status_) == 0 && !S_ISREG(status_.st_mode)) {
+      problem_ = trx::kNotRegularWords;  // to open a device may do something
+      return;
     }
+    fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd_ < 0 || fstat(fd_, &status_) != 0) {
+      problem_ = std::strerror(errno);
+      return;
+    }
+    elf_version(EV_CURRENT);
+    elf_ = elf_begin(fd_, ELF_C_READ, nullptr);
   }
   ElfHandle(const ElfHandle&) = delete;
   ElfHandle& operator=(const ElfHandle&) = delete;
