@@ -71,7 +71,7 @@ class Guard : public std::streambuf {
   Guard(const Guard&) = delete;
   Guard& operator=(const Guard&) = delete;
   ~Guard() override {
-    sync();
+    static_cast<void>(flushAll());
     stream_.rdbuf(raw_);
   }
 
@@ -89,9 +89,11 @@ class Guard : public std::streambuf {
     return end == std::string_view::npos || writeLines() ? size : 0;
   }
 
-  int sync() override { return put(std::exchange(text_, {})) && raw_->pubsync() == 0 ? 0 : -1; }
+  int sync() override { return flushAll() ? 0 : -1; }
 
  private:
+  bool flushAll() { return put(std::exchange(text_, {})) && raw_->pubsync() == 0; }
+
   /// Writes what is there but for an unfinished line, which may end within a character.
   bool writeLines() {
     const std::size_t size = text_.rfind('\n') + 1;
