@@ -127,7 +127,7 @@ std::size_t percentOf(const Coverage& coverage) {
   return all.rows == 0 ? kPercent : kPercent * all.rows_run / all.rows;
 }
 
-int cover(CoverageOptions options) {
+int cover(const CoverageOptions& options) {
   const OutputFile output(options.output, {".info", ".lcov"}, options.files);
   const TableFlows tables =
       readTables(tableFilesOf(options.tables),
