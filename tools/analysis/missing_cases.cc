@@ -132,13 +132,7 @@ class MissingSearch {
     }
     SimulationRequest request;
     request.table = program_.tables[static_cast<std::size_t>(table)].flow->name;
-    std::size_t made = 0;
-    request.choose = [&](const HAPCall&) {
-      HAPOutcome outcome;
-      outcome.kind = made < fails.size() && fails[made] ? HAPOutcome::Kind::kFailure : outcome.kind;
-      ++made;
-      return outcome;
-    };
+    request.choose = failingInTurn(fails);
     const SimulatedRun run = simulator_.run(request);
     known_.push_back(branchesOf(run, simulator_.tables()));
     taken_.insert(known_.back().begin(), known_.back().end());

@@ -118,13 +118,7 @@ std::vector<std::string> visibleRun(const Simulator& simulator, const std::strin
   SimulationRequest request;
   request.table = table;
   request.max_rows = max_rows;
-  std::size_t made = 0;
-  request.choose = [&](const HAPCall&) {
-    HAPOutcome outcome;
-    outcome.kind = made < fails.size() && fails[made] ? HAPOutcome::Kind::kFailure : outcome.kind;
-    ++made;
-    return outcome;
-  };
+  request.choose = failingInTurn(fails);
   const SimulatedRun run = simulator.run(request);
   VisibleLines lines(rows);
   std::size_t calls = 0;

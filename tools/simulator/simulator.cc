@@ -3,6 +3,7 @@
 
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include "common/paths.h"
 #include "common/temp_folder.h"
@@ -155,6 +156,15 @@ SimulatedRun Simulator::run(const SimulationRequest& request) const {
   result.reason = rows.reason();
   result.record = failureOf(info, {});
   return result;
+}
+
+std::function<HAPOutcome(const HAPCall& call)> failingInTurn(std::vector<bool> fails) {
+  return [fails = std::move(fails), made = std::size_t{0}](const HAPCall&) mutable {
+    HAPOutcome outcome;
+    outcome.kind = made < fails.size() && fails[made] ? HAPOutcome::Kind::kFailure : outcome.kind;
+    ++made;
+    return outcome;
+  };
 }
 
 }  // namespace kw::trx::tools

@@ -74,6 +74,9 @@ class Simulator {
   TableFlows tables_;
 };
 
+/// What HAPs do in one run: its n-th call fails where `fails` says so, all others succeed.
+std::function<HAPOutcome(const HAPCall& call)> failingInTurn(std::vector<bool> fails);
+
 }  // namespace kw::trx::tools
 
 #endif  // KW_TRX_TOOLS_SIMULATOR_SIMULATOR_H_
