@@ -9,6 +9,8 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <stdexcept>
 
 #include "command_line/text_output.h"
 #include "commands/run_json.h"
@@ -96,8 +98,13 @@ int runApart(RequestOptions& options, const std::function<int()>& body) {
   if (options.in_process) {
     return body();
   }
-  const TempFolder folder;
-  options.crash_ring = folder.path() + "/trace.ring";
+  std::unique_ptr<TempFolder> folder;
+  try {
+    folder = std::make_unique<TempFolder>();
+    options.crash_ring = folder->path() + "/trace.ring";
+  } catch (const std::runtime_error&) {
+    // Without it a crash is told without records.
+  }
   std::cout.flush();
   const ChildEnd end = runInChild([&body] {
     try {
@@ -124,7 +131,7 @@ bool beginRun(const RequestOptions& options) {
     fail(options.ring + ": " + std::strerror(errno) + "; choose another place for the ring");
     return false;
   }
-  if (options.ring.empty()) {
+  if (options.ring.empty() && !options.crash_ring.empty()) {
     // Without it a crash is told without records.
     static_cast<void>(kw::platform::openTraceRing(options.crash_ring, kCrashRingRecords));
   }

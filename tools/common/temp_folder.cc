@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -25,7 +26,10 @@ constexpr char kPrefix[] = "trxctl-";
   throw std::runtime_error(path + ": " + std::strerror(error));
 }
 
-/// True for the folder of a process of this user that is not there any more.
+/// A process that is not seen may still run in another namespace: its folder is left so long.
+constexpr std::time_t kLeftOverAgeS = 3600;
+
+/// True for the old folder of a process of this user that is not there any more.
 bool isLeftOver(const fs::path& path) {
   const std::string name = path.filename().string();
   if (name.compare(0, sizeof(kPrefix) - 1, kPrefix) != 0) {
@@ -35,7 +39,8 @@ bool isLeftOver(const fs::path& path) {
   const auto process = decimalNumber(name.substr(start, name.find('-', start) - start));
   struct stat facts {};
   return process && kill(static_cast<pid_t>(*process), 0) != 0 && errno == ESRCH &&
-         lstat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) && facts.st_uid == geteuid();
+         lstat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) && facts.st_uid == geteuid() &&
+         facts.st_mtime < std::time(nullptr) - kLeftOverAgeS;
 }
 
 void removeLeftOvers(const fs::path& folder) {
